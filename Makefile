@@ -1,0 +1,40 @@
+# Two commands for a newcomer: `make demo` and `make test`.
+.PHONY: deps build demo test asan asan-test tsan-test bench fuzz clean
+
+PRESET ?= default
+CLI := build/default/tools/velmar/velmar
+DEMO_DIR := build/demo
+
+deps:
+	@bash scripts/deps.sh
+
+build: deps
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build --preset $(PRESET)
+
+demo: build
+	@mkdir -p $(DEMO_DIR)
+	@bash scripts/demo.sh $(CLI) $(DEMO_DIR)
+
+test: build
+	@ctest --preset $(PRESET)
+
+asan-test: deps
+	@cmake --preset asan >/dev/null
+	@cmake --build --preset asan
+	@ctest --preset asan
+
+tsan-test: deps
+	@cmake --preset tsan >/dev/null
+	@cmake --build --preset tsan
+	@ctest --preset tsan
+
+bench: build
+	@for b in build/default/bench/*_bench; do echo "== $$b"; $$b; done
+
+fuzz: deps
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz
+
+clean:
+	@rm -rf build

@@ -14,3 +14,4 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/velmarConfigVersion.cmake
     COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/velmarConfig.cmake ${PROJECT_BINARY_DIR}/velmarConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/velmar)
+install(FILES ${PROJECT_SOURCE_DIR}/data/units.json DESTINATION ${CMAKE_INSTALL_DATADIR}/velmar)

@@ -45,6 +45,19 @@ inline constexpr KivResult STG_E_INVALIDNAME = Code(0x800300FC);
 inline constexpr KivResult STG_E_REVERTED = Code(0x80030102);
 inline constexpr KivResult STG_E_DOCFILECORRUPT = Code(0x80030109);
 inline constexpr KivResult STG_E_INCOMPLETE = Code(0x80030201);
+inline constexpr KivResult STG_E_INVALIDFUNCTION = Code(0x80030001);
+inline constexpr KivResult STG_E_PATHNOTFOUND = Code(0x80030003);
+inline constexpr KivResult STG_E_SHAREVIOLATION = Code(0x80030020);
+inline constexpr KivResult STG_E_INVALIDPARAMETER = Code(0x80030057);
+inline constexpr KivResult STG_E_INVALIDFLAG = Code(0x800300FF);
+inline constexpr KivResult STG_E_OLDDLL = Code(0x80030105);  // written by a newer version
+// Registry: a missing key or value (the platform's "file not found"), a value of another type.
+inline constexpr KivResult REG_E_NOTFOUND = Code(0x80070002);
+inline constexpr KivResult REG_E_WRONGTYPE = Code(0x8007065E);
+// Component services: unknown program id, add-in module or its entry point missing.
+inline constexpr KivResult CO_E_CLASSSTRING = Code(0x800401F3);
+inline constexpr KivResult E_MOD_NOT_FOUND = Code(0x8007007E);
+inline constexpr KivResult E_PROC_NOT_FOUND = Code(0x8007007F);
 
 // The library's own codes, 0x8004F0nn.
 inline constexpr KivResult KIV_E_NO_SUCH_COMMAND = Code(0x8004F001);
@@ -71,6 +84,8 @@ inline constexpr KivResult KIV_E_PRIORITIES_FULL = Code(0x8004F01E);
 inline constexpr KivResult KIV_E_NO_DEFAULT_REGION = Code(0x8004F021);
 inline constexpr KivResult KIV_E_FAVOURITE_EXISTS = Code(0x8004F023);
 inline constexpr KivResult KIV_E_FAVOURITE_DUPLICATE = Code(0x8004F024);
+inline constexpr KivResult KIV_E_UNKNOWN_UNIT = Code(0x8004F030);      // unit text or id not in the units table
+inline constexpr KivResult KIV_E_UNKNOWN_QUANTITY = Code(0x8004F031);  // quantity id not in the units table
 
 // A short English name for a code, for messages and test output.
 const char* ResultName(KivResult r);

@@ -26,6 +26,20 @@ const char* ResultName(KivResult r) {
     case STG_E_READFAULT: return "read fault";
     case STG_E_MEDIUMFULL: return "disk full";
     case STG_E_DOCFILECORRUPT: return "file corrupt";
+    case STG_E_FILEALREADYEXISTS: return "already exists";
+    case STG_E_INVALIDNAME: return "invalid name";
+    case STG_E_REVERTED: return "storage element reverted";
+    case STG_E_INVALIDFUNCTION: return "invalid storage function";
+    case STG_E_PATHNOTFOUND: return "path not found";
+    case STG_E_SHAREVIOLATION: return "share violation";
+    case STG_E_INVALIDPARAMETER: return "invalid storage parameter";
+    case STG_E_INVALIDFLAG: return "invalid storage flag";
+    case STG_E_OLDDLL: return "written by a newer version";
+    case REG_E_NOTFOUND: return "registry key or value not found";
+    case REG_E_WRONGTYPE: return "registry value of another type";
+    case CO_E_CLASSSTRING: return "unknown program id";
+    case E_MOD_NOT_FOUND: return "module not found";
+    case E_PROC_NOT_FOUND: return "entry point not found";
     case KIV_E_PENDING: return "data pending";
     case KIV_E_NOT_SUPPORTED: return "not supported";
     case KIV_E_TXN_ALREADY_OPEN: return "a transaction is already open";
@@ -34,6 +48,8 @@ const char* ResultName(KivResult r) {
     case KIV_E_TXN_EDIT_DURING_COMMIT: return "edit during commit";
     case KIV_E_CHANNEL_EXISTS: return "channel exists";
     case KIV_E_MARKER_EXISTS: return "marker exists at that time";
+    case KIV_E_UNKNOWN_UNIT: return "unknown unit";
+    case KIV_E_UNKNOWN_QUANTITY: return "unknown quantity";
     default: return r < 0 ? "error" : "success";
   }
 }

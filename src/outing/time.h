@@ -1,0 +1,58 @@
+// Time on the common base: ticks of 100 ns (KivTime). Seconds as doubles
+// exist only at the edges (file formats, raw channels); these are the one
+// place they turn into ticks and back, always by name, never implicitly.
+#pragma once
+
+#include <optional>
+
+#include "velmar/types.h"
+
+namespace velmar {
+
+// Seconds to ticks: x 1e7, then half away from zero (add 0.5 to a value not
+// below 0, subtract 0.5 from a negative one, truncate the double). Nothing for
+// NaN, infinities and values beyond the tick range; the two extremes are
+// reserved for "unbounded" and never result.
+std::optional<KivTime> TicksFromSeconds(double seconds);
+// The same for a value already in ticks (a difference, an interpolated time).
+std::optional<KivTime> RoundTicks(double ticks);
+
+double SecondsFromTicks(KivTime ticks);
+
+// True for the two reserved values that stand for "unbounded".
+constexpr bool IsUnboundedTime(KivTime t) { return t == kTimeMin || t == kTimeMax; }
+
+// a + b, or nothing on overflow.
+constexpr std::optional<KivTime> CheckedAddTicks(KivTime a, KivTime b) {
+  KivTime sum = 0;
+  if (__builtin_add_overflow(a, b, &sum)) return std::nullopt;
+  return sum;
+}
+
+// Whether a + b > limit, exact even where a + b leaves the tick range.
+constexpr bool SumExceeds(KivTime a, KivTime b, KivTime limit) {
+  KivTime sum = 0;
+  if (__builtin_add_overflow(a, b, &sum)) return b > 0;
+  return sum > limit;
+}
+
+// A span of time, both ends included. (kTimeMin, kTimeMax) is the whole range;
+// an accumulator of changes starts empty as (kTimeMax, kTimeMin).
+struct TimeRange {
+  KivTime start = kTimeMax;
+  KivTime end = kTimeMin;
+
+  static constexpr TimeRange Whole() { return {kTimeMin, kTimeMax}; }
+  static constexpr TimeRange Empty() { return {}; }
+  constexpr bool IsEmpty() const { return start > end; }
+  constexpr bool Contains(KivTime t) const { return start <= t && t <= end; }
+  // Grows to cover `other` too; an empty range adds nothing.
+  constexpr void Merge(const TimeRange& other) {
+    if (other.IsEmpty()) return;
+    if (other.start < start) start = other.start;
+    if (other.end > end) end = other.end;
+  }
+  friend constexpr bool operator==(const TimeRange&, const TimeRange&) = default;
+};
+
+}  // namespace velmar

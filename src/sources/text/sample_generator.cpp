@@ -1,0 +1,216 @@
+#include "sources/text/sample_generator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "sources/text/sample_car.h"
+#include "sources/text/text_structures.h"
+#include "sources/text/text_writer.h"
+#include "velmar/text.h"
+#include "velmar/version.h"
+
+namespace velmar {
+namespace {
+
+struct ColumnDef {
+  SampleChannel channel;
+  const char16_t* name;
+  const char16_t* unit;
+};
+
+constexpr ColumnDef kFast[] = {
+    {SampleChannel::kDistance, u"Distance", u"m"},
+    {SampleChannel::kSpeed, u"Speed", u"km/h"},
+    {SampleChannel::kEngineSpeed, u"Engine Speed", u"rpm"},
+    {SampleChannel::kThrottle, u"Throttle", u"%"},
+    {SampleChannel::kBrakePressure, u"Brake Pressure", u"bar"},
+    {SampleChannel::kGear, u"Gear", u""},
+    {SampleChannel::kLateralAcceleration, u"Lateral Acceleration", u"g"},
+    {SampleChannel::kLongitudinalAcceleration, u"Longitudinal Acceleration", u"g"},
+    {SampleChannel::kLatitude, u"GPS Latitude", u"deg"},
+    {SampleChannel::kLongitude, u"GPS Longitude", u"deg"},
+};
+
+constexpr ColumnDef kSlow[] = {
+    {SampleChannel::kWaterTemperature, u"Water Temperature", u"C"},
+    {SampleChannel::kOilTemperature, u"Oil Temperature", u"C"},
+    {SampleChannel::kTyreTemperatureFL, u"Tyre Temperature FL", u"C"},
+    {SampleChannel::kTyreTemperatureFR, u"Tyre Temperature FR", u"C"},
+    {SampleChannel::kTyreTemperatureRL, u"Tyre Temperature RL", u"C"},
+    {SampleChannel::kTyreTemperatureRR, u"Tyre Temperature RR", u"C"},
+    {SampleChannel::kFuelLevel, u"Fuel Level", u"l"},
+};
+
+constexpr ColumnDef kWideExtra[] = {
+    {SampleChannel::kSteeringAngle, u"Steering Angle", u"deg"},
+    {SampleChannel::kWheelSpeedFL, u"Wheel Speed FL", u"km/h"},
+    {SampleChannel::kWheelSpeedFR, u"Wheel Speed FR", u"km/h"},
+    {SampleChannel::kWheelSpeedRL, u"Wheel Speed RL", u"km/h"},
+    {SampleChannel::kWheelSpeedRR, u"Wheel Speed RR", u"km/h"},
+    {SampleChannel::kRideHeightFront, u"Ride Height Front", u"mm"},
+    {SampleChannel::kRideHeightRear, u"Ride Height Rear", u"mm"},
+    {SampleChannel::kDamperFL, u"Damper Position FL", u"mm"},
+    {SampleChannel::kDamperFR, u"Damper Position FR", u"mm"},
+    {SampleChannel::kFuelLevel, u"Fuel Level", u"l"},
+};
+
+std::vector<ColumnDef> WideDefs() {
+  std::vector<ColumnDef> defs(std::begin(kFast), std::end(kFast));
+  defs.insert(defs.end(), std::begin(kWideExtra), std::end(kWideExtra));
+  return defs;
+}
+
+std::vector<std::u16string> Headers(const std::vector<ColumnDef>& defs) {
+  std::vector<std::u16string> out;
+  for (const auto& d : defs) out.push_back(std::u16string(d.name) + (*d.unit ? u"[" + std::u16string(d.unit) + u"]" : u""));
+  return out;
+}
+
+// One channel of the car, read on the writer's grid.
+class CarSampler : public TextGroupSampler {
+ public:
+  CarSampler(SampleCar& car, SampleChannel channel, KivTime end) : car_(car), channel_(channel), end_(end) {}
+  Result At(KivTime t, double* value) override {
+    if (t > end_) return Result::kNoMore;
+    *value = car_.Value(channel_, t);
+    return Result::kValue;
+  }
+
+ private:
+  SampleCar& car_;
+  SampleChannel channel_;
+  KivTime end_;
+};
+
+KivTime PeriodOf(double rate) {
+  if (!(rate > 0) || !std::isfinite(rate)) rate = 100.0;
+  return std::max<KivTime>(1, std::llround(1e7 / rate));
+}
+
+// One block of the given columns from 0 to end on a grid of period.
+void AppendCarBlock(std::string& out, SampleCar& car, const std::vector<ColumnDef>& defs, KivTime period,
+                    KivTime end) {
+  std::vector<std::unique_ptr<CarSampler>> samplers;
+  std::vector<TextGroupChannel> channels;
+  for (const auto& d : defs) {
+    samplers.push_back(std::make_unique<CarSampler>(car, d.channel, end));
+    channels.push_back({d.name, d.unit, 0, end, period, 1.0, 0.0, samplers.back().get()});
+  }
+  (void)AppendChannelGroupBlock(out, channels, 0);  // fails only on arguments made above
+}
+
+uint64_t Pick(uint64_t seed, uint64_t salt, uint64_t n) {
+  uint64_t z = (seed + salt) * 0x9E3779B97F4A7C15ull;
+  z ^= z >> 29;
+  return z % n;
+}
+
+void AppendInformation(std::string& out, const SampleOptions& o, std::u16string_view comment) {
+  static constexpr const char16_t* kDrivers[] = {u"Alex Marlow", u"Jo Castell", u"Sam Okafor", u"Rita Verne"};
+  static constexpr const char16_t* kCars[] = {u"KV-17 #4", u"KV-17 #9", u"KV-18 #2"};
+  AppendInformationLine(out, u"DriverName", kDrivers[Pick(o.seed, 1, std::size(kDrivers))]);
+  AppendInformationLine(out, u"TrackName", u"Halvane Park");
+  AppendInformationLine(out, u"CarName", kCars[Pick(o.seed, 2, std::size(kCars))]);
+  AppendInformationLine(out, u"SessionNumber", W(std::to_string(1 + Pick(o.seed, 3, 4))));
+  AppendInformationLine(out, u"OutingNumber", W(std::to_string(1 + Pick(o.seed, 4, 12))));
+  AppendInformationLine(out, u"FirstLapNumber", u"1");
+  AppendInformationLine(out, u"ShortComment", comment);
+  AppendInformationLine(out, u"LongComment",
+                        W("Made by the sample generator.\r\nLaps: " + std::to_string(o.laps) +
+                          ", rate: " + std::to_string(o.rate) + " Hz, seed: " + std::to_string(o.seed) + "."));
+  AppendInformationLine(out, u"SystemDetails", W(std::string("velmar ") + kVersion));
+  AppendInformationLine(out, u"EngineTest", u"False");
+  AppendInformationLine(out, u"SampleSeed", W(std::to_string(o.seed)));  // a key the format does not know
+}
+
+void AppendLapEvents(std::string& out, const SampleCar& car) {
+  AppendEventBlockHead(out);
+  for (int k = 0; k < car.laps(); ++k) {
+    TextEvent e;
+    e.time = static_cast<KivTime>(std::llround(car.LapEnd(k) * 1e7));
+    e.name = u"End of lap";
+    e.category = kEventFromCar;
+    e.source = u"Beacon";
+    e.message = W("Lap " + std::to_string(k + 1));
+    AppendEventRow(out, e, 0);
+  }
+}
+
+void AppendSetupConstants(std::string& out) {
+  const TextConstant constants[] = {
+      {u"Front Wing Angle", 12.5, u"deg"},   {u"Rear Wing Angle", 18.0, u"deg"},
+      {u"Tyre Pressure FL", 1.85, u"bar, cold"}, {u"Tyre Pressure FR", 1.85, u"bar, cold"},
+      {u"Tyre Pressure RL", 1.75, u"bar, cold"}, {u"Tyre Pressure RR", 1.75, u"bar, cold"},
+      {u"Brake Balance", 56.5, u"% front"},  {u"Fuel Load", 60.0, u"l at start"},
+  };
+  AppendConstantBlock(out, constants);
+}
+
+}  // namespace
+
+std::string GenerateSampleOuting(const SampleOptions& options) {
+  SampleOptions o = options;
+  o.laps = std::max(1, o.laps);
+  SampleCar car(o.seed, o.laps);
+  KivTime fast = PeriodOf(o.rate);
+  KivTime slow = fast * 10;
+  auto end = static_cast<KivTime>(std::floor(car.Duration() * 1e7));
+
+  std::string out;
+  AppendHead(out);
+  AppendInformation(out, o, u"Sample outing");
+  AppendLapEvents(out, car);
+  AppendSetupConstants(out);
+  AppendCarBlock(out, car, {std::begin(kFast), std::end(kFast)}, fast, end);
+  SampleCar slowCar(o.seed, o.laps);
+  AppendCarBlock(out, slowCar, {std::begin(kSlow), std::end(kSlow)}, slow, end);
+  return out;
+}
+
+std::string GenerateWideTable(uint64_t targetBytes, const SampleOptions& options) {
+  KivTime period = PeriodOf(options.rate);
+  std::vector<ColumnDef> defs = WideDefs();
+  // Size a row from a short stretch, then run as long as the target needs.
+  constexpr KivTime kProbeRows = 2000;
+  std::string probe;
+  {
+    SampleCar car(options.seed, 2);
+    AppendCarBlock(probe, car, defs, period, (kProbeRows - 1) * period);
+  }
+  double bytesPerRow = static_cast<double>(probe.size()) / static_cast<double>(kProbeRows);
+  auto rows = static_cast<KivTime>(std::max(1.0, std::ceil(static_cast<double>(targetBytes) / bytesPerRow)));
+  double seconds = static_cast<double>(rows * period) / 1e7;
+  int laps = static_cast<int>(std::ceil(seconds / (SampleCar::ReferenceLapTime() / 1.01))) + 1;
+  SampleCar car(options.seed, laps);
+
+  std::string out;
+  out.reserve(static_cast<size_t>(targetBytes + targetBytes / 16 + 4096));
+  AppendHead(out);
+  SampleOptions o = options;
+  o.laps = laps;
+  AppendInformation(out, o, u"Wide table for import benchmarks");
+  AppendCarBlock(out, car, defs, period, (rows - 1) * period);
+  return out;
+}
+
+const std::vector<std::u16string>& SampleFastColumns() {
+  static const std::vector<std::u16string> names = Headers({std::begin(kFast), std::end(kFast)});
+  return names;
+}
+
+const std::vector<std::u16string>& SampleSlowColumns() {
+  static const std::vector<std::u16string> names = Headers({std::begin(kSlow), std::end(kSlow)});
+  return names;
+}
+
+const std::vector<std::u16string>& SampleWideColumns() {
+  static const std::vector<std::u16string> names = Headers(WideDefs());
+  return names;
+}
+
+TextStatus WriteSampleFile(const std::filesystem::path& path, std::string_view bytes, TextFileOps& ops) {
+  return ReplaceFile(ops, path, bytes);
+}
+
+}  // namespace velmar

@@ -1,0 +1,65 @@
+// CTasks: the root's task list. It holds the tasks in order, keeps a back
+// reference to the root (not counted), hands every task the root's list of
+// data factories and closes them all when the root closes.
+//
+// Tasks themselves, and adding and removing them (each a storage of the
+// settings file), come with the task; until then AddTask and RemoveTask of
+// a task in the list give E_NOTIMPL.
+//
+// Client thread only.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/velmar_parts.h"
+#include "velmar/class_registry.h"
+#include "velmar/tasks.h"
+
+namespace velmar {
+
+// What the list needs of each task it holds.
+struct IKivTaskListMember : IKivUnknown {
+  static constexpr Guid iid = Guid::Literal("{508B83D0-2CD5-4886-9EB8-B4752F76EC2A}");
+  virtual KivResult GetTask(IKivTask** task) = 0;
+  // The task closes: it raises its closing notification and lets go of its selections.
+  virtual KivResult Close() = 0;
+  virtual KivResult SetDataFactoryList(const ActiveDataFactories& factories) = 0;
+  virtual KivResult FindChannelName(const std::u16string& name, KivBool* found) = 0;
+  virtual KivResult FindEventName(const std::u16string& name, KivBool* found) = 0;
+};
+
+class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
+ public:
+  KivResult GetCount(int32_t* count) override;
+  KivResult GetItem(int32_t index, IKivTask** task) override;
+  KivResult AddTask(IKivTask** task) override;
+  KivResult RemoveTask(int32_t index) override;
+  KivResult GetEnumerator(IKivUnknown** enumerator) override;
+  KivResult CanAddTask(KivBool* can) override;
+
+  KivResult SetRoot(IKivVelmar* root) override;
+  KivResult CloseAll() override;
+  KivResult SetDataFactoryList(const ActiveDataFactories& factories) override;
+  KivResult FindChannelName(const std::u16string& name, KivBool* found) override;
+  KivResult FindEventName(const std::u16string& name, KivBool* found) override;
+
+  IKivVelmar* Root() const { return root_; }
+  const ActiveDataFactories& DataFactoryList() const { return factories_; }
+  // Appends a task made elsewhere (the task's own loading); it takes the
+  // current list of data factories.
+  KivResult Append(IKivTaskListMember* task);
+
+ private:
+  bool InRange(int32_t index) const { return index >= 1 && static_cast<size_t>(index) <= tasks_.size(); }
+  KivResult FindName(bool channel, const std::u16string& name, KivBool* found);
+
+  IKivVelmar* root_ = nullptr;
+  std::vector<ComPtr<IKivTaskListMember>> tasks_;
+  ActiveDataFactories factories_;
+};
+
+// Registers CTasks under CLSID_KivTasks.
+[[nodiscard]] KivResult RegisterTasksClasses(ClassRegistry& registry);
+
+}  // namespace velmar

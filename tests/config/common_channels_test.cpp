@@ -1,0 +1,62 @@
+#include "config/common_channels.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace velmar {
+namespace {
+
+struct Parent : CCommonChannelsStore::Parent {
+  int told = 0;
+  void CommonChannelsChanged() override { ++told; }
+};
+
+TEST(CommonChannels, AFaceWithoutAStoreHasNothingToShow) {
+  auto face = MakeKiv<CCommonChannels>();
+  std::u16string text;
+  EXPECT_EQ(face->GetDistance(nullptr), E_POINTER);
+  EXPECT_EQ(face->GetDistance(&text), E_UNEXPECTED);
+  EXPECT_EQ(face->SetSpeed(u"[3]x"), E_UNEXPECTED);
+}
+
+TEST(CommonChannels, EachRoleReadsAndWritesItsOwnText) {
+  auto store = std::make_shared<CCommonChannelsStore>();
+  Parent parent;
+  store->SetParent(&parent);
+  auto face = MakeKiv<CCommonChannels>();
+  ASSERT_EQ(face->AttachStore(store), S_OK);
+  std::u16string text;
+  ASSERT_EQ(face->GetCorrectedSpeed(&text), S_OK);
+  EXPECT_EQ(text, u"[3]Corrected Speed");
+  ASSERT_EQ(face->GetGlobalTime(&text), S_OK);
+  EXPECT_EQ(text, u"[6]Global Time");
+  ASSERT_EQ(face->GetHeading(&text), S_OK);
+  EXPECT_EQ(text, u"[7]Heading");
+
+  EXPECT_EQ(face->SetFuelUsed(u"[2]Fuel Used"), S_OK);
+  EXPECT_EQ(parent.told, 0) << "the text already held";
+  EXPECT_EQ(face->SetFuelUsed(u"[2]Fuel Burnt"), S_OK);
+  EXPECT_EQ(parent.told, 1);
+  ASSERT_EQ(store->Get(6, &text), S_OK);
+  EXPECT_EQ(text, u"[2]Fuel Burnt");
+}
+
+#if defined(__GNUC__) && !defined(_MSC_VER)
+template <class M>
+size_t SlotOf(M member) {
+  ptrdiff_t raw = 0;
+  std::memcpy(&raw, &member, sizeof raw);
+  return static_cast<size_t>(raw - 1) / sizeof(void*);
+}
+
+TEST(CommonChannels, RoleKSitsInSlotsThreePlusTwoK) {
+  EXPECT_EQ(SlotOf(&IKivCommonChannels::GetDistance), 3u);
+  EXPECT_EQ(SlotOf(&IKivCommonChannels::SetDistance), 4u);
+  EXPECT_EQ(SlotOf(&IKivCommonChannels::GetHeading), 33u);
+  EXPECT_EQ(SlotOf(&IKivCommonChannels::SetHeading), 34u);
+}
+#endif
+
+}  // namespace
+}  // namespace velmar

@@ -1,0 +1,49 @@
+#include "config/priorities.h"
+
+#include <gtest/gtest.h>
+
+namespace velmar {
+namespace {
+
+struct Parent : CPrioritiesParentCallback {
+  int told = 0;
+  KivResult OnPrioritiesEdited() override {
+    ++told;
+    return S_OK;
+  }
+};
+
+TEST(Priorities, DefaultColoursCompareBeforeTellingTheParent) {
+  auto priorities = MakeKiv<CPriorities>();
+  Parent parent;
+  ASSERT_EQ(priorities->SetParentCallback(&parent), S_OK);
+  uint32_t colour = 0;
+  ASSERT_EQ(priorities->GetDefaultForeColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0xFF0000u);
+  ASSERT_EQ(priorities->GetDefaultBackColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0xFFFFFFu);
+  EXPECT_EQ(priorities->SetDefaultForeColor(0xFF0000), S_OK);
+  EXPECT_EQ(parent.told, 0);
+  EXPECT_EQ(priorities->SetDefaultBackColor(0x00FF00), S_OK);
+  EXPECT_EQ(parent.told, 1);
+  ASSERT_EQ(priorities->GetDefaultBackColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0x00FF00u);
+}
+
+TEST(Priorities, AnEmptyListAndItsLimit) {
+  auto priorities = MakeKiv<CPriorities>();
+  int32_t n = -1;
+  ASSERT_EQ(priorities->GetMaximumCount(&n), S_OK);
+  EXPECT_EQ(n, 8);
+  ASSERT_EQ(priorities->GetCount(&n), S_OK);
+  EXPECT_EQ(n, 0);
+  ComPtr<IKivPriority> priority;
+  EXPECT_EQ(priorities->GetByIndex(1, priority.Put()), DISP_E_BADINDEX);
+  EXPECT_EQ(priorities->GetById(1, priority.Put()), DISP_E_BADINDEX);
+  EXPECT_FALSE(priority);
+  EXPECT_EQ(priorities->Remove(1), DISP_E_BADINDEX);
+  EXPECT_EQ(priorities->Add(1, nullptr), E_POINTER);
+}
+
+}  // namespace
+}  // namespace velmar

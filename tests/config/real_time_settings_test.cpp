@@ -1,0 +1,116 @@
+#include "config/real_time_settings.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "platform/registry/registry_file.h"
+#include "support/faulty_file_ops.h"
+#include "support/temp_dir.h"
+#include "velmar/registry.h"
+
+namespace velmar::testing {
+namespace {
+
+class RealTimeSettingsTest : public ::testing::Test, public CRealTimeSettingsChanges {
+ protected:
+  void SetUp() override {
+    hive_ = std::make_shared<RegistryFile>(dir_ / "user.json", ops_);
+    override_.emplace(RegHive::kCurrentUser, hive_);
+    ASSERT_EQ(settings_->SetChangeCallback(this), S_OK);
+  }
+  void OnRealTimeSettingsChanged() override { ++told_; }
+  void StoreU32(const char16_t* name, uint32_t value) {
+    RegistryKey key;
+    ASSERT_EQ(RegistryKey::Create(hive_, kRealTimeSettingsKey, &key), S_OK);
+    ASSERT_EQ(key.SetU32(name, value), S_OK);
+  }
+
+  TempDir dir_;
+  FaultyFileOps ops_;
+  std::shared_ptr<RegistryFile> hive_;
+  std::optional<ScopedHiveOverride> override_;
+  ComPtr<CRealTimeSettings> settings_ = MakeKiv<CRealTimeSettings>();
+  int told_ = 0;
+};
+
+TEST_F(RealTimeSettingsTest, StreamFieldsStartAtTheirDefaults) {
+  int32_t n = 0;
+  ASSERT_EQ(settings_->GetLinkValueA(&n), S_OK);
+  EXPECT_EQ(n, 200);
+  ASSERT_EQ(settings_->GetLinkValueB(&n), S_OK);
+  EXPECT_EQ(n, 5000);
+  ASSERT_EQ(settings_->GetSocketValue(&n), S_OK);
+  EXPECT_EQ(n, 1);
+  ASSERT_EQ(settings_->GetPort(&n), S_OK);
+  EXPECT_EQ(n, 4567);
+  std::u16string text;
+  ASSERT_EQ(settings_->GetGroupAddress(&text), S_OK);
+  EXPECT_EQ(text, u"239.1.1.1");
+  ASSERT_EQ(settings_->GetCacheFolder(&text), S_OK);
+  EXPECT_EQ(text, std::filesystem::temp_directory_path().u16string()) << "an empty folder means the temporary one";
+}
+
+TEST_F(RealTimeSettingsTest, SettersCompareFirstAndTellTheRootOfAChange) {
+  EXPECT_EQ(settings_->SetPort(4567), S_OK);
+  EXPECT_EQ(settings_->SetGroupAddress(u"239.1.1.1"), S_OK);
+  EXPECT_EQ(told_, 0);
+  EXPECT_EQ(settings_->SetPort(5000), S_OK);
+  EXPECT_EQ(settings_->SetGroupAddress(u"239.1.1.2"), S_OK);
+  EXPECT_EQ(settings_->SetCacheFolder(u"/var/cache/kivara"), S_OK);
+  EXPECT_EQ(told_, 3);
+  EXPECT_EQ(settings_->SetLinkValueA(0), E_FAIL);
+  EXPECT_EQ(settings_->SetSocketValue(0), E_FAIL);
+  EXPECT_EQ(settings_->SetGroupAddress(u""), S_OK);
+  std::u16string text;
+  EXPECT_EQ(settings_->GetGroupAddress(&text), E_FAIL) << "an empty group address can't be given";
+  EXPECT_EQ(told_, 4);
+}
+
+TEST_F(RealTimeSettingsTest, TheAnyAddressIsAnsweredWithAnAddressOfThisMachine) {
+  std::u16string address;
+  ASSERT_EQ(settings_->GetInterfaceAddress(&address), S_OK);
+  EXPECT_FALSE(address.empty());
+  EXPECT_EQ(ApplyInterfaceAddress(u"0.0.0.0", false), u"0.0.0.0") << "kept unless forced";
+  EXPECT_EQ(ApplyInterfaceAddress(address, false), address) << "an address of this machine is kept";
+}
+
+TEST_F(RealTimeSettingsTest, RegistryValuesHaveDefaultsAndLimits) {
+  KivBool fixed = 0;
+  ASSERT_EQ(settings_->GetFixedCacheSize(&fixed), S_OK);
+  EXPECT_EQ(fixed, KIV_TRUE);
+  uint32_t size = 0;
+  ASSERT_EQ(settings_->GetMaximumCacheSize(&size), S_OK);
+  EXPECT_EQ(size, 20u);
+  ASSERT_EQ(settings_->GetReceiveBufferSize(&size), S_OK);
+  EXPECT_EQ(size, 5u);
+  StoreU32(u"MaximumCacheSize", 1);
+  StoreU32(u"ReceiveBufferSize", 0);
+  StoreU32(u"FixedCacheSize", 0);
+  ASSERT_EQ(settings_->GetMaximumCacheSize(&size), S_OK);
+  EXPECT_EQ(size, 20u) << "below 2 reads as 20";
+  ASSERT_EQ(settings_->GetReceiveBufferSize(&size), S_OK);
+  EXPECT_EQ(size, 5u);
+  ASSERT_EQ(settings_->GetFixedCacheSize(&fixed), S_OK);
+  EXPECT_EQ(fixed, KIV_FALSE);
+  EXPECT_EQ(settings_->SetMaximumCacheSize(1), E_INVALIDARG);
+  EXPECT_EQ(settings_->SetReceiveBufferSize(101), E_INVALIDARG);
+  EXPECT_EQ(settings_->SetReceiveBufferSize(0), E_INVALIDARG);
+  EXPECT_EQ(told_, 0);
+}
+
+TEST_F(RealTimeSettingsTest, RegistrySettersWriteAndTellEvenWhenUnchanged) {
+  EXPECT_EQ(settings_->SetMaximumCacheSize(20), S_OK);
+  EXPECT_EQ(settings_->SetMaximumCacheSize(20), S_OK);
+  EXPECT_EQ(told_, 2);
+  EXPECT_EQ(settings_->SetReceiveBufferSize(100), S_OK);
+  uint32_t size = 0;
+  ASSERT_EQ(settings_->GetReceiveBufferSize(&size), S_OK);
+  EXPECT_EQ(size, 100u);
+  ops_.FailAt(FaultyFileOps::Step::kWrite);
+  EXPECT_EQ(settings_->SetFixedCacheSize(KIV_FALSE), E_FAIL);
+  EXPECT_EQ(told_, 3) << "a failed write tells nobody";
+}
+
+}  // namespace
+}  // namespace velmar::testing

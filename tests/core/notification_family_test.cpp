@@ -1,0 +1,77 @@
+#include "velmar/notification_family.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "core/notification_test_families.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+// Each generation extends the one before and names it as its Parent.
+static_assert(std::is_same_v<IKivProbeNotifications2::Parent, IKivProbeNotifications>);
+static_assert(std::is_same_v<IKivProbeNotifications3::Parent, IKivProbeNotifications2>);
+static_assert(std::is_base_of_v<IKivUnknown, IKivProbeNotifications>);
+static_assert(std::is_base_of_v<CProbeNotificationsReceiver, CProbeNotifications3Receiver>);
+static_assert(std::is_abstract_v<IKivProbeNotifications3>);
+static_assert(!std::is_abstract_v<CProbeNotifications3Receiver>, "every receiver operation has a default");
+static_assert(!std::is_abstract_v<CProbeNotifications3Sink<>>, "a sink implements every operation");
+static_assert(!std::is_abstract_v<CProbeNotifications3Sink<CBaseMultiSourceSink>>);
+static_assert(std::is_base_of_v<IKivProbeNotifications3, CProbeNotifications3Sink<>>);
+static_assert(std::is_same_v<decltype(std::declval<CProbeNotifications2Sink<>&>().GetReceiver()),
+                             CProbeNotifications2Receiver*>);
+
+TEST(NotificationFamily, GenerationsHaveTheirOwnIdentities) {
+  EXPECT_NE(IKivProbeNotifications::iid, IKivProbeNotifications2::iid);
+  EXPECT_NE(IKivProbeNotifications2::iid, IKivProbeNotifications3::iid);
+  EXPECT_EQ(IKivProbeNotifications3::iid, Guid::Literal("{0B0E0001-0000-4000-8000-000000000003}"));
+}
+
+// Records what reached it, overriding only what it cares about.
+struct NameAndCount : CProbeNotifications3Receiver {
+  void Counted(IKivUnknown* source, uint32_t n) override { heard.push_back({source, "Counted", std::to_string(n)}); }
+  void Named(IKivUnknown* source, const std::u16string& name) override {
+    heard.push_back({source, "Named", WideToUtf8(name)});
+  }
+  struct Call {
+    IKivUnknown* source;
+    std::string what;
+    std::string argument;
+    bool operator==(const Call&) const = default;
+  };
+  std::vector<Call> heard;
+};
+
+TEST(NotificationFamily, SinkForwardsEveryGenerationsOperationsWithTheirArguments) {
+  NameAndCount receiver;
+  auto sink = MakeKiv<CProbeNotifications3Sink<>>();
+  sink->SetReceiver(&receiver);
+  IKivProbeNotifications3* notifications = sink.Get();
+  IKivUnknown* source = sink->PrimaryUnknown();
+  EXPECT_EQ(notifications->Started(source), S_OK) << "a default receiver operation does nothing";
+  EXPECT_EQ(notifications->Counted(source, 42), S_OK);
+  EXPECT_EQ(notifications->Named(source, u"Lap 3"), S_OK);
+  EXPECT_EQ(notifications->Stopped(nullptr), S_OK);
+  EXPECT_THAT(receiver.heard, ElementsAre(NameAndCount::Call{source, "Counted", "42"},
+                                          NameAndCount::Call{source, "Named", "Lap 3"}));
+}
+
+TEST(NotificationFamily, OlderReceiverServesAnOlderSinkOnly) {
+  std::vector<std::string> log;
+  ProbeLog receiver(&log, "r");
+  auto sink = MakeKiv<CProbeNotificationsSink<>>();
+  sink->SetReceiver(&receiver);  // a newer receiver is also an older one
+  IKivProbeNotifications* notifications = sink.Get();
+  EXPECT_EQ(notifications->Started(nullptr), S_OK);
+  EXPECT_EQ(notifications->Counted(nullptr, 9), S_OK);
+  EXPECT_THAT(log, ElementsAre("r:Started", "r:Counted9"));
+}
+
+}  // namespace
+}  // namespace velmar::testing

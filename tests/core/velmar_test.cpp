@@ -1,0 +1,351 @@
+#include "core/velmar.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "core/data_factory_branding.h"
+#include "core/velmar_test_fixture.h"
+#include "velmar/colour_table.h"
+#include "velmar/common_channels.h"
+#include "velmar/favorites.h"
+#include "velmar/priorities.h"
+#include "velmar/real_time_settings.h"
+#include "velmar/tasks.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class VelmarTest : public VelmarTestBase {};
+
+TEST_F(VelmarTest, ConstructionMakesTheOwnedObjectsInOrderAndWiresThem) {
+  EXPECT_THAT(PartLogWith(""),
+              ElementsAre("colourTable.made", "colourTable.SetParentCallback(set)", "favorites.made",
+                          "favorites.SetParentCallback(set)", "priorities.made", "priorities.SetParentCallback(set)",
+                          "mapping.made", "mapping.SetParentCallback(set)", "constants.made",
+                          "constants.SetRootBackReference(set)", "tasks.made", "realTime.made",
+                          "realTime.SetChangeCallback(set)", "commonChannels.made", "channelProperties.made",
+                          "channelProperties.SetQuantityToColorMapping(null)", "eventProperties.made", "groups.made",
+                          "tasks.SetRoot(set)", "commonChannels.AttachStore(set)", "constants.AttachCache(set)"));
+  EXPECT_EQ(TestTasks::last->root, static_cast<IKivVelmar*>(Root()));
+  EXPECT_EQ(root_->ExtentWidth(), 846);
+  EXPECT_EQ(root_->ExtentHeight(), 846);
+  EXPECT_TRUE(root_->IsDirty()) << "a new root has a file to save";
+  EXPECT_EQ(LiveVelmarRootCount(), 1u);
+  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 1u);
+}
+
+TEST_F(VelmarTest, AMissingPartStopsConstructionWithItsCode) {
+  ASSERT_EQ(ClassRegistry::Process().Unregister(CLSID_KivRealTimeSettings), S_OK);
+  ComPtr<CVelmar> second;
+  EXPECT_EQ(CVelmar::Create(&second), REGDB_E_CLASSNOTREG);
+  EXPECT_FALSE(second);
+  RegisterTestParts();
+  EXPECT_EQ(LiveVelmarRootCount(), 1u) << "the failed root is not counted";
+  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 1u);
+}
+
+TEST_F(VelmarTest, CloseRaisesClosingFirstThenReleasesInOrder) {
+  PartLog().clear();
+  auto mappingSink = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
+  struct MappingLog : CQuantityToColorMappingNotificationsReceiver {
+    void Closing(IKivQuantityToColorMapping*) override { PartLog().push_back("mapping-sink.Closing"); }
+  } mappingLog;
+  mappingSink->SetReceiver(&mappingLog);
+  ASSERT_TRUE(mappingSink->Connect(static_cast<IKivQuantityToColorMappingInternal*>(TestMapping::last)));
+  Listen<CVelmarNotificationsSink<>>("root.");
+  struct ClosingToLog : CVelmarNotificationsReceiver {
+    void Closing(IKivVelmar*) override { PartLog().push_back("root-sink.Closing"); }
+  } closingToLog;
+  auto rootSink = MakeKiv<CVelmarNotificationsSink<>>();
+  rootSink->SetReceiver(&closingToLog);
+  ASSERT_TRUE(rootSink->Connect(Root()));
+
+  EXPECT_EQ(Root()->Close(), S_OK);
+  EXPECT_THAT(PartLog(),
+              ElementsAre("root-sink.Closing", "tasks.CloseAll", "mapping.NotifyClosing", "mapping-sink.Closing",
+                          "tasks.SetRoot(null)", "tasks.~", "constants.SetRootBackReference(null)", "constants.~",
+                          "commonChannels.~", "realTime.SetChangeCallback(null)", "realTime.~",
+                          "channelProperties.~ sinks=0", "eventProperties.~ sinks=0", "groups.~ sinks=0",
+                          "priorities.SetParentCallback(null)", "priorities.~", "mapping.SetParentCallback(null)",
+                          "mapping.~", "colourTable.SetParentCallback(null)", "colourTable.~",
+                          "favorites.SetParentCallback(null)", "favorites.~"));
+  EXPECT_THAT(log_, ElementsAre("root.Closing"));
+  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 0u);
+  EXPECT_EQ(LiveVelmarRootCount(), 1u) << "the root lives until its last reference goes";
+  rootSink->SetReceiver(nullptr);
+  mappingSink->SetReceiver(nullptr);  // the mapping went with its sinks
+}
+
+TEST_F(VelmarTest, CloseRunsOnce) {
+  Listen<CVelmarNotifications7Sink<>>("");
+  EXPECT_EQ(Root()->Close(), S_OK);
+  EXPECT_EQ(Root()->Close(), S_FALSE);
+  EXPECT_THAT(log_, ElementsAre("Closing"));
+  ComPtr<IKivTasks> tasks;
+  EXPECT_EQ(Root()->GetTasks(tasks.Put()), E_UNEXPECTED);
+  ComPtr<IKivQuantityToColorMapping> mapping;
+  EXPECT_EQ(Root()->GetQuantityToColorMapping(mapping.Put()), E_FAIL);
+  EXPECT_EQ(Root()->AddDataFactory(kFactoryA), E_UNEXPECTED);
+}
+
+// Detaches its own sink when it hears Closing.
+class Detacher : public CVelmarNotificationsReceiver {
+ public:
+  Detacher(IKivVelmar* root, std::vector<std::string>* log) : root_(root), log_(log) {}
+  void Closing(IKivVelmar*) override {
+    log_->push_back("detacher");
+    sink->SetReceiver(nullptr);
+    sink->Disconnect(root_);
+    sink = nullptr;
+  }
+  ComPtr<CVelmarNotificationsSink<>> sink;
+
+ private:
+  IKivVelmar* root_;
+  std::vector<std::string>* log_;
+};
+
+TEST_F(VelmarTest, ASinkMayDetachItselfInClosing) {
+  Detacher detacher(Root(), &log_);
+  detacher.sink = MakeKiv<CVelmarNotificationsSink<>>();
+  detacher.sink->SetReceiver(&detacher);
+  ASSERT_TRUE(detacher.sink->Connect(Root()));
+  Listen<CVelmarNotificationsSink<>>("after.");
+  Listen<CVelmarNotifications3Sink<>>("gen3.");
+  EXPECT_EQ(Root()->Close(), S_OK);
+  EXPECT_THAT(log_, ElementsAre("detacher", "after.Closing", "gen3.Closing"));
+  EXPECT_FALSE(detacher.sink);
+}
+
+TEST_F(VelmarTest, TheHostMayLetGoOfTheRootInClosing) {
+  struct Dropper : CVelmarNotificationsReceiver {
+    ComPtr<CVelmar>* root = nullptr;
+    void Closing(IKivVelmar*) override { *root = nullptr; }
+  } dropper;
+  dropper.root = &root_;
+  auto sink = MakeKiv<CVelmarNotificationsSink<>>();
+  sink->SetReceiver(&dropper);
+  ASSERT_TRUE(sink->Connect(Root()));
+  IKivVelmar8* raw = Root();
+  EXPECT_EQ(raw->Close(), S_OK);
+  EXPECT_FALSE(root_);
+  EXPECT_EQ(LiveVelmarRootCount(), 0u) << "the root went when Close let go of itself";
+}
+
+TEST_F(VelmarTest, GettersRefuseNullOutArguments) {
+  const std::vector<std::function<KivResult()>> getters = {
+      [&] { return Root()->GetChannelPropertyFactory(nullptr); },
+      [&] { return Root()->GetCircuitMapData(nullptr); },
+      [&] { return Root()->GetCommonChannels(nullptr); },
+      [&] { return Root()->GetGlobalConstantFactory(nullptr); },
+      [&] { return Root()->GetGroupFactory(nullptr); },
+      [&] { return Root()->GetRealTimeSettings(nullptr); },
+      [&] { return Root()->GetTasks(nullptr); },
+      [&] { return Root()->GetOutingCaptionFormat(nullptr); },
+      [&] { return Root()->GetTimeFormat(nullptr); },
+      [&] { return Root()->GetPriorities(nullptr); },
+      [&] { return Root()->GetSpareSettingA(nullptr); },
+      [&] { return Root()->GetSpareSettingB(nullptr); },
+      [&] { return Root()->GetEventPropertyFactory(nullptr); },
+      [&] { return Root()->GetTimePrecision(nullptr); },
+      [&] { return Root()->GetPerformanceFormat(nullptr); },
+      [&] { return Root()->GetSpeedUnit(nullptr); },
+      [&] { return Root()->GetSpeedPrecision(nullptr); },
+      [&] { return Root()->GetFavorites(nullptr); },
+      [&] { return Root()->GetColourTable(nullptr); },
+      [&] { return Root()->GetDisplayOutingLabels(nullptr); },
+      [&] { return Root()->GetOutingLabelInitialization(nullptr); },
+      [&] { return Root()->GetQuantityToColorMapping(nullptr); },
+      [&] { return root_->GetFont(nullptr); },
+      [&] { return root_->GetBackColor(nullptr); },
+      [&] { return root_->GetForeColor(nullptr); },
+      [&] { return root_->GetGridColor(nullptr); },
+  };
+  for (size_t i = 0; i < getters.size(); ++i) EXPECT_EQ(getters[i](), E_POINTER) << "getter " << i;
+}
+
+TEST_F(VelmarTest, GettersHandOutTheHeldDatabasesAndNoCircuitMap) {
+  ComPtr<IKivCircuitMapData> map;
+  EXPECT_EQ(Root()->GetCircuitMapData(map.Put()), S_FALSE);
+  EXPECT_FALSE(map);
+  ComPtr<IKivChannelPropertyFactory> channels;
+  ASSERT_EQ(Root()->GetChannelPropertyFactory(channels.Put()), S_OK);
+  EXPECT_EQ(channels.Get(), static_cast<IKivChannelPropertyFactory*>(TestChannelProperties::last));
+  ComPtr<IKivGroupFactory> groups;
+  ASSERT_EQ(Root()->GetGroupFactory(groups.Put()), S_OK);
+  EXPECT_EQ(groups.Get(), static_cast<IKivGroupFactory*>(TestGroups::last));
+}
+
+TEST_F(VelmarTest, WhatNeedsTheSettingsFileFailsWithoutOneAndRaisesNothing) {
+  Listen<CVelmarNotifications7Sink<>>("");
+  EXPECT_EQ(Root()->SetOutingCaptionFormat(u"%name%"), E_FAIL);
+  EXPECT_EQ(Root()->SetOutingCaptionFormat(u""), E_FAIL) << "no file is checked first";
+  EXPECT_EQ(Root()->SetSpareSettingA(5), E_FAIL);
+  EXPECT_EQ(Root()->SetSpareSettingB(5), E_FAIL);
+  EXPECT_EQ(Root()->SetChannelPropertyFactory(nullptr), E_INVALIDARG);
+  EXPECT_EQ(Root()->SetChannelPropertyFactory(TestChannelProperties::last), E_FAIL);
+  EXPECT_EQ(Root()->SetEventPropertyFactory(nullptr), E_INVALIDARG);
+  EXPECT_EQ(Root()->SetEventPropertyFactory(TestEventProperties::last), E_FAIL);
+  EXPECT_EQ(Root()->SetGroupFactory(nullptr), E_INVALIDARG);
+  EXPECT_EQ(Root()->SetGroupFactory(TestGroups::last), E_FAIL);
+  EXPECT_EQ(Root()->SetCircuitMapData(nullptr), E_FAIL);
+  EXPECT_THAT(log_, IsEmpty());
+
+  std::u16string caption;
+  ASSERT_EQ(Root()->GetOutingCaptionFormat(&caption), S_OK);
+  EXPECT_EQ(caption, u"%default%");
+  uint32_t spare = 0;
+  ASSERT_EQ(Root()->GetSpareSettingA(&spare), S_OK);
+  EXPECT_EQ(spare, 1u);
+  ASSERT_EQ(Root()->GetSpareSettingB(&spare), S_OK);
+  EXPECT_EQ(spare, 6u);
+}
+
+TEST_F(VelmarTest, AGenerationNSinkHearsGenerationsOneToN) {
+  Listen<CVelmarNotificationsSink<>>("g1.");
+  Listen<CVelmarNotifications2Sink<>>("g2.");
+  Listen<CVelmarNotifications4Sink<>>("g4.");
+  Listen<CVelmarNotifications7Sink<>>("g7.");
+  ASSERT_EQ(root_->SharedStores().commonChannels->Set(0, u"[1]Odometer"), S_OK);        // generation 1
+  ASSERT_EQ(Root()->SetTimeFormat(1), S_OK);                                              // 2
+  ASSERT_EQ(Root()->SetTimePrecision(5), S_OK);                                           // 3
+  ASSERT_EQ(Root()->SetSpeedUnit(2), S_OK);                                               // 4
+  ASSERT_EQ(Root()->SetOutingLabelInitialization(0), S_OK);                               // 7
+  EXPECT_THAT(log_, ElementsAre("g1.CommonChannelsChanged", "g2.CommonChannelsChanged", "g4.CommonChannelsChanged",
+                                "g7.CommonChannelsChanged", "g2.TimeFormatChanged", "g4.TimeFormatChanged",
+                                "g7.TimeFormatChanged", "g4.TimePrecisionChanged", "g7.TimePrecisionChanged",
+                                "g4.SpeedUnitChanged", "g7.SpeedUnitChanged", "g7.OutingLabelInitializationChanged"));
+}
+
+TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFile) {
+  Listen<CVelmarNotifications7Sink<>>("");
+  root_->ClearDirty();
+  EXPECT_EQ(TestPriorities::last->Edit(), E_FAIL);
+  EXPECT_EQ(TestColourTable::last->Edit(), E_FAIL);
+  EXPECT_THAT(log_, IsEmpty()) << "a stream that can't be rewritten raises nothing";
+  EXPECT_FALSE(root_->IsDirty());
+  TestMapping::last->Edit();
+  EXPECT_TRUE(root_->IsDirty()) << "the mapping's callback only marks dirty";
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(VelmarTest, ChangeCallbacksMarkDirtyAndRaise) {
+  Listen<CVelmarNotificationsSink<>>("");
+  root_->ClearDirty();
+  TestRealTimeSettings::last->Change();
+  EXPECT_TRUE(root_->IsDirty());
+  root_->ClearDirty();
+  ASSERT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_OK);
+  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_FALSE);
+  EXPECT_THAT(log_, ElementsAre("RealTimeSettingsChanged", "CommonChannelsChanged"));
+}
+
+TEST_F(VelmarTest, DatabaseChangesOnlyMarkDirty) {
+  Listen<CVelmarNotifications7Sink<>>("");
+  root_->ClearDirty();
+  TestChannelProperties::last->ReportChange();
+  EXPECT_TRUE(root_->IsDirty());
+  root_->ClearDirty();
+  TestGroups::last->ReportChange();
+  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(VelmarTest, ANameIsInUseWhenATaskShowsItOrACommonChannelNamesIt) {
+  TestTasks::last->names = {u"Brake Pressure"};
+  uint32_t reason = 0;
+  EXPECT_TRUE(TestChannelProperties::last->AskInUse(u"Brake Pressure", &reason));
+  EXPECT_EQ(reason, kNameUsedByTask);
+  EXPECT_TRUE(TestChannelProperties::last->AskInUse(u"Lap Distance", &reason));
+  EXPECT_EQ(reason, kNameUsedByCommonChannel);
+  reason = 0;
+  EXPECT_FALSE(TestChannelProperties::last->AskInUse(u"Oil Temp", &reason));
+  EXPECT_EQ(reason, 0u);
+  EXPECT_TRUE(TestEventProperties::last->AskInUse(u"Brake Pressure", &reason));
+  EXPECT_EQ(reason, kNameUsedByTask);
+  EXPECT_FALSE(TestEventProperties::last->AskInUse(u"Lap Distance", &reason)) << "events ask the tasks only";
+}
+
+TEST_F(VelmarTest, ControlColoursAndFont) {
+  uint32_t colour = 0;
+  ASSERT_EQ(root_->GetBackColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0xFFFFFFu);
+  ASSERT_EQ(root_->GetForeColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0u);
+  ASSERT_EQ(root_->GetGridColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0xD0D0D0u);
+  ComPtr<IKivUnknown> font;
+  EXPECT_EQ(root_->GetFont(font.Put()), S_FALSE);
+
+  root_->ClearDirty();
+  EXPECT_EQ(root_->SetGridColor(0xD0D0D0), S_OK);
+  EXPECT_FALSE(root_->IsDirty()) << "an unchanged grid colour does nothing at all";
+  EXPECT_EQ(root_->SetBackColor(0xFFFFFF), S_OK);
+  EXPECT_TRUE(root_->IsDirty()) << "the back colour setter stores even the same value";
+  root_->ClearDirty();
+  EXPECT_EQ(root_->SetGridColor(0x101010), S_OK);
+  EXPECT_TRUE(root_->IsDirty());
+  ASSERT_EQ(root_->GetGridColor(&colour), S_OK);
+  EXPECT_EQ(colour, 0x101010u);
+
+  ComPtr<TestTasks> anObject = MakeKiv<TestTasks>();
+  EXPECT_EQ(root_->PutRefFont(anObject->PrimaryUnknown()), S_OK);
+  ASSERT_EQ(root_->GetFont(font.Put()), S_OK);
+  EXPECT_EQ(font.Get(), anObject->PrimaryUnknown());
+  font = nullptr;
+  EXPECT_EQ(root_->PutFont(nullptr), S_OK);
+}
+
+TEST_F(VelmarTest, AllFacesShareOneIdentity) {
+  IKivUnknown* identity = root_->PrimaryUnknown();
+  for (const Guid& iid : {IKivVelmar::iid, IKivVelmar2::iid, IKivVelmar5::iid, IKivVelmar8::iid,
+                          IKivVelmarControl::iid, IKivVelmarControl2::iid, IKivDispatch::iid, IKivNotifications::iid}) {
+    ComPtr<IKivUnknown> face;
+    ASSERT_EQ(root_->QueryInterface(iid, face.PutVoid()), S_OK) << iid.ToString();
+    EXPECT_EQ(face.As<IKivUnknown>().Get(), identity);
+  }
+  ComPtr<IKivUnknown> none;
+  EXPECT_EQ(root_->QueryInterface(IKivTasks::iid, none.PutVoid()), E_NOINTERFACE);
+}
+
+TEST_F(VelmarTest, TheClassIsCreatedByProgId) {
+  ClassRegistry registry;
+  ASSERT_EQ(RegisterVelmarClasses(registry), S_OK);
+  Guid clsid;
+  ASSERT_EQ(registry.ProgIdToClsid(u"KivVelmar.Velmar.1", &clsid), S_OK);
+  EXPECT_EQ(clsid, CLSID_KivVelmar);
+  ComPtr<IKivVelmar8> made;
+  ASSERT_EQ(registry.CreateInstance(clsid, &made), S_OK);
+  EXPECT_EQ(LiveVelmarRootCount(), 2u);
+  EXPECT_EQ(made->Close(), S_OK);
+  made = nullptr;
+  EXPECT_EQ(LiveVelmarRootCount(), 1u);
+}
+
+TEST_F(VelmarTest, BrandingFeatureOneMakesTheToolNode) {
+  InstallDataFactoryBranding(std::make_shared<DataFactoryBranding>(
+      std::set<Guid>{}, std::set<std::u16string>{}, std::set<uint32_t>{kBrandingFeatureToolNode}));
+  PartLog().clear();
+  ComPtr<CVelmar> branded;
+  ASSERT_EQ(CVelmar::Create(&branded), S_OK);
+  EXPECT_EQ(branded->ChildNodes().size(), 1u);
+  EXPECT_THAT(PartLogWith("toolNode"), ElementsAre("toolNode.made", "toolNode.SetRoot(set)"));
+
+  ASSERT_EQ(ClassRegistry::Process().Unregister(CLSID_KivHostToolNode), S_OK);
+  ComPtr<CVelmar> withoutNode;
+  EXPECT_EQ(CVelmar::Create(&withoutNode), S_OK) << "a tool node that isn't installed is no failure";
+  EXPECT_TRUE(withoutNode->ChildNodes().empty());
+  InstallDataFactoryBranding(nullptr);
+  RegisterTestParts();
+  (void)branded->Close();
+  (void)withoutNode->Close();
+}
+
+}  // namespace
+}  // namespace velmar::testing

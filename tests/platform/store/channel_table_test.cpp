@@ -1,0 +1,162 @@
+// Channel descriptions: every field through a fresh open, modify and
+// remove, and the list read apart from the samples.
+#include "platform/store/channel_table.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cmath>
+
+#include "platform/store/store_test_helper.h"
+
+namespace velmar::testing {
+namespace {
+
+class ChannelTableTest : public StoreTest {
+ protected:
+  void SetUp() override {
+    StoreTest::SetUp();
+    Create();
+  }
+  std::vector<uint64_t> AddChannels(std::vector<TarnChannelDescription> records, KivResult expected = S_OK) {
+    auto handle = Handle();
+    std::vector<uint64_t> ids;
+    EXPECT_EQ(Writer<IKivTarnChannelWriter>(handle)->AddChannels(static_cast<uint32_t>(records.size()),
+                                                                  records.data(), &ids),
+              expected);
+    return ids;
+  }
+};
+
+TEST_F(ChannelTableTest, EveryDescriptionFieldRoundTrips) {
+  TarnChannelDescription a = Description(u"Speed", 6);
+  a.quantityId = -4;
+  a.reserved = 9;
+  a.displayName = u"Speed [km/h] \u00e9\u4e2d";
+  TarnChannelDescription b = Description(u"Rpm", 1);
+  b.userType = nullptr;
+  b.displayMaximum = std::nan("");
+  auto ids = AddChannels({a, b});
+  ASSERT_EQ(ids.size(), 2u);
+  EXPECT_LT(ids[0], ids[1]);
+  Reopen();
+  auto list = Channels();
+  ASSERT_EQ(list.size(), 2u);
+  const TarnChannelDescription& r = list[0];
+  EXPECT_EQ(r.id, ids[0]);
+  EXPECT_EQ(r.displayMaximum, 300.0);
+  EXPECT_EQ(r.displayMinimum, -5.5);
+  EXPECT_EQ(r.rangeHigh, 1000.0);
+  EXPECT_EQ(r.rangeLow, 0.0);
+  EXPECT_EQ(Str(r.displayName), u"Speed [km/h] \u00e9\u4e2d");
+  EXPECT_EQ(Str(r.tagName), u"Speed");
+  EXPECT_EQ(Str(r.userType), u"Engine");
+  EXPECT_EQ(r.decimalPlaces, 2u);
+  EXPECT_EQ(r.quantityId, -4);
+  EXPECT_EQ(r.unitId, 1u);
+  EXPECT_EQ(r.colour, 0x00FF8040u);
+  EXPECT_EQ(r.revision, 1u);
+  EXPECT_EQ(r.flags, 7u);
+  EXPECT_EQ(r.sampleType, 6u);
+  EXPECT_EQ(r.autoscale, 1);
+  EXPECT_EQ(r.reserved, 9);
+  EXPECT_EQ(list[1].userType, nullptr);
+  EXPECT_TRUE(std::isnan(list[1].displayMaximum));
+}
+
+TEST_F(ChannelTableTest, ModifyReplacesTheDescription) {
+  auto ids = AddChannels({Description(u"Speed", 7)});
+  Reopen();
+  auto handle = Handle();
+  TarnChannelDescription changed = Description(u"Velocity", 6);
+  changed.id = ids[0];
+  changed.colour = 5;
+  auto writer = Writer<IKivTarnChannelWriter>(handle);
+  ASSERT_EQ(writer->ModifyChannels(1, &changed), S_OK);
+  changed.id = ids[0] + 100;
+  EXPECT_EQ(writer->ModifyChannels(1, &changed), E_INVALIDARG);
+  ASSERT_EQ(handle->Commit(), S_OK);
+  Reopen();
+  auto list = Channels();
+  ASSERT_EQ(list.size(), 1u);
+  EXPECT_EQ(Str(list[0].tagName), u"Velocity");
+  EXPECT_EQ(list[0].colour, 5u);
+  EXPECT_EQ(list[0].sampleType, 6u);
+}
+
+TEST_F(ChannelTableTest, SampleTypeOfAChannelWithSamplesIsFixed) {
+  uint64_t id = AddChannel(u"Speed", 7);
+  auto handle = Handle();
+  auto writer = Writer<IKivTarnChannelWriter>(handle);
+  double v[2] = {1, 2};
+  int64_t period = 10;
+  TarnChannelData block = Periodic(0, &period, v, 2);
+  std::vector<uint64_t> blocks;
+  ASSERT_EQ(writer->AddChannelData(1, &id, &block, &blocks), S_OK);
+  TarnChannelDescription changed = Description(u"Speed", 6);
+  changed.id = id;
+  EXPECT_EQ(writer->ModifyChannels(1, &changed), E_INVALIDARG);
+  changed.sampleType = 7;
+  EXPECT_EQ(writer->ModifyChannels(1, &changed), S_OK);
+}
+
+TEST_F(ChannelTableTest, RemoveTakesTheSamplesWithIt) {
+  uint64_t keep = AddChannel(u"Keep", 7);
+  uint64_t gone = AddChannel(u"Gone", 7);
+  auto handle = Handle();
+  auto writer = Writer<IKivTarnChannelWriter>(handle);
+  double v[3] = {1, 2, 3};
+  int64_t period = 10;
+  TarnChannelData blocks[2] = {Periodic(0, &period, v, 3), Periodic(0, &period, v, 3)};
+  uint64_t ids[2] = {keep, gone};
+  std::vector<uint64_t> made;
+  ASSERT_EQ(writer->AddChannelData(2, ids, blocks, &made), S_OK);
+  ASSERT_EQ(writer->RemoveChannels(1, &gone), S_OK);
+  EXPECT_EQ(writer->RemoveChannels(1, &gone), E_INVALIDARG);
+  ASSERT_EQ(handle->Commit(), S_OK);
+  Reopen();
+  auto list = Channels();
+  ASSERT_EQ(list.size(), 1u);
+  EXPECT_EQ(list[0].id, keep);
+  EXPECT_EQ(Data(keep).size(), 1u);
+  ComPtr<IKivTarnChannelDataRecords> none;
+  EXPECT_EQ(List<IKivTarnChannels>()->GetChannelData(kDefaultWaitLimit, gone, kTimeMin, kTimeMax, none.Put()),
+            E_INVALIDARG);
+  // Ids are not given out twice.
+  EXPECT_GT(AddChannel(u"New"), gone);
+}
+
+// The list needs only the channel table: with the sample table broken, the
+// names still come and only a data read fails.
+TEST_F(ChannelTableTest, ListIsReadWithoutTouchingSamples) {
+  AddChannels({Description(u"Speed", 7), Description(u"Rpm", 7)});
+  store_ = nullptr;
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open((dir_.path() / "outing.trn").c_str(), &db), SQLITE_OK);
+  char* error = nullptr;
+  EXPECT_EQ(sqlite3_exec(db, "DROP TABLE chunks; CREATE TABLE chunks(unrelated)", nullptr, nullptr, &error), SQLITE_OK)
+      << (error ? error : "");
+  sqlite3_free(error);
+  sqlite3_close(db);
+  Reopen();
+  auto list = Channels();
+  ASSERT_EQ(list.size(), 2u);
+  ComPtr<IKivTarnChannelDataRecords> data;
+  EXPECT_EQ(List<IKivTarnChannels>()->GetChannelData(kDefaultWaitLimit, list[0].id, kTimeMin, kTimeMax, data.Put()),
+            STG_E_DOCFILECORRUPT);
+}
+
+TEST_F(ChannelTableTest, EmptyAndNullArguments) {
+  auto handle = Handle();
+  auto writer = Writer<IKivTarnChannelWriter>(handle);
+  std::vector<uint64_t> ids = {42};
+  EXPECT_EQ(writer->AddChannels(0, nullptr, &ids), S_FALSE);
+  EXPECT_TRUE(ids.empty());
+  EXPECT_EQ(writer->AddChannels(1, nullptr, &ids), E_POINTER);
+  TarnChannelDescription d = Description(u"X", 7);
+  EXPECT_EQ(writer->AddChannels(1, &d, nullptr), E_POINTER);
+  EXPECT_EQ(writer->RemoveChannels(1, nullptr), E_POINTER);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,86 @@
+// Constants: added, modified and removed through a fresh open.
+#include "platform/store/constant_table.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/store/store_test_helper.h"
+
+namespace velmar::testing {
+namespace {
+
+TarnConstantRecord Constant(const char16_t* name, double value, const char16_t* text = nullptr,
+                            const char16_t* unit = nullptr) {
+  TarnConstantRecord c{};
+  c.id = ~uint64_t{0};
+  c.name = name;
+  c.value = value;
+  c.text = text;
+  c.unit = unit;
+  return c;
+}
+
+class ConstantTableTest : public StoreTest {
+ protected:
+  void SetUp() override {
+    StoreTest::SetUp();
+    Create();
+  }
+};
+
+TEST_F(ConstantTableTest, ConstantsRoundTripInTheOrderAdded) {
+  TarnConstantRecord records[] = {Constant(u"Mass", 642.5, nullptr, u"kg"), Constant(u"Setup", 0, u"|")};
+  std::vector<uint64_t> ids;
+  {
+    auto handle = Handle();
+    ASSERT_EQ(Writer<IKivTarnConstantWriter>(handle)->AddConstants(2, records, &ids), S_OK);
+  }
+  ASSERT_EQ(ids.size(), 2u);
+  Reopen();
+  auto list = Constants();
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(list[0].id, ids[0]);
+  EXPECT_EQ(Str(list[0].name), u"Mass");
+  EXPECT_EQ(list[0].value, 642.5);
+  EXPECT_EQ(list[0].text, nullptr);
+  EXPECT_EQ(Str(list[0].unit), u"kg");
+  EXPECT_EQ(Str(list[1].text), u"|");
+  EXPECT_EQ(list[1].unit, nullptr);
+}
+
+TEST_F(ConstantTableTest, ModifyAndRemoveById) {
+  TarnConstantRecord records[] = {Constant(u"A", 1), Constant(u"B", 2)};
+  std::vector<uint64_t> ids;
+  {
+    auto handle = Handle();
+    auto writer = Writer<IKivTarnConstantWriter>(handle);
+    ASSERT_EQ(writer->AddConstants(2, records, &ids), S_OK);
+    TarnConstantRecord changed = Constant(u"A2", 10, u"=B*5", u"N");
+    changed.id = ids[0];
+    ASSERT_EQ(writer->ModifyConstants(1, &changed), S_OK);
+    changed.id = 555;
+    EXPECT_EQ(writer->ModifyConstants(1, &changed), E_INVALIDARG);
+    changed.id = ids[0];
+    changed.name = nullptr;
+    EXPECT_EQ(writer->ModifyConstants(1, &changed), E_INVALIDARG);
+    ASSERT_EQ(writer->RemoveConstants(1, &ids[1]), S_OK);
+    EXPECT_EQ(writer->RemoveConstants(1, &ids[1]), E_INVALIDARG);
+  }
+  Reopen();
+  auto list = Constants();
+  ASSERT_EQ(list.size(), 1u);
+  EXPECT_EQ(Str(list[0].name), u"A2");
+  EXPECT_EQ(list[0].value, 10);
+  EXPECT_EQ(Str(list[0].text), u"=B*5");
+  EXPECT_EQ(Str(list[0].unit), u"N");
+}
+
+TEST_F(ConstantTableTest, NamelessConstantIsRefused) {
+  auto handle = Handle();
+  TarnConstantRecord c = Constant(nullptr, 1);
+  std::vector<uint64_t> ids;
+  EXPECT_EQ(Writer<IKivTarnConstantWriter>(handle)->AddConstants(1, &c, &ids), E_INVALIDARG);
+  EXPECT_TRUE(ids.empty());
+}
+
+}  // namespace
+}  // namespace velmar::testing

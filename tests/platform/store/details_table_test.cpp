@@ -1,0 +1,122 @@
+// The details record and the outing and movement ranges through a fresh open.
+#include "platform/store/details_table.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/store/store_test_helper.h"
+
+namespace velmar::testing {
+namespace {
+
+class DetailsTableTest : public StoreTest {
+ protected:
+  void SetUp() override {
+    StoreTest::SetUp();
+    Create();
+    handle_ = Handle();
+    writer_ = Writer<IKivTarnDetailsWriter>(handle_);
+  }
+  void CommitAndReopen() {
+    ASSERT_EQ(handle_->Commit(), S_OK);
+    writer_ = nullptr;
+    handle_ = nullptr;
+    Reopen();
+  }
+  ComPtr<IKivTarnWriteHandle> handle_;
+  ComPtr<IKivTarnDetailsWriter> writer_;
+};
+
+TEST_F(DetailsTableTest, EveryFieldRoundTrips) {
+  TarnOutingRecord d{};
+  d.fastLapTime = 912345678;
+  d.createDate = 45123.5;
+  d.trackName = u"Silverstone";
+  d.driverName = u"A. Driver";
+  d.shortComment = u"";
+  d.longComment = u"Long\ncomment";
+  d.timeZone = nullptr;
+  d.systemDetails = u"Logger 7";
+  d.reserved = 0xDEADBEEF;
+  d.carName = u"Car 12";
+  d.sessionNumber = 3;
+  d.outingNumber = 14;
+  d.firstLapNumber = 5;
+  d.fastLapNumber = 9;
+  d.lastLapNumber = 20;
+  d.datasetType = 2;
+  d.utcDifference = -720;
+  d.engineTest = 1;
+  ASSERT_EQ(writer_->WriteDetails(&d), S_OK);
+  CommitAndReopen();
+  auto details = Details();
+  ASSERT_EQ(details.size(), 1u);
+  const TarnOutingRecord& r = details[0];
+  EXPECT_EQ(r.fastLapTime, 912345678);
+  EXPECT_EQ(r.createDate, 45123.5);
+  EXPECT_EQ(Str(r.trackName), u"Silverstone");
+  EXPECT_EQ(Str(r.driverName), u"A. Driver");
+  ASSERT_NE(r.shortComment, nullptr);  // empty, not missing
+  EXPECT_EQ(Str(r.shortComment), u"");
+  EXPECT_EQ(Str(r.longComment), u"Long\ncomment");
+  EXPECT_EQ(r.timeZone, nullptr);
+  EXPECT_EQ(Str(r.systemDetails), u"Logger 7");
+  EXPECT_EQ(r.reserved, 0xDEADBEEFu);
+  EXPECT_EQ(Str(r.carName), u"Car 12");
+  EXPECT_EQ(r.sessionNumber, 3u);
+  EXPECT_EQ(r.outingNumber, 14u);
+  EXPECT_EQ(r.firstLapNumber, 5u);
+  EXPECT_EQ(r.fastLapNumber, 9u);
+  EXPECT_EQ(r.lastLapNumber, 20u);
+  EXPECT_EQ(r.datasetType, 2u);
+  EXPECT_EQ(r.utcDifference, -720);
+  EXPECT_EQ(r.engineTest, 1);
+  EXPECT_EQ(writer_, nullptr);
+}
+
+TEST_F(DetailsTableTest, MovementRangeIsSetAndCleared) {
+  ASSERT_EQ(writer_->SetMovementRange(100, 900), S_OK);
+  EXPECT_EQ(writer_->SetMovementRange(900, 100), E_INVALIDARG);
+  CommitAndReopen();
+  KivTime first = 0, last = 0;
+  EXPECT_EQ(store_->GetMovementRange(kDefaultWaitLimit, &first, &last), S_OK);
+  EXPECT_EQ(first, 100);
+  EXPECT_EQ(last, 900);
+  handle_ = Handle();
+  ASSERT_EQ(Writer<IKivTarnDetailsWriter>(handle_)->ClearMovementRange(), S_OK);
+  CommitAndReopen();
+  EXPECT_EQ(store_->GetMovementRange(kDefaultWaitLimit, &first, &last), S_FALSE);
+  EXPECT_EQ(first, 0);
+  EXPECT_EQ(last, 0);
+}
+
+TEST_F(DetailsTableTest, OutingRangeIsSetAndThenWidenedBySamples) {
+  ASSERT_EQ(writer_->SetOutingRange(-50, 50), S_OK);
+  EXPECT_EQ(writer_->SetOutingRange(50, -50), E_INVALIDARG);
+  CommitAndReopen();
+  KivTime start = 0, end = 0;
+  EXPECT_EQ(store_->GetOutingRange(kDefaultWaitLimit, &start, &end), S_OK);
+  EXPECT_EQ(start, -50);
+  EXPECT_EQ(end, 50);
+  uint64_t channel = AddChannel(u"Speed");
+  auto handle = Handle();
+  double v[3] = {};
+  int64_t period = 40;
+  TarnChannelData block = Periodic(0, &period, v, 3);
+  std::vector<uint64_t> blocks;
+  ASSERT_EQ(Writer<IKivTarnChannelWriter>(handle)->AddChannelData(1, &channel, &block, &blocks), S_OK);
+  ASSERT_EQ(handle->Commit(), S_OK);
+  EXPECT_EQ(store_->GetOutingRange(kDefaultWaitLimit, &start, &end), S_OK);
+  EXPECT_EQ(start, -50);
+  EXPECT_EQ(end, 80);
+}
+
+TEST_F(DetailsTableTest, FirstLapNumberGoesToTheDetailsRecord) {
+  ASSERT_EQ(Writer<IKivTarnLapMarkerWriter>(handle_)->SetFirstLapNumber(7), S_OK);
+  CommitAndReopen();
+  EXPECT_EQ(Details()[0].firstLapNumber, 7u);
+}
+
+TEST_F(DetailsTableTest, NullRecordIsRefused) { EXPECT_EQ(writer_->WriteDetails(nullptr), E_POINTER); }
+
+}  // namespace
+}  // namespace velmar::testing

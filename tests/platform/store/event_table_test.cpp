@@ -1,0 +1,156 @@
+// Events: sets made by name, occurrences read by set and time, modified and
+// removed, through a fresh open.
+#include "platform/store/event_table.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "platform/store/store_test_helper.h"
+
+namespace velmar::testing {
+namespace {
+
+TarnEventRecord Event(const char16_t* name, KivTime time, uint32_t kind = 1) {
+  TarnEventRecord e{};
+  e.name = name;
+  e.time = time;
+  e.source = u"Analysis";
+  e.message = u"message";
+  e.kind = kind;
+  return e;
+}
+
+class EventTableTest : public StoreTest {
+ protected:
+  void SetUp() override {
+    StoreTest::SetUp();
+    Create();
+  }
+  std::vector<uint64_t> Add(std::vector<TarnEventRecord> events, KivResult expected = S_OK) {
+    auto handle = Handle();
+    std::vector<uint64_t> ids;
+    EXPECT_EQ(Writer<IKivTarnEventWriter>(handle)->AddEvents(static_cast<uint32_t>(events.size()), events.data(), &ids),
+              expected);
+    return ids;
+  }
+  uint64_t SetId(const std::u16string& name) {
+    for (const TarnEventName& n : EventNames())
+      if (Str(n.name) == name) return n.id;
+    ADD_FAILURE() << "no set";
+    return 0;
+  }
+};
+
+TEST_F(EventTableTest, EventsRoundTripWithPayloadAndFixedBlock) {
+  std::array<uint8_t, 5> payload = {1, 2, 3, 4, 5};
+  std::array<uint8_t, 32> fixed{};
+  for (size_t i = 0; i < fixed.size(); ++i) fixed[i] = static_cast<uint8_t>(200 + i);
+  TarnEventRecord e = Event(u"Pit", 500, 0);
+  e.payload = payload.data();
+  e.payloadSize = 5;
+  e.fixedData = fixed.data();
+  e.message = nullptr;
+  auto ids = Add({e});
+  ASSERT_EQ(ids.size(), 1u);
+  Reopen();
+  auto names = EventNames();
+  ASSERT_EQ(names.size(), 1u);
+  EXPECT_EQ(Str(names[0].name), u"Pit");
+  auto events = Events({names[0].id});
+  ASSERT_EQ(events.size(), 1u);
+  const TarnEventRecord& r = events[0];
+  EXPECT_EQ(r.id, ids[0]);
+  EXPECT_EQ(r.time, 500);
+  EXPECT_EQ(Str(r.name), u"Pit");
+  EXPECT_EQ(Str(r.source), u"Analysis");
+  EXPECT_EQ(r.message, nullptr);
+  ASSERT_EQ(r.payloadSize, 5u);
+  EXPECT_EQ(std::vector<uint8_t>(r.payload, r.payload + 5), std::vector<uint8_t>(payload.begin(), payload.end()));
+  ASSERT_NE(r.fixedData, nullptr);
+  EXPECT_EQ(std::vector<uint8_t>(r.fixedData, r.fixedData + 32), std::vector<uint8_t>(fixed.begin(), fixed.end()));
+  EXPECT_EQ(r.nameId, names[0].id);
+  EXPECT_EQ(r.kind, 0u);
+}
+
+TEST_F(EventTableTest, ReadsAreBySetAndTimeInTimeOrder) {
+  Add({Event(u"A", 30), Event(u"B", 10), Event(u"A", 10), Event(u"A", 20), Event(u"B", 40)});
+  Reopen();
+  uint64_t a = SetId(u"A"), b = SetId(u"B");
+  auto onlyA = Events({a});
+  ASSERT_EQ(onlyA.size(), 3u);
+  EXPECT_EQ(onlyA[0].time, 10);
+  EXPECT_EQ(onlyA[2].time, 30);
+  auto window = Events({a, b}, 10, 30);
+  ASSERT_EQ(window.size(), 4u);
+  // Equal times keep the order they were added in.
+  EXPECT_EQ(Str(window[0].name), u"B");
+  EXPECT_EQ(Str(window[1].name), u"A");
+  EXPECT_EQ(window[1].time, 10);
+  EXPECT_EQ(window[3].time, 30);
+  EXPECT_TRUE(Events({a}, 31, 39).empty());
+  ComPtr<IKivTarnEventRecords> none;
+  uint64_t unknown = 999;
+  EXPECT_EQ(List<IKivTarnEvents>()->GetEventData(kDefaultWaitLimit, 1, &unknown, kTimeMin, kTimeMax, none.Put()),
+            E_INVALIDARG);
+}
+
+TEST_F(EventTableTest, BadEventsAreRefusedAsAWhole) {
+  TarnEventRecord noName = Event(nullptr, 1);
+  TarnEventRecord emptyName = Event(u"", 1);
+  TarnEventRecord badKind = Event(u"A", 1, 2);
+  TarnEventRecord sizeWithoutPayload = Event(u"A", 1);
+  sizeWithoutPayload.payloadSize = 4;
+  uint8_t byte = 1;
+  TarnEventRecord payloadWithoutSize = Event(u"A", 1);
+  payloadWithoutSize.payload = &byte;
+  for (const TarnEventRecord& bad : {noName, emptyName, badKind, sizeWithoutPayload, payloadWithoutSize}) {
+    Add({Event(u"Good", 1), bad}, E_INVALIDARG);
+  }
+  Reopen();
+  EXPECT_TRUE(EventNames().empty());
+}
+
+TEST_F(EventTableTest, ModifyMovesAnEventAndEmptySetsGo) {
+  auto ids = Add({Event(u"Old", 5), Event(u"Keep", 6)});
+  auto handle = Handle();
+  TarnEventRecord moved = Event(u"New", 7);
+  moved.id = ids[0];
+  moved.message = u"changed";
+  auto writer = Writer<IKivTarnEventWriter>(handle);
+  ASSERT_EQ(writer->ModifyEvents(1, &moved), S_OK);
+  moved.id = 12345;
+  EXPECT_EQ(writer->ModifyEvents(1, &moved), E_INVALIDARG);
+  ASSERT_EQ(handle->Commit(), S_OK);
+  Reopen();
+  auto names = EventNames();
+  ASSERT_EQ(names.size(), 2u);
+  EXPECT_EQ(Str(names[0].name), u"Keep");
+  EXPECT_EQ(Str(names[1].name), u"New");
+  auto events = Events({names[1].id});
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].time, 7);
+  EXPECT_EQ(Str(events[0].message), u"changed");
+}
+
+TEST_F(EventTableTest, RemoveTakesEventsAndTheirEmptySet) {
+  auto ids = Add({Event(u"A", 1), Event(u"A", 2), Event(u"B", 3)});
+  auto handle = Handle();
+  auto writer = Writer<IKivTarnEventWriter>(handle);
+  uint64_t both[2] = {ids[0], ids[2]};
+  ASSERT_EQ(writer->RemoveEvents(2, both), S_OK);
+  // An unknown id refuses the whole removal.
+  uint64_t mixed[2] = {ids[1], 777};
+  EXPECT_EQ(writer->RemoveEvents(2, mixed), E_INVALIDARG);
+  ASSERT_EQ(handle->Commit(), S_OK);
+  Reopen();
+  auto names = EventNames();
+  ASSERT_EQ(names.size(), 1u);
+  EXPECT_EQ(Str(names[0].name), u"A");
+  auto events = Events({names[0].id});
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].id, ids[1]);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,147 @@
+#include "sources/text/ascii_file_handles.h"
+
+#include <gtest/gtest.h>
+
+#include "faulty_text_file_ops.h"
+#include "support/temp_dir.h"
+#include "text_test_util.h"
+
+namespace velmar {
+namespace {
+
+using testing::FaultyTextFileOps;
+using testing::Lines;
+using testing::ReadWhole;
+using testing::TempDir;
+using testing::Times;
+using testing::Values;
+using testing::WriteWhole;
+using V = std::vector<double>;
+
+class AsciiFileHandlesTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(CAsciiFileHandles::Create(path_).ok()); }
+  TempDir dir_;
+  std::filesystem::path path_ = dir_ / "outing.txt";
+};
+
+TEST_F(AsciiFileHandlesTest, CreateWritesTheEmptyFileThatLoadsEmpty) {
+  EXPECT_EQ(ReadWhole(path_), "KivaraASCIIDataSet\r\n\r\n{OutingInformation}\r\n");
+  CAsciiFileHandles file(path_);
+  ASSERT_TRUE(file.Open(false).ok());
+  EXPECT_TRUE(file.ReadInformation().empty());
+  std::vector<TextColumn> columns;
+  ASSERT_TRUE(file.ReadChannels(&columns).ok());
+  EXPECT_TRUE(columns.empty());
+  EXPECT_FALSE(file.index().versioned);
+}
+
+TEST_F(AsciiFileHandlesTest, TheHoldIsExclusive) {
+  CAsciiFileHandles first(path_), second(path_);
+  ASSERT_TRUE(first.Open(false).ok());
+  EXPECT_EQ(second.Open(false).code(), TextCode::kFileLocked);
+  first.Close();
+  EXPECT_TRUE(second.Open(false).ok());
+}
+
+TEST_F(AsciiFileHandlesTest, OpenFailuresCloseAgain) {
+  CAsciiFileHandles missing(dir_ / "none.txt");
+  EXPECT_EQ(missing.Open(false).code(), TextCode::kFileNotFound);
+  WriteWhole(dir_ / "other.txt", "Time\tA\r\n");
+  CAsciiFileHandles other(dir_ / "other.txt");
+  EXPECT_EQ(other.Open(false).code(), TextCode::kNoMagic);
+  EXPECT_FALSE(other.IsOpen());
+  std::vector<TextEvent> events = {{0, u"E", 1, u"", u""}};
+  EXPECT_EQ(other.AddEvents(events, 0).code(), TextCode::kNotOpen);
+  CAsciiFileHandles reader(path_);
+  ASSERT_TRUE(reader.Open(false).ok());
+  EXPECT_EQ(reader.AddEvents(events, 0).code(), TextCode::kNotWritable);
+}
+
+TEST_F(AsciiFileHandlesTest, EditsGoToDiskAndReload) {
+  CAsciiFileHandles file(path_);
+  ASSERT_TRUE(file.Open(true).ok());
+  std::vector<KivTime> times = {0, 1'000'000, 2'000'000};
+  V values = {1, 2, 3};
+  ASSERT_TRUE(file.WriteChannel({u"Speed", u"km/h", times, values}, 0).ok());
+  std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
+  ASSERT_TRUE(file.WriteInformation(info).ok());
+  EXPECT_TRUE(file.index().versioned);
+  std::vector<TextEvent> events = {{5'000'000, u"Flag", 1, u"me", u"yellow"}};
+  ASSERT_TRUE(file.AddEvents(events, 0).ok());
+  EXPECT_TRUE(file.HasEvent({5'000'000, u"Flag", 1, u"me", u""}));
+  ASSERT_TRUE(file.WriteConstant(ConstantEdit::kAdd, {u"Wing", 12.5, u"deg"}).ok());
+  EXPECT_TRUE(file.HasConstant(u"Wing"));
+  ArraySampler sampler(times, values);
+  std::vector<TextGroupChannel> group = {{u"Rpm", u"", 0, 2'000'000, 1'000'000, 1000, 0, &sampler}};
+  ASSERT_TRUE(file.WriteChannelGroup(group, 0).ok());
+  file.Close();
+
+  // What is on disk, read by a fresh handle.
+  CAsciiFileHandles again(path_);
+  ASSERT_TRUE(again.Open(true).ok());
+  ASSERT_EQ(again.ReadInformation().size(), 1u);
+  std::vector<TextColumn> columns;
+  ASSERT_TRUE(again.ReadChannels(&columns).ok());
+  ASSERT_EQ(columns.size(), 2u);
+  EXPECT_EQ(columns[0].name, u"Speed");
+  EXPECT_EQ(Times(columns[0]), (V{0, 0.1, 0.2}));
+  EXPECT_EQ(columns[1].name, u"Rpm");
+  EXPECT_EQ(Values(columns[1]), (V{1000, 2000, 3000}));
+  ASSERT_TRUE(again.RemoveEvents(events).ok());
+  EXPECT_TRUE(again.ReadEvents().empty());
+  ASSERT_TRUE(again.WriteConstant(ConstantEdit::kRemove, {u"Wing", 0, u""}).ok());
+  EXPECT_FALSE(again.HasConstant(u"Wing"));
+}
+
+TEST_F(AsciiFileHandlesTest, AFailedWriteLeavesTheFileByteIdentical) {
+  {
+    CAsciiFileHandles file(path_);
+    ASSERT_TRUE(file.Open(true).ok());
+    std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
+    ASSERT_TRUE(file.WriteInformation(info).ok());
+  }
+  const std::string before = ReadWhole(path_);
+  using Fault = FaultyTextFileOps::Fault;
+  for (Fault fault : {Fault::kWriteDiskFull, Fault::kWriteHalfThenFull, Fault::kSync, Fault::kRename}) {
+    WriteWhole(path_, before);
+    FaultyTextFileOps ops;
+    CAsciiFileHandles file(path_, ops);
+    ASSERT_TRUE(file.Open(true).ok());
+    ops.fault = fault;
+    std::vector<KivTime> times = {0};
+    V values = {1};
+    std::vector<TextEvent> events = {{0, u"E", 1, u"", u""}};
+    std::vector<InformationProperty> info = {{u"Track name", Variant::Text(u"Park")}};
+    if (fault != Fault::kRename) {  // an append renames nothing
+      TextStatus st = file.WriteChannel({u"X", u"", times, values}, 0);
+      EXPECT_FALSE(st.ok());
+      if (fault == Fault::kWriteDiskFull) {
+        EXPECT_EQ(st.result(), STG_E_MEDIUMFULL);
+      }
+    }
+    EXPECT_FALSE(file.AddEvents(events, 0).ok());
+    EXPECT_FALSE(file.WriteInformation(info).ok());
+    EXPECT_FALSE(file.WriteConstant(ConstantEdit::kAdd, {u"C", 1, u""}).ok());
+    EXPECT_EQ(ReadWhole(path_), before) << static_cast<int>(fault);
+    // The handle still holds the old file and can go on.
+    EXPECT_TRUE(file.IsWritable());
+    EXPECT_EQ(file.bytes(), before);
+    ops.fault = Fault::kNone;
+    ASSERT_TRUE(file.WriteConstant(ConstantEdit::kAdd, {u"C", 1, u""}).ok());
+    EXPECT_TRUE(file.HasConstant(u"C"));
+  }
+  EXPECT_EQ(testing::CountFiles(dir_.path()), 1u);
+}
+
+TEST_F(AsciiFileHandlesTest, AWriteKeepsTheExclusiveHold) {
+  CAsciiFileHandles file(path_);
+  ASSERT_TRUE(file.Open(true).ok());
+  std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
+  ASSERT_TRUE(file.WriteInformation(info).ok());  // the file is a new one now
+  CAsciiFileHandles other(path_);
+  EXPECT_EQ(other.Open(false).code(), TextCode::kFileLocked);
+}
+
+}  // namespace
+}  // namespace velmar

@@ -1,0 +1,58 @@
+// Small helpers shared by the text data set tests.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sources/text/text_reader.h"
+#include "sources/text/text_status.h"
+
+namespace velmar::testing {
+
+// Lines joined and ended by eol (CR LF unless told).
+inline std::string Lines(std::initializer_list<std::string_view> lines, std::string_view eol = "\r\n") {
+  std::string out;
+  for (auto l : lines) {
+    out += l;
+    out += eol;
+  }
+  return out;
+}
+
+// Gathers reported problems.
+struct Problems {
+  std::vector<TextProblem> items;
+  ProblemSink sink() {
+    return [this](const TextProblem& p) { items.push_back(p); };
+  }
+  bool Has(TextCode code, uint64_t line) const {
+    for (const auto& p : items)
+      if (p.code == code && p.line == line) return true;
+    return false;
+  }
+  size_t Count(TextCode code) const {
+    size_t n = 0;
+    for (const auto& p : items) n += p.code == code;
+    return n;
+  }
+};
+
+// Reads bytes that must parse.
+inline TextDataSet MustRead(std::string_view bytes, Problems* problems = nullptr, ChannelReadOptions channels = {}) {
+  TextReadOptions options;
+  options.channels = channels;
+  if (problems) options.problems = problems->sink();
+  TextDataSet data;
+  TextStatus st = ReadTextDataSet(bytes, options, &data);
+  EXPECT_TRUE(st.ok()) << st.ToString();
+  return data;
+}
+
+inline std::vector<double> Times(const TextColumn& c) { return {c.times().begin(), c.times().end()}; }
+inline std::vector<double> Values(const TextColumn& c) { return {c.values().begin(), c.values().end()}; }
+
+}  // namespace velmar::testing

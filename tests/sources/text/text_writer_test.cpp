@@ -1,0 +1,139 @@
+#include "sources/text/text_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "text_test_util.h"
+
+namespace velmar {
+namespace {
+
+using testing::Lines;
+using testing::MustRead;
+using testing::Times;
+using testing::Values;
+using V = std::vector<double>;
+
+TextColumn Column(std::u16string name, std::u16string unit, V times, V values, uint64_t block) {
+  TextColumn c;
+  c.name = std::move(name);
+  c.unit = std::move(unit);
+  c.block = block;
+  c.count = static_cast<uint32_t>(times.size());
+  c.data = AllocateSamples(2 * times.size());
+  std::copy(times.begin(), times.end(), c.data.get());
+  std::copy(values.begin(), values.end(), c.data.get() + times.size());
+  return c;
+}
+
+TEST(TextWriter, NewFileIsExactlyTheEmptyForm) {
+  EXPECT_EQ(NewFileBytes(), "KivaraASCIIDataSet\r\n\r\n{OutingInformation}\r\n");
+  std::string head;
+  AppendHead(head);
+  EXPECT_EQ(head, "KivaraVersionedASCIIDataSet\r\nVersion\t2\r\n\r\n{OutingInformation}\r\n");
+}
+
+TEST(TextWriter, InformationLinesAreEscapedAndSafe) {
+  std::string out;
+  AppendInformationLine(out, u"LongComment", u"a\r\nb $% c\td {e}");
+  AppendInformationLine(out, u"Empty", u"");
+  AppendInformationLine(out, u"Two words", u"x");
+  EXPECT_EQ(out, "LongComment\ta$%$^b $$% c d (e)\r\nTwo_words\tx\r\n");
+}
+
+TEST(TextWriter, OneChannelBlockByteForByte) {
+  std::vector<KivTime> times = {10'000'000, 10'100'000, 12'345'678};
+  V values = {0.5, 12345.678, 1e12};
+  std::string out;
+  ASSERT_TRUE(AppendChannelBlock(out, {u"Speed", u"km/h", times, values}, 10'000'000).ok());
+  EXPECT_EQ(out, Lines({"", "{ChannelBlock}", "Time\tSpeed[km/h]", "0.0000000\t0.500000", "0.0100000\t12345.67800",
+                        "0.2345678\t1.0000e+12"}));
+
+  out.clear();
+  V scaled = {1, 2, 3};
+  ASSERT_TRUE(AppendChannelBlock(out, {u"P\u2082[x]", u"b[a]r", times, scaled, 2.0, 1.0}, 0).ok());
+  // The name keeps its brackets, the unit loses them; each value is 2 x v + 1.
+  EXPECT_EQ(out.rfind("\r\n{ChannelBlock}\r\nTime\tP_[x][b_a_r]\r\n1.0000000\t3.000000\r\n", 0), 0u);
+
+  std::vector<KivTime> one = {0};
+  EXPECT_EQ(AppendChannelBlock(out, {u"X", u"", one, scaled}, 0).code(), TextCode::kInvalidArgument);
+}
+
+TEST(TextWriter, ChannelGroupLeavesCellsEmptyOutsideEachChannel) {
+  std::vector<KivTime> ta = {0, 1'000'000, 2'000'000};
+  V va = {1, 2, 3};
+  std::vector<KivTime> tb = {1'000'000, 2'000'000, 3'000'000};
+  V vb = {10, 20, 30};
+  ArraySampler a(ta, va), b(tb, vb);
+  std::vector<TextGroupChannel> group = {{u"A", u"", 0, 2'000'000, 1'000'000, 1, 0, &a},
+                                         {u"B", u"V", 1'000'000, 3'000'000, 1'000'000, 1, 0, &b}};
+  std::string out;
+  ASSERT_TRUE(AppendChannelGroupBlock(out, group, 0).ok());
+  EXPECT_EQ(out, Lines({"", "{ChannelBlock}", "Time\tA\tB[V]", "0.0000000\t1.000000\t", "0.1000000\t2.000000\t10.000000",
+                        "0.2000000\t3.000000\t20.000000", "0.3000000\t\t30.000000"}));
+  auto cols = MustRead("KivaraASCIIDataSet" + out).columns;
+  EXPECT_EQ(Times(cols[0]), (V{0, 0.1, 0.2}));
+  EXPECT_EQ(Times(cols[1]), (V{0.1, 0.2, 0.3}));
+}
+
+TEST(TextWriter, ChannelGroupStopsWhenEveryChannelIsDone) {
+  std::vector<KivTime> t = {0, 1'000'000};
+  V v = {1, 2};
+  ArraySampler a(t, v);
+  // The grid says four rows, the data ends after two.
+  std::vector<TextGroupChannel> group = {{u"A", u"", 0, 3'000'000, 1'000'000, 1, 0, &a}};
+  std::string out;
+  ASSERT_TRUE(AppendChannelGroupBlock(out, group, 0).ok());
+  EXPECT_EQ(out, Lines({"", "{ChannelBlock}", "Time\tA", "0.0000000\t1.000000", "0.1000000\t2.000000"}));
+  std::vector<TextGroupChannel> bad = {{u"A", u"", 0, 1, 0, 1, 0, &a}};
+  EXPECT_EQ(AppendChannelGroupBlock(out, bad, 0).code(), TextCode::kInvalidArgument);
+}
+
+TEST(TextWriter, EventAndConstantRows) {
+  std::string out;
+  AppendEventBlockHead(out);
+  AppendEventRow(out, {25'000'000, u"End of lap", kEventFromCar, u"Beacon", u"Lap 1"}, 5'000'000);
+  AppendEventRow(out, {0, u"Note", 2, u"", u"two\r\nlines"}, 0);
+  AppendEventRow(out, {0, u"Odd", 9, u"s", u"m"}, 0);
+  EXPECT_EQ(out, Lines({"", "{EventBlock}", "Time\tName\tCategory\tSource\tMessage",
+                        "2.0000000\tEnd of lap\tBox Created\tBeacon\tLap 1", "0.0000000\tNote\tKivara Added\t\ttwo  lines",
+                        "0.0000000\tOdd\t\ts\tm"}));
+  out.clear();
+  std::vector<TextConstant> constants = {{u"Wing", 12.5, u"deg"}, {u"  Lead", 1, u""}, {u" ", 2, u"dropped"}};
+  AppendConstantBlock(out, constants);
+  EXPECT_EQ(out, Lines({"", "{ConstantBlock}", "Name\tValue\tComment", "Wing\t12.500000\tdeg", "Lead\t1.000000\t"}));
+}
+
+TEST(TextWriter, EveryBlockKindRoundTrips) {
+  TextDataSet data;
+  data.versioned = true;
+  data.information = {{u"DriverName", u"Jo"}, {u"LongComment", u"one\r\ntwo $% three"}, {u"Custom", u"x"}};
+  data.events = {{10'000'000, u"End of lap", kEventFromCar, u"Beacon", u"Lap 1"},
+                 {15'000'000, u"Note", kEventFromAnalysis, u"", u"text"}};
+  data.constants = {{u"Wing", 12.5, u"deg"}, {u"Fuel", 60, u""}};
+  data.columns.push_back(Column(u"A", u"m", {0, 0.5, 1}, {1, 2, 3}, 0));
+  data.columns.push_back(Column(u"B", u"", {0, 0.5, 1}, {-1, 1e12, 0.25}, 0));
+  data.columns.push_back(Column(u"C", u"s", {0.25}, {7}, 0));  // another time base: a block of its own
+  data.columns.push_back(Column(u"D", u"", {2}, {8}, 1));
+
+  std::string bytes = WriteTextDataSet(data);
+  TextDataSet back = MustRead(bytes);
+  EXPECT_TRUE(back.versioned);
+  EXPECT_EQ(back.information, data.information);
+  EXPECT_EQ(back.events, data.events);
+  EXPECT_EQ(back.constants, data.constants);
+  ASSERT_EQ(back.columns.size(), 4u);
+  for (size_t c = 0; c < 4; ++c) {
+    EXPECT_EQ(back.columns[c].name, data.columns[c].name);
+    EXPECT_EQ(back.columns[c].unit, data.columns[c].unit);
+    EXPECT_EQ(Times(back.columns[c]), Times(data.columns[c]));
+    EXPECT_EQ(Values(back.columns[c]), Values(data.columns[c]));
+  }
+  EXPECT_EQ(back.columns[0].block, back.columns[1].block);
+  EXPECT_NE(back.columns[1].block, back.columns[2].block);
+  EXPECT_EQ(WriteTextDataSet(back), bytes);  // and again, byte for byte
+}
+
+}  // namespace
+}  // namespace velmar

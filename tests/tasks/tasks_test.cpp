@@ -1,0 +1,261 @@
+#include "tasks/tasks.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "config/config_classes.h"
+#include "core/velmar.h"
+#include "platform/registry/registry_file.h"
+#include "support/temp_dir.h"
+#include "velmar/colour_table.h"
+#include "velmar/common_channels.h"
+#include "velmar/data_factory.h"
+#include "velmar/favorites.h"
+#include "velmar/priorities.h"
+#include "velmar/tasks.h"
+#include "velmar/quantity_to_color_mapping.h"
+#include "velmar/real_time_settings.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// A task as the list sees it, logging what the list does to it.
+class Member final : public KivObject<IKivTaskListMember> {
+ public:
+  Member(std::string tag, std::vector<std::string>* log) : tag_(std::move(tag)), log_(log) {}
+  KivResult GetTask(IKivTask** task) override {
+    *task = nullptr;
+    log_->push_back(tag_ + ".GetTask");
+    return E_NOTIMPL;
+  }
+  KivResult Close() override {
+    log_->push_back(tag_ + ".Close");
+    return S_OK;
+  }
+  KivResult SetDataFactoryList(const ActiveDataFactories& factories) override {
+    log_->push_back(tag_ + ".list " + std::to_string(factories.size()));
+    return S_OK;
+  }
+  KivResult FindChannelName(const std::u16string& name, KivBool* found) override {
+    *found = ToKivBool(name == u"Shown");
+    return S_OK;
+  }
+  KivResult FindEventName(const std::u16string&, KivBool* found) override {
+    *found = KIV_FALSE;
+    return S_OK;
+  }
+
+ private:
+  std::string tag_;
+  std::vector<std::string>* log_;
+};
+
+TEST(Tasks, AnEmptyList) {
+  auto tasks = MakeKiv<CTasks>();
+  int32_t count = -1;
+  ASSERT_EQ(tasks->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 0);
+  IKivTask* task = nullptr;
+  EXPECT_EQ(tasks->GetItem(1, &task), DISP_E_BADINDEX);
+  EXPECT_EQ(tasks->GetItem(0, &task), DISP_E_BADINDEX);
+  EXPECT_EQ(tasks->GetItem(1, nullptr), E_POINTER);
+  EXPECT_EQ(tasks->RemoveTask(1), DISP_E_BADINDEX);
+  KivBool can = 0;
+  ASSERT_EQ(tasks->CanAddTask(&can), S_OK);
+  EXPECT_EQ(can, KIV_TRUE);
+  EXPECT_EQ(tasks->AddTask(&task), E_NOTIMPL) << "tasks are made with the task itself";
+  EXPECT_EQ(tasks->GetCount(nullptr), E_POINTER);
+}
+
+TEST(Tasks, CloseAllClosesInListOrderAndEmptiesTheList) {
+  std::vector<std::string> log;
+  auto tasks = MakeKiv<CTasks>();
+  ASSERT_EQ(tasks->Append(MakeKiv<Member>("one", &log).Get()), S_OK);
+  ASSERT_EQ(tasks->Append(MakeKiv<Member>("two", &log).Get()), S_OK);
+  IKivTask* task = nullptr;
+  EXPECT_EQ(tasks->GetItem(2, &task), E_NOTIMPL);
+  KivBool found = 0;
+  ASSERT_EQ(tasks->FindChannelName(u"Shown", &found), S_OK);
+  EXPECT_EQ(found, KIV_TRUE);
+  ASSERT_EQ(tasks->FindChannelName(u"Hidden", &found), S_OK);
+  EXPECT_EQ(found, KIV_FALSE);
+  ASSERT_EQ(tasks->CloseAll(), S_OK);
+  EXPECT_THAT(log, ElementsAre("one.list 0", "two.list 0", "two.GetTask", "one.Close", "two.Close"));
+  int32_t count = -1;
+  ASSERT_EQ(tasks->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 0);
+}
+
+TEST(Tasks, TheDataFactoryListReachesEveryTask) {
+  std::vector<std::string> log;
+  auto tasks = MakeKiv<CTasks>();
+  ASSERT_EQ(tasks->Append(MakeKiv<Member>("one", &log).Get()), S_OK);
+  ActiveDataFactories list(2);
+  ASSERT_EQ(tasks->SetDataFactoryList(list), S_OK);
+  ASSERT_EQ(tasks->Append(MakeKiv<Member>("late", &log).Get()), S_OK);
+  EXPECT_THAT(log, ElementsAre("one.list 0", "one.list 2", "late.list 2"));
+  EXPECT_EQ(tasks->DataFactoryList().size(), 2u);
+}
+
+// The task list inside a root built of the real classes.
+class TasksInARoot : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    ASSERT_TRUE(Succeeded(RegisterConfigClasses(ClassRegistry::Process())));
+    ASSERT_TRUE(Succeeded(RegisterTasksClasses(ClassRegistry::Process())));
+    ASSERT_TRUE(Succeeded(RegisterVelmarClasses(ClassRegistry::Process())));
+  }
+  void SetUp() override {
+    override_.emplace(RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json"));
+    ASSERT_EQ(ClassRegistry::Process().CreateInstance(CLSID_KivVelmar, &root_), S_OK);
+  }
+  void TearDown() override {
+    if (root_) (void)root_->Close();
+    root_ = nullptr;
+    EXPECT_EQ(LiveVelmarRootCount(), 0u);
+  }
+  CTasks* Tasks() {
+    ComPtr<IKivTasks> tasks;
+    EXPECT_EQ(root_->GetTasks(tasks.Put()), S_OK);
+    return static_cast<CTasks*>(tasks.Get());  // the root keeps it alive
+  }
+
+  TempDir dir_;
+  std::optional<ScopedHiveOverride> override_;
+  ComPtr<IKivVelmar8> root_;
+};
+
+TEST_F(TasksInARoot, TheListKnowsItsRootUntilTheRootCloses) {
+  ComPtr<IKivTasks> tasks;
+  ASSERT_EQ(root_->GetTasks(tasks.Put()), S_OK);
+  auto* list = static_cast<CTasks*>(tasks.Get());
+  EXPECT_EQ(list->Root(), static_cast<IKivVelmar*>(root_.Get()));
+  ASSERT_EQ(root_->Close(), S_OK);
+  EXPECT_EQ(list->Root(), nullptr);
+}
+
+TEST_F(TasksInARoot, EveryOwnedObjectIsHandedOut) {
+  ComPtr<IKivCommonChannels> channels;
+  EXPECT_EQ(root_->GetCommonChannels(channels.Put()), S_OK);
+  ComPtr<IKivConstantFactory> constants;
+  EXPECT_EQ(root_->GetGlobalConstantFactory(constants.Put()), S_OK);
+  ComPtr<IKivRealTimeSettings> realTime;
+  EXPECT_EQ(root_->GetRealTimeSettings(realTime.Put()), S_OK);
+  EXPECT_TRUE(realTime.As<IKivRealTimeSettings3>());
+  ComPtr<IKivPriorities> priorities;
+  EXPECT_EQ(root_->GetPriorities(priorities.Put()), S_OK);
+  ComPtr<IKivFavorites> favorites;
+  EXPECT_EQ(root_->GetFavorites(favorites.Put()), S_OK);
+  ComPtr<IKivColourTable> colours;
+  EXPECT_EQ(root_->GetColourTable(colours.Put()), S_OK);
+  ComPtr<IKivQuantityToColorMapping> mapping;
+  EXPECT_EQ(root_->GetQuantityToColorMapping(mapping.Put()), S_OK);
+  ComPtr<IKivChannelPropertyFactory> channelProperties;
+  ASSERT_EQ(root_->GetChannelPropertyFactory(channelProperties.Put()), S_OK);
+  ComPtr<IKivQuantityToColorMapping> given;
+  ASSERT_EQ(channelProperties->GetQuantityToColorMapping(given.Put()), S_OK);
+  EXPECT_EQ(given.Get(), mapping.Get()) << "the channel database got the root's mapping";
+  ComPtr<IKivEventPropertyFactory> eventProperties;
+  EXPECT_EQ(root_->GetEventPropertyFactory(eventProperties.Put()), S_OK);
+  ComPtr<IKivGroupFactory> groups;
+  EXPECT_EQ(root_->GetGroupFactory(groups.Put()), S_OK);
+  ComPtr<IKivUnknown> root;
+  ASSERT_EQ(constants->GetRoot(root.Put()), S_OK);
+  EXPECT_EQ(root.Get(), root_.As<IKivUnknown>().Get()) << "the constant factory knows its root";
+  uint32_t speedUnit = 0;
+  ASSERT_EQ(root_->GetSpeedUnit(&speedUnit), S_OK);
+  EXPECT_EQ(speedUnit, 1u) << "the units component's default for speed";
+}
+
+TEST_F(TasksInARoot, ACommonChannelSetThroughOneRootIsHeardByBoth) {
+  ComPtr<IKivVelmar8> second;
+  ASSERT_EQ(ClassRegistry::Process().CreateInstance(CLSID_KivVelmar, &second), S_OK);
+  struct Counter : CVelmarNotificationsReceiver {
+    int heard = 0;
+    void CommonChannelsChanged(IKivVelmar*) override { ++heard; }
+  } first, other;
+  auto a = MakeKiv<CVelmarNotificationsSink<>>();
+  auto b = MakeKiv<CVelmarNotificationsSink<>>();
+  a->SetReceiver(&first);
+  b->SetReceiver(&other);
+  ASSERT_TRUE(a->Connect(root_.Get()));
+  ASSERT_TRUE(b->Connect(second.Get()));
+  ComPtr<IKivCommonChannels> channels;
+  ASSERT_EQ(second->GetCommonChannels(channels.Put()), S_OK);
+  EXPECT_EQ(channels->SetSpeed(u"[3]Speed"), S_OK);
+  EXPECT_EQ(first.heard + other.heard, 0) << "the text already held";
+  EXPECT_EQ(channels->SetSpeed(u"[3]GPS Speed"), S_OK);
+  EXPECT_EQ(first.heard, 1);
+  EXPECT_EQ(other.heard, 1);
+  ComPtr<IKivCommonChannels> mine;
+  ASSERT_EQ(root_->GetCommonChannels(mine.Put()), S_OK);
+  std::u16string speed;
+  ASSERT_EQ(mine->GetSpeed(&speed), S_OK);
+  EXPECT_EQ(speed, u"[3]GPS Speed");
+  ASSERT_EQ(second->Close(), S_OK);
+  ASSERT_EQ(root_->Close(), S_OK);
+  ASSERT_EQ(mine->GetSpeed(&speed), S_OK);
+  EXPECT_EQ(speed, u"[3]Speed") << "the last root out resets the shared store";
+}
+
+TEST_F(TasksInARoot, TheChannelDatabaseKeepsANameACommonChannelUses) {
+  ComPtr<IKivChannelPropertyFactory> channelProperties;
+  ASSERT_EQ(root_->GetChannelPropertyFactory(channelProperties.Put()), S_OK);
+  ComPtr<IKivPropertySet> set;
+  ASSERT_EQ(channelProperties->GetPropertySet(u"Lap Distance", 1, set.Put()), S_OK);
+  ASSERT_EQ(channelProperties->GetPropertySet(u"Oil Temp", 9, set.Put()), S_OK);
+  EXPECT_EQ(channelProperties->RemoveKey(u"Lap Distance", 1), E_ACCESSDENIED);
+  EXPECT_EQ(channelProperties->RemoveKey(u"Oil Temp", 9), S_OK);
+}
+
+TEST_F(TasksInARoot, ClosingTellsTheMappingsListeners) {
+  ComPtr<IKivQuantityToColorMapping> mapping;
+  ASSERT_EQ(root_->GetQuantityToColorMapping(mapping.Put()), S_OK);
+  std::vector<std::string> order;
+  struct MappingLog : CQuantityToColorMappingNotificationsReceiver {
+    std::vector<std::string>* order = nullptr;
+    void Closing(IKivQuantityToColorMapping*) override { order->push_back("mapping closing"); }
+  } mappingLog;
+  mappingLog.order = &order;
+  struct RootLog : CVelmarNotificationsReceiver {
+    std::vector<std::string>* order = nullptr;
+    void Closing(IKivVelmar*) override { order->push_back("root closing"); }
+  } rootLog;
+  rootLog.order = &order;
+  auto mappingSink = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
+  mappingSink->SetReceiver(&mappingLog);
+  ASSERT_TRUE(mappingSink->Connect(mapping.Get()));
+  auto rootSink = MakeKiv<CVelmarNotificationsSink<>>();
+  rootSink->SetReceiver(&rootLog);
+  ASSERT_TRUE(rootSink->Connect(root_.Get()));
+  ASSERT_EQ(root_->Close(), S_OK);
+  EXPECT_THAT(order, ElementsAre("root closing", "mapping closing"));
+  ComPtr<IKivQuantityToColorMapping> gone;
+  EXPECT_EQ(root_->GetQuantityToColorMapping(gone.Put()), E_FAIL);
+  mappingSink->SetReceiver(nullptr);
+  mappingSink->Disconnect(mapping.Get());
+}
+
+TEST_F(TasksInARoot, ColourTableEditsWaitForTheSettingsFile) {
+  ComPtr<IKivColourTable> colours;
+  ASSERT_EQ(root_->GetColourTable(colours.Put()), S_OK);
+  struct Heard : CVelmarNotifications6Receiver {
+    int heard = 0;
+    void ColourTableChanged(IKivVelmar*) override { ++heard; }
+  } heard;
+  auto sink = MakeKiv<CVelmarNotifications6Sink<>>();
+  sink->SetReceiver(&heard);
+  ASSERT_TRUE(sink->Connect(root_.Get()));
+  EXPECT_EQ(colours->Add(0x00FF00), E_FAIL) << "no settings file to write";
+  EXPECT_EQ(heard.heard, 0);
+  int32_t count = 0;
+  ASSERT_EQ(colours->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 1) << "the edit stays in memory";
+  sink->SetReceiver(nullptr);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -15,6 +15,7 @@
 #include <string>
 
 #include "sources/text/ascii_file_handles.h"
+#include "sources/text/ascii_outing_job_item.h"
 #include "sources/text/format_value.h"
 #include "sources/text/sample_generator.h"
 #include "sources/text/text_reader.h"
@@ -73,6 +74,20 @@ void BM_LoadFile(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(BenchBytes().size()));
 }
 BENCHMARK(BM_LoadFile)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3);
+
+// The load job's whole work: the above, then the columns handed over as
+// raw channels, events grouped, lap markers made.
+void BM_LoadOuting(benchmark::State& state) {
+  ChannelReadOptions options;
+  options.maxThreads = static_cast<unsigned>(state.range(0));
+  for (auto _ : state) {
+    AsciiOutingData data;
+    if (!LoadAsciiOuting(BenchFile(), DefaultTextFileOps(), &data, options).ok()) state.SkipWithError("load failed");
+    benchmark::DoNotOptimize(data.channels.size());
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(BenchBytes().size()));
+}
+BENCHMARK(BM_LoadOuting)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3);
 
 // The same from bytes already in memory.
 void BM_LoadMemory(benchmark::State& state) {

@@ -1,6 +1,24 @@
 #!/usr/bin/env bash
-# Runs the velmar command-line host on a generated sample outing.
+# Runs the velmar command-line host on a generated sample outing:
+#   scripts/demo.sh CLI OUTDIR
 set -euo pipefail
 cli=$1
 out=$2
+mkdir -p "$out"
+sample="$out/sample.txt"
+store="$out/sample.trn"
+
 "$cli" --version
+echo "== velmar sample $sample --laps 3 --rate 50"
+"$cli" sample "$sample" --laps 3 --rate 50
+echo "== velmar info $sample"
+"$cli" info "$sample"
+echo "== velmar channels $sample"
+"$cli" channels "$sample"
+echo "== velmar convert $sample $store"
+if "$cli" convert "$sample" "$store"; then
+  echo "== velmar channels $store"
+  "$cli" channels "$store"
+else
+  echo "(conversion to .trn failed; see the message above)"
+fi

@@ -1,11 +1,86 @@
 #include "config/global_constant_factory.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <set>
+
+#include "outing/constant.h"
+#include "outing/constant_stream.h"
+#include "outing/workbook_application.h"
+#include "velmar/text.h"
 #include "velmar/velmar.h"
 
 namespace velmar {
 
+namespace {
+
+constexpr char16_t kVersionStream[] = u"Version";
+constexpr char16_t kDataStream[] = u"Constant Data";
+constexpr uint32_t kStorageVersion = 1;
+constexpr uint32_t kOpenMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
+constexpr int kFatalExitCode = 3142;
+
+constexpr char16_t kRemoveFailed[] =
+    u"Kivara has encountered a non-recoverable situation while trying to remove Constant data\n and needs to exit.";
+constexpr char16_t kChangeFailed[] =
+    u"Kivara has encountered a non-recoverable situation while trying to change Constant data\n and needs to exit.";
+constexpr char16_t kAddFailed[] =
+    u"Kivara has encountered a non-recoverable situation while trying to add Constant data\n and needs to exit.";
+
+void DefaultFatalStop(const std::u16string& message) {
+  std::fprintf(stderr, "!!!!!! TerminateWithStackTrace !!!!!!\n%s\n!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!\n",
+               WideToUtf8(message).c_str());
+  std::_Exit(kFatalExitCode);
+}
+
+std::mutex& FatalStopMutex() {
+  static std::mutex mu;
+  return mu;
+}
+
+CGlobalConstantFactory::FatalStop& CurrentFatalStop() {
+  static CGlobalConstantFactory::FatalStop stop = DefaultFatalStop;  // guarded by FatalStopMutex
+  return stop;
+}
+
+KivResult WriteVersion(IKivStorage* storage) {
+  ComPtr<IKivStream> stream;
+  KivResult r = storage->CreateStream(kVersionStream, kOpenMode | STGM_CREATE, stream.Put());
+  const uint32_t version = kStorageVersion;
+  if (Succeeded(r)) r = stream->Write(&version, sizeof version, nullptr);
+  return r;
+}
+
+KivResult ReadVersion(IKivStorage* storage) {
+  ComPtr<IKivStream> stream;
+  KivResult r = storage->OpenStream(kVersionStream, kOpenMode, stream.Put());
+  uint32_t version = 0;
+  uint32_t read = 0;
+  if (Succeeded(r)) r = stream->Read(&version, sizeof version, &read);
+  if (Failed(r) || read != sizeof version || version != kStorageVersion) return E_FAIL;
+  return S_OK;
+}
+
+// The records of those names, in map order.
+std::vector<ConstantRecord> RecordsNamed(const CGlobalConstantsCache& cache, const ConstantNames& names) {
+  const std::set<std::u16string> wanted(names.begin(), names.end());
+  std::vector<ConstantRecord> records;
+  for (ConstantRecord& record : cache.Records()) {
+    if (wanted.contains(record.name)) records.push_back(std::move(record));
+  }
+  return records;
+}
+
+}  // namespace
+
+void CGlobalConstantFactory::SetFatalStop(FatalStop stop) {
+  std::lock_guard lock(FatalStopMutex());
+  CurrentFatalStop() = stop ? std::move(stop) : FatalStop(DefaultFatalStop);
+}
+
 CGlobalConstantFactory::~CGlobalConstantFactory() {
-  if (cache_) cache_->RemoveListener(this);
+  if (cache_) cache_->RemoveOwner(this);
 }
 
 KivResult CGlobalConstantFactory::GetNames(NameList* names) {
@@ -22,15 +97,9 @@ KivResult CGlobalConstantFactory::GetParent(IKivUnknown** parent) {
 }
 
 KivResult CGlobalConstantFactory::SetParent(IKivUnknown* parent) {
-  if (!parent_ && parent) {
-    parent_ = parent;
-    return S_OK;
-  }
-  if (parent_ && !parent) {
-    parent_ = nullptr;
-    return S_OK;
-  }
-  return E_INVALIDARG;
+  if (static_cast<bool>(parent_) == (parent != nullptr)) return E_INVALIDARG;
+  parent_ = parent;
+  return S_OK;
 }
 
 KivResult CGlobalConstantFactory::GetRoot(IKivUnknown** root) {
@@ -57,7 +126,17 @@ KivResult CGlobalConstantFactory::GetItem(const std::u16string& name, IKivConsta
   if (!constant) return E_POINTER;
   *constant = nullptr;
   if (name.empty() || !cache_ || !cache_->Find(name)) return E_INVALIDARG;
-  return E_NOTIMPL;
+  return FindOrMakeConstant(cache_, name, &objects_[name], constant);
+}
+
+KivResult CGlobalConstantFactory::AddConstant(const std::u16string& name, uint32_t kind) {
+  if (!cache_) return E_FAIL;
+  return cache_->Add(name, kind);
+}
+
+KivResult CGlobalConstantFactory::RemoveConstant(const std::u16string& name) {
+  if (!cache_) return E_INVALIDARG;
+  return cache_->Remove(name);
 }
 
 KivResult CGlobalConstantFactory::SetRootBackReference(IKivVelmar* root) {
@@ -66,26 +145,130 @@ KivResult CGlobalConstantFactory::SetRootBackReference(IKivVelmar* root) {
 }
 
 KivResult CGlobalConstantFactory::AttachCache(std::shared_ptr<CGlobalConstantsCache> cache) {
-  if (cache_) cache_->RemoveListener(this);
+  if (cache_) cache_->RemoveOwner(this);
+  objects_.clear();
   cache_ = std::move(cache);
-  if (cache_) cache_->AddListener(this);
+  if (cache_) {
+    cache_->AddOwner(this);
+    InstallWorkbookApplication();  // spreadsheet constants read their workbooks
+  }
   return S_OK;
 }
 
 KivResult CGlobalConstantFactory::ReloadSpreadsheetConstants() {
-  // No constant has been fetched from a workbook yet, so none has a value to
-  // read again.
-  return S_FALSE;
+  if (!cache_) return S_FALSE;
+  return cache_->ForgetRetrievedValues() > 0 ? S_OK : S_FALSE;
 }
 
-void CGlobalConstantFactory::OnConstantsAdded(const NameList& names) {
-  ComPtr<CGlobalConstantFactory> self(this);
-  (void)FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, Self(), names);
+// --- Persistence ----------------------------------------------------------
+
+KivResult CGlobalConstantFactory::OpenStreams(IKivStorage* storage) {
+  ComPtr<IKivStream> data;
+  const KivResult r = storage->OpenStream(kDataStream, kOpenMode, data.Put());
+  if (Failed(r)) return r;
+  storage_ = storage;
+  data_ = std::move(data);
+  return S_OK;
 }
 
-void CGlobalConstantFactory::OnConstantsRemoved(const NameList& names) {
+KivResult CGlobalConstantFactory::InitNew(IKivStorage* storage) {
+  if (!storage) return E_POINTER;
+  if (storage_) return E_UNEXPECTED;
+  KivResult r = WriteVersion(storage);
+  ComPtr<IKivStream> data;
+  if (Succeeded(r)) r = storage->CreateStream(kDataStream, kOpenMode | STGM_CREATE, data.Put());
+  if (Succeeded(r)) r = WriteConstantData(data.Get(), {});
+  if (Failed(r)) return r;
+  storage_ = storage;
+  data_ = std::move(data);
+  return S_OK;
+}
+
+KivResult CGlobalConstantFactory::Load(IKivStorage* storage) {
+  if (!storage) return E_POINTER;
+  if (storage_) return E_UNEXPECTED;
+  if (Failed(ReadVersion(storage))) return E_FAIL;
+  if (const KivResult r = OpenStreams(storage); Failed(r)) return r;
+  std::vector<ConstantRecord> records;
+  std::set<std::u16string> names;
+  bool duplicate = false;
+  const KivResult r = ReadConstantData(data_.Get(), &records);
+  for (const ConstantRecord& record : records) duplicate = duplicate || !names.insert(record.name).second;
+  if (Failed(r) || duplicate) {
+    (void)HandsOffStorage();
+    return E_FAIL;
+  }
+  if (cache_) {
+    loading_ = true;
+    cache_->Merge(records);
+    loading_ = false;
+  }
+  return S_OK;
+}
+
+KivResult CGlobalConstantFactory::Save(IKivStorage* storage, bool sameAsLoad) {
+  if (sameAsLoad || !storage || storage == storage_.Get()) {
+    if (!data_) return E_UNEXPECTED;
+    const KivResult r = WriteConstantData(data_.Get(), cache_ ? cache_->Records() : std::vector<ConstantRecord>{});
+    return Failed(r) ? r : data_->Commit(STGC_DEFAULT);
+  }
+  KivResult r = WriteVersion(storage);
+  ComPtr<IKivStream> data;
+  if (Succeeded(r)) r = storage->CreateStream(kDataStream, kOpenMode | STGM_CREATE, data.Put());
+  if (Succeeded(r)) r = WriteConstantData(data.Get(), cache_ ? cache_->Records() : std::vector<ConstantRecord>{});
+  return r;
+}
+
+KivResult CGlobalConstantFactory::SaveCompleted(IKivStorage* storage) {
+  if (!storage) return S_OK;
+  ComPtr<IKivStorage> keep(storage);
+  (void)HandsOffStorage();
+  return OpenStreams(storage);
+}
+
+KivResult CGlobalConstantFactory::HandsOffStorage() {
+  data_ = nullptr;
+  storage_ = nullptr;
+  return S_OK;
+}
+
+KivResult CGlobalConstantFactory::Commit() {
+  KivResult r = data_->Commit(STGC_DEFAULT);
+  if (Succeeded(r)) r = storage_->Commit(STGC_DEFAULT);
+  return r;
+}
+
+void CGlobalConstantFactory::WriteThrough(bool append, const ConstantNames& names, const char16_t* failure) {
+  if (loading_ || !data_ || !cache_) return;
+  KivResult r = append ? AppendConstantData(data_.Get(), RecordsNamed(*cache_, names))
+                       : WriteConstantData(data_.Get(), cache_->Records());
+  if (Succeeded(r)) r = Commit();
+  if (Succeeded(r)) return;
+  FatalStop stop;
+  {
+    std::lock_guard lock(FatalStopMutex());
+    stop = CurrentFatalStop();
+  }
+  stop(failure);
+}
+
+// --- The cache's owner ----------------------------------------------------
+
+void CGlobalConstantFactory::OnConstantsRemoved(const ConstantNames& names) {
   ComPtr<CGlobalConstantFactory> self(this);
+  for (const std::u16string& name : names) objects_.erase(name);
+  WriteThrough(false, names, kRemoveFailed);
   (void)FireNotification(&IKivDataFactoryNotifications::OnItemsRemoved, Self(), names);
+}
+
+void CGlobalConstantFactory::OnConstantsChanged(const ConstantNames& names) {
+  WriteThrough(false, names, kChangeFailed);
+}
+
+void CGlobalConstantFactory::OnConstantsAdded(const ConstantNames& names) {
+  ComPtr<CGlobalConstantFactory> self(this);
+  WriteThrough(true, names, kAddFailed);
+  (void)FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, Self(), names);
 }
 
 }  // namespace velmar

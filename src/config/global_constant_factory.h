@@ -1,55 +1,98 @@
 // CGlobalConstantFactory: a root's constant factory over the process-wide
-// global constants cache. Its clients hear of names that came and went
-// through IKivDataFactoryNotifications, whichever root's factory made the
-// change.
+// global constants cache. It is one of the cache's owners: a change made
+// through any root reaches its clients (IKivDataFactoryNotifications for
+// names that came and went) and its settings storage, which it rewrites and
+// commits at once.
 //
-// The constant objects, adding and removing constants (each written at once
-// to the settings file) and the spreadsheet retrieval come with the
-// constants themselves: GetItem of a known name gives E_NOTIMPL until then.
+// Storage of its own (the settings file's "Global Constants"):
+//   "Version"        u32, 1
+//   "Constant Data"  see outing/constant_stream.h
+// A storage that can't be written any more ends the process (FatalStop).
 //
 // Client thread only.
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
+#include <string>
 
 #include "core/global_constants_cache.h"
 #include "core/notifications_impl.h"
 #include "core/velmar_parts.h"
+#include "velmar/constants.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing_notifications.h"
+#include "velmar/storage.h"
 
 namespace velmar {
 
 class CGlobalConstantFactory final
-    : public KivObject<IKivConstantFactory, IKivGlobalConstantFactoryInternal,
+    : public KivObject<IKivConstantFactory2, IKivGlobalConstantFactoryInternal,
                        IKivNotificationsImpl<CGlobalConstantFactory, IKivDataFactoryNotifications>>,
-      private CGlobalConstantsCache::Listener {
+      private CConstantsCacheOwner {
  public:
+  // What ends the process when the storage can't be written; tests put
+  // their own in. The default shows the message and exits.
+  using FatalStop = std::function<void(const std::u16string& message)>;
+  static void SetFatalStop(FatalStop stop);
+
   ~CGlobalConstantFactory() override;
 
+  // IKivDataFactory
   KivResult GetNames(NameList* names) override;
   KivResult GetParent(IKivUnknown** parent) override;
   KivResult SetParent(IKivUnknown* parent) override;
   KivResult GetRoot(IKivUnknown** root) override;
   KivResult SetRoot(IKivUnknown* root) override;
   KivResult GetIcon(int32_t index, int32_t size, IKivUnknown** picture) override;
+  // IKivConstantFactory, IKivConstantFactory2
   KivResult GetItem(const std::u16string& name, IKivConstant** constant) override;
+  KivResult AddConstant(const std::u16string& name, uint32_t kind) override;
+  KivResult RemoveConstant(const std::u16string& name) override;
 
+  // IKivGlobalConstantFactoryInternal
   KivResult SetRootBackReference(IKivVelmar* root) override;
   KivResult AttachCache(std::shared_ptr<CGlobalConstantsCache> cache) override;
   KivResult ReloadSpreadsheetConstants() override;
 
+  // Persistence of the settings file. InitNew and Load: E_POINTER for null,
+  // E_UNEXPECTED while a storage is held. Load: E_FAIL for a version other
+  // than 1, a bad stream or a name stored twice (the cache is then left as
+  // it was); the records then take the cache's place.
+  [[nodiscard]] KivResult InitNew(IKivStorage* storage);
+  [[nodiscard]] KivResult Load(IKivStorage* storage);
+  // Writes both streams; into a different storage when not the one held.
+  [[nodiscard]] KivResult Save(IKivStorage* storage, bool sameAsLoad);
+  // Holds `storage` (opening its streams) from now on; null keeps the one held.
+  [[nodiscard]] KivResult SaveCompleted(IKivStorage* storage);
+  // Lets go of the storage and its streams.
+  [[nodiscard]] KivResult HandsOffStorage();
+  // S_OK when dirty, S_FALSE when not. Every change is written at once.
+  KivResult IsDirty() const { return S_FALSE; }
+
   const std::shared_ptr<CGlobalConstantsCache>& Cache() const { return cache_; }
 
  private:
-  void OnConstantsAdded(const NameList& names) override;
-  void OnConstantsRemoved(const NameList& names) override;
+  // CConstantsCacheOwner
+  void OnConstantsRemoved(const ConstantNames& names) override;
+  void OnConstantsChanged(const ConstantNames& names) override;
+  void OnConstantsAdded(const ConstantNames& names) override;
+
   IKivDataFactory* Self() { return static_cast<IKivConstantFactory*>(this); }
+  [[nodiscard]] KivResult OpenStreams(IKivStorage* storage);
+  // Rewrites or appends to "Constant Data" and commits; a failure ends the process.
+  void WriteThrough(bool append, const ConstantNames& names, const char16_t* failure);
+  [[nodiscard]] KivResult Commit();
 
   std::shared_ptr<CGlobalConstantsCache> cache_;
-  IKivVelmar* rootBackReference_ = nullptr;  // the owning root, not counted
-  ComPtr<IKivUnknown> root_;                 // given once through SetRoot
+  std::map<std::u16string, CConstantBase*> objects_;  // the last object made per name, not counted
+  IKivVelmar* rootBackReference_ = nullptr;           // the owning root, not counted
+  ComPtr<IKivUnknown> root_;                          // given once through SetRoot
   ComPtr<IKivUnknown> parent_;
+  ComPtr<IKivStorage> storage_;
+  ComPtr<IKivStream> data_;                           // "Constant Data" of storage_
+  bool loading_ = false;                              // a load's merge writes nothing
 };
 
 }  // namespace velmar

@@ -1,12 +1,22 @@
 #include "core/data_factory_branding.h"
 
+#include "core/data_factory_branding_helper.h"
+#include "core/velmar_global_state.h"
+
 namespace velmar {
 
 namespace {
-std::shared_ptr<const DataFactoryBranding>& Installed() {
-  static std::shared_ptr<const DataFactoryBranding> branding;
+
+struct ProcessBranding {
+  std::shared_ptr<const DataFactoryBranding> installed;
+  std::shared_ptr<const DataFactoryBranding> fromModule;
+};
+
+ProcessBranding& Process() {
+  static ProcessBranding branding;
   return branding;
 }
+
 }  // namespace
 
 bool DataFactoryBranding::IsAllowed(const DataFactoryRecord& record) const {
@@ -20,13 +30,22 @@ bool DataFactoryBranding::IsAllowed(const DataFactoryRecord& record) const {
 }
 
 const DataFactoryBranding& CurrentDataFactoryBranding() {
-  static const DataFactoryBranding kNoModule;
-  const auto& installed = Installed();
-  return installed ? *installed : kNoModule;
+  ProcessBranding& process = Process();
+  if (process.installed) return *process.installed;
+  if (!process.fromModule) {
+    // The module is let go once its lists are read.
+    process.fromModule = std::make_shared<const DataFactoryBranding>(CDataFactoryBrandingHelper().Snapshot());
+  }
+  return *process.fromModule;
 }
 
 void InstallDataFactoryBranding(std::shared_ptr<const DataFactoryBranding> branding) {
-  Installed() = std::move(branding);
+  Process().installed = std::move(branding);
+}
+
+void ReloadDataFactoryBranding() {
+  Process().fromModule = nullptr;
+  BuildMandatoryDataFactories();
 }
 
 }  // namespace velmar

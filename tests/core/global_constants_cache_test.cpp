@@ -3,31 +3,42 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core/velmar_global_state.h"
+#include "core/velmar_test_fixture.h"
+
 namespace velmar {
 namespace {
 
 using ::testing::ElementsAre;
 
-struct Recorder : CGlobalConstantsCache::Listener {
-  std::vector<std::u16string> added, removed;
-  void OnConstantsAdded(const CGlobalConstantsCache::Names& n) override { added.insert(added.end(), n.begin(), n.end()); }
-  void OnConstantsRemoved(const CGlobalConstantsCache::Names& n) override {
-    removed.insert(removed.end(), n.begin(), n.end());
-  }
+struct Recorder : CConstantsCacheOwner {
+  std::vector<std::u16string> added, removed, changed;
+  void OnConstantsAdded(const ConstantNames& n) override { added.insert(added.end(), n.begin(), n.end()); }
+  void OnConstantsRemoved(const ConstantNames& n) override { removed.insert(removed.end(), n.begin(), n.end()); }
+  void OnConstantsChanged(const ConstantNames& n) override { changed.insert(changed.end(), n.begin(), n.end()); }
 };
 
-TEST(GlobalConstantsCache, AddGivesIdsFromOneAndTellsEveryListener) {
+struct Removed : CConstantBase {
+  int removals = 0;
+  IKivUnknown* GetConstantObject() override { return nullptr; }
+  void OnConstantRemoved() override { ++removals; }
+  void SetConstantStatus(DataStatus) override {}
+  void DetachConstant() override {}
+};
+
+TEST(GlobalConstantsCache, AddGivesIdsFromOneAndTellsEveryOwner) {
   CGlobalConstantsCache cache;
   Recorder a, b;
-  cache.AddListener(&a);
-  cache.AddListener(&b);
-  cache.AddListener(&a);
+  cache.AddOwner(&a);
+  cache.AddOwner(&b);
+  cache.AddOwner(&a);
   ASSERT_EQ(cache.Add(u"Wheelbase", 0), S_OK);
   ASSERT_EQ(cache.Add(u"Ambient", 1), S_OK);
   EXPECT_EQ(cache.Find(u"Wheelbase")->id, 1);
   EXPECT_EQ(cache.Find(u"Ambient")->id, 2);
   EXPECT_FALSE(cache.Find(u"Wheelbase")->IsSpreadsheet());
   EXPECT_EQ(cache.Find(u"Ambient")->text, u"|");
+  EXPECT_EQ(cache.Find(u"Ambient")->stored, 1u);
   EXPECT_THAT(a.added, ElementsAre(u"Wheelbase", u"Ambient"));
   EXPECT_THAT(b.added, ElementsAre(u"Wheelbase", u"Ambient"));
   EXPECT_THAT(cache.GetNames(), ElementsAre(u"Ambient", u"Wheelbase"));
@@ -36,29 +47,54 @@ TEST(GlobalConstantsCache, AddGivesIdsFromOneAndTellsEveryListener) {
 TEST(GlobalConstantsCache, RefusesBadAddsAndUnknownRemoves) {
   CGlobalConstantsCache cache;
   ASSERT_EQ(cache.Add(u"Mass", 0), S_OK);
-  EXPECT_EQ(cache.Add(u"Mass", 0), E_INVALIDARG);
+  EXPECT_EQ(cache.Add(u"Mass", 0), E_INVALIDARG) << "the first of a name stands";
+  EXPECT_EQ(cache.Add(u"Mass", 1), E_INVALIDARG);
   EXPECT_EQ(cache.Add(u"", 0), E_INVALIDARG);
   EXPECT_EQ(cache.Add(u"Other", 2), E_INVALIDARG);
   EXPECT_EQ(cache.Remove(u"Nothing"), E_INVALIDARG);
   EXPECT_EQ(cache.size(), 1u);
+  EXPECT_FALSE(cache.Find(u"Mass")->IsSpreadsheet());
 }
 
-TEST(GlobalConstantsCache, RemoveTellsAndClearStartsIdsAgain) {
+TEST(GlobalConstantsCache, RemoveTellsTheObjectsFirstAndClearStartsIdsAgain) {
   CGlobalConstantsCache cache;
   Recorder r;
-  cache.AddListener(&r);
+  Removed object;
+  cache.AddOwner(&r);
   ASSERT_EQ(cache.Add(u"Mass", 0), S_OK);
+  ASSERT_TRUE(cache.Attach(&object, cache.Find(u"Mass")->id));
   ASSERT_EQ(cache.Remove(u"Mass"), S_OK);
+  EXPECT_EQ(object.removals, 1);
   EXPECT_THAT(r.removed, ElementsAre(u"Mass"));
   ASSERT_EQ(cache.Add(u"Mass", 0), S_OK);
   EXPECT_EQ(cache.Find(u"Mass")->id, 2) << "ids are not reused";
+  EXPECT_TRUE(cache.AttachedTo(2).empty());
   cache.Clear();
   EXPECT_EQ(cache.size(), 0u);
   ASSERT_EQ(cache.Add(u"Drag", 0), S_OK);
   EXPECT_EQ(cache.Find(u"Drag")->id, 1);
-  cache.RemoveListener(&r);
+  cache.RemoveOwner(&r);
   ASSERT_EQ(cache.Remove(u"Drag"), S_OK);
-  EXPECT_THAT(r.removed, ElementsAre(u"Mass")) << "a listener that left hears nothing";
+  EXPECT_THAT(r.removed, ElementsAre(u"Mass")) << "an owner that left hears nothing";
+}
+
+// Two roots share the process's one cache, and the last to close empties it.
+class GlobalConstantsAcrossRoots : public testing::VelmarTestBase {};
+
+TEST_F(GlobalConstantsAcrossRoots, TwoRootsShareOneSetAndTheLastClearsIt) {
+  ComPtr<CVelmar> second;
+  ASSERT_EQ(CVelmar::Create(&second), S_OK);
+  auto shared = CVelmarObjGlobalStateChanges::Process().Stores().constants;
+  ASSERT_EQ(shared->Add(u"Fuel density", 0), S_OK);
+  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 2u);
+  ASSERT_EQ(second->Close(), S_OK);
+  second = nullptr;
+  EXPECT_EQ(shared->size(), 1u) << "a root is still open";
+  ASSERT_EQ(root_->Close(), S_OK);
+  EXPECT_EQ(shared->size(), 0u) << "the last root out empties the set";
+  ASSERT_EQ(shared->Add(u"Other", 0), S_OK);
+  EXPECT_EQ(shared->Find(u"Other")->id, 1) << "and ids start again";
+  shared->Clear();
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "core/branding_test_support.h"
 #include "core/data_factory_branding.h"
 #include "core/velmar_test_fixture.h"
 #include "velmar/colour_table.h"
@@ -345,6 +346,42 @@ TEST_F(VelmarTest, BrandingFeatureOneMakesTheToolNode) {
   RegisterTestParts();
   (void)branded->Close();
   (void)withoutNode->Close();
+}
+
+TEST_F(VelmarTest, TheBrandingModuleHidesFactoriesAndMakesTheToolNode) {
+  ScopedBranding branded(TestBrandingModule());
+  const auto hiddenMandatory = DataFactoryRecord::Native(Guid::Literal("{431C3042-F301-4701-85F0-5EF9EC7FC68E}"));
+  EXPECT_EQ(MandatoryDataFactories().size(), 7u) << "a native and a managed mandatory factory are hidden";
+  EXPECT_FALSE(IsMandatoryDataFactory(hiddenMandatory));
+  EXPECT_FALSE(IsMandatoryDataFactory(DataFactoryRecord::Managed(kBrandingHiddenTool)));
+
+  PartLog().clear();
+  ComPtr<CVelmar> branded_root;
+  ASSERT_EQ(CVelmar::Create(&branded_root), S_OK);
+  EXPECT_THAT(PartLogWith("toolNode"), ElementsAre("toolNode.made", "toolNode.SetRoot(set)"));
+  EXPECT_EQ(branded_root->ChildNodes().size(), 1u);
+
+  EXPECT_EQ(branded_root->AddDataFactory(kFactoryB), E_INVALIDARG) << "the module hides it";
+  EXPECT_EQ(branded_root->AddDataFactory(hiddenMandatory.clsid), E_INVALIDARG);
+  // A wanted list that names a hidden factory runs without it, in every root.
+  ASSERT_EQ(CVelmarObjGlobalStateChanges::Process().ApplyDataFactoryList(
+                {DataFactoryRecord::Native(kFactoryB), DataFactoryRecord::Native(kFactoryA)}),
+            S_OK);
+  EXPECT_THAT(branded_root->DataFactories().ActiveRecords(), ElementsAre(DataFactoryRecord::Native(kFactoryA)));
+  EXPECT_THAT(root_->DataFactories().ActiveRecords(), ElementsAre(DataFactoryRecord::Native(kFactoryA)));
+  EXPECT_FALSE(branded_root->DataFactories().StorageNameOf(DataFactoryRecord::Native(kFactoryB)))
+      << "a hidden factory gets no storage";
+  (void)branded_root->Close();
+}
+
+TEST_F(VelmarTest, WithoutABrandingModuleNothingIsHiddenAndThereIsNoToolNode) {
+  ScopedBranding none(u"no-such-brand.so");
+  EXPECT_EQ(MandatoryDataFactories().size(), 9u);
+  ComPtr<CVelmar> plain;
+  ASSERT_EQ(CVelmar::Create(&plain), S_OK);
+  EXPECT_TRUE(plain->ChildNodes().empty());
+  EXPECT_EQ(plain->AddDataFactory(kFactoryB), S_OK);
+  (void)plain->Close();
 }
 
 }  // namespace

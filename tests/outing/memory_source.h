@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "jobs/job_item.h"
+#include "outing/file_outing.h"
 #include "outing/file_outing_cache.h"
 #include "outing/outing_data_factory.h"
 #include "outing/outing_on_cache.h"
@@ -108,6 +109,7 @@ class CMemoryInformation : public KivObject<IKivPropertySet> {
 
 class CMemoryOutingCache final : public CFileOutingCache<CMemoryOutingCache, COutingStateChanges, MemorySource> {
  public:
+  // The type is the row of `outingId` in the type table; text for any other id.
   CMemoryOutingCache(std::u16string path, const Guid& outingId);
   ~CMemoryOutingCache() override;
 
@@ -149,7 +151,7 @@ class CMemoryChannelFactory : public COutingDataFactory<IKivChannel*, IKivChanne
 
 // An outing of the memory source. It logs every call of its cache, and
 // otherwise behaves as an outing must (notifications, factory names).
-class CMemoryOuting final : public COutingOnCache<CMemoryOutingCache, CMemoryChannelFactory> {
+class CMemoryOuting final : public CFileOuting<CMemoryOutingCache, CMemoryChannelFactory> {
  public:
   CMemoryOuting(ComPtr<CMemoryOutingCache> cache, bool overrideProperties);
   ~CMemoryOuting() override;
@@ -177,8 +179,6 @@ class CMemoryOuting final : public COutingOnCache<CMemoryOutingCache, CMemoryCha
   static int live() { return live_; }
 
  protected:
-  KivResult OutingInformation(IKivPropertySet** information) override;
-  KivResult CloseOutingData() override;
   KivResult ApplyTimeOffset(KivTime offset) override;
 
  private:

@@ -7,6 +7,7 @@
 
 #include "jobs/job_thread.h"
 #include "outing/memory_source.h"
+#include "outing/outing_type_table.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
@@ -152,8 +153,18 @@ KivResult CMemoryInformation::GetProperties(PropertyList* properties) {
 
 int CMemoryOutingCache::live_ = 0;
 
+namespace {
+
+// A type GUID of the table makes a cache of that row; any other, a text cache.
+OutingType TypeOfId(const Guid& outingId) {
+  const OutingTypeRow& row = FindOutingTypeRow(outingId);
+  return row.known() ? row.type : OutingType::kText;
+}
+
+}  // namespace
+
 CMemoryOutingCache::CMemoryOutingCache(std::u16string path, const Guid& outingId)
-    : CFileOutingCache(OutingType::kText, std::move(path), outingId) {
+    : CFileOutingCache(TypeOfId(outingId), std::move(path), outingId) {
   ++live_;
 }
 
@@ -200,7 +211,7 @@ void CMemoryChannelFactory::DropItem(const std::u16string& name, IKivChannel*&) 
 int CMemoryOuting::live_ = 0;
 
 CMemoryOuting::CMemoryOuting(ComPtr<CMemoryOutingCache> cache, bool overrideProperties)
-    : COutingOnCache(std::move(cache), overrideProperties) {
+    : CFileOuting(std::move(cache), overrideProperties) {
   channels().Bind(this->cache());
   ++live_;
 }
@@ -218,7 +229,7 @@ void CMemoryOuting::OnDataDiscarded() {
 void CMemoryOuting::OnInformationLoaded(bool informationChanged) {
   calls.push_back(informationChanged ? "information:1" : "information:0");
   if (onInformationLoaded) onInformationLoaded();
-  COutingOnCache::OnInformationLoaded(informationChanged);
+  CFileOuting::OnInformationLoaded(informationChanged);
 }
 
 void CMemoryOuting::OnChannelsLoaded() {
@@ -228,17 +239,17 @@ void CMemoryOuting::OnChannelsLoaded() {
 
 void CMemoryOuting::OnLapMarkersReset() {
   calls.push_back("laps-reset");
-  COutingOnCache::OnLapMarkersReset();
+  CFileOuting::OnLapMarkersReset();
 }
 
 void CMemoryOuting::OnCreatedNotify(bool success) {
   calls.push_back(success ? "created:1" : "created:0");
-  COutingOnCache::OnCreatedNotify(success);
+  CFileOuting::OnCreatedNotify(success);
 }
 
 void CMemoryOuting::OnInformationChanged() {
   calls.push_back("information-changed");
-  COutingOnCache::OnInformationChanged();
+  CFileOuting::OnInformationChanged();
 }
 
 void CMemoryOuting::OnChannelsRemoved(const NameList& names) {
@@ -248,7 +259,7 @@ void CMemoryOuting::OnChannelsRemoved(const NameList& names) {
 
 void CMemoryOuting::OnWriterMessage(uint32_t level, const std::u16string& text) {
   calls.push_back("message:" + std::to_string(level) + ":" + WideToUtf8(text));
-  COutingOnCache::OnWriterMessage(level, text);
+  CFileOuting::OnWriterMessage(level, text);
 }
 
 KivResult CMemoryOuting::GetSelectionBinding(IKivUnknown** out) {
@@ -256,15 +267,6 @@ KivResult CMemoryOuting::GetSelectionBinding(IKivUnknown** out) {
   *out = nullptr;
   if (!binding) return S_FALSE;
   return binding.CopyTo(out);
-}
-
-KivResult CMemoryOuting::OutingInformation(IKivPropertySet** information) {
-  return cache()->GetInformation(information);
-}
-
-KivResult CMemoryOuting::CloseOutingData() {
-  cache()->Discard();
-  return S_OK;
 }
 
 KivResult CMemoryOuting::ApplyTimeOffset(KivTime offset) {

@@ -1,14 +1,38 @@
-// velmar: the command-line host of the library.
+// velmar: the command-line host of the library. It drives the library as
+// any host does (root, outing factory, sinks, the client-thread loop) and
+// prints what it reads as tab-separated lines or JSON.
 #include <cstdio>
-#include <cstring>
+#include <iostream>
 
+#include "commands.h"
+#include "host_error.h"
 #include "velmar/version.h"
 
 int main(int argc, char** argv) {
-  if (argc > 1 && std::strcmp(argv[1], "--version") == 0) {
-    std::printf("velmar %s\n", velmar::kVersion);
-    return 0;
+  using namespace velmar::cli;
+  CLI::App app{"velmar: telemetry outings from the command line", "velmar"};
+  app.set_version_flag("--version", std::string("velmar ") + velmar::kVersion);
+  app.require_subcommand(1);
+  CommandContext context;
+  app.add_option("--timeout", context.timeoutSeconds, "Longest wait for a load, in seconds")
+      ->check(CLI::PositiveNumber);
+  app.add_flag("--no-progress", context.noProgress, "Never draw the progress line on stderr");
+  AddInfoCommand(app, context);
+  AddChannelsCommand(app, context);
+  AddDumpCommand(app, context);
+  AddEventsCommand(app, context);
+  AddConstantsCommand(app, context);
+  AddSampleCommand(app, context);
+  AddConvertCommand(app, context);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const HostError& error) {
+    std::cout.flush();
+    std::fprintf(stderr, "velmar: %s\n", error.what());
+    return 1;
   }
-  std::printf("velmar %s: telemetry data management\nusage: velmar --version\n", velmar::kVersion);
-  return 0;
+  std::cout.flush();
+  return std::cout.fail() ? 1 : 0;
 }

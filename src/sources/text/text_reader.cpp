@@ -75,7 +75,8 @@ bool TextField(TokenCursor& cursor, bool required, uint64_t line, const ProblemS
 std::optional<TextEvent> ReadEventRow(std::string_view row, uint64_t line, const ProblemSink& sink) {
   TokenCursor cursor(row);
   cursor.SkipBlanks();
-  std::optional<double> seconds = NumberField(cursor.Read(true), line, sink, TextCode::kEventDropped, "event time");
+  // Times and values take no blanks: a blank ends them like a TAB.
+  std::optional<double> seconds = NumberField(cursor.Read(false), line, sink, TextCode::kEventDropped, "event time");
   if (!seconds) return std::nullopt;
   std::optional<KivTime> time = SecondsToTicks(*seconds);
   if (!time) {
@@ -109,7 +110,7 @@ std::optional<TextConstant> ReadConstantRow(std::string_view row, uint64_t line,
     Report(sink, TextCode::kConstantDropped, line, "the constant has no value; the row is dropped");
     return std::nullopt;
   }
-  std::optional<double> value = NumberField(cursor.Read(true), line, sink, TextCode::kConstantDropped, "constant value");
+  std::optional<double> value = NumberField(cursor.Read(false), line, sink, TextCode::kConstantDropped, "constant value");
   if (!value) return std::nullopt;
   c.value = *value;
   if (!cursor.AtEnd() &&

@@ -94,6 +94,17 @@ TEST(TextReaderConstants, FirstOfANameStandsAndTheLastBlockCounts) {
   EXPECT_TRUE(problems.Has(TextCode::kConstantDropped, 14));
 }
 
+// Times and values take no blanks, so a blank ends them and the next field
+// starts behind it.
+TEST(TextReaderConstants, ABlankEndsEventTimesAndConstantValues) {
+  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{EventBlock}", kEventHeader, "1.5 Lap\tBox Created\tcar",
+                              "", "{ConstantBlock}", "Name\tValue\tComment", "Wing Gain\t2.5 trimmed"}));
+  ASSERT_EQ(data.events.size(), 1u);
+  EXPECT_EQ(data.events[0], (TextEvent{15'000'000, u"Lap", kEventFromCar, u"car", u""}));
+  ASSERT_EQ(data.constants.size(), 1u);
+  EXPECT_EQ(data.constants[0], (TextConstant{u"Wing Gain", 2.5, u"trimmed"}));
+}
+
 TEST(TextReader, BadFilesGiveClearCodes) {
   EXPECT_EQ(ReadCode(""), TextCode::kTruncated);
   EXPECT_EQ(ReadCode("Kivara"), TextCode::kTruncated);

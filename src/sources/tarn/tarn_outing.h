@@ -1,0 +1,57 @@
+// CTarnOuting: a client's outing object on a `.trn` file. Everything it
+// knows comes from its cache (tarn_outing_cache.h), which all outing objects
+// on the file share; it turns what the cache tells it into the outing's
+// notifications and keeps its own factories' name lists.
+//
+// Client thread only.
+#pragma once
+
+#include <optional>
+
+#include "outing/outing_on_cache.h"
+#include "sources/tarn/tarn_lap_markers.h"
+#include "sources/tarn/tarn_outing_cache.h"
+#include "sources/tarn/tarn_outing_factories.h"
+
+namespace velmar {
+
+class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
+                                                CTarnOutingConstantFactory, CTarnLapMarkers> {
+ public:
+  CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
+      : COutingOnCache(std::move(cache), overrideProperties) {}
+  ~CTarnOuting() override;
+
+  // --- The cache's calls ----------------------------------------------------
+  void OnDataDiscarded() override;
+  void OnChannelListRead(const TarnChannelMap& channels) override;
+  void OnEventNamesRead(const std::vector<TarnNamedItem>& names) override;
+  void OnConstantsRead(const std::vector<TarnConstant>& constants) override;
+  void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) override;
+
+  IKivDataFactory* channel_factory() { return static_cast<CTarnOutingChannelFactory*>(this)->AsDataFactory(); }
+  IKivDataFactory* events_factory() { return static_cast<CTarnOutingEventsFactory*>(this)->AsDataFactory(); }
+  IKivDataFactory* constant_factory() { return static_cast<CTarnOutingConstantFactory*>(this)->AsDataFactory(); }
+
+ protected:
+  KivResult OutingInformation(IKivPropertySet** information) override;
+  KivResult CloseOutingData() override;
+  KivResult ApplyTimeOffset(KivTime offset) override;
+  const TarnLapData* LapMarkerData() override { return cache()->LapData(); }
+  const TarnChannelMap* CacheChannelList() override { return cache()->ChannelList(); }
+  ComPtr<CChannelDataCache> CacheChannelData() override { return cache()->channel_data(); }
+  KivTime ChannelTimeOffset() override { return time_offset(); }
+  std::optional<NameList> CacheNames(IKivEventsFactory* kind) override;
+  std::optional<NameList> CacheNames(IKivConstantFactory* kind) override;
+
+ private:
+  // Applies a name list to a name-list facet and fires what changed.
+  template <class Facet>
+  void ApplyNames(const NameList& names);
+};
+
+// Registers the `.trn` source with the outing factory (type 1). Call once at
+// start-up, before the first outing of the type is asked for.
+[[nodiscard]] KivResult RegisterTarnOutingSource();
+
+}  // namespace velmar

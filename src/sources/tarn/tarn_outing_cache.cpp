@@ -1,0 +1,290 @@
+#include "sources/tarn/tarn_outing_cache.h"
+
+#include "jobs/job_thread.h"
+#include "outing/file_outing_cache.h"
+#include "outing/temp_file.h"
+
+namespace velmar {
+
+CTarnOutingCache::CTarnOutingCache(std::u16string path, const Guid& outingId, TarnStoreFactoryMaker makeFactory)
+    : Base(OutingType::kTarn, std::move(path), outingId),
+      makeFactory_(std::move(makeFactory)),
+      file_(MakeClient<CFileStateMachine>(makeFactory_)),
+      outing_(MakeReader<CLoadOutingJobItem>()),
+      lapMarkers_(MakeReader<CGetLapMarkerDataJobItem>()),
+      channels_(MakeReader<CLoadChannelNamesJobItem>()),
+      eventNames_(MakeReader<CGetEventNamesJobItem>()),
+      constants_(MakeReader<CTarnGetConstantsJobItem>()),
+      blobs_(MakeReader<CLoadBlobJobItem>()),
+      create_(MakeClient<CreateMachine>(static_cast<ITarnCreateCallback*>(this), &DaeThread)),
+      link_(std::make_shared<Link>(Link{this})),
+      fastLapMinimumTime_(kDefaultFastLapMinimumTime) {
+  channelData_ = ComPtr<CChannelDataCache>(new CChannelDataCache(
+      [link = link_](const CChannelKey& key) -> std::unique_ptr<CChannelDataFetch> {
+        return link->cache ? link->cache->MakeChannelFetch(key) : nullptr;
+      },
+      DaeThread()));
+  // The open first: the details read queued after it on the same thread runs
+  // on the open file.
+  (void)file_->Open(this->path());
+  (void)outing_->Start();
+}
+
+CTarnOutingCache::~CTarnOutingCache() {
+  // Machines first lose the cache as their client and cancel their jobs;
+  // the file is closed last, on the store thread.
+  link_->cache = nullptr;
+  channelData_->Discard();
+  eventData_.Clear();
+  blobData_.Clear();
+  create_.Reset();
+  blobs_.Reset();
+  constants_.Reset();
+  eventNames_.Reset();
+  channels_.Reset();
+  lapMarkers_.Reset();
+  outing_.Reset();
+  file_.Reset();
+}
+
+template <class Job>
+CTarnOutingCache::Reader<Job> CTarnOutingCache::MakeReader() {
+  return MakeClient<CTarnReadStateMachine<Job>>(static_cast<ITarnReadClient<Job>*>(this), file_.Get(),
+                                                MakeTarnJob<Job>());
+}
+
+template <class Job>
+Job* CTarnOutingCache::ResultsOrStart(const Reader<Job>& reader) {
+  if (Job* done = reader->results()) return done;
+  (void)reader->Start();
+  return nullptr;
+}
+
+// --- Outing -------------------------------------------------------------------
+
+KivResult CTarnOutingCache::GetInformation(IKivPropertySet** information) {
+  *information = nullptr;
+  const bool lapsIn = LapData() != nullptr;  // starts the lap read when missing
+  if (!information_) {
+    (void)outing_->Start();
+    return S_FALSE;
+  }
+  if (!lapsIn) return S_FALSE;
+  *information = information_.Get();
+  information_->AddRef();
+  return S_OK;
+}
+
+void CTarnOutingCache::CloseData() {
+  // Write-back will hold this off while a transaction owns the file.
+  ComPtr<CTarnOutingCache> keep(this);
+  file_->Close();
+  (void)file_->Open(path());
+  lapMarkers_->Drop();
+  ForEachClient([](ITarnOutingStateChanges& client) { client.OnLapMarkersReset(); });
+  channels_->Reload();
+  channelData_->Discard();
+  eventNames_->Reload();
+  eventData_.DropAll();
+  blobs_->Reload();
+  blobData_.DropAll();
+  constants_->Reload();
+  loaded_ = false;
+  InvalidateCaption();
+}
+
+bool CTarnOutingCache::CreateDataSet() {
+  if (!CanCreateDataSetIn(path())) return false;
+  return create_->Create(path(), makeFactory_);
+}
+
+void CTarnOutingCache::OnCreated(bool success) {
+  ComPtr<CTarnOutingCache> keep(this);
+  if (success) {
+    // The file is there now: read it as if it had been there from the start.
+    if (file_->state() == CFileStateMachine::State::kClosed) (void)file_->Open(path());
+    unknownVersion_ = false;
+    (void)outing_->Start();
+  }
+  if (ITarnOutingStateChanges* last = LastClient()) {
+    ComPtr<ITarnOutingStateChanges> client(last);
+    client->OnCreatedNotify(success);
+  }
+}
+
+std::u16string CTarnOutingCache::BuildCaption() {
+  if (unknownVersion_) return std::u16string(kUnknownFileVersionCaption);
+  return Base::BuildCaption();
+}
+
+void CTarnOutingCache::AnnounceLoaded() {
+  ComPtr<CTarnOutingCache> keep(this);
+  loaded_ = true;
+  if (!lapMarkers_->results()) {
+    (void)lapMarkers_->Start();
+    return;
+  }
+  ForEachClient([](ITarnOutingStateChanges& client) { client.OnInformationChanged(); });
+}
+
+void CTarnOutingCache::RefreshAfterLapChange() {
+  ComPtr<CTarnOutingCache> keep(this);
+  UpdateFastLap();
+  InvalidateCaption();
+  if (information_) AnnounceLoaded();
+  ForEachClient([](ITarnOutingStateChanges& client) { client.OnLapMarkersReset(); });
+}
+
+void CTarnOutingCache::UpdateFastLap() {
+  if (!information_) return;
+  const CGetLapMarkerDataJobItem* laps = lapMarkers_->results();
+  if (!fastLapFilterEnabled_ || !laps) {
+    information_->SetFastLap(fastLapFilterEnabled_, std::nullopt);
+    return;
+  }
+  const TarnLapData& data = laps->data();
+  information_->SetFastLap(true, FindFastLap(data.MarkerTimes(), data.span, fastLapMinimumTime_));
+}
+
+void CTarnOutingCache::SetFastLapFilter(bool enabled) {
+  if (fastLapFilterEnabled_ == enabled) return;
+  fastLapFilterEnabled_ = enabled;
+  UpdateFastLap();
+  InvalidateCaption();
+}
+
+void CTarnOutingCache::SetFastLapMinimumTime(KivTime minimum) {
+  if (fastLapMinimumTime_ == minimum) return;
+  fastLapMinimumTime_ = minimum;
+  UpdateFastLap();
+  InvalidateCaption();
+}
+
+// --- Lists ---------------------------------------------------------------------
+
+const TarnLapData* CTarnOutingCache::LapData() {
+  CGetLapMarkerDataJobItem* job = ResultsOrStart(lapMarkers_);
+  return job ? &job->data() : nullptr;
+}
+
+const TarnChannelMap* CTarnOutingCache::ChannelList() {
+  CLoadChannelNamesJobItem* job = ResultsOrStart(channels_);
+  return job ? &job->channels() : nullptr;
+}
+
+const std::vector<TarnNamedItem>* CTarnOutingCache::EventNames() {
+  CGetEventNamesJobItem* job = ResultsOrStart(eventNames_);
+  return job ? &job->names() : nullptr;
+}
+
+const std::vector<TarnConstant>* CTarnOutingCache::Constants() {
+  CTarnGetConstantsJobItem* job = ResultsOrStart(constants_);
+  return job ? &job->constants() : nullptr;
+}
+
+const std::vector<TarnNamedItem>* CTarnOutingCache::BlobList() {
+  CLoadBlobJobItem* job = ResultsOrStart(blobs_);
+  return job ? &job->blobs() : nullptr;
+}
+
+// --- Item data ----------------------------------------------------------------
+
+std::unique_ptr<CChannelDataFetch> CTarnOutingCache::MakeChannelFetch(const CChannelKey& key) {
+  const CLoadChannelNamesJobItem* list = channels_->results();
+  if (!list) return nullptr;
+  auto it = list->channels().find(key.text());
+  if (it == list->channels().end()) return nullptr;
+  return std::make_unique<CTarnChannelDataFetch>(file_->Connection(), it->second);
+}
+
+KivResult CTarnOutingCache::GetEventData(ITarnItemDataClient* client, uint64_t eventId,
+                                         const CGetCachedEventsJobItem** data) {
+  if (!data) return E_POINTER;
+  CGetCachedEventsJobItem* job = nullptr;
+  KivResult r =
+      eventData_.Get(eventId, client, this, file_.Get(), MakeTarnJob<CGetCachedEventsJobItem>(eventId), &job);
+  *data = job;
+  return r;
+}
+
+KivResult CTarnOutingCache::GetBlobData(ITarnItemDataClient* client, uint64_t blobId,
+                                        const CGetBlobDataJobItem** data) {
+  if (!data) return E_POINTER;
+  CGetBlobDataJobItem* job = nullptr;
+  KivResult r = blobData_.Get(blobId, client, this, file_.Get(), MakeTarnJob<CGetBlobDataJobItem>(blobId), &job);
+  *data = job;
+  return r;
+}
+
+void CTarnOutingCache::ForgetClient(ITarnItemDataClient* client) {
+  eventData_.Forget(client);
+  blobData_.Forget(client);
+}
+
+// --- Reads ending ---------------------------------------------------------------
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadOutingJobItem>& m, KivResult status) {
+  ComPtr<CTarnOutingCache> keep(this);
+  if (Failed(status)) {
+    // The store can't read this file's format: the caption says so.
+    if (status == E_BADFILEVERSION && !unknownVersion_) {
+      unknownVersion_ = true;
+      InvalidateCaption();
+      ForEachClient([](ITarnOutingStateChanges& client) { client.OnInformationChanged(); });
+    }
+    return;
+  }
+  unknownVersion_ = false;
+  information_ = MakeKiv<CTarnOutingInformation>(ComPtr<CLoadOutingJobItem>(m.results()));
+  UpdateFastLap();
+  InvalidateCaption();
+  AnnounceLoaded();
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetLapMarkerDataJobItem>&, KivResult status) {
+  if (Succeeded(status)) RefreshAfterLapChange();
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) {
+  if (Failed(status)) return;  // idle again: the next request reads again
+  const TarnChannelMap& channels = m.results()->channels();
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnChannelListRead(channels); });
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetEventNamesJobItem>& m, KivResult status) {
+  if (Failed(status)) return;
+  const std::vector<TarnNamedItem>& names = m.results()->names();
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnEventNamesRead(names); });
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CTarnGetConstantsJobItem>& m, KivResult status) {
+  if (Failed(status)) return;
+  const std::vector<TarnConstant>& constants = m.results()->constants();
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnConstantsRead(constants); });
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadBlobJobItem>& m, KivResult status) {
+  if (Failed(status)) return;
+  const std::vector<TarnNamedItem>& blobs = m.results()->blobs();
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnBlobListRead(blobs); });
+}
+
+template <class Job>
+void CTarnOutingCache::TellItemClients(const CTarnItemReads<Job>& reads, const CTarnReadStateMachine<Job>& machine,
+                                       KivResult status) {
+  ComPtr<CTarnOutingCache> keep(this);
+  for (ITarnItemDataClient* client : reads.ClientsOf(machine)) {
+    // One told before may have gone and taken another with it.
+    if (reads.IsEntered(client)) client->OnItemDataReady(Succeeded(status), kTimeMin, kTimeMax);
+  }
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetCachedEventsJobItem>& m, KivResult status) {
+  TellItemClients(eventData_, m, status);
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetBlobDataJobItem>& m, KivResult status) {
+  TellItemClients(blobData_, m, status);
+}
+
+}  // namespace velmar

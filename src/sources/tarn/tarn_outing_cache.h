@@ -1,0 +1,178 @@
+// CTarnOutingCache: what every outing object on one `.trn` file shares.
+//
+// It holds the connection to the store (CFileStateMachine) and one read
+// machine per list, each run on the store thread and answered from its
+// finished job, plus one machine per item whose data a client asked for.
+//
+// Loading. The constructor opens the file and reads the details record;
+// when that is in, the lap markers are read, and once both are in the
+// outing is announced as loaded (OnInformationChanged on every outing
+// object, then OnLapMarkersReset). Everything else waits for a client: a
+// list is read the first time it is asked for (the getters below give null
+// and start the read), an item's data the first time a client asks for it.
+//
+// CloseData reopens the file and reads again whatever had been asked for;
+// item data is dropped and its clients told.
+//
+// Ownership: counted (the registry, each outing object, jobs in flight
+// through their machines). The destructor lets every machine go, which
+// cancels its job; store objects are released on the store thread.
+//
+// Client thread only.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "outing/channel_data_cache.h"
+#include "outing/create_outing_state_machine.h"
+#include "outing/outing_cache.h"
+#include "outing/outing_cache_registry.h"
+#include "sources/tarn/tarn_create_job.h"
+#include "sources/tarn/tarn_item_reads.h"
+#include "sources/tarn/tarn_outing_information.h"
+#include "sources/tarn/tarn_outing_state_changes.h"
+#include "sources/tarn/tarn_read_jobs.h"
+
+namespace velmar {
+
+// The caption of a file whose format version the store doesn't know.
+inline constexpr std::u16string_view kUnknownFileVersionCaption = u"Unknown File Version";
+
+// What the create machine calls on the cache.
+class ITarnCreateCallback {
+ public:
+  virtual void OnCreated(bool success) = 0;
+  virtual uint32_t AddRef() = 0;
+  virtual uint32_t Release() = 0;
+
+ protected:
+  ~ITarnCreateCallback() = default;
+};
+
+class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOutingStateChanges>,
+                               public ITarnCreateCallback,
+                               ITarnReadClient<CLoadOutingJobItem>,
+                               ITarnReadClient<CGetLapMarkerDataJobItem>,
+                               ITarnReadClient<CLoadChannelNamesJobItem>,
+                               ITarnReadClient<CGetEventNamesJobItem>,
+                               ITarnReadClient<CTarnGetConstantsJobItem>,
+                               ITarnReadClient<CLoadBlobJobItem>,
+                               ITarnReadClient<CGetCachedEventsJobItem>,
+                               ITarnReadClient<CGetBlobDataJobItem> {
+  using Base = COutingCacheBase<CTarnOutingCache, ITarnOutingStateChanges>;
+
+ public:
+  CTarnOutingCache(std::u16string path, const Guid& outingId,
+                   TarnStoreFactoryMaker makeFactory = DefaultTarnStoreFactoryMaker());
+  ~CTarnOutingCache() override;
+
+  uint32_t AddRef() override { return COutingCacheStateChanges::AddRef(); }
+  uint32_t Release() override { return COutingCacheStateChanges::Release(); }
+
+  // --- Outing ---------------------------------------------------------------
+  // `information` not null. S_OK with a reference once the details record
+  // and the lap markers are in; otherwise starts whichever is missing, S_FALSE.
+  KivResult GetInformation(IKivPropertySet** information);
+  // Drops and reads again (see the top).
+  void CloseData();
+  // Makes the data set at the path when it is missing; the outing that asked
+  // (the last attached) hears OnCreatedNotify. False when the folder can't be
+  // written or a creation ran already.
+  bool CreateDataSet() override;
+  // The outing was announced as loaded and not closed since.
+  bool loaded() const { return loaded_; }
+  bool unknown_version() const { return unknownVersion_; }
+  // The result of the last open of the file; S_OK before it ends.
+  KivResult open_result() const { return file_->open_result(); }
+
+  // --- Fast-lap settings (the outing factory's) -------------------------------
+  bool fast_lap_filter() const { return fastLapFilterEnabled_; }
+  KivTime fast_lap_minimum_time() const { return fastLapMinimumTime_; }
+  void SetFastLapFilter(bool enabled);
+  void SetFastLapMinimumTime(KivTime minimum);
+
+  // --- Lists: null while not read, and the read is started -----------------
+  const TarnLapData* LapData();
+  const TarnChannelMap* ChannelList();
+  const std::vector<TarnNamedItem>* EventNames();
+  const std::vector<TarnConstant>* Constants();
+  const std::vector<TarnNamedItem>* BlobList();
+
+  // --- Item data ---------------------------------------------------------------
+  // The samples of the channels, by key, read on first demand (the channel
+  // objects of every outing on the file share it).
+  CChannelDataCache* channel_data() const { return channelData_.Get(); }
+  // S_OK with the data when read; else S_FALSE, the read started, and
+  // `client` told by OnItemDataReady.
+  [[nodiscard]] KivResult GetEventData(ITarnItemDataClient* client, uint64_t eventId,
+                                       const CGetCachedEventsJobItem** data);
+  [[nodiscard]] KivResult GetBlobData(ITarnItemDataClient* client, uint64_t blobId,
+                                      const CGetBlobDataJobItem** data);
+  // The client is going: it waits for nothing any more.
+  void ForgetClient(ITarnItemDataClient* client);
+
+ protected:
+  std::u16string BuildCaption() override;
+
+ private:
+  using CreateMachine = CCreateOutingStateMachine<ITarnCreateCallback, CTarnCreateOutingJobItem>;
+  template <class Job>
+  using Reader = ClientRef<CTarnReadStateMachine<Job>>;
+
+  void OnCreated(bool success) override;
+  void OnReadDone(CTarnReadStateMachine<CLoadOutingJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CGetLapMarkerDataJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CGetEventNamesJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CTarnGetConstantsJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CLoadBlobJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CGetCachedEventsJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CGetBlobDataJobItem>& m, KivResult status) override;
+
+  template <class Job>
+  Reader<Job> MakeReader();
+  // The results of a list machine; starts it when there are none.
+  template <class Job>
+  Job* ResultsOrStart(const Reader<Job>& reader);
+  // The read of one channel's samples, for the channel data cache.
+  std::unique_ptr<CChannelDataFetch> MakeChannelFetch(const CChannelKey& key);
+  template <class Job>
+  void TellItemClients(const CTarnItemReads<Job>& reads, const CTarnReadStateMachine<Job>& machine,
+                       KivResult status);
+
+  // Marks the outing loaded and, with the lap markers in, tells every outing
+  // object; without them, asks for them.
+  void AnnounceLoaded();
+  // The lap markers changed (read, or dropped): fast lap, caption, clients.
+  void RefreshAfterLapChange();
+  // The fast lap as the settings and the lap markers say, to the information.
+  void UpdateFastLap();
+
+  const TarnStoreFactoryMaker makeFactory_;
+  ClientRef<CFileStateMachine> file_;  // before the readers: they use it until they go
+  Reader<CLoadOutingJobItem> outing_;
+  Reader<CGetLapMarkerDataJobItem> lapMarkers_;
+  Reader<CLoadChannelNamesJobItem> channels_;
+  Reader<CGetEventNamesJobItem> eventNames_;
+  Reader<CTarnGetConstantsJobItem> constants_;
+  Reader<CLoadBlobJobItem> blobs_;
+  ClientRef<CreateMachine> create_;
+  // What a fetch made after the cache went finds: nothing.
+  struct Link {
+    CTarnOutingCache* cache;
+  };
+  std::shared_ptr<Link> link_;
+  ComPtr<CChannelDataCache> channelData_;
+  CTarnItemReads<CGetCachedEventsJobItem> eventData_;
+  CTarnItemReads<CGetBlobDataJobItem> blobData_;
+
+  ComPtr<CTarnOutingInformation> information_;
+  bool loaded_ = false;
+  bool unknownVersion_ = false;
+  bool fastLapFilterEnabled_ = false;
+  KivTime fastLapMinimumTime_;
+};
+
+}  // namespace velmar

@@ -1,0 +1,129 @@
+#include "sources/tarn/tarn_read_jobs.h"
+
+#include <algorithm>
+#include <span>
+
+#include "velmar/units.h"
+
+namespace velmar {
+namespace {
+
+// The records of a list; empty when the object gives none.
+template <class Record>
+std::span<const Record> Items(const ComPtr<IKivTarnRecords<Record>>& records) {
+  uint32_t count = 0;
+  const Record* items = nullptr;
+  if (!records || Failed(records->GetRecords(&count, &items)) || !items) return {};
+  return {items, count};
+}
+
+std::u16string Text(const char16_t* text) { return text ? std::u16string(text) : std::u16string(); }
+
+// The largest quantity id the unit table knows; 0 when it can't be had.
+QuantityId MaxQuantity() {
+  ComPtr<IKivUnitTable> table;
+  std::vector<QuantityId> ids;
+  if (Failed(CreateUnitsComponent(&table)) || Failed(table->GetQuantityIds(&ids)) || ids.empty()) return 0;
+  return *std::max_element(ids.begin(), ids.end());
+}
+
+}  // namespace
+
+KivResult CTarnReadJobItem::Run() {
+  if (!connection_) return E_FAIL;
+  return Read(connection_->connection());
+}
+
+KivResult CLoadOutingJobItem::Read(TarnConnection& c) {
+  if (!c.details) return E_FAIL;
+  ComPtr<IKivTarnOutingRecords> records;
+  KivResult r = c.details->GetDetails(kDefaultWaitLimit, records.Put());
+  if (Failed(r)) return r;
+  std::span<const TarnOutingRecord> items = Items(records);
+  if (!items.empty()) properties_ = OutingProperties(items.front(), NowAsOleDate());
+  return S_OK;
+}
+
+KivResult CLoadChannelNamesJobItem::Read(TarnConnection& c) {
+  if (!c.channels) return E_FAIL;
+  QuantityId maxQuantity = MaxQuantity();
+  ComPtr<IKivTarnChannelRecords> records;
+  KivResult r = c.channels->GetChannelList(kDefaultWaitLimit, records.Put());
+  if (Failed(r)) return r;
+  channels_ = BuildChannelMap(Items(records), maxQuantity);
+  return S_OK;
+}
+
+KivResult CTarnChannelDataFetch::Fetch(ChannelSections* sections) {
+  if (!connection_ || !connection_->connection().channels) return E_FAIL;
+  ComPtr<IKivTarnChannelDataRecords> records;
+  KivResult r = connection_->connection().channels->GetChannelData(kDefaultWaitLimit, channel_.id, kTimeMin,
+                                                                   kTimeMax, records.Put());
+  if (Failed(r)) return r;
+  *sections = ChannelBlocks(Items(records), channel_.sampleType);
+  return S_OK;
+}
+
+KivResult CGetEventNamesJobItem::Read(TarnConnection& c) {
+  if (!c.events) return E_FAIL;
+  ComPtr<IKivTarnEventNameRecords> records;
+  KivResult r = c.events->GetEventNames(kDefaultWaitLimit, records.Put());
+  if (Failed(r)) return r;
+  for (const TarnEventName& n : Items(records)) names_.push_back({n.id, Text(n.name), {}});
+  return S_OK;
+}
+
+KivResult CGetCachedEventsJobItem::Read(TarnConnection& c) {
+  if (!c.events) return E_FAIL;
+  ComPtr<IKivTarnEventRecords> records;
+  KivResult r = c.events->GetEventData(kDefaultWaitLimit, 1, &eventId_, kTimeMin, kTimeMax, records.Put());
+  if (Failed(r)) return r;
+  events_ = CachedEvents(Items(records));
+  return S_OK;
+}
+
+KivResult CGetLapMarkerDataJobItem::Read(TarnConnection& c) {
+  if (!c.main || !c.lapMarkers) return E_FAIL;
+  KivTime start = 0, end = 0, first = 0, last = 0;
+  if (Failed(c.main->GetOutingRange(kDefaultWaitLimit, &start, &end)) || end < start) return E_FAIL;
+  KivResult movement = c.main->GetMovementRange(kDefaultWaitLimit, &first, &last);
+  ComPtr<IKivTarnLapMarkerRecords> records;
+  if (Failed(c.lapMarkers->GetLapMarkers(kDefaultWaitLimit, records.Put()))) return E_FAIL;
+  return TakeLapData(start, end, movement, first, last, Items(records), &data_) ? S_OK : E_FAIL;
+}
+
+KivResult CTarnGetConstantsJobItem::Read(TarnConnection& c) {
+  if (!c.constants) return E_FAIL;
+  ComPtr<IKivTarnConstantRecords> records;
+  KivResult r = c.constants->GetConstants(kDefaultWaitLimit, records.Put());
+  if (Failed(r)) return r;
+  for (const TarnConstantRecord& k : Items(records)) {
+    if (!k.name) continue;
+    constants_.push_back({k.id, k.name, k.text ? 0.0 : k.value, k.text != nullptr, Text(k.text), Text(k.unit)});
+  }
+  return S_OK;
+}
+
+KivResult CLoadBlobJobItem::Read(TarnConnection& c) {
+  if (!c.blobs) return E_FAIL;
+  ComPtr<IKivTarnBlobRecords> records;
+  KivResult r = c.blobs->GetBlobList(kDefaultWaitLimit, records.Put());
+  if (Failed(r)) return r;
+  for (const TarnBlobDescription& b : Items(records)) blobs_.push_back({b.id, Text(b.name), b.type ? *b.type : Guid{}});
+  return S_OK;
+}
+
+KivResult CGetBlobDataJobItem::Read(TarnConnection& c) {
+  if (!c.blobs) return E_FAIL;
+  ComPtr<IKivTarnBlobDataRecords> records;
+  KivResult r = c.blobs->GetBlobData(kDefaultWaitLimit, blobId_, records.Put());
+  if (Failed(r)) return r;
+  std::span<const TarnBlobRecord> items = Items(records);
+  if (items.empty()) return E_FAIL;
+  const TarnBlobRecord& b = items.front();
+  if (b.type) type_ = *b.type;
+  if (b.data && b.size) bytes_.assign(b.data, b.data + b.size);
+  return S_OK;
+}
+
+}  // namespace velmar

@@ -1,0 +1,192 @@
+#include "sources/text/ascii_outing.h"
+
+#include <algorithm>
+
+namespace velmar {
+namespace {
+
+// A load's events as records, per set name in rising time.
+EventRecordMap EventRecordsOf(const TextEventSets& sets) {
+  EventRecordMap records;
+  for (const auto& [name, byTime] : sets) {
+    std::vector<EventRecordPtr>& list = records[name];
+    list.reserve(byTime.size());
+    for (const auto& [time, event] : byTime) {
+      auto record = std::make_shared<CEventRecord>();
+      record->message = event.message;
+      record->source = event.source;
+      record->name = event.name;
+      record->category = event.category;
+      record->time = time;
+      list.push_back(std::move(record));
+    }
+  }
+  return records;
+}
+
+}  // namespace
+
+// --- Events factory -------------------------------------------------------------
+
+KivResult CAsciiEventsFactory::GetItem(const std::u16string& name, IKivEventSet** set) {
+  if (!set) return E_POINTER;
+  *set = nullptr;
+  if (!cache_ || !cache_->EnsureLoaded()) return KIV_E_PENDING;
+  if (!listed()) FillNames();
+  return COutingEventsFactoryBase::GetItem(name, set);
+}
+
+EventSetChanges CAsciiEventsFactory::Reload() {
+  const AsciiOutingData* data = cache_ ? cache_->data() : nullptr;
+  if (!data) return {};
+  return LoadEventSets(EventRecordsOf(data->events), nullptr, timeOffset_ ? *timeOffset_ : 0);
+}
+
+void CAsciiEventsFactory::FillNames() {
+  if (cache_ && cache_->EnsureLoaded()) (void)Reload();
+}
+
+// --- Constant factory -------------------------------------------------------------
+
+KivResult CAsciiConstantFactory::GetItem(const std::u16string& name, IKivConstant** constant) {
+  if (!constant) return E_POINTER;
+  *constant = nullptr;
+  if (!cache_ || !cache_->EnsureLoaded()) return KIV_E_PENDING;
+  return COutingConstantFactoryBase::GetItem(name, constant);
+}
+
+bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) const {
+  const AsciiOutingData* data = cache_ ? cache_->data() : nullptr;
+  if (!data) return false;
+  records->clear();
+  records->reserve(data->constants.size());
+  for (const TextConstant& constant : data->constants) {
+    ConstantRecord record;
+    record.name = constant.name;
+    record.value = constant.value;
+    record.unit = constant.comment;
+    records->push_back(std::move(record));
+  }
+  return true;
+}
+
+EventSetChanges CAsciiConstantFactory::Reload() {
+  std::vector<ConstantRecord> records;
+  if (!LoadedRecords(&records)) return {};
+  values_->Merge(records);
+  merged_ = true;
+  const ConstantNames names = values_->GetNames();
+  NameList gone;
+  for (const auto& entry : items()) {
+    if (!std::binary_search(names.begin(), names.end(), entry.first)) gone.push_back(entry.first);
+  }
+  EventSetChanges changes;
+  changes.removed = RemoveItems(gone);
+  changes.added = AddNames(names);
+  return changes;
+}
+
+NameList CAsciiConstantFactory::Discard() {
+  values_->Merge({});  // each object still out hears that its constant went
+  merged_ = false;
+  return RemoveAllItems();
+}
+
+std::shared_ptr<CConstantsCacheBase> CAsciiConstantFactory::ConstantsCache() {
+  if (!cache_ || !cache_->EnsureLoaded()) return nullptr;
+  if (!merged_) (void)Reload();
+  return values_;
+}
+
+// --- Channel factory ----------------------------------------------------------
+
+KivResult CAsciiChannelFactory::GetItem(const std::u16string& name, IKivChannel** channel) {
+  if (!channel) return E_POINTER;
+  *channel = nullptr;
+  if (!cache_ || !cache_->EnsureLoaded()) return KIV_E_PENDING;
+  if (!listed()) FillNames();
+  auto it = items().find(name);
+  if (it == items().end()) return E_INVALIDARG;
+  try {
+    if (!it->second) {
+      auto made = MakeKiv<CFileChannel>();
+      made->Bind(name, CChannelKey(name, 0), nullptr, ComPtr<CRawChannelSource>(cache_), ChannelUnit{}, nullptr);
+      if (timeOffset_ && *timeOffset_ != 0) (void)made->SetTimeOffset(*timeOffset_);
+      it->second = std::move(made);
+    }
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+  return GiveOut(static_cast<IKivChannel*>(it->second.Get()), channel);
+}
+
+KivResult CAsciiChannelFactory::ShiftChannels(KivTime offset) {
+  KivResult last = S_OK;
+  for (auto& [name, channel] : items()) {
+    if (!channel) continue;
+    last = channel->SetTimeOffset(offset);
+    if (last != S_OK) return last;
+  }
+  return last;
+}
+
+void CAsciiChannelFactory::FillNames() {
+  if (cache_ && cache_->EnsureLoaded()) (void)Refill();
+}
+
+void CAsciiChannelFactory::DropItem(const std::u16string&, ComPtr<CFileChannel>& channel) {
+  if (channel) channel->Detach();
+  channel = nullptr;
+}
+
+// --- Outing -------------------------------------------------------------------
+
+CAsciiOuting::CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties)
+    : CFileOuting(std::move(cache), overrideProperties) {
+  channels().Bind(this->cache(), &offset_);
+  event_sets().Bind(this->cache(), &offset_);
+  constants().Bind(this->cache());
+}
+
+CAsciiOuting::~CAsciiOuting() {
+  DetachFromCache();
+  (void)channels().RemoveAllItems();  // ends each channel's cycle with its iterator
+  (void)event_sets().DiscardEventSets();
+  (void)constants().Discard();
+}
+
+void CAsciiOuting::OnDataDiscarded() {
+  FireItemsRemoved(channels().AsDataFactory(), channels().RemoveAllItems());
+  FireItemsRemoved(event_sets().AsDataFactory(), event_sets().DiscardEventSets());
+  FireItemsRemoved(constants().AsDataFactory(), constants().Discard());
+}
+
+void CAsciiOuting::OnChannelsLoaded() { FireItemsAdded(channels().AsDataFactory(), channels().Refill()); }
+
+void CAsciiOuting::ReloadEventSets() {
+  FireChanges(event_sets().AsDataFactory(), event_sets().Reload());
+  FireChanges(constants().AsDataFactory(), constants().Reload());
+}
+
+void CAsciiOuting::FireChanges(IKivDataFactory* factory, const EventSetChanges& changes) {
+  FireItemsRemoved(factory, changes.removed);
+  FireItemsAdded(factory, changes.added);
+}
+
+KivResult CAsciiOuting::ApplyTimeOffset(KivTime offset) {
+  const KivResult r = channels().ShiftChannels(offset);
+  if (Failed(r)) return r;
+  const KivResult events = event_sets().SetTimeOffset(offset);
+  if (Failed(events)) return events;
+  offset_ = offset;
+  set_time_offset(offset);
+  return r;
+}
+
+KivResult OpenAsciiOuting(const std::u16string& path, bool overrideProperties, ComPtr<CAsciiOuting>* outing,
+                          const Guid& outingId, TextFileOps* ops) {
+  return OpenOutingOnCache<CAsciiOuting>(
+      path, overrideProperties, [&] { return MakeKiv<CAsciiOutingCache>(path, outingId, ops); }, outing);
+}
+
+}  // namespace velmar

@@ -1,0 +1,148 @@
+// CAsciiOuting: one client's outing object on a text data set. It lists the
+// loaded channels, event sets and constants through its data factories,
+// makes the channel objects that read the loaded columns, hands out the
+// information object, and turns its cache's calls into the outing's
+// notifications.
+//
+// Client thread only.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/constants_cache_base.h"
+#include "outing/channel_file.h"
+#include "outing/constant_factory.h"
+#include "outing/events_factory.h"
+#include "outing/file_outing.h"
+#include "outing/outing_data_factory.h"
+#include "sources/text/ascii_outing_cache.h"
+#include "velmar/data_factory.h"
+#include "velmar/outing.h"
+
+namespace velmar {
+
+// The event sets of a text outing: one per loaded set name, made from the
+// load's events with the outing's time offset. While nothing is loaded the
+// list is empty, the load is asked for, and GetEventSet gives KIV_E_PENDING.
+class CAsciiEventsFactory : public COutingEventsFactoryBase<IKivEventsFactory> {
+ public:
+  KivResult GetItem(const std::u16string& name, IKivEventSet** set) override;
+  // `timeOffset`: the outing's offset, which every new set starts with.
+  void Bind(CAsciiOutingCache* cache, const KivTime* timeOffset) {
+    cache_ = cache;
+    timeOffset_ = timeOffset;
+  }
+  // Every set goes and one is made per loaded name; nothing while unloaded.
+  EventSetChanges Reload();
+
+ protected:
+  void FillNames() override;
+
+ private:
+  CAsciiOutingCache* cache_ = nullptr;
+  const KivTime* timeOffset_ = nullptr;
+};
+
+// The values behind a text outing's constant objects; ids are this cache's.
+class CAsciiConstantsCache final : public CConstantsCacheBase {
+ public:
+  CAsciiConstantsCache() = default;
+};
+
+// The constants of a text outing: the loaded constants, simple ones with
+// their number and the row's comment as their unit, merged into the
+// outing's constants cache at every load. Nothing is written back from here.
+class CAsciiConstantFactory : public COutingConstantFactoryBase<IKivConstantFactory> {
+ public:
+  // KIV_E_PENDING while loading (the load is asked for).
+  KivResult GetItem(const std::u16string& name, IKivConstant** constant) override;
+  void Bind(CAsciiOutingCache* cache) { cache_ = cache; }
+  // Merges the loaded constants into the values: names that went leave the
+  // list (their objects hear of the removal), new names enter it.
+  EventSetChanges Reload();
+  // The data went: every value and every name goes; the names that went.
+  NameList Discard();
+  const std::shared_ptr<CAsciiConstantsCache>& values() const { return values_; }
+
+ protected:
+  // Null while the data isn't loaded (the load is asked for).
+  std::shared_ptr<CConstantsCacheBase> ConstantsCache() override;
+
+ private:
+  // The loaded constants as the cache takes them; false when not loaded.
+  bool LoadedRecords(std::vector<ConstantRecord>* records) const;
+
+  CAsciiOutingCache* cache_ = nullptr;
+  std::shared_ptr<CAsciiConstantsCache> values_ = std::make_shared<CAsciiConstantsCache>();
+  bool merged_ = false;  // the values hold the current load
+};
+
+// The channels of a text outing: one per loaded column name. A channel
+// object is made on first demand, reads its column from the cache when a
+// client first reads it, and stays until the data is discarded.
+class CAsciiChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKivChannelFactory> {
+ public:
+  // KIV_E_PENDING while loading (the load is asked for), E_INVALIDARG for a
+  // name the data set does not have.
+  KivResult GetItem(const std::u16string& name, IKivChannel** channel) override;
+  // `timeOffset`: the outing's offset, which every new channel starts with.
+  void Bind(CAsciiOutingCache* cache, const KivTime* timeOffset) {
+    cache_ = cache;
+    timeOffset_ = timeOffset;
+  }
+  NameList Refill() { return AddNames(cache_->ChannelNames()); }
+  // Shifts every channel made so far, in name order; the first failure stops
+  // the walk and is given back.
+  [[nodiscard]] KivResult ShiftChannels(KivTime offset);
+
+ protected:
+  void FillNames() override;
+  // The channel goes: its sinks hear that it was removed.
+  void DropItem(const std::u16string& name, ComPtr<CFileChannel>& channel) override;
+
+ private:
+  CAsciiOutingCache* cache_ = nullptr;
+  const KivTime* timeOffset_ = nullptr;
+};
+
+class CAsciiOuting final
+    : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory, CAsciiConstantFactory> {
+ public:
+  CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties);
+  ~CAsciiOuting() override;
+
+  CAsciiChannelFactory& channels() { return *this; }
+  CAsciiEventsFactory& event_sets() { return *this; }
+  CAsciiConstantFactory& constants() { return *this; }
+
+  // --- The cache's calls --------------------------------------------------
+  // Channels, then event sets (and constants), leave the factories; each
+  // factory tells the names that went once.
+  void OnDataDiscarded() override;
+  // The loaded channel names enter the channel factory and are told as added.
+  void OnChannelsLoaded() override;
+
+ protected:
+  // Shifts the channels and event sets made so far; the offset is kept for
+  // every channel and set made from now.
+  KivResult ApplyTimeOffset(KivTime offset) override;
+  // Every event set is made anew from the load (one removed, then one added
+  // notification); the loaded constants are merged into the values.
+  void ReloadEventSets() override;
+
+ private:
+  void FireChanges(IKivDataFactory* factory, const EventSetChanges& changes);
+
+  KivTime offset_ = 0;  // what channels and event sets made from now start with
+};
+
+// Opens a text outing on `path` (the file need not exist yet): the outing
+// object on the path's shared cache, made with `outingId`. ops: the file
+// system the cache's loads read through; null for the real one.
+[[nodiscard]] KivResult OpenAsciiOuting(const std::u16string& path, bool overrideProperties,
+                                        ComPtr<CAsciiOuting>* outing, const Guid& outingId = kTextOutingTypeId,
+                                        TextFileOps* ops = nullptr);
+
+}  // namespace velmar

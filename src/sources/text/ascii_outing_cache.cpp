@@ -1,0 +1,75 @@
+#include "sources/text/ascii_outing_cache.h"
+
+#include <algorithm>
+
+#include "sources/text/ascii_outing_information.h"
+
+namespace velmar {
+namespace {
+
+template <class Map>
+NameList KeysOf(const Map& map) {
+  NameList names;
+  names.reserve(map.size());
+  for (const auto& entry : map) names.push_back(entry.first);
+  return names;
+}
+
+}  // namespace
+
+CAsciiOutingCache::CAsciiOutingCache(std::u16string path, const Guid& outingId, TextFileOps* ops)
+    : CFileOutingCache(OutingType::kText, std::move(path), outingId, ops) {}
+
+const AsciiOutingData* CAsciiOutingCache::data() const {
+  const CAsciiOutingJobItem* job = loaded();
+  return job && !closed() ? &job->data() : nullptr;
+}
+
+NameList CAsciiOutingCache::ChannelNames() const {
+  const AsciiOutingData* d = data();
+  return d ? KeysOf(d->channels) : NameList{};
+}
+
+NameList CAsciiOutingCache::EventSetNames() const {
+  const AsciiOutingData* d = data();
+  return d ? KeysOf(d->events) : NameList{};
+}
+
+NameList CAsciiOutingCache::ConstantNames() const {
+  const AsciiOutingData* d = data();
+  if (!d) return {};
+  NameList names;
+  for (const auto& c : d->constants) names.push_back(c.name);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+const CAsciiRawChannel* CAsciiOutingCache::GetRawChannel(const std::u16string& name) const {
+  const AsciiOutingData* d = data();
+  if (!d) return nullptr;
+  auto it = d->channels.find(name);
+  return it == d->channels.end() ? nullptr : &it->second;
+}
+
+std::shared_ptr<CRawChannelBase> CAsciiOutingCache::GetRawChannel(const CChannelKey& key) {
+  if (!EnsureLoaded()) return nullptr;
+  const CAsciiRawChannel* channel = GetRawChannel(key.name());
+  return channel ? channel->raw : nullptr;
+}
+
+bool CAsciiOutingCache::ReadLapMarkers(std::vector<TextLapMarker>* markers) {
+  markers->clear();
+  if (!EnsureLoaded()) return false;
+  NoteLapListHeld();
+  if (const AsciiOutingData* d = data()) *markers = d->lapMarkers;
+  return true;
+}
+
+ComPtr<IKivPropertySet> CAsciiOutingCache::MakeInformation(CAsciiOutingJobItem& job) {
+  if (!job.data().hasInformation) return nullptr;
+  return MakeKiv<CAsciiOutingInformation>(job.data().information);
+}
+
+void CAsciiOutingCache::ReleaseInformation(IKivPropertySet& old) { static_cast<CAsciiOutingInformation&>(old).Orphan(); }
+
+}  // namespace velmar

@@ -1,0 +1,58 @@
+// CAsciiOutingCache: the shared side of every outing object open on one text
+// data set. It loads the file once on the "Ascii_Thread" worker (the load
+// machine of the file cache frame), keeps what the load read, makes a new
+// empty data set on request (the create machine), and hands its outing
+// objects the loaded channels, event sets, constants and lap markers.
+//
+// Client thread only.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "outing/channel_file.h"
+#include "outing/file_outing_cache.h"
+#include "outing/outing_state_changes.h"
+#include "sources/text/ascii_outing_job_item.h"
+#include "velmar/data_factory.h"
+#include "velmar/guid.h"
+#include "velmar/outing_factory.h"
+
+namespace velmar {
+
+// What the cache calls on each text outing object.
+using CAsciiOutingStateChanges = COutingStateChanges;
+
+class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsciiOutingStateChanges, AsciiSource>,
+                                public CRawChannelSource {
+ public:
+  // ops: the file system the load job reads through; null for the real one.
+  CAsciiOutingCache(std::u16string path, const Guid& outingId, TextFileOps* ops = nullptr);
+
+  // One count for every face of the cache.
+  uint32_t AddRef() override { return COutingCacheStateChanges::AddRef(); }
+  uint32_t Release() override { return COutingCacheStateChanges::Release(); }
+
+  // The column a channel of that key reads; null while not loaded (the load
+  // is asked for) or when the data set has no such column.
+  std::shared_ptr<CRawChannelBase> GetRawChannel(const CChannelKey& key) override;
+
+  // What the finished load holds; null unless loaded and not closed.
+  const AsciiOutingData* data() const;
+  // Names of the loaded items, in name order; empty unless loaded.
+  NameList ChannelNames() const;
+  NameList EventSetNames() const;
+  NameList ConstantNames() const;
+  // The loaded raw channel of that name; null when there is none or nothing is loaded.
+  const CAsciiRawChannel* GetRawChannel(const std::u16string& name) const;
+
+  // The lap markers of the load; the cache holds the lap list from then on.
+  // False, with nothing, while the data is not loaded (the load is asked for).
+  bool ReadLapMarkers(std::vector<TextLapMarker>* markers);
+
+ protected:
+  ComPtr<IKivPropertySet> MakeInformation(CAsciiOutingJobItem& job) override;
+  void ReleaseInformation(IKivPropertySet& old) override;
+};
+
+}  // namespace velmar

@@ -1,0 +1,70 @@
+#include "core/branded_outing_information.h"
+
+#include <gtest/gtest.h>
+
+#include "core/branding_test_support.h"
+
+namespace velmar::testing {
+namespace {
+
+TEST(CBrandedOutingInformation, WithoutAModuleHoldsTheDefaultLabelsInTableOrder) {
+  ScopedBranding none(std::nullopt);
+  CBrandedOutingInformation labels;
+  ASSERT_EQ(labels.Count(), 19u);
+  EXPECT_EQ(labels.At(0).key, u"Driver name");
+  EXPECT_EQ(labels.At(0).label, u"Name");
+  EXPECT_EQ(labels.At(0).group, 3u);
+  EXPECT_EQ(labels.At(18).key, u"Fast lap speed");
+  EXPECT_EQ(labels.At(18).label, u"Fast Lap Speed");
+  EXPECT_EQ(labels.At(18).group, 4u);
+  EXPECT_EQ(labels.LabelOf(u"Car name"), u"ID");
+  EXPECT_EQ(labels.LabelOf(u"Engine test"), u"Static Test");
+  EXPECT_EQ(labels.LabelOf(u"Track name"), u"Location");
+  EXPECT_EQ(labels.LabelOf(u"Short comment"), u"Short comment") << "a key without an id is its own label";
+  EXPECT_EQ(labels.LabelOf(u"GUID"), u"GUID");
+  EXPECT_EQ(labels.GetLabel(kLabelLap, LabelForm::kAsStored), u"Lap");
+  EXPECT_EQ(labels.GetLabel(kLabelCarHalt, LabelForm::kAsStored), u"Car Halt");
+}
+
+TEST(CBrandedOutingInformation, GroupsFollowTheKeys) {
+  ScopedBranding none(std::nullopt);
+  CBrandedOutingInformation labels;
+  const std::pair<const char16_t*, uint32_t> expected[] = {
+      {u"Time zone", 2}, {u"UTC difference", 2}, {u"Dataset type", 2}, {u"Create date", 5},
+      {u"Long comment", 6}, {u"System details", 6}, {u"Fast lap time", 4}, {u"Outing number", 3}};
+  for (const auto& [key, group] : expected) {
+    const BrandedProperty* property = labels.Find(key);
+    ASSERT_TRUE(property) << WideToUtf8(key);
+    EXPECT_EQ(property->group, group) << WideToUtf8(key);
+  }
+}
+
+TEST(CBrandedOutingInformation, LookupIsByExactKey) {
+  ScopedBranding none(std::nullopt);
+  CBrandedOutingInformation labels;
+  EXPECT_FALSE(labels.Find(u"car name"));
+  EXPECT_FALSE(labels.Find(u"Weather"));
+  EXPECT_EQ(labels.LabelOf(u"Weather"), u"Weather");
+}
+
+TEST(CBrandedOutingInformation, TheModulesWordsReplaceLabelsWithAnId) {
+  ScopedBranding branded(TestBrandingModule());
+  CBrandedOutingInformation labels;
+  EXPECT_EQ(labels.LabelOf(u"Car name"), kBrandingIdLabel);
+  EXPECT_EQ(labels.LabelOf(u"Driver name"), u"Name") << "the module has no word for label 0";
+  EXPECT_EQ(labels.GetLabel(kLabelLap, LabelForm::kLower), kBrandingLapLower);
+  EXPECT_EQ(labels.LabelOf(u"Short comment"), u"Short comment");
+}
+
+TEST(CBrandedOutingInformation, KeepsItsBrandingAfterTheRegistryChanges) {
+  std::optional<CBrandedOutingInformation> labels;
+  {
+    ScopedBranding branded(TestBrandingModule());
+    labels.emplace();
+  }
+  // The module stays loaded with the table, so its words are still there.
+  EXPECT_EQ(labels->GetLabel(kLabelLap, LabelForm::kAsStored), kBrandingLapStored);
+}
+
+}  // namespace
+}  // namespace velmar::testing

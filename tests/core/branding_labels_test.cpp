@@ -1,0 +1,32 @@
+#include "core/branding_labels.h"
+
+#include <gtest/gtest.h>
+
+namespace velmar {
+namespace {
+
+TEST(DefaultLabel, CoversIdsZeroToSeventeen) {
+  EXPECT_EQ(DefaultLabel(0), u"Name");
+  EXPECT_EQ(DefaultLabel(1), u"ID");
+  EXPECT_EQ(DefaultLabel(kLabelStaticTest), u"Static Test");
+  EXPECT_EQ(DefaultLabel(10), u"Lap Information");
+  EXPECT_EQ(DefaultLabel(kLabelLap), u"Lap");
+  EXPECT_EQ(DefaultLabel(12), u"Fast Lap Performance");
+  EXPECT_EQ(DefaultLabel(kLabelCarHalt), u"Car Halt");
+  EXPECT_EQ(DefaultLabel(16), u"Out Lap");
+  EXPECT_EQ(DefaultLabel(17), u"Fast Lap Speed");
+  EXPECT_FALSE(DefaultLabel(18));
+  EXPECT_FALSE(DefaultLabel(0xFFFFFFFF));
+}
+
+TEST(ApplyLabelForm, LowerAsStoredAndFirstUpper) {
+  EXPECT_EQ(ApplyLabelForm(u"Fast Lap Time", LabelForm::kLower), u"fast lap time");
+  EXPECT_EQ(ApplyLabelForm(u"Fast Lap Time", LabelForm::kAsStored), u"Fast Lap Time");
+  EXPECT_EQ(ApplyLabelForm(u"fast lap TIME", LabelForm::kFirstUpper), u"Fast lap TIME")
+      << "only the first letter changes";
+  EXPECT_EQ(ApplyLabelForm(u"", LabelForm::kFirstUpper), u"");
+  EXPECT_EQ(ApplyLabelForm(u"ID", static_cast<LabelForm>(7)), u"ID") << "an unknown form keeps the text";
+}
+
+}  // namespace
+}  // namespace velmar

@@ -1,0 +1,208 @@
+#include "sources/tarn/tarn_outing.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "outing/outing_listener.h"
+#include "velmar/channel.h"
+#include "outing/outing_source.h"
+#include "tarn_test_helper.h"
+
+namespace velmar::testing {
+namespace {
+
+const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
+
+class TarnOutingTest : public TarnTest {
+ protected:
+  void TearDown() override {
+    listener_.reset();
+    outing_ = nullptr;
+    TarnTest::TearDown();
+  }
+  ComPtr<CTarnOuting> Open(const std::u16string& path) {
+    ComPtr<CTarnOuting> outing;
+    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
+                  path, false, [&] { return MakeKiv<CTarnOutingCache>(path, kTarnType); }, &outing),
+              S_OK);
+    return outing;
+  }
+  void OpenListened(const std::u16string& path) {
+    outing_ = Open(path);
+    listener_ = std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get()));
+    ASSERT_TRUE(listener_->connected());
+  }
+  template <class I>
+  ComPtr<I> Facet() {
+    ComPtr<I> facet;
+    EXPECT_EQ(outing_.As(&facet), S_OK);
+    return facet;
+  }
+
+  ComPtr<CTarnOuting> outing_;
+  std::unique_ptr<OutingListener> listener_;
+};
+
+TEST_F(TarnOutingTest, TheOutingIsOfTypeOneAndAnnouncesItselfOnceLoaded) {
+  std::u16string path = Write(SampleDataSet());
+  OpenListened(path);
+  uint32_t type = 0;
+  EXPECT_EQ(outing_->GetOutingType(&type), S_OK);
+  EXPECT_EQ(type, 1u);
+  std::u16string name;
+  EXPECT_EQ(outing_->GetFileName(&name), S_OK);
+  EXPECT_EQ(name, path);
+  ComPtr<IKivPropertySet> info;
+  EXPECT_EQ(outing_->GetOutingInformation(info.Put()), S_FALSE);
+  EXPECT_FALSE(info);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(listener_->log, (std::vector<std::string>{"InformationChanged", "LapMarkersReset"}));
+  ASSERT_EQ(outing_->GetOutingInformation(info.Put()), S_OK);
+  Variant driver;
+  EXPECT_EQ(info->GetProperty(u"Driver name", &driver), S_OK);
+  EXPECT_EQ(*driver.AsText(), u"A. Driver");
+  EXPECT_EQ(outing_->GetOutingInformation(nullptr), E_POINTER);
+}
+
+TEST_F(TarnOutingTest, AChannelAskedForBeforeTheListIsInStartsTheListsLoad) {
+  OpenListened(Write(SampleDataSet()));
+  auto channels = Facet<IKivChannelFactory>();
+  ASSERT_TRUE(channels);
+  ComPtr<IKivChannel> channel;
+  EXPECT_EQ(channels->GetItem(u"[3]Speed", channel.Put()), E_INVALIDARG);
+  EXPECT_EQ(channels->GetItem(u"[3]Speed", nullptr), E_POINTER);
+  ASSERT_TRUE(Settle());
+  auto added = std::find(listener_->log.begin(), listener_->log.end(), "ItemsAdded:[0]Gear,[3]Speed");
+  EXPECT_NE(added, listener_->log.end());
+  NameList names;
+  ASSERT_EQ(channels->GetNames(&names), S_OK);
+  EXPECT_EQ(names, (NameList{u"[0]Gear", u"[3]Speed"}));
+  EXPECT_EQ(channels->GetItem(u"[9]Nothing", channel.Put()), E_INVALIDARG);
+}
+
+TEST_F(TarnOutingTest, AChannelsSamplesAreFetchedOnItsFirstIteratorAndComeShifted) {
+  OpenListened(Write(SampleDataSet()));
+  auto channels = Facet<IKivChannelFactory>();
+  NameList names;
+  ASSERT_EQ(channels->GetNames(&names), S_OK);
+  ASSERT_TRUE(Settle());
+  ComPtr<IKivChannel> speed, again;
+  ASSERT_EQ(channels->GetItem(u"[3]Speed", speed.Put()), S_OK);
+  ASSERT_EQ(channels->GetItem(u"[3]Speed", again.Put()), S_OK);
+  EXPECT_EQ(speed.Get(), again.Get()) << "one object per name";
+  ASSERT_EQ(outing_->SetTimeOffset(kS), S_OK);
+  ComPtr<IKivChannelIterator2> iterator;
+  EXPECT_EQ(speed->GetIterator(iterator.Put()), KIV_E_PENDING);
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(speed->GetIterator(iterator.Put()), S_OK);
+  ComPtr<IKivDataBlocks> blocks;
+  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
+  uint32_t count = 0;
+  ASSERT_EQ(blocks->GetCount(&count), S_OK);
+  ASSERT_EQ(count, 2u);
+  ComPtr<IKivDataBlock> second;
+  ASSERT_EQ(blocks->GetBlock(2, second.Put()), S_OK);
+  KivTime start = 0, end = 0;
+  ASSERT_EQ(second->GetStartTime(&start), S_OK);
+  ASSERT_EQ(second->GetEndTime(&end), S_OK);
+  EXPECT_EQ(start, 51 * kS) << "the outing's offset applies";
+  EXPECT_EQ(end, 52 * kS);
+  KivBool continuous = 0;
+  ASSERT_EQ(second->GetContinuous(&continuous), S_OK);
+  EXPECT_TRUE(FromKivBool(continuous));
+  double value = 0;
+  EXPECT_EQ(iterator->GetValueAtTime(52 * kS, 0, 0, &value), S_OK);
+  EXPECT_EQ(value, 50.0);
+  iterator = nullptr;
+  again = nullptr;
+  speed = nullptr;
+}
+
+TEST_F(TarnOutingTest, EventAndConstantNamesComeFromTheirLists) {
+  OpenListened(Write(SampleDataSet()));
+  auto events = Facet<IKivEventsFactory>();
+  auto constants = Facet<IKivConstantFactory>();
+  NameList names;
+  ASSERT_EQ(events->GetNames(&names), S_OK);
+  EXPECT_TRUE(names.empty()) << "not read yet; the read is started";
+  ASSERT_EQ(constants->GetNames(&names), S_OK);
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(events->GetNames(&names), S_OK);
+  EXPECT_EQ(names, (NameList{u"Flag", u"Pit"}));
+  ASSERT_EQ(constants->GetNames(&names), S_OK);
+  EXPECT_EQ(names, (NameList{u"Setup", u"Wheelbase"}));
+}
+
+TEST_F(TarnOutingTest, LapMarkersReadFromTheStore) {
+  OpenListened(Write(SampleDataSet()));
+  auto laps = Facet<IKivLapMarkers>();
+  uint32_t count = 7;
+  EXPECT_EQ(laps->GetLapMarkerCount(&count), S_OK);
+  EXPECT_EQ(count, 0u) << "nothing until read";
+  KivTime t = 0;
+  EXPECT_EQ(laps->GetOutingStart(&t), E_FAIL);
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(laps->GetLapMarkerCount(&count), S_OK);
+  EXPECT_EQ(count, 3u);
+  ASSERT_EQ(laps->GetLapMarkerTime(1, &t), S_OK);
+  EXPECT_EQ(t, 20 * kS);
+  EXPECT_EQ(laps->GetLapMarkerTime(0, &t), DISP_E_BADINDEX);
+  EXPECT_EQ(laps->GetLapMarkerTime(4, &t), DISP_E_BADINDEX);
+  uint32_t number = 0;
+  ASSERT_EQ(laps->GetLapMarkerNumber(2, &number), S_OK);
+  EXPECT_EQ(number, 2u);
+  KivBool halt = 0;
+  ASSERT_EQ(laps->IsCarHalt(3, &halt), S_OK);
+  EXPECT_TRUE(FromKivBool(halt));
+  ASSERT_EQ(laps->IsCarHalt(1, &halt), S_OK);
+  EXPECT_FALSE(FromKivBool(halt));
+  double origin = 0;
+  ASSERT_EQ(laps->GetDistanceOrigin(&origin), S_OK);
+  EXPECT_EQ(origin, 12.5);
+  ASSERT_EQ(laps->GetFirstMovement(&t), S_OK);
+  EXPECT_EQ(t, 5 * kS);
+  ASSERT_EQ(laps->GetOutingEnd(&t), S_OK);
+  EXPECT_EQ(t, 100 * kS);
+  EXPECT_EQ(laps->GetOutingEnd(nullptr), E_POINTER);
+}
+
+TEST_F(TarnOutingTest, TwoOutingObjectsShareOneCacheAndCloseDataReachesBoth) {
+  std::u16string path = Write(SampleDataSet());
+  OpenListened(path);
+  ComPtr<CTarnOuting> second = Open(path);
+  EXPECT_EQ(second->cache(), outing_->cache());
+  OutingListener secondListener(static_cast<IKivOuting*>(second.Get()));
+  NameList names;
+  ASSERT_EQ(Facet<IKivChannelFactory>()->GetNames(&names), S_OK);
+  ASSERT_TRUE(Settle());
+  EXPECT_NE(std::find(secondListener.log.begin(), secondListener.log.end(), "ItemsAdded:[0]Gear,[3]Speed"),
+            secondListener.log.end())
+      << "the list reaches every outing";
+  listener_->log.clear();
+  EXPECT_EQ(second->CloseData(), S_OK);
+  EXPECT_EQ(listener_->log, std::vector<std::string>{"LapMarkersReset"});
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(listener_->log.size(), 1u) << "same channels again: nothing added or removed";
+}
+
+TEST_F(TarnOutingTest, TheSourceRegistersForTypeOne) {
+  std::shared_ptr<IOutingSource> previous = FindOutingSource(OutingType::kTarn);
+  ASSERT_EQ(RegisterTarnOutingSource(), S_OK);
+  std::shared_ptr<IOutingSource> source = FindOutingSource(OutingType::kTarn);
+  ASSERT_TRUE(source);
+  OpenedOuting opened;
+  ASSERT_EQ(source->Open(Write(SampleDataSet()), kTarnType, false, &opened), S_OK);
+  uint32_t type = 0;
+  EXPECT_EQ(opened.outing->GetOutingType(&type), S_OK);
+  EXPECT_EQ(type, 1u);
+  std::u16string id;
+  EXPECT_EQ(opened.outing.As<IKivOuting4>()->GetOutingId(&id), S_OK);
+  EXPECT_EQ(id, kTarnType.ToWide());
+  opened = {};
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(RegisterOutingSource(OutingType::kTarn, previous), S_OK);
+}
+
+}  // namespace
+}  // namespace velmar::testing

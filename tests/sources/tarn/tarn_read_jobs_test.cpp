@@ -1,0 +1,236 @@
+#include "sources/tarn/tarn_read_jobs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "jobs/job_thread.h"
+#include "sources/tarn/tarn_read_state_machine.h"
+#include "tarn_test_helper.h"
+
+namespace velmar::testing {
+namespace {
+
+namespace p = tarn_property;
+
+template <class Job>
+struct Recorder : ITarnReadClient<Job> {
+  void OnReadDone(CTarnReadStateMachine<Job>& machine, KivResult result) override {
+    ++(Succeeded(result) ? done : failed);
+    status = result;
+    (void)machine;
+  }
+  int done = 0;
+  int failed = 0;
+  KivResult status = S_OK;
+};
+
+// One read, run to its end; the machine keeps the finished job.
+template <class Job>
+struct Read {
+  Recorder<Job> recorder;
+  ClientRef<CTarnReadStateMachine<Job>> machine;
+  Job* job() const { return machine->results(); }
+};
+
+class TarnReadJobsTest : public TarnTest {
+ protected:
+  void OpenFile(const std::u16string& path) {
+    ASSERT_EQ(file_->Open(path), S_OK);
+    ASSERT_TRUE(Settle());
+  }
+
+  template <class Job, class... Args>
+  std::unique_ptr<Read<Job>> Run(Args... args) {
+    auto read = std::make_unique<Read<Job>>();
+    read->machine =
+        MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>(args...));
+    EXPECT_EQ(read->machine->Start(), S_OK);
+    EXPECT_TRUE(Settle());
+    EXPECT_EQ(read->recorder.done + read->recorder.failed, 1);
+    return read;
+  }
+
+  TarnChannelEntry Channel(const std::u16string& key) {
+    auto list = Run<CLoadChannelNamesJobItem>();
+    EXPECT_TRUE(list->job());
+    return list->job() ? list->job()->channels().at(key) : TarnChannelEntry{};
+  }
+
+  // A channel's sections as the outing's channel data cache reads them.
+  ChannelSections Fetch(const TarnChannelEntry& channel) {
+    struct Client : CChannelDataClient {
+      void OnData(bool ok, KivTime, KivTime) override { told.push_back(ok); }
+      IKivUnknown* ClientIdentity() override { return identity.Get(); }
+      std::vector<bool> told;
+      ComPtr<IKivUnknown> identity;
+    } client;
+    ComPtr<COpenFileJobItem> connection = file_->Connection();
+    ComPtr<CChannelDataCache> cache(new CChannelDataCache(
+        [&](const CChannelKey&) { return std::make_unique<CTarnChannelDataFetch>(connection, channel); },
+        DaeThread()));
+    std::shared_ptr<const ChannelSections> sections;
+    CChannelKey key(u"any", 0);
+    EXPECT_EQ(cache->GetChannelData(&client, key, &sections), S_FALSE);
+    EXPECT_TRUE(Settle());
+    EXPECT_EQ(client.told, std::vector<bool>{true});
+    EXPECT_EQ(cache->GetChannelData(&client, key, &sections), S_OK);
+    cache->RemoveClient(&client);
+    return sections ? *sections : ChannelSections{};
+  }
+
+  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
+};
+
+TEST_F(TarnReadJobsTest, TheDetailsRecordBecomesTheProperties) {
+  OpenFile(Write(SampleDataSet()));
+  auto read = Run<CLoadOutingJobItem>();
+  ASSERT_TRUE(read->job());
+  const TarnPropertyMap& map = read->job()->properties();
+  EXPECT_EQ(*map.at(std::u16string(p::kDriverName)).AsText(), u"A. Driver");
+  EXPECT_EQ(map.at(std::u16string(p::kUtcDifference)).AsI32(), -120);
+}
+
+TEST_F(TarnReadJobsTest, AnUnknownFormatVersionIsTheLoadsResult) {
+  std::u16string path = Write(SampleDataSet());
+  SetFormatVersion(path, 99);
+  OpenFile(path);
+  ASSERT_EQ(file_->state(), CFileStateMachine::State::kOpen) << "such a file opens";
+  auto read = Run<CLoadOutingJobItem>();
+  EXPECT_EQ(read->recorder.failed, 1);
+  EXPECT_EQ(read->recorder.status, E_BADFILEVERSION);
+  EXPECT_FALSE(read->job());
+  EXPECT_EQ(read->machine->state(), CStateMachine::State::kIdle);
+}
+
+TEST_F(TarnReadJobsTest, ChannelListAndSamplesOfEachChannel) {
+  OpenFile(Write(SampleDataSet()));
+  auto list = Run<CLoadChannelNamesJobItem>();
+  ASSERT_TRUE(list->job());
+  const TarnChannelMap& channels = list->job()->channels();
+  ASSERT_EQ(channels.size(), 2u);
+  ASSERT_TRUE(channels.contains(u"[3]Speed"));
+  ASSERT_TRUE(channels.contains(u"[0]Gear"));
+
+  ChannelSections speed = Fetch(channels.at(u"[3]Speed"));
+  ASSERT_EQ(speed.size(), 2u);
+  EXPECT_TRUE(speed[0].data->periodic());
+  EXPECT_EQ(speed[0].data->lastTime(), 2 * kS);
+  EXPECT_EQ(speed[1].data->firstTime(), 50 * kS);
+  EXPECT_TRUE(speed[1].continuous);
+  EXPECT_EQ(speed[1].data->values().view()[1], 50.0);
+
+  ChannelSections gear = Fetch(channels.at(u"[0]Gear"));
+  ASSERT_EQ(gear.size(), 1u);
+  const DataSection& g = *gear[0].data;
+  EXPECT_FALSE(g.periodic());
+  EXPECT_EQ(g.Times().view()[1], 7 * kS);
+  EXPECT_EQ(g.lastTime(), 60 * kS);
+}
+
+TEST_F(TarnReadJobsTest, AChannelWithoutSamplesReadsAsNoSections) {
+  TarnDataSet data = SampleDataSet();
+  data.channels[1].blocks.clear();
+  OpenFile(Write(data));
+  EXPECT_TRUE(Fetch(Channel(u"[0]Gear")).empty());
+}
+
+TEST_F(TarnReadJobsTest, AFetchWithoutAnOpenFileFails) {
+  ChannelSections sections;
+  CTarnChannelDataFetch fetch(nullptr, {1, 7});
+  EXPECT_EQ(fetch.Fetch(&sections), E_FAIL);
+}
+
+TEST_F(TarnReadJobsTest, EventNamesAndTheEventsOfOneSet) {
+  OpenFile(Write(SampleDataSet()));
+  auto names = Run<CGetEventNamesJobItem>();
+  ASSERT_TRUE(names->job());
+  const auto& sets = names->job()->names();
+  ASSERT_EQ(sets.size(), 2u);
+  auto pit = std::find_if(sets.begin(), sets.end(), [](const TarnNamedItem& n) { return n.name == u"Pit"; });
+  ASSERT_NE(pit, sets.end());
+  auto events = Run<CGetCachedEventsJobItem>(pit->id);
+  ASSERT_TRUE(events->job());
+  const auto& list = events->job()->events();
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(list[0].message, u"in");
+  EXPECT_EQ(list[1].time, 45 * kS);
+  EXPECT_EQ(list[1].payload, (std::vector<uint8_t>{1, 2, 3}));
+}
+
+TEST_F(TarnReadJobsTest, LapMarkersWithTheOutingsSpans) {
+  OpenFile(Write(SampleDataSet()));
+  auto laps = Run<CGetLapMarkerDataJobItem>();
+  ASSERT_TRUE(laps->job());
+  const TarnLapData& data = laps->job()->data();
+  EXPECT_EQ(data.span.outingEnd, 100 * kS);
+  ASSERT_TRUE(data.span.movement);
+  EXPECT_EQ(data.span.movement->second, 95 * kS);
+  EXPECT_EQ(data.distanceOrigin, 12.5);
+  EXPECT_EQ(data.MarkerTimes(), (std::vector<KivTime>{20 * kS, 50 * kS, 90 * kS}));
+  EXPECT_EQ(data.markers[2].crossing, 0);
+}
+
+TEST_F(TarnReadJobsTest, AMarkerOutsideTheOutingFailsTheLapRead) {
+  TarnDataSet data = SampleDataSet();
+  data.lapMarkers.push_back({150 * kS, 0.0, true});
+  OpenFile(Write(data));
+  auto laps = Run<CGetLapMarkerDataJobItem>();
+  EXPECT_EQ(laps->recorder.failed, 1);
+  EXPECT_FALSE(laps->job());
+}
+
+TEST_F(TarnReadJobsTest, ConstantsAndBlobs) {
+  OpenFile(Write(SampleDataSet()));
+  auto constants = Run<CTarnGetConstantsJobItem>();
+  ASSERT_TRUE(constants->job());
+  const auto& list = constants->job()->constants();
+  ASSERT_EQ(list.size(), 2u);
+  EXPECT_EQ(list[0].name, u"Wheelbase");
+  EXPECT_FALSE(list[0].isText);
+  EXPECT_EQ(list[0].value, 2.75);
+  EXPECT_EQ(list[0].unit, u"m");
+  EXPECT_TRUE(list[1].isText);
+  EXPECT_EQ(list[1].text, u"wet");
+
+  auto blobs = Run<CLoadBlobJobItem>();
+  ASSERT_TRUE(blobs->job());
+  ASSERT_EQ(blobs->job()->blobs().size(), 1u);
+  const TarnNamedItem& map = blobs->job()->blobs()[0];
+  EXPECT_EQ(map.name, u"Map");
+  EXPECT_EQ(map.type, SampleDataSet().blobs[0].type);
+  auto content = Run<CGetBlobDataJobItem>(map.id);
+  ASSERT_TRUE(content->job());
+  EXPECT_EQ(content->job()->bytes(), (std::vector<uint8_t>{4, 5, 6, 7}));
+  auto missing = Run<CGetBlobDataJobItem>(map.id + 100);
+  EXPECT_EQ(missing->recorder.failed, 1);
+}
+
+TEST_F(TarnReadJobsTest, EveryReadFailsWithoutAnOpenFile) {
+  OpenFile(PathOf("missing.trn"));
+  auto outing = Run<CLoadOutingJobItem>();
+  auto channels = Run<CLoadChannelNamesJobItem>();
+  auto laps = Run<CGetLapMarkerDataJobItem>();
+  auto constants = Run<CTarnGetConstantsJobItem>();
+  EXPECT_EQ(outing->recorder.failed + channels->recorder.failed + laps->recorder.failed + constants->recorder.failed, 4);
+  EXPECT_EQ(outing->recorder.status, E_FAIL) << "a job that finds no interface";
+}
+
+TEST_F(TarnReadJobsTest, AReadQueuedWhileOpeningRunsAfterTheOpen) {
+  std::u16string path = Write(SampleDataSet());
+  std::unique_ptr<Read<CTarnGetConstantsJobItem>> read;
+  {
+    StoreThreadGate gate;
+    ASSERT_EQ(file_->Open(path), S_OK);
+    read = std::make_unique<Read<CTarnGetConstantsJobItem>>();
+    read->machine = MakeClient<CTarnReadStateMachine<CTarnGetConstantsJobItem>>(
+        &read->recorder, file_.Get(), MakeTarnJob<CTarnGetConstantsJobItem>());
+    ASSERT_EQ(read->machine->Start(), S_OK);
+  }
+  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(read->job());
+  EXPECT_EQ(read->job()->constants().size(), 2u);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,56 @@
+// Shared set-up for the tests of the `.trn` outing: a client thread with its
+// dispatcher, a temp folder, and a data set with something of every kind.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <string>
+
+#include "platform/async/dispatcher.h"
+#include "platform/async/job_engine.h"
+#include "sources/tarn/tarn_data_set.h"
+#include "support/temp_dir.h"
+
+namespace velmar::testing {
+
+inline constexpr KivTime kS = kTicksPerSecond;
+
+class TarnTest : public ::testing::Test {
+ protected:
+  void TearDown() override { EXPECT_TRUE(Settle()); }
+  // Every job queued so far has run and come back on this thread.
+  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(30)); }
+
+  std::u16string PathOf(const std::string& name) const;
+  // Writes `data` as `name` and gives its path.
+  std::u16string Write(const TarnDataSet& data, const std::string& name = "outing.trn");
+
+  TempDir dir_;
+  Dispatcher d_;
+  Dispatcher::ScopedCurrent current_{d_};
+};
+
+// Holds the store thread with a job of its own until Open() (or the end of
+// the test), so that jobs queued meanwhile wait behind it.
+class StoreThreadGate {
+ public:
+  StoreThreadGate();
+  ~StoreThreadGate() { Open(); }
+  void Open();
+
+ private:
+  std::promise<void> gate_;
+  bool open_ = false;
+};
+
+// Sets the format version of a store file to `version`.
+void SetFormatVersion(const std::u16string& path, int version);
+
+// An outing from 0 to 100 s: "Speed" (km/h, periodic, 2 blocks) and "Gear"
+// (aperiodic), event sets "Pit" (2) and "Flag" (1), a numeric and a text
+// constant, one blob, three recorded lap markers, and its details.
+TarnDataSet SampleDataSet();
+
+}  // namespace velmar::testing

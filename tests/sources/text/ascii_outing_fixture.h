@@ -1,0 +1,76 @@
+// The fixture of the text outing tests: a temporary folder for data sets,
+// a dispatcher that delivers job completions on the test thread, and
+// listeners on the outings opened.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "faulty_text_file_ops.h"
+#include "outing/outing_cache_registry.h"
+#include "outing/outing_listener.h"
+#include "platform/async/dispatcher.h"
+#include "platform/async/job_engine.h"
+#include "sources/text/ascii_outing.h"
+#include "sources/text/sample_generator.h"
+#include "support/temp_dir.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+
+using State = CStateMachine::State;
+
+class AsciiOutingFixture : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    listeners_.clear();
+    a_ = b_ = nullptr;
+    EXPECT_TRUE(Settle());
+    EXPECT_EQ(COutingCacheRegistry<CAsciiOutingCache>::Instance().size(), 0u) << "every cache left its registry";
+  }
+
+  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(30)); }
+  std::u16string PathOf(const std::string& name) { return Utf8ToWide((dir_ / name).string()); }
+  void WriteSample(const std::u16string& path, int laps = 2) {
+    SampleOptions options;
+    options.laps = laps;
+    options.rate = 10;
+    ASSERT_TRUE(WriteSampleFile(TextFilePath(path), GenerateSampleOuting(options)).ok());
+  }
+  ComPtr<CAsciiOuting> Open(const std::u16string& path) {
+    ComPtr<CAsciiOuting> outing;
+    EXPECT_EQ(OpenAsciiOuting(path, false, &outing), S_OK);
+    return outing;
+  }
+  OutingListener& Listen(CAsciiOuting* outing) {
+    listeners_.push_back(std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing)));
+    EXPECT_TRUE(listeners_.back()->connected());
+    return *listeners_.back();
+  }
+  template <class Factory>
+  static NameList Names(Factory& factory) {
+    NameList names;
+    EXPECT_EQ(factory.GetNames(&names), S_OK);
+    return names;
+  }
+  // Opens the sample at `path` and loads it.
+  void OpenLoaded(const std::u16string& path) {
+    WriteSample(path);
+    a_ = Open(path);
+    (void)Names(a_->channels());
+    ASSERT_TRUE(Settle());
+    ASSERT_EQ(a_->cache()->load_machine().state(), State::kDone);
+  }
+
+  TempDir dir_;
+  Dispatcher d_;
+  Dispatcher::ScopedCurrent current_{d_};
+  ComPtr<CAsciiOuting> a_, b_;
+  std::vector<std::unique_ptr<OutingListener>> listeners_;
+};
+
+}  // namespace velmar::testing

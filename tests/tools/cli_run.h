@@ -1,0 +1,36 @@
+// Runs the built `velmar` binary as a user would, with its own settings
+// folder, and gives back what it printed and how it exited.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace velmar::testing {
+
+struct CliResult {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+  // stdout split into lines, each split at tabs.
+  std::vector<std::vector<std::string>> Rows() const;
+};
+
+class CliRunner {
+ public:
+  CliRunner();
+  // Runs `velmar args...`; the settings (registry) live in a folder of the runner.
+  CliResult Run(const std::vector<std::string>& args) const;
+  // A path inside the runner's own temporary folder.
+  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+  // Writes a small sample data set once and gives its path.
+  const std::string& Sample();
+
+ private:
+  TempDir dir_;
+  std::string sample_;
+};
+
+}  // namespace velmar::testing

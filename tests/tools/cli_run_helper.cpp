@@ -1,0 +1,67 @@
+#include "cli_run.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace velmar::testing {
+namespace {
+
+std::string Quote(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string ReadAll(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+}  // namespace
+
+std::vector<std::vector<std::string>> CliResult::Rows() const {
+  std::vector<std::vector<std::string>> rows;
+  std::istringstream lines(out);
+  for (std::string line; std::getline(lines, line);) {
+    std::vector<std::string> fields;
+    size_t start = 0;
+    for (size_t tab; (tab = line.find('\t', start)) != std::string::npos; start = tab + 1) {
+      fields.push_back(line.substr(start, tab - start));
+    }
+    fields.push_back(line.substr(start));
+    rows.push_back(std::move(fields));
+  }
+  return rows;
+}
+
+CliRunner::CliRunner() { std::filesystem::create_directories(dir_ / "config"); }
+
+CliResult CliRunner::Run(const std::vector<std::string>& args) const {
+  std::string command = "env XDG_CONFIG_HOME=" + Quote((dir_ / "config").string()) + " " + Quote(VELMAR_CLI);
+  for (const std::string& arg : args) command += " " + Quote(arg);
+  command += " >" + Quote((dir_ / "stdout").string()) + " 2>" + Quote((dir_ / "stderr").string()) + " </dev/null";
+  CliResult result;
+  const int status = std::system(command.c_str());
+  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  result.out = ReadAll(dir_ / "stdout");
+  result.err = ReadAll(dir_ / "stderr");
+  return result;
+}
+
+const std::string& CliRunner::Sample() {
+  if (sample_.empty()) {
+    const std::string path = Path("sample.txt");
+    const CliResult made = Run({"sample", path, "--laps", "2", "--rate", "20"});
+    EXPECT_EQ(made.exitCode, 0) << made.err;
+    sample_ = path;
+  }
+  return sample_;
+}
+
+}  // namespace velmar::testing

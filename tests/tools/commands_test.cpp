@@ -1,0 +1,254 @@
+// The `velmar` binary end to end on a generated sample: what each command
+// prints, that JSON parses, and that bad input ends with a non-zero exit and
+// one line naming the file.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "cli_run.h"
+#include "velmar/version.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+using Json = nlohmann::json;
+
+constexpr int kLaps = 2;
+constexpr double kRate = 20.0;
+
+class CommandsTest : public ::testing::Test {
+ protected:
+  // One sample for the whole suite: making and loading it is the slow part.
+  static void SetUpTestSuite() { runner_ = new CliRunner(); }
+  static void TearDownTestSuite() {
+    delete runner_;
+    runner_ = nullptr;
+  }
+
+  static CliResult Run(const std::vector<std::string>& args) { return runner_->Run(args); }
+  static const std::string& Sample() { return runner_->Sample(); }
+  static std::string Path(const std::string& name) { return runner_->Path(name); }
+
+  // The store lists a channel by its key text, "[id]name"; the name is what compares.
+  static std::string PlainName(const std::string& name) {
+    const size_t close = name.find(']');
+    return name.starts_with("[") && close != std::string::npos ? name.substr(close + 1) : name;
+  }
+
+  // Events and constants need item objects that not every source hands out
+  // yet; such a run says "not implemented", and the check waits for it.
+  static bool NotImplemented(const CliResult& result) {
+    return result.exitCode != 0 && result.err.find("(not implemented)") != std::string::npos;
+  }
+
+  // `channels` as name -> row.
+  static std::map<std::string, std::vector<std::string>> Channels(const std::string& file) {
+    const CliResult listed = Run({"channels", file});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    std::map<std::string, std::vector<std::string>> byName;
+    const auto rows = listed.Rows();
+    EXPECT_FALSE(rows.empty());
+    for (size_t i = 1; i < rows.size(); ++i) byName[PlainName(rows[i][0])] = rows[i];
+    return byName;
+  }
+
+  // A failed run: non-zero, nothing on stdout, one line on stderr naming `subject`.
+  static void ExpectFailure(const CliResult& result, const std::string& subject, const std::string& what) {
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_THAT(result.out, IsEmpty());
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_THAT(result.err, HasSubstr(subject));
+    EXPECT_THAT(result.err, HasSubstr(what));
+  }
+
+  static CliRunner* runner_;
+};
+
+CliRunner* CommandsTest::runner_ = nullptr;
+
+TEST_F(CommandsTest, VersionNamesTheLibraryVersion) {
+  const CliResult result = Run({"--version"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_THAT(result.out, StartsWith(std::string("velmar ") + kVersion));
+}
+
+TEST_F(CommandsTest, ChannelsListsTheSampleWithCountsRatesAndRanges) {
+  const auto channels = Channels(Sample());
+  for (const char* name : {"Distance", "Speed", "Engine Speed", "Throttle", "Gear", "Water Temperature",
+                           "Fuel Level"}) {
+    EXPECT_TRUE(channels.contains(name)) << name;
+  }
+  ASSERT_TRUE(channels.contains("Speed") && channels.contains("Fuel Level"));
+  const auto& speed = channels.at("Speed");
+  ASSERT_EQ(speed.size(), 6u);
+  EXPECT_EQ(speed[3], "20") << "the fast channels run at the sample's rate";
+  const long speedSamples = std::stol(speed[2]);
+  EXPECT_GT(speedSamples, static_cast<long>(kLaps * 60 * kRate)) << "two laps of about 90 s";
+  EXPECT_LT(std::stod(speed[4]), std::stod(speed[5])) << "min below max";
+  const auto& fuel = channels.at("Fuel Level");
+  EXPECT_EQ(fuel[3], "2") << "the slow channels run at a tenth";
+  EXPECT_NEAR(std::stol(fuel[2]), speedSamples / 10.0, 2.0);
+  EXPECT_GT(std::stod(fuel[4]), 0.0);
+}
+
+TEST_F(CommandsTest, ChannelsJsonAgreesWithTheTable) {
+  const auto table = Channels(Sample());
+  const CliResult result = Run({"channels", Sample(), "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const Json document = Json::parse(result.out);
+  ASSERT_TRUE(document["channels"].is_array());
+  EXPECT_EQ(document["channels"].size(), table.size());
+  for (const Json& channel : document["channels"]) {
+    const std::string name = channel["name"];
+    ASSERT_TRUE(table.contains(name)) << name;
+    EXPECT_EQ(channel["samples"].get<long>(), std::stol(table.at(name)[2])) << name;
+    EXPECT_FALSE(channel["aperiodic"].get<bool>()) << name;
+  }
+}
+
+TEST_F(CommandsTest, DumpWritesATimeColumnThenOneColumnPerChannel) {
+  const CliResult result = Run({"dump", Sample(), "Speed", "Fuel Level", "--from", "10", "--to", "20"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto rows = result.Rows();
+  ASSERT_FALSE(rows.empty());
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "Speed", "Fuel Level"}));
+  // 10 s at 20 Hz, both ends included.
+  EXPECT_EQ(rows.size() - 1, 201u);
+  double previous = -1;
+  size_t fuelCells = 0;
+  for (size_t i = 1; i < rows.size(); ++i) {
+    ASSERT_EQ(rows[i].size(), 3u);
+    const double time = std::stod(rows[i][0]);
+    EXPECT_GE(time, 10.0);
+    EXPECT_LE(time, 20.0);
+    EXPECT_GT(time, previous) << "rows rise in time";
+    previous = time;
+    EXPECT_FALSE(rows[i][1].empty()) << "every row is a Speed sample";
+    if (!rows[i][2].empty()) ++fuelCells;
+  }
+  EXPECT_EQ(fuelCells, 21u) << "the slow channel fills every tenth row";
+}
+
+TEST_F(CommandsTest, DumpJsonGivesEachChannelsTimesAndValues) {
+  const CliResult result = Run({"dump", Sample(), "Engine Speed", "--to", "1", "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const Json document = Json::parse(result.out);
+  ASSERT_EQ(document["channels"].size(), 1u);
+  const Json& channel = document["channels"][0];
+  EXPECT_EQ(channel["name"], "Engine Speed");
+  ASSERT_EQ(channel["times"].size(), channel["values"].size());
+  EXPECT_EQ(channel["times"].size(), 21u) << "0 to 1 s at 20 Hz";
+  EXPECT_DOUBLE_EQ(channel["times"][1].get<double>() - channel["times"][0].get<double>(), 1.0 / kRate);
+}
+
+TEST_F(CommandsTest, EventsHoldAnEndOfLapPerCrossing) {
+  const CliResult result = Run({"events", Sample()});
+  if (NotImplemented(result)) GTEST_SKIP() << result.err;
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto rows = result.Rows();
+  ASSERT_FALSE(rows.empty());
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "name", "category", "source", "message"}));
+  const long laps = std::count_if(rows.begin() + 1, rows.end(), [](const auto& row) { return row[1] == "End of lap"; });
+  EXPECT_GE(laps, kLaps);
+
+  const CliResult json = Run({"events", Sample(), "--json"});
+  ASSERT_EQ(json.exitCode, 0) << json.err;
+  const Json document = Json::parse(json.out);
+  EXPECT_EQ(document["events"].size(), rows.size() - 1);
+  double previous = -1e300;
+  for (const Json& event : document["events"]) {
+    EXPECT_GE(event["time"].get<double>(), previous) << "events in time order";
+    previous = event["time"];
+  }
+}
+
+TEST_F(CommandsTest, ConstantsListNamesValuesAndUnits) {
+  const CliResult result = Run({"constants", Sample()});
+  if (NotImplemented(result)) GTEST_SKIP() << result.err;
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto rows = result.Rows();
+  ASSERT_GE(rows.size(), 2u) << "the sample has constants";
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"name", "value", "unit"}));
+  for (size_t i = 1; i < rows.size(); ++i) EXPECT_FALSE(rows[i][1].empty()) << rows[i][0];
+
+  const CliResult json = Run({"constants", Sample(), "--json"});
+  ASSERT_EQ(json.exitCode, 0) << json.err;
+  EXPECT_EQ(Json::parse(json.out)["constants"].size(), rows.size() - 1);
+}
+
+TEST_F(CommandsTest, InfoTellsTypeRangeCountsAndInformation) {
+  const CliResult result = Run({"info", Sample(), "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const Json info = Json::parse(result.out);
+  EXPECT_EQ(info["type"], 3);
+  EXPECT_EQ(info["type_name"], "text");
+  EXPECT_EQ(info["channels"].get<size_t>(), Channels(Sample()).size());
+  if (!info["events"].is_null()) {
+    EXPECT_GE(info["events"].get<long>(), kLaps);
+  }
+  EXPECT_EQ(info["event_sets"], 1) << "the \"End of lap\" set";
+  EXPECT_GT(info["duration"].get<double>(), kLaps * 60.0);
+  EXPECT_EQ(info["information"]["Track name"], "Halvane Park");
+
+  const CliResult table = Run({"info", Sample()});
+  ASSERT_EQ(table.exitCode, 0) << table.err;
+  EXPECT_THAT(table.Rows(), Contains(std::vector<std::string>{"type", "3 (text)"}));
+}
+
+TEST_F(CommandsTest, ConvertWritesANativeStoreFileWithTheSameChannels) {
+  const std::string trn = Path("converted.trn");
+  const CliResult converted = Run({"convert", Sample(), trn});
+  ASSERT_EQ(converted.exitCode, 0) << converted.err;
+  const auto text = Channels(Sample());
+  const auto store = Channels(trn);
+  ASSERT_EQ(store.size(), text.size());
+  for (const auto& [name, row] : text) {
+    ASSERT_TRUE(store.contains(name)) << name;
+    EXPECT_EQ(store.at(name)[2], row[2]) << name << ": same sample count";
+    EXPECT_EQ(store.at(name)[3], row[3]) << name << ": same rate";
+  }
+}
+
+TEST_F(CommandsTest, AMissingFileFailsNamingIt) {
+  const std::string missing = Path("nowhere.txt");
+  ExpectFailure(Run({"channels", missing}), missing, "no such file");
+  ExpectFailure(Run({"info", missing, "--json"}), missing, "no such file");
+}
+
+TEST_F(CommandsTest, AnUnknownExtensionFailsNamingIt) {
+  const std::string csv = Path("data.csv");
+  std::ofstream(csv) << "a,b\n1,2\n";
+  ExpectFailure(Run({"channels", csv}), csv, "unknown file type");
+}
+
+TEST_F(CommandsTest, ContentThatIsNoDataSetFailsNamingTheFile) {
+  const std::string junk = Path("junk.txt");
+  std::ofstream(junk) << "this is not a data set\n\x01\x02\x03 at all\n";
+  ExpectFailure(Run({"--timeout", "20", "channels", junk}), junk, "");
+}
+
+TEST_F(CommandsTest, AnUnknownChannelFailsNamingIt) {
+  ExpectFailure(Run({"dump", Sample(), "Speed", "Warp Factor"}), Sample(), "Warp Factor");
+}
+
+TEST_F(CommandsTest, BadArgumentsExitNonZero) {
+  EXPECT_NE(Run({}).exitCode, 0) << "a command is required";
+  EXPECT_NE(Run({"frobnicate"}).exitCode, 0);
+  EXPECT_NE(Run({"dump", Sample()}).exitCode, 0) << "dump needs a channel";
+  EXPECT_NE(Run({"sample", Path("s.txt"), "--laps", "0"}).exitCode, 0);
+  ExpectFailure(Run({"sample", Path("s.csv")}), Path("s.csv"), ".txt");
+  ExpectFailure(Run({"dump", Sample(), "Speed", "--from", "5", "--to", "1"}), Sample(), "--from");
+  ExpectFailure(Run({"convert", Sample(), Path("out.txt")}), Path("out.txt"), ".trn");
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,30 @@
+// The subcommands of `velmar`. Each Add... function declares one on the app
+// and gives it a callback that does the work when it is the one chosen.
+#pragma once
+
+#include <chrono>
+
+#include <CLI/CLI.hpp>
+
+namespace velmar::cli {
+
+// Options that every subcommand shares.
+struct CommandContext {
+  double timeoutSeconds = 120.0;  // the longest wait for the library's worker threads
+  bool noProgress = false;        // never a progress line, even on a terminal
+
+  bool progress() const { return !noProgress; }
+  std::chrono::milliseconds timeout() const {
+    return std::chrono::milliseconds(static_cast<int64_t>(timeoutSeconds * 1000.0));
+  }
+};
+
+void AddInfoCommand(CLI::App& app, const CommandContext& context);
+void AddChannelsCommand(CLI::App& app, const CommandContext& context);
+void AddDumpCommand(CLI::App& app, const CommandContext& context);
+void AddEventsCommand(CLI::App& app, const CommandContext& context);
+void AddConstantsCommand(CLI::App& app, const CommandContext& context);
+void AddSampleCommand(CLI::App& app, const CommandContext& context);
+void AddConvertCommand(CLI::App& app, const CommandContext& context);
+
+}  // namespace velmar::cli

@@ -1,0 +1,91 @@
+// velmar dump FILE CHANNEL... [--from S] [--to S]: the samples of the named
+// channels, a time column then one column per channel.
+#include <iostream>
+#include <memory>
+
+#include "commands.h"
+#include "host_error.h"
+#include "output.h"
+#include "sample_table.h"
+#include "velmar/text.h"
+
+namespace velmar::cli {
+namespace {
+
+struct DumpOptions {
+  std::string file;
+  std::vector<std::string> channels;
+  std::optional<double> from;
+  std::optional<double> to;
+  bool json = false;
+};
+
+TimeWindow Window(const DumpOptions& options) {
+  TimeWindow window;
+  if (options.from) window.from = TicksOfSeconds(*options.from);
+  if (options.to) window.to = TicksOfSeconds(*options.to);
+  if (window.from > window.to) Fail(options.file, "--from is after --to");
+  return window;
+}
+
+void WriteJsonDump(const DumpOptions& options, const std::vector<ChannelSamples>& samples,
+                   const std::vector<TimedValues>& columns) {
+  Json list = Json::array();
+  for (size_t c = 0; c < columns.size(); ++c) {
+    Json times = Json::array();
+    Json values = Json::array();
+    for (size_t i = 0; i < columns[c].times.size(); ++i) {
+      times.push_back(Seconds(columns[c].times[i]));
+      values.push_back(JsonNumber(columns[c].values[i]));
+    }
+    list.push_back(Json{{"name", Utf8(samples[c].name)},
+                        {"unit", Utf8(samples[c].unit.text)},
+                        {"times", std::move(times)},
+                        {"values", std::move(values)}});
+  }
+  WriteJson(std::cout, Json{{"file", options.file}, {"channels", list}});
+}
+
+void WriteTsvDump(const std::vector<ChannelSamples>& samples, const std::vector<TimedValues>& columns) {
+  std::vector<std::string> header{"time"};
+  for (const ChannelSamples& channel : samples) header.push_back(Utf8(channel.name));
+  WriteTsvRow(std::cout, header);
+  std::vector<std::string> fields(columns.size() + 1);
+  ForEachRow(columns, [&](KivTime time, const std::vector<std::optional<double>>& cells) {
+    fields[0] = FormatSeconds(time);
+    for (size_t c = 0; c < cells.size(); ++c) fields[c + 1] = FormatValue(cells[c]);
+    WriteTsvRow(std::cout, fields);
+  });
+}
+
+void Run(const DumpOptions& options, const CommandContext& context) {
+  const TimeWindow window = Window(options);
+  HostSession session(context.timeout(), context.progress());
+  LoadedOuting outing(session, options.file);
+  std::vector<ChannelSamples> samples;
+  std::vector<TimedValues> columns;
+  for (const std::string& name : options.channels) {
+    samples.push_back(ReadChannelSamples(outing, Utf8ToWide(name)));
+    columns.push_back(SamplesInWindow(samples.back(), window));
+  }
+  if (options.json) {
+    WriteJsonDump(options, samples, columns);
+  } else {
+    WriteTsvDump(samples, columns);
+  }
+}
+
+}  // namespace
+
+void AddDumpCommand(CLI::App& app, const CommandContext& context) {
+  auto options = std::make_shared<DumpOptions>();
+  CLI::App* command = app.add_subcommand("dump", "Write channel samples: time, then one column per channel");
+  command->add_option("FILE", options->file, "Data set (.txt or .trn)")->required();
+  command->add_option("CHANNEL", options->channels, "Channel names")->required();
+  command->add_option("--from", options->from, "First time, in seconds (inclusive)");
+  command->add_option("--to", options->to, "Last time, in seconds (inclusive)");
+  command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
+  command->callback([options, &context] { Run(*options, context); });
+}
+
+}  // namespace velmar::cli

@@ -1,0 +1,79 @@
+// velmar events FILE and velmar constants FILE: the outing's events in time
+// order, and its constants with their values and units.
+#include <iostream>
+#include <memory>
+
+#include "commands.h"
+#include "outing_items.h"
+#include "output.h"
+
+namespace velmar::cli {
+namespace {
+
+struct ItemsOptions {
+  std::string file;
+  bool json = false;
+};
+
+void RunEvents(const ItemsOptions& options, const CommandContext& context) {
+  HostSession session(context.timeout(), context.progress());
+  LoadedOuting outing(session, options.file);
+  const std::vector<EventRow> rows = ReadEvents(outing);
+  if (options.json) {
+    Json list = Json::array();
+    for (const EventRow& row : rows) {
+      list.push_back(Json{{"time", Seconds(row.time)},
+                          {"name", Utf8(row.set)},
+                          {"category", row.category},
+                          {"source", Utf8(row.source)},
+                          {"message", Utf8(row.message)}});
+    }
+    WriteJson(std::cout, Json{{"file", options.file}, {"events", list}});
+    return;
+  }
+  WriteTsvRow(std::cout, {"time", "name", "category", "source", "message"});
+  for (const EventRow& row : rows) {
+    WriteTsvRow(std::cout, {FormatSeconds(row.time), Utf8(row.set), std::to_string(row.category), Utf8(row.source),
+                            Utf8(row.message)});
+  }
+}
+
+void RunConstants(const ItemsOptions& options, const CommandContext& context) {
+  HostSession session(context.timeout(), context.progress());
+  LoadedOuting outing(session, options.file);
+  const std::vector<ConstantRow> rows = ReadConstants(outing);
+  if (options.json) {
+    Json list = Json::array();
+    for (const ConstantRow& row : rows) {
+      list.push_back(Json{{"name", Utf8(row.name)}, {"value", JsonNumber(row.value)}, {"unit", Utf8(row.unit)}});
+    }
+    WriteJson(std::cout, Json{{"file", options.file}, {"constants", list}});
+    return;
+  }
+  WriteTsvRow(std::cout, {"name", "value", "unit"});
+  for (const ConstantRow& row : rows) WriteTsvRow(std::cout, {Utf8(row.name), FormatValue(row.value), Utf8(row.unit)});
+}
+
+CLI::App* AddFileCommand(CLI::App& app, const char* name, const char* description, ItemsOptions& options) {
+  CLI::App* command = app.add_subcommand(name, description);
+  command->add_option("FILE", options.file, "Data set (.txt or .trn)")->required();
+  command->add_flag("--json", options.json, "Write JSON instead of tab-separated lines");
+  return command;
+}
+
+}  // namespace
+
+void AddEventsCommand(CLI::App& app, const CommandContext& context) {
+  auto options = std::make_shared<ItemsOptions>();
+  AddFileCommand(app, "events", "List the events in time order", *options)->callback([options, &context] {
+    RunEvents(*options, context);
+  });
+}
+
+void AddConstantsCommand(CLI::App& app, const CommandContext& context) {
+  auto options = std::make_shared<ItemsOptions>();
+  AddFileCommand(app, "constants", "List the constants with their values and units", *options)
+      ->callback([options, &context] { RunConstants(*options, context); });
+}
+
+}  // namespace velmar::cli

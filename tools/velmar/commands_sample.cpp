@@ -1,0 +1,52 @@
+// velmar sample OUT.txt [--laps N] [--rate HZ] [--seed S]: writes a made-up
+// text data set of a car lapping a closed circuit.
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "commands.h"
+#include "host_error.h"
+#include "host_session.h"
+#include "sources/text/sample_generator.h"
+#include "velmar/outing_factory.h"
+#include "velmar/text.h"
+
+namespace velmar::cli {
+namespace {
+
+struct SampleCommandOptions {
+  std::string file;
+  int laps = 5;
+  double rate = 100.0;
+  uint64_t seed = 1;
+};
+
+void Run(const SampleCommandOptions& options) {
+  if (HostSession::TypeIdForFile(options.file) != kTextOutingTypeId.ToWide()) {
+    Fail(options.file, "a sample is a text data set: the name must end in .txt");
+  }
+  SampleOptions sample;
+  sample.laps = options.laps;
+  sample.rate = options.rate;
+  sample.seed = options.seed;
+  const std::string bytes = GenerateSampleOuting(sample);
+  const TextStatus status = WriteSampleFile(std::filesystem::path(options.file), bytes);
+  if (!status.ok()) Fail(options.file, "cannot write the sample: " + status.ToString());
+  std::cout << options.file << ": " << options.laps << " laps at " << options.rate << " Hz, " << bytes.size()
+            << " bytes\n";
+}
+
+}  // namespace
+
+void AddSampleCommand(CLI::App& app, const CommandContext&) {
+  auto options = std::make_shared<SampleCommandOptions>();
+  CLI::App* command = app.add_subcommand("sample", "Write a sample text data set of a car lapping a circuit");
+  command->add_option("OUT", options->file, "Text data set to write (.txt)")->required();
+  command->add_option("--laps", options->laps, "Flying laps")->check(CLI::Range(1, 1000));
+  command->add_option("--rate", options->rate, "Samples per second of the fast channels")
+      ->check(CLI::Range(0.1, 100000.0));
+  command->add_option("--seed", options->seed, "Seed of pace, noise and names");
+  command->callback([options] { Run(*options); });
+}
+
+}  // namespace velmar::cli

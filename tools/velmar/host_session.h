@@ -1,0 +1,54 @@
+// The command-line host's session with the library: the root object, an
+// outing factory, and the client-thread loop that brings the worker
+// threads' results back. One per process run; client thread only.
+//
+// Lifetime: make it first, drop every outing before it goes. Its end closes
+// the root and lets the remaining work of the worker threads come back, so
+// every cache ends before the process does.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "progress.h"
+#include "velmar/outing.h"
+#include "velmar/outing_factory.h"
+#include "velmar/velmar.h"
+
+namespace velmar::cli {
+
+class HostSession {
+ public:
+  // Registers the library's classes and sources (once per process), creates
+  // the root and the outing factory. Throws HostError.
+  HostSession(std::chrono::milliseconds timeout, bool showProgress);
+  ~HostSession();
+  HostSession(const HostSession&) = delete;
+  HostSession& operator=(const HostSession&) = delete;
+
+  // Opens `file` by its extension (.txt text, .trn native store). Throws
+  // HostError naming the file for an unknown extension, a file that is not
+  // there, or an outing the factory could not make.
+  ComPtr<IKivOuting> Open(const std::string& file);
+
+  // Runs the client loop until every job queued so far, and each job its
+  // completion queued, has come back; the progress line names `what`.
+  // False when the session's time limit passed first.
+  bool Settle(const std::string& what);
+
+  IKivVelmar* root() const { return root_.Get(); }
+  IKivNewOutingFactory5* factory() const { return factory_.Get(); }
+  std::chrono::milliseconds timeout() const { return timeout_; }
+
+  // The type id (braced text) of a file's extension; empty for an unknown one.
+  static std::u16string TypeIdForFile(const std::string& file);
+
+ private:
+  std::chrono::milliseconds timeout_;
+  Progress progress_;
+  ComPtr<IKivVelmar> root_;
+  ComPtr<IKivNewOutingFactory5> factory_;
+};
+
+}  // namespace velmar::cli

@@ -1,0 +1,103 @@
+#include "loaded_outing.h"
+
+#include "host_error.h"
+#include "item_wait.h"
+#include "velmar/text.h"
+
+namespace velmar::cli {
+namespace {
+
+// The load's first round brings the lists; a native store may read its
+// lists one job after another, hence a few rounds while something is heard.
+constexpr int kLoadRounds = 4;
+
+template <class Factory>
+NameList NamesOf(IKivOuting* outing) {
+  NameList names;
+  if (auto factory = QueryAs<Factory>(outing)) (void)factory->GetNames(&names);
+  return names;
+}
+
+}  // namespace
+
+LoadedOuting::LoadedOuting(HostSession& session, std::string file)
+    : session_(session), file_(std::move(file)), outing_(session.Open(file_)) {
+  watch_ = std::make_unique<OutingWatch>(outing_.Get(), file_);
+  WaitForLoad();
+}
+
+LoadedOuting::~LoadedOuting() { watch_.reset(); }
+
+bool LoadedOuting::Loaded() const {
+  ComPtr<IKivPropertySet> information;
+  if (outing_->GetOutingInformation(information.Put()) == S_OK && information) return true;
+  return !ChannelNames().empty() || !EventSetNames().empty() || !ConstantNames().empty();
+}
+
+void LoadedOuting::WaitForLoad() {
+  // Asking for the lists and the information starts the load.
+  for (int round = 0; !Loaded() && round < kLoadRounds; ++round) {
+    watch_->Reset();
+    if (!session_.Settle(file_)) Fail(file_, "timed out while loading");
+    if (watch_->heard() == 0 && !Loaded()) break;
+  }
+  if (!Loaded()) Fail(file_, "no channels, events or information could be read (not a valid data set?)");
+}
+
+NameList LoadedOuting::ChannelNames() const { return NamesOf<IKivChannelFactory>(outing_.Get()); }
+NameList LoadedOuting::EventSetNames() const { return NamesOf<IKivEventsFactory>(outing_.Get()); }
+NameList LoadedOuting::ConstantNames() const { return NamesOf<IKivConstantFactory>(outing_.Get()); }
+
+PropertyList LoadedOuting::Information() const {
+  PropertyList properties;
+  ComPtr<IKivPropertySet> information;
+  if (outing_->GetOutingInformation(information.Put()) == S_OK && information) {
+    (void)information->GetProperties(&properties);
+  }
+  return properties;
+}
+
+uint32_t LoadedOuting::Type() const {
+  uint32_t type = 0;
+  (void)outing_->GetOutingType(&type);
+  return type;
+}
+
+std::u16string LoadedOuting::OutingId() const {
+  std::u16string id;
+  if (auto outing2 = QueryAs<IKivOuting2>(outing_.Get())) (void)outing2->GetOutingId(&id);
+  return id;
+}
+
+std::u16string LoadedOuting::Caption() const {
+  std::u16string caption;
+  (void)outing_->GetCaption(&caption);
+  return caption;
+}
+
+void LoadedOuting::FailItem(const std::string& what, const std::u16string& name, KivResult r) const {
+  Fail(file_, what + " \"" + WideToUtf8(name) + "\"", r);
+}
+
+template <class Factory, class Item>
+ComPtr<Item> LoadedOuting::Item_(const std::u16string& name, const char* kind) const {
+  auto factory = QueryAs<Factory>(outing_.Get());
+  if (!factory) Fail(file_, std::string("this outing has no ") + kind + "s");
+  ComPtr<Item> item;
+  const KivResult r = ReadWhenReady(session_, outing_.Get(), file_, [&] { return factory->GetItem(name, item.Put()); });
+  if (r == E_INVALIDARG) Fail(file_, std::string("no ") + kind + " \"" + WideToUtf8(name) + "\"");
+  if (Failed(r) || !item) FailItem(std::string("cannot get ") + kind, name, Failed(r) ? r : E_FAIL);
+  return item;
+}
+
+ComPtr<IKivChannel> LoadedOuting::Channel(const std::u16string& name) const {
+  return Item_<IKivChannelFactory, IKivChannel>(name, "channel");
+}
+ComPtr<IKivEventSet> LoadedOuting::EventSet(const std::u16string& name) const {
+  return Item_<IKivEventsFactory, IKivEventSet>(name, "event set");
+}
+ComPtr<IKivConstant> LoadedOuting::Constant(const std::u16string& name) const {
+  return Item_<IKivConstantFactory, IKivConstant>(name, "constant");
+}
+
+}  // namespace velmar::cli

@@ -1,0 +1,63 @@
+// One outing opened by the host and loaded: its name lists, information and
+// items, each read as a host does (asking, waiting for the worker threads
+// while the answer is KIV_E_PENDING, reading again). Failures throw
+// HostError naming the file.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host_session.h"
+#include "outing_watch.h"
+#include "velmar/channel.h"
+#include "velmar/constants.h"
+#include "velmar/data_factory.h"
+#include "velmar/events.h"
+#include "velmar/outing.h"
+#include "velmar/property_set.h"
+
+namespace velmar::cli {
+
+class LoadedOuting {
+ public:
+  // Opens `file` through the session's factory and waits for its load.
+  LoadedOuting(HostSession& session, std::string file);
+  ~LoadedOuting();
+  LoadedOuting(const LoadedOuting&) = delete;
+  LoadedOuting& operator=(const LoadedOuting&) = delete;
+
+  const std::string& file() const { return file_; }
+  IKivOuting* outing() const { return outing_.Get(); }
+  HostSession& session() const { return session_; }
+
+  NameList ChannelNames() const;
+  NameList EventSetNames() const;
+  NameList ConstantNames() const;
+  // The outing's properties; empty when the data set has no information.
+  PropertyList Information() const;
+  uint32_t Type() const;
+  std::u16string OutingId() const;
+  std::u16string Caption() const;
+
+  // The item of that name; throws for a name the outing does not list.
+  ComPtr<IKivChannel> Channel(const std::u16string& name) const;
+  ComPtr<IKivEventSet> EventSet(const std::u16string& name) const;
+  ComPtr<IKivConstant> Constant(const std::u16string& name) const;
+
+  // "<file>: <what> \"<name>\"" style messages for an item.
+  [[noreturn]] void FailItem(const std::string& what, const std::u16string& name, KivResult r) const;
+
+ private:
+  // Whether the load has brought anything: information or a name.
+  bool Loaded() const;
+  void WaitForLoad();
+  template <class Factory, class Item>
+  ComPtr<Item> Item_(const std::u16string& name, const char* kind) const;
+
+  HostSession& session_;
+  std::string file_;
+  ComPtr<IKivOuting> outing_;
+  std::unique_ptr<OutingWatch> watch_;
+};
+
+}  // namespace velmar::cli

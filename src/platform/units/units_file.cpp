@@ -10,12 +10,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// This file sits at src/platform/units/ of the source tree; the data folder is
-// three levels up. Only meaningful when the compiler was given an absolute path.
+// The data folder of the source tree this library was built from; named by the
+// build, since __FILE__ is relative once the compiler cache rewrites paths.
 fs::path SourceTreeCopy() {
-  fs::path self(__FILE__);
-  if (!self.is_absolute()) return {};
-  return self.parent_path().parent_path().parent_path().parent_path() / "data" / "units.json";
+#ifdef VELMAR_UNITS_SOURCE_PATH
+  return fs::path(VELMAR_UNITS_SOURCE_PATH);
+#else
+  return {};
+#endif
 }
 
 // <prefix>/bin/program -> <prefix>/share/velmar/units.json

@@ -52,6 +52,7 @@ function(velmar_tests folder)
   add_executable(${target} ${srcs} ${helpers})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${target} PRIVATE ${deps} ${ARG_LIBS} velmar_testsupport GTest::gmock GTest::gtest_main)
+  velmar_test_pch(${target})
   set(labels ${name})
   if(ARG_THREADED)
     list(APPEND labels threaded)
@@ -59,4 +60,12 @@ function(velmar_tests folder)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
       PROPERTIES ENVIRONMENT "VELMAR_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data" LABELS "${labels}"
       TEST_PREFIX "${name}.")
+endfunction()
+
+# Every test file parses GoogleTest, GoogleMock and much of the standard
+# library; precompiling them roughly halves a cold build of the tests.
+function(velmar_test_pch target)
+  target_precompile_headers(${target} PRIVATE
+      <gtest/gtest.h> <gmock/gmock.h> <algorithm> <atomic> <chrono> <filesystem>
+      <functional> <map> <memory> <mutex> <optional> <span> <string> <thread> <vector>)
 endfunction()

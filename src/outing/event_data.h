@@ -1,6 +1,6 @@
 // An event as a source loaded it, and an outing's reference to it.
 //
-// CEventRecord is made by a source's load job and never changed after; many
+// CCachedEventData is made by a source's load job and never changed after; many
 // outing objects share it. COutingEventData is one outing's view of a record:
 // the record and the time offset of that outing.
 //
@@ -22,7 +22,7 @@ namespace velmar {
 
 inline constexpr size_t kEventFixedDataSize = 32;
 
-struct CEventRecord {
+struct CCachedEventData {
   std::optional<std::vector<uint8_t>> data;                          // free-form; the native store's only
   std::optional<std::array<uint8_t, kEventFixedDataSize>> fixedData;  // the native store's only
   std::u16string message;
@@ -30,9 +30,10 @@ struct CEventRecord {
   std::u16string name;  // of the event set
   uint32_t category = 0;  // 0 recorded by the car, 1 added in analysis
   KivTime time = 0;       // without any offset
+  uint64_t id = 0;        // the native store's record id; 0 elsewhere
 };
 
-using EventRecordPtr = std::shared_ptr<const CEventRecord>;
+using EventRecordPtr = std::shared_ptr<const CCachedEventData>;
 // A load's events: per set name, in the order the source gave them.
 using EventRecordMap = std::map<std::u16string, std::vector<EventRecordPtr>>;
 
@@ -42,7 +43,7 @@ class COutingEventData {
   COutingEventData(EventRecordPtr record, KivTime offset) : record_(std::move(record)), offset_(offset) {}
 
   bool has_record() const { return record_ != nullptr; }
-  const CEventRecord& record() const { return *record_; }
+  const CCachedEventData& record() const { return *record_; }
   // The recorded time plus the offset.
   KivTime time() const { return record_->time + offset_; }
   KivTime offset() const { return offset_; }

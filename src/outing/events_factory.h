@@ -19,11 +19,6 @@
 
 namespace velmar {
 
-struct EventSetChanges {
-  NameList removed;
-  NameList added;
-};
-
 template <class Factory = IKivEventsFactory>
 class COutingEventsFactoryBase : public COutingDataFactory<CEventSet*, Factory> {
  public:
@@ -40,8 +35,8 @@ class COutingEventsFactoryBase : public COutingDataFactory<CEventSet*, Factory> 
 
   // Takes a load's events: every set goes (told once), then one set per
   // name, in time order, with the outing's offset and binding.
-  EventSetChanges LoadEventSets(const EventRecordMap& records, ComPtr<IKivSelectionRange> binding, KivTime offset) {
-    EventSetChanges changes;
+  NameChanges LoadEventSets(const EventRecordMap& records, ComPtr<IKivSelectionRange> binding, KivTime offset) {
+    NameChanges changes;
     changes.removed = this->RemoveAllItems();
     NameList names;
     for (const auto& [name, list] : records) {

@@ -24,6 +24,13 @@
 
 namespace velmar {
 
+// What a reload did to a factory's list: the outing fires one removed and
+// then one added notification with these.
+struct NameChanges {
+  NameList removed;
+  NameList added;
+};
+
 template <class Item, class Factory>
 class COutingDataFactory : public IKivDataFactoryImpl<Item, Factory> {
  public:

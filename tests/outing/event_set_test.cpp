@@ -13,7 +13,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 EventRecordPtr Record(const std::u16string& name, KivTime time, uint32_t category = kEventAddedInAnalysis) {
-  auto record = std::make_shared<CEventRecord>();
+  auto record = std::make_shared<CCachedEventData>();
   record->name = name;
   record->time = time;
   record->category = category;
@@ -119,7 +119,7 @@ TEST(EventSet, ATextSourceEventHasNoPayload) {
 }
 
 TEST(EventSet, PayloadsAreCopiedOut) {
-  auto record = std::make_shared<CEventRecord>();
+  auto record = std::make_shared<CCachedEventData>();
   record->name = u"Alarm";
   record->data = std::vector<uint8_t>{7, 8, 9};
   record->fixedData.emplace();
@@ -228,7 +228,7 @@ class TestEventsFactory final : public KivObject<COutingEventsFactoryBase<>> {};
 TEST(EventsFactory, ALoadReplacesEverySetAndReportsRemovedThenAdded) {
   auto factory = MakeKiv<TestEventsFactory>();
   EventRecordMap first{{u"Pit", {Record(u"Pit", 1)}}, {u"End of lap", {Record(u"End of lap", 2)}}};
-  EventSetChanges changes = factory->LoadEventSets(first, nullptr, 0);
+  NameChanges changes = factory->LoadEventSets(first, nullptr, 0);
   EXPECT_THAT(changes.removed, IsEmpty());
   EXPECT_THAT(changes.added, ElementsAre(u"End of lap", u"Pit"));
   ComPtr<IKivEventSet> pit;

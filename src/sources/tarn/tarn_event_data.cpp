@@ -12,20 +12,23 @@ bool ValidEventRecords(std::span<const TarnEventRecord> records) {
   });
 }
 
-std::vector<CCachedEventData> CachedEvents(std::span<const TarnEventRecord> records) {
+std::vector<EventRecordPtr> CachedEvents(std::span<const TarnEventRecord> records) {
+  static_assert(kTarnEventFixedDataSize == kEventFixedDataSize);
   if (!ValidEventRecords(records)) return {};
-  std::vector<CCachedEventData> events;
+  std::vector<EventRecordPtr> events;
   events.reserve(records.size());
   for (const TarnEventRecord& r : records) {
-    CCachedEventData& e = events.emplace_back();
-    e.id = r.id;
-    e.time = r.time;
-    e.name = r.name;
-    e.source = r.source;
-    e.message = r.message;
-    if (r.payloadSize) e.payload.assign(r.payload, r.payload + r.payloadSize);
-    std::copy_n(r.fixedData, kTarnEventFixedDataSize, e.fixedData.begin());
-    e.kind = r.kind;
+    auto e = std::make_shared<CCachedEventData>();
+    e->id = r.id;
+    e->time = r.time;
+    e->name = r.name;
+    e->source = r.source;
+    e->message = r.message;
+    if (r.payloadSize) e->data.emplace(r.payload, r.payload + r.payloadSize);
+    e->fixedData.emplace();
+    std::copy_n(r.fixedData, kTarnEventFixedDataSize, e->fixedData->begin());
+    e->category = r.kind;
+    events.push_back(std::move(e));
   }
   return events;
 }

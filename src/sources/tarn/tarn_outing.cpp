@@ -5,22 +5,6 @@
 #include "outing/outing_source.h"
 
 namespace velmar {
-namespace {
-
-NameList NamesOf(const std::vector<TarnNamedItem>& items) {
-  NameList names;
-  for (const TarnNamedItem& item : items) names.push_back(item.name);
-  return names;
-}
-
-NameList NamesOf(const std::vector<TarnConstant>& constants) {
-  NameList names;
-  for (const TarnConstant& c : constants) names.push_back(c.name);
-  return names;
-}
-
-}  // namespace
-
 CTarnOuting::~CTarnOuting() {
   DetachFromCache();
   channels().DropAll();
@@ -36,22 +20,12 @@ KivResult CTarnOuting::CloseOutingData() {
 }
 
 KivResult CTarnOuting::ApplyTimeOffset(KivTime offset) {
-  const KivResult r = channels().SetTimeOffset(offset);
+  KivResult r = channels().SetTimeOffset(offset);
+  if (Failed(r)) return r;
+  r = SetEventSetsTimeOffset(offset);
   if (Failed(r)) return r;
   set_time_offset(offset);
-  return r;
-}
-
-std::optional<NameList> CTarnOuting::CacheNames(IKivEventsFactory*) {
-  const std::vector<TarnNamedItem>* names = cache()->EventNames();
-  if (!names) return std::nullopt;
-  return NamesOf(*names);
-}
-
-std::optional<NameList> CTarnOuting::CacheNames(IKivConstantFactory*) {
-  const std::vector<TarnConstant>* constants = cache()->Constants();
-  if (!constants) return std::nullopt;
-  return NamesOf(*constants);
+  return S_OK;
 }
 
 void CTarnOuting::OnDataDiscarded() {
@@ -67,21 +41,18 @@ void CTarnOuting::OnChannelListRead(const TarnChannelMap& channels) {
   FireItemsAdded(channel_factory(), change.added);
 }
 
-template <class Facet>
-void CTarnOuting::ApplyNames(const NameList& names) {
+void CTarnOuting::FireChanges(IKivDataFactory* factory, const NameChanges& changes) {
   ComPtr<IKivUnknown> keep(this->PrimaryUnknown());
-  IKivDataFactory* factory = static_cast<Facet*>(this)->AsDataFactory();
-  auto [gone, added] = Facet::ApplyNames(names);
-  FireItemsRemoved(factory, gone);
-  FireItemsAdded(factory, added);
+  FireItemsRemoved(factory, changes.removed);
+  FireItemsAdded(factory, changes.added);
 }
 
 void CTarnOuting::OnEventNamesRead(const std::vector<TarnNamedItem>& names) {
-  ApplyNames<CTarnOutingEventsFactory>(NamesOf(names));
+  FireChanges(events_factory(), ApplyEventNames(names));
 }
 
-void CTarnOuting::OnConstantsRead(const std::vector<TarnConstant>& constants) {
-  ApplyNames<CTarnOutingConstantFactory>(NamesOf(constants));
+void CTarnOuting::OnConstantsRead(const std::vector<TarnConstant>&) {
+  FireChanges(constant_factory(), Reload());
 }
 
 void CTarnOuting::OnBlobListRead(const std::vector<TarnNamedItem>&) {

@@ -6,7 +6,7 @@
 // Client thread only.
 #pragma once
 
-#include <optional>
+#include <vector>
 
 #include "outing/outing_on_cache.h"
 #include "sources/tarn/tarn_lap_markers.h"
@@ -41,13 +41,14 @@ class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingCha
   const TarnChannelMap* CacheChannelList() override { return cache()->ChannelList(); }
   ComPtr<CChannelDataCache> CacheChannelData() override { return cache()->channel_data(); }
   KivTime ChannelTimeOffset() override { return time_offset(); }
-  std::optional<NameList> CacheNames(IKivEventsFactory* kind) override;
-  std::optional<NameList> CacheNames(IKivConstantFactory* kind) override;
+  const std::vector<TarnNamedItem>* CacheEventNames() override { return cache()->EventNames(); }
+  ComPtr<CTarnOutingCache> EventCache() override { return ComPtr<CTarnOutingCache>(cache()); }
+  KivTime EventTimeOffset() override { return time_offset(); }
+  const std::vector<TarnConstant>* CacheConstants() override { return cache()->Constants(); }
 
  private:
-  // Applies a name list to a name-list facet and fires what changed.
-  template <class Facet>
-  void ApplyNames(const NameList& names);
+  // Fires what a reload did to a factory's list.
+  void FireChanges(IKivDataFactory* factory, const NameChanges& changes);
 };
 
 // Registers the `.trn` source with the outing factory (type 1). Call once at

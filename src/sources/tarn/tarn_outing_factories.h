@@ -8,16 +8,16 @@
 // Client thread only.
 #pragma once
 
-#include <algorithm>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "outing/channel.h"
 #include "outing/channel_table.h"
+#include "outing/loaded_constant_factory.h"
 #include "outing/outing_data_factory.h"
 #include "sources/tarn/tarn_channel_list.h"
+#include "sources/tarn/tarn_event_set.h"
 #include "sources/tarn/tarn_read_jobs.h"
 #include "velmar/data_factory.h"
 
@@ -25,8 +25,7 @@ namespace velmar {
 
 // The channels of an outing object: one native channel per listed name,
 // made on first demand, whose samples come from the outing's channel data
-// cache. Event sets and constants: their names only, for now; GetItem of a
-// listed name gives E_NOTIMPL until their objects are wired in.
+// cache.
 
 class CTarnOutingChannelFactory : public COutingDataFactory<IKivChannel*, IKivChannelFactory> {
  public:
@@ -58,38 +57,40 @@ class CTarnOutingChannelFactory : public COutingDataFactory<IKivChannel*, IKivCh
   CChannelTable<CChannel> table_;
 };
 
-// Event sets or constants: a list of names from the cache.
-template <class Factory, class ItemInterface>
-class CTarnNameListFactory : public COutingDataFactory<ItemInterface*, Factory> {
+// The event sets of an outing object: one per listed name, made on first
+// demand with the outing's time offset; its records are read when a client
+// first asks for them.
+class CTarnOutingEventsFactory : public COutingDataFactory<CTarnEventSet*, IKivEventsFactory> {
  public:
-  KivResult GetItem(const std::u16string& name, ItemInterface** item) override {
-    if (!item) return E_POINTER;
-    *item = nullptr;
-    if (!this->listed()) FillNames();
-    if (!this->items().contains(name)) return E_INVALIDARG;
-    return E_NOTIMPL;
-  }
-  // The names as read now; gives (gone, new).
-  std::pair<NameList, NameList> ApplyNames(const NameList& names) {
-    NameList gone;
-    for (const auto& entry : this->items())
-      if (std::find(names.begin(), names.end(), entry.first) == names.end()) gone.push_back(entry.first);
-    gone = this->RemoveItems(gone);
-    return {gone, this->AddNames(names)};
-  }
+  ~CTarnOutingEventsFactory() { (void)RemoveAllItems(); }
+  KivResult GetItem(const std::u16string& name, IKivEventSet** set) override;
+  // The list as read now: names gone, and names now on another store set,
+  // leave (their sets are detached); new names enter.
+  NameChanges ApplyEventNames(const std::vector<TarnNamedItem>& names);
+  // Shifts every set made so far, in name order; stops at the first failure.
+  KivResult SetEventSetsTimeOffset(KivTime offset);
 
  protected:
-  ~CTarnNameListFactory() = default;
-  void FillNames() override {
-    if (std::optional<NameList> names = CacheNames(static_cast<Factory*>(nullptr))) (void)this->AddNames(*names);
-  }
-  // The cache's names for this factory's kind; nothing (and the read
-  // started) while not read. Overloaded on the factory interface, so that each facet
-  // has its own.
-  virtual std::optional<NameList> CacheNames(Factory* kind) = 0;
+  void FillNames() override;
+  void DropItem(const std::u16string& name, CTarnEventSet*& item) override;
+  // The cache's list of sets; null (and the read started) while not read.
+  virtual const std::vector<TarnNamedItem>* CacheEventNames() = 0;
+  // What a set made now reads through, and the offset it starts with.
+  virtual ComPtr<CTarnOutingCache> EventCache() = 0;
+  virtual KivTime EventTimeOffset() = 0;
+
+ private:
+  std::map<std::u16string, uint64_t> ids_;  // the store's id of each listed set
+  std::map<std::u16string, ComPtr<CTarnEventSet>> sets_;
 };
 
-using CTarnOutingEventsFactory = CTarnNameListFactory<IKivEventsFactory, IKivEventSet>;
-using CTarnOutingConstantFactory = CTarnNameListFactory<IKivConstantFactory, IKivConstant>;
+// The constants of an outing object: the cache's constant list, merged into
+// this factory's values every time it is read.
+class CTarnOutingConstantFactory : public CLoadedConstantFactory<IKivConstantFactory> {
+ protected:
+  bool LoadedRecords(std::vector<ConstantRecord>* records) override;
+  // The cache's constants; null (and the read started) while not read.
+  virtual const std::vector<TarnConstant>* CacheConstants() = 0;
+};
 
 }  // namespace velmar

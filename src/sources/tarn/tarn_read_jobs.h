@@ -109,14 +109,14 @@ class CGetCachedEventsJobItem final : public CTarnReadJobItem {
   CGetCachedEventsJobItem(CStateMachineEx* owner, ComPtr<COpenFileJobItem> connection, uint64_t eventId)
       : CTarnReadJobItem(owner, std::move(connection)), eventId_(eventId) {}
   // None when a record was bad.
-  const std::vector<CCachedEventData>& events() const { return events_; }
+  const std::vector<EventRecordPtr>& events() const { return events_; }
 
  protected:
   KivResult Read(TarnConnection& connection) override;
 
  private:
   const uint64_t eventId_;
-  std::vector<CCachedEventData> events_;
+  std::vector<EventRecordPtr> events_;
 };
 
 // The lap markers with the outing's span and movement. Fails (E_FAIL) when

@@ -12,7 +12,7 @@ EventRecordMap EventRecordsOf(const TextEventSets& sets) {
     std::vector<EventRecordPtr>& list = records[name];
     list.reserve(byTime.size());
     for (const auto& [time, event] : byTime) {
-      auto record = std::make_shared<CEventRecord>();
+      auto record = std::make_shared<CCachedEventData>();
       record->message = event.message;
       record->source = event.source;
       record->name = event.name;
@@ -36,7 +36,7 @@ KivResult CAsciiEventsFactory::GetItem(const std::u16string& name, IKivEventSet*
   return COutingEventsFactoryBase::GetItem(name, set);
 }
 
-EventSetChanges CAsciiEventsFactory::Reload() {
+NameChanges CAsciiEventsFactory::Reload() {
   const AsciiOutingData* data = cache_ ? cache_->data() : nullptr;
   if (!data) return {};
   return LoadEventSets(EventRecordsOf(data->events), nullptr, timeOffset_ ? *timeOffset_ : 0);
@@ -52,11 +52,12 @@ KivResult CAsciiConstantFactory::GetItem(const std::u16string& name, IKivConstan
   if (!constant) return E_POINTER;
   *constant = nullptr;
   if (!cache_ || !cache_->EnsureLoaded()) return KIV_E_PENDING;
-  return COutingConstantFactoryBase::GetItem(name, constant);
+  return CLoadedConstantFactory::GetItem(name, constant);
 }
 
-bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) const {
-  const AsciiOutingData* data = cache_ ? cache_->data() : nullptr;
+bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) {
+  if (!cache_ || !cache_->EnsureLoaded()) return false;
+  const AsciiOutingData* data = cache_->data();
   if (!data) return false;
   records->clear();
   records->reserve(data->constants.size());
@@ -68,34 +69,6 @@ bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) 
     records->push_back(std::move(record));
   }
   return true;
-}
-
-EventSetChanges CAsciiConstantFactory::Reload() {
-  std::vector<ConstantRecord> records;
-  if (!LoadedRecords(&records)) return {};
-  values_->Merge(records);
-  merged_ = true;
-  const ConstantNames names = values_->GetNames();
-  NameList gone;
-  for (const auto& entry : items()) {
-    if (!std::binary_search(names.begin(), names.end(), entry.first)) gone.push_back(entry.first);
-  }
-  EventSetChanges changes;
-  changes.removed = RemoveItems(gone);
-  changes.added = AddNames(names);
-  return changes;
-}
-
-NameList CAsciiConstantFactory::Discard() {
-  values_->Merge({});  // each object still out hears that its constant went
-  merged_ = false;
-  return RemoveAllItems();
-}
-
-std::shared_ptr<CConstantsCacheBase> CAsciiConstantFactory::ConstantsCache() {
-  if (!cache_ || !cache_->EnsureLoaded()) return nullptr;
-  if (!merged_) (void)Reload();
-  return values_;
 }
 
 // --- Channel factory ----------------------------------------------------------
@@ -168,7 +141,7 @@ void CAsciiOuting::ReloadEventSets() {
   FireChanges(constants().AsDataFactory(), constants().Reload());
 }
 
-void CAsciiOuting::FireChanges(IKivDataFactory* factory, const EventSetChanges& changes) {
+void CAsciiOuting::FireChanges(IKivDataFactory* factory, const NameChanges& changes) {
   FireItemsRemoved(factory, changes.removed);
   FireItemsAdded(factory, changes.added);
 }

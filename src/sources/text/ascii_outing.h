@@ -11,11 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "core/constants_cache_base.h"
 #include "outing/channel_file.h"
-#include "outing/constant_factory.h"
 #include "outing/events_factory.h"
 #include "outing/file_outing.h"
+#include "outing/loaded_constant_factory.h"
 #include "outing/outing_data_factory.h"
 #include "sources/text/ascii_outing_cache.h"
 #include "velmar/data_factory.h"
@@ -35,7 +34,7 @@ class CAsciiEventsFactory : public COutingEventsFactoryBase<IKivEventsFactory> {
     timeOffset_ = timeOffset;
   }
   // Every set goes and one is made per loaded name; nothing while unloaded.
-  EventSetChanges Reload();
+  NameChanges Reload();
 
  protected:
   void FillNames() override;
@@ -45,38 +44,19 @@ class CAsciiEventsFactory : public COutingEventsFactoryBase<IKivEventsFactory> {
   const KivTime* timeOffset_ = nullptr;
 };
 
-// The values behind a text outing's constant objects; ids are this cache's.
-class CAsciiConstantsCache final : public CConstantsCacheBase {
- public:
-  CAsciiConstantsCache() = default;
-};
-
 // The constants of a text outing: the loaded constants, simple ones with
-// their number and the row's comment as their unit, merged into the
-// outing's constants cache at every load. Nothing is written back from here.
-class CAsciiConstantFactory : public COutingConstantFactoryBase<IKivConstantFactory> {
+// their number and the row's comment as their unit.
+class CAsciiConstantFactory : public CLoadedConstantFactory<IKivConstantFactory> {
  public:
   // KIV_E_PENDING while loading (the load is asked for).
   KivResult GetItem(const std::u16string& name, IKivConstant** constant) override;
   void Bind(CAsciiOutingCache* cache) { cache_ = cache; }
-  // Merges the loaded constants into the values: names that went leave the
-  // list (their objects hear of the removal), new names enter it.
-  EventSetChanges Reload();
-  // The data went: every value and every name goes; the names that went.
-  NameList Discard();
-  const std::shared_ptr<CAsciiConstantsCache>& values() const { return values_; }
 
  protected:
-  // Null while the data isn't loaded (the load is asked for).
-  std::shared_ptr<CConstantsCacheBase> ConstantsCache() override;
+  bool LoadedRecords(std::vector<ConstantRecord>* records) override;
 
  private:
-  // The loaded constants as the cache takes them; false when not loaded.
-  bool LoadedRecords(std::vector<ConstantRecord>* records) const;
-
   CAsciiOutingCache* cache_ = nullptr;
-  std::shared_ptr<CAsciiConstantsCache> values_ = std::make_shared<CAsciiConstantsCache>();
-  bool merged_ = false;  // the values hold the current load
 };
 
 // The channels of a text outing: one per loaded column name. A channel
@@ -133,7 +113,7 @@ class CAsciiOuting final
   void ReloadEventSets() override;
 
  private:
-  void FireChanges(IKivDataFactory* factory, const EventSetChanges& changes);
+  void FireChanges(IKivDataFactory* factory, const NameChanges& changes);
 
   KivTime offset_ = 0;  // what channels and event sets made from now start with
 };

@@ -26,17 +26,17 @@ TEST(CachedEvents, EveryFieldIsCopiedOutOfTheRecords) {
   records[1].payload = kPayload;
   records[1].payloadSize = sizeof kPayload;
   records[1].kind = 1;
-  std::vector<CCachedEventData> events = CachedEvents(records);
+  std::vector<EventRecordPtr> events = CachedEvents(records);
   ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(events[0].time, 5);
-  EXPECT_EQ(events[0].name, u"Pit");
-  EXPECT_EQ(events[0].source, u"Logger");
-  EXPECT_EQ(events[0].message, u"in");
-  EXPECT_TRUE(events[0].payload.empty());
-  EXPECT_EQ(events[0].fixedData[2], 3);
-  EXPECT_EQ(events[1].payload, (std::vector<uint8_t>{9, 8, 7, 6}));
-  EXPECT_EQ(events[1].kind, 1u);
-  EXPECT_EQ(events[1].id, 7u);
+  EXPECT_EQ(events[0]->time, 5);
+  EXPECT_EQ(events[0]->name, u"Pit");
+  EXPECT_EQ(events[0]->source, u"Logger");
+  EXPECT_EQ(events[0]->message, u"in");
+  EXPECT_FALSE(events[0]->data);  // no payload: the event says it has none
+  EXPECT_EQ((*events[0]->fixedData)[2], 3);
+  EXPECT_EQ(events[1]->data, (std::vector<uint8_t>{9, 8, 7, 6}));
+  EXPECT_EQ(events[1]->category, 1u);
+  EXPECT_EQ(events[1]->id, 7u);
 }
 
 TEST(CachedEvents, OneBadRecordGivesNoEventsAtAll) {

@@ -153,9 +153,9 @@ TEST_F(TarnReadJobsTest, EventNamesAndTheEventsOfOneSet) {
   ASSERT_TRUE(events->job());
   const auto& list = events->job()->events();
   ASSERT_EQ(list.size(), 2u);
-  EXPECT_EQ(list[0].message, u"in");
-  EXPECT_EQ(list[1].time, 45 * kS);
-  EXPECT_EQ(list[1].payload, (std::vector<uint8_t>{1, 2, 3}));
+  EXPECT_EQ(list[0]->message, u"in");
+  EXPECT_EQ(list[1]->time, 45 * kS);
+  EXPECT_EQ(list[1]->data, (std::vector<uint8_t>{1, 2, 3}));
 }
 
 TEST_F(TarnReadJobsTest, LapMarkersWithTheOutingsSpans) {

@@ -36,7 +36,7 @@ size_t ChannelSamples::count() const {
 
 ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name) {
   ChannelSamples samples;
-  samples.name = name;
+  samples.name = DisplayName(name);
   samples.unit = FindChannelUnit(outing.session().root(), name);
   ComPtr<IKivChannel> channel = outing.Channel(name);
   ComPtr<IKivChannelIterator2> iterator;

@@ -1,5 +1,6 @@
 #include "channel_unit.h"
 
+#include "outing/channel_key.h"
 #include "velmar/property_factories.h"
 
 namespace velmar::cli {
@@ -21,8 +22,20 @@ std::u16string TextProperty(IKivPropertySet* set, const std::u16string& name) {
 
 }  // namespace
 
-ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& name) {
+std::u16string DisplayName(const std::u16string& name) {
+  CChannelKey key;
+  return CChannelKey::Parse(name, &key) ? key.name() : name;
+}
+
+ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& listed) {
   ChannelUnit found;
+  CChannelKey key;
+  if (CChannelKey::Parse(listed, &key) && static_cast<QuantityId>(key.id()) > kQuantityDimensionless) {
+    found.quantity = static_cast<QuantityId>(key.id());
+    found.text = BaseUnitText(found.quantity);
+    return found;
+  }
+  const std::u16string name = DisplayName(listed);
   ComPtr<IKivChannelPropertyFactory> properties;
   if (!root || Failed(root->GetChannelPropertyFactory(properties.Put())) || !properties) return found;
   uint32_t count = 0;

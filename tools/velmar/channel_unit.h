@@ -16,7 +16,12 @@ struct ChannelUnit {
   QuantityId quantity = kQuantityDimensionless;
 };
 
-// The unit of channel `name`; an empty text when the database has no entry.
+// The unit of channel `name`; an empty text when nothing is known. A channel
+// key ("[3]Speed") names its quantity itself; a key of quantity 0, or a plain
+// name, is looked up in the database by name.
 ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& name);
+
+// The name a person reads: a channel key's name part, else `name` itself.
+std::u16string DisplayName(const std::u16string& name);
 
 }  // namespace velmar::cli

@@ -1,7 +1,10 @@
 #include "loaded_outing.h"
 
+#include <algorithm>
+
 #include "host_error.h"
 #include "item_wait.h"
+#include "outing/channel_key.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {
@@ -91,7 +94,18 @@ ComPtr<Item> LoadedOuting::Item_(const std::u16string& name, const char* kind) c
 }
 
 ComPtr<IKivChannel> LoadedOuting::Channel(const std::u16string& name) const {
-  return Item_<IKivChannelFactory, IKivChannel>(name, "channel");
+  return Item_<IKivChannelFactory, IKivChannel>(ChannelListName(name), "channel");
+}
+
+std::u16string LoadedOuting::ChannelListName(const std::u16string& name) const {
+  const NameList names = ChannelNames();
+  if (std::find(names.begin(), names.end(), name) != names.end()) return name;
+  // A store lists its channels by key ("[3]Speed"); a user types the name.
+  for (const std::u16string& listed : names) {
+    CChannelKey key;
+    if (CChannelKey::Parse(listed, &key) && key.name() == name) return listed;
+  }
+  return name;
 }
 ComPtr<IKivEventSet> LoadedOuting::EventSet(const std::u16string& name) const {
   return Item_<IKivEventsFactory, IKivEventSet>(name, "event set");

@@ -40,7 +40,10 @@ class LoadedOuting {
   std::u16string Caption() const;
 
   // The item of that name; throws for a name the outing does not list.
+  // `name` as listed, or the plain name of a listed channel key.
   ComPtr<IKivChannel> Channel(const std::u16string& name) const;
+  // The listed name that `name` stands for; `name` when none does.
+  std::u16string ChannelListName(const std::u16string& name) const;
   ComPtr<IKivEventSet> EventSet(const std::u16string& name) const;
   ComPtr<IKivConstant> Constant(const std::u16string& name) const;
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "velmar/types.h"
+#include "velmar/unknown.h"
 
 namespace velmar {
 
@@ -64,5 +65,21 @@ class COutingEventData {
 
 // The references of one set: in rising time, equal times in source order.
 std::vector<COutingEventData> MakeEventReferences(const std::vector<EventRecordPtr>& records, KivTime offset);
+
+// A set's references, counted: the set and every list a client took over
+// them hold it, so a list stays readable after its set is gone, and no list
+// holds the set (which holds its iterator, which holds a list).
+class CEventReferences final : public KivObject<IKivUnknown> {
+ public:
+  explicit CEventReferences(std::vector<COutingEventData> events) : events_(std::move(events)) {}
+
+  const std::vector<COutingEventData>& events() const { return events_; }
+  void SetOffset(KivTime offset) {
+    for (COutingEventData& event : events_) event.set_offset(offset);
+  }
+
+ private:
+  std::vector<COutingEventData> events_;  // never resized: lists show it
+};
 
 }  // namespace velmar

@@ -6,12 +6,15 @@ namespace velmar {
 
 CEventSet::CEventSet(std::u16string name, std::vector<COutingEventData> events, ComPtr<IKivSelectionRange> binding,
                      KivTime offset)
-    : IKivDataImpl(std::move(name)), events_(std::move(events)), binding_(std::move(binding)), offset_(offset) {
-  for (COutingEventData& event : events_) event.set_offset(offset_);
+    : IKivDataImpl(std::move(name)),
+      events_(MakeKiv<CEventReferences>(std::move(events))),
+      binding_(std::move(binding)),
+      offset_(offset) {
+  events_->SetOffset(offset_);
 }
 
 bool CEventSet::PrepareData() {
-  detail_ = events_.empty() ? kDetailNoSamples : kDetailHasSamples;
+  detail_ = events().empty() ? kDetailNoSamples : kDetailHasSamples;
   return true;
 }
 
@@ -21,7 +24,7 @@ KivResult CEventSet::GetIterator(IKivEventsIterator** iterator) {
   if (iterator_) return GiveOut(static_cast<IKivEventsIterator*>(iterator_.Get()), iterator);
   if (EvaluateStatus() != DataStatus::kAvailable) return KIV_E_PENDING;
   try {
-    auto list = MakeKiv<Events>(&events_, ComPtr<IKivUnknown>(PrimaryUnknown()));
+    auto list = MakeKiv<Events>(&events_->events(), ComPtr<IKivUnknown>(events_.Get()));
     iterator_ = MakeKiv<Iterator>(std::move(list), binding_);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
@@ -31,7 +34,7 @@ KivResult CEventSet::GetIterator(IKivEventsIterator** iterator) {
 
 KivResult CEventSet::SetTimeOffset(KivTime offset) {
   offset_ = offset;
-  for (COutingEventData& event : events_) event.set_offset(offset);
+  events_->SetOffset(offset);
   if (iterator_) SetStatusRange(DataStatus::kAvailable, TimeRange::Whole());
   return S_OK;
 }

@@ -41,14 +41,14 @@ class CEventSet final : public IKivDataImpl<CEventSet, IKivEventSet> {
   void Detach();
 
   KivTime time_offset() const { return offset_; }
-  const std::vector<COutingEventData>& events() const { return events_; }
+  const std::vector<COutingEventData>& events() const { return events_->events(); }
 
  private:
   bool PrepareData() override;
   void OnInputReset() override {}
   uint32_t GetDetail() override { return detail_; }
 
-  std::vector<COutingEventData> events_;  // rising time; never resized once a list shows it
+  ComPtr<CEventReferences> events_;  // rising time
   ComPtr<IKivSelectionRange> binding_;
   ComPtr<Iterator> iterator_;
   KivTime offset_;

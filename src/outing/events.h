@@ -3,9 +3,10 @@
 // reference type as a parameter (COutingEventData for the file sources; any
 // type with the same accessors serves) and behave the same for each.
 //
-// Lifetime: the list keeps the event set alive, each event keeps its list,
-// so a client holding an event reads it safely after the outing dropped the
-// set. The set must not grow or shrink its vector while a list exists.
+// Lifetime: the list keeps what owns its vector alive (a set's counted
+// references), each event keeps its list, so a client holding an event reads
+// it safely after the outing dropped the set. The owner must not grow or
+// shrink the vector while a list exists.
 //
 // Client thread only.
 #pragma once
@@ -89,10 +90,10 @@ class CEvent final : public KivObject<IKivEvent> {
 template <class EventData>
 class CEvents final : public KivObject<IKivEvents> {
  public:
-  // `events` belongs to `set`, which this list keeps alive. With
+  // `events` belongs to `owner`, which this list keeps alive. With
   // `cacheEvents`, each event object is kept and given again.
-  CEvents(const std::vector<EventData>* events, ComPtr<IKivUnknown> set, bool cacheEvents = true)
-      : events_(events), set_(std::move(set)) {
+  CEvents(const std::vector<EventData>* events, ComPtr<IKivUnknown> owner, bool cacheEvents = true)
+      : events_(events), owner_(std::move(owner)) {
     if (cacheEvents) made_.resize(events_->size(), nullptr);
   }
 
@@ -128,7 +129,7 @@ class CEvents final : public KivObject<IKivEvents> {
 
  private:
   const std::vector<EventData>* events_;
-  ComPtr<IKivUnknown> set_;
+  ComPtr<IKivUnknown> owner_;
   std::vector<CEvent<EventData>*> made_;  // not counted: each event holds this list
 };
 

@@ -7,23 +7,6 @@
 
 namespace velmar {
 
-// The references one iterator shows. They live as long as the lists over
-// them, which may outlast the set's next fetch; each keeps the set alive.
-class CTarnEventSet::ReferenceList final : public KivObject<IKivUnknown> {
- public:
-  ReferenceList(std::vector<COutingEventData> events, ComPtr<IKivUnknown> set)
-      : events_(std::move(events)), set_(std::move(set)) {}
-
-  const std::vector<COutingEventData>* events() const { return &events_; }
-  void SetOffset(KivTime offset) {
-    for (COutingEventData& event : events_) event.set_offset(offset);
-  }
-
- private:
-  std::vector<COutingEventData> events_;
-  ComPtr<IKivUnknown> set_;
-};
-
 CTarnEventSet::CTarnEventSet(std::u16string name, uint64_t eventId, ComPtr<CTarnOutingCache> cache,
                              ComPtr<IKivSelectionRange> binding, KivTime offset)
     : IKivDataImpl(std::move(name)),
@@ -46,17 +29,14 @@ KivResult CTarnEventSet::GetIterator(IKivEventsIterator** iterator) {
   if (hr == S_FALSE) return KIV_E_PENDING;
   if (hr != S_OK) return hr;
   try {
-    // Set and references hold each other until the set lets them go (a
-    // change to unknown, or Detach), as the file sources' sets and iterators do.
-    auto references = MakeKiv<ReferenceList>(MakeEventReferences(read->events(), offset_),
-                                             ComPtr<IKivUnknown>(PrimaryUnknown()));
-    auto list = MakeKiv<Events>(references->events(), ComPtr<IKivUnknown>(references.Get()));
+    auto references = MakeKiv<CEventReferences>(MakeEventReferences(read->events(), offset_));
+    auto list = MakeKiv<Events>(&references->events(), ComPtr<IKivUnknown>(references.Get()));
     iterator_ = MakeKiv<Iterator>(std::move(list), binding_);
     references_ = std::move(references);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
-  detail_ = references_->events()->empty() ? kDetailNoSamples : kDetailHasSamples;
+  detail_ = references_->events().empty() ? kDetailNoSamples : kDetailHasSamples;
   return GiveOut(static_cast<IKivEventsIterator*>(iterator_.Get()), iterator);
 }
 

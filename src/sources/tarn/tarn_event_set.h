@@ -54,8 +54,6 @@ class CTarnEventSet final : public IKivDataImpl<CTarnEventSet, IKivEventSet>, pr
   KivTime time_offset() const { return offset_; }
 
  private:
-  class ReferenceList;
-
   ~CTarnEventSet() override;
 
   // ITarnItemDataClient
@@ -70,7 +68,7 @@ class CTarnEventSet final : public IKivDataImpl<CTarnEventSet, IKivEventSet>, pr
   const uint64_t eventId_;
   ComPtr<CTarnOutingCache> cache_;  // null once detached
   ComPtr<IKivSelectionRange> binding_;
-  ComPtr<ReferenceList> references_;  // the references the iterator shows
+  ComPtr<CEventReferences> references_;  // what the iterator shows
   ComPtr<Iterator> iterator_;
   KivTime offset_;
   uint32_t detail_ = kDetailHasSamples;

@@ -41,6 +41,11 @@ class LoneMainFactory final : public KivObject<IKivTarnStoreFactory> {
 
 class FileStateMachineTest : public TarnTest {
  protected:
+  // The file's close must run before the engine stops, or it never ends.
+  void TearDown() override {
+    file_.Reset();
+    TarnTest::TearDown();
+  }
   ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
 };
 

@@ -35,6 +35,11 @@ struct Read {
 
 class TarnReadJobsTest : public TarnTest {
  protected:
+  // The file's close must run before the engine stops, or it never ends.
+  void TearDown() override {
+    file_.Reset();
+    TarnTest::TearDown();
+  }
   void OpenFile(const std::u16string& path) {
     ASSERT_EQ(file_->Open(path), S_OK);
     ASSERT_TRUE(Settle());

@@ -55,7 +55,7 @@ function(velmar_tests folder)
   add_executable(${target} ${srcs} ${helpers})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${target} PRIVATE ${deps} ${ARG_LIBS} velmar_testsupport GTest::gmock GTest::gtest_main)
-  velmar_test_pch(${target})
+  velmar_test_compile_setup(${target})
   set(labels ${name})
   if(ARG_THREADED)
     list(APPEND labels threaded)
@@ -84,7 +84,10 @@ function(velmar_pch target kind)
   endif()
 endfunction()
 
-# Every test file parses GoogleTest, GoogleMock and much of the standard library.
-function(velmar_test_pch target)
+# Every test file parses GoogleTest, GoogleMock and much of the standard
+# library, and most of its time goes to optimising assertion macros: test
+# code builds at -O1 with line tables only (the libraries keep their flags).
+function(velmar_test_compile_setup target)
+  target_compile_options(${target} PRIVATE -O1 -g1)
   velmar_pch(${target} tests <gtest/gtest.h> <gmock/gmock.h> <thread> ${VELMAR_STD_PCH})
 endfunction()

@@ -15,10 +15,14 @@ echo "== velmar info $sample"
 "$cli" info "$sample"
 echo "== velmar channels $sample"
 "$cli" channels "$sample"
+echo "== velmar laps $sample"
+"$cli" laps "$sample"
 echo "== velmar convert $sample $store"
 if "$cli" convert "$sample" "$store"; then
   echo "== velmar channels $store"
   "$cli" channels "$store"
+  echo "== velmar laps $store"
+  "$cli" laps "$store"
 else
   echo "(conversion to .trn failed; see the message above)"
 fi

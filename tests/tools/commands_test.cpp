@@ -171,6 +171,26 @@ TEST_F(CommandsTest, ConstantsListNamesValuesAndUnits) {
   EXPECT_EQ(Json::parse(json.out)["constants"].size(), rows.size() - 1);
 }
 
+TEST_F(CommandsTest, LapsFollowTheEndOfLapEventsAndSurviveConversion) {
+  const CliResult result = Run({"laps", Sample()});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto rows = result.Rows();
+  ASSERT_GE(rows.size(), size_t{kLaps} + 1);
+  EXPECT_EQ(rows[0], (std::vector<std::string>{"lap", "start", "end", "time", "flags"}));
+  EXPECT_EQ(rows[1][0], "Lap 1");
+  EXPECT_NE(rows[1][4].find("out"), std::string::npos) << "the first lap leaves the pits";
+  const Json laps = Json::parse(Run({"laps", Sample(), "--json"}).out)["laps"];
+  ASSERT_EQ(laps.size(), rows.size() - 1);
+  for (size_t i = 1; i < laps.size(); ++i) {
+    EXPECT_GT(laps[i]["start"].get<double>(), laps[i - 1]["end"].get<double>() - 1e-6) << "laps follow each other";
+  }
+  const std::string trn = Path("laps.trn");
+  ASSERT_EQ(Run({"convert", Sample(), trn}).exitCode, 0);
+  const CliResult stored = Run({"laps", trn});
+  ASSERT_EQ(stored.exitCode, 0) << stored.err;
+  EXPECT_EQ(stored.out, result.out);
+}
+
 TEST_F(CommandsTest, InfoTellsTypeRangeCountsAndInformation) {
   const CliResult result = Run({"info", Sample(), "--json"});
   ASSERT_EQ(result.exitCode, 0) << result.err;

@@ -26,5 +26,6 @@ void AddEventsCommand(CLI::App& app, const CommandContext& context);
 void AddConstantsCommand(CLI::App& app, const CommandContext& context);
 void AddSampleCommand(CLI::App& app, const CommandContext& context);
 void AddConvertCommand(CLI::App& app, const CommandContext& context);
+void AddLapsCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   AddConstantsCommand(app, context);
   AddSampleCommand(app, context);
   AddConvertCommand(app, context);
+  AddLapsCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

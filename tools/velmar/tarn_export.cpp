@@ -5,6 +5,7 @@
 #include "channel_samples.h"
 #include "host_error.h"
 #include "outing_items.h"
+#include "sources/tarn/tarn_outing_reader.h"
 
 namespace velmar::cli {
 namespace {
@@ -73,6 +74,7 @@ TarnDataSet ExportForTarn(const LoadedOuting& outing) {
     constant.value = *row.value;
     constant.unit = row.unit;
   }
+  TarnLapMarkersFromOuting(outing.outing(), [&] { return outing.session().Settle(outing.file()); }, &data);
   return data;
 }
 

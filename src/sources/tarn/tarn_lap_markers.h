@@ -4,32 +4,16 @@
 // Client thread only.
 #pragma once
 
+#include "outing/list_lap_markers.h"
 #include "sources/tarn/tarn_lap_data.h"
-#include "velmar/lap_markers.h"
 
 namespace velmar {
 
-class CTarnLapMarkers : public IKivLapMarkers {
- public:
-  KivResult GetLapMarkerCount(uint32_t* count) override;
-  KivResult GetDistanceOrigin(double* origin) override;
-  KivResult GetLapMarkerTime(uint32_t index, KivTime* time) override;
-  KivResult GetLapMarkerNumber(uint32_t index, uint32_t* number) override;
-  KivResult IsCarHalt(uint32_t index, KivBool* carHalt) override;
-  KivResult GetOutingStart(KivTime* time) override;
-  KivResult GetOutingEnd(KivTime* time) override;
-  KivResult GetFirstMovement(KivTime* time) override;
-  KivResult GetLastMovement(KivTime* time) override;
+inline KivTime LapMarkerTime(const TarnLapMarker& m) { return m.baseTime + m.timeOffset; }
+inline uint32_t LapMarkerNumber(const TarnLapMarker& m) { return m.lapNumber; }
+// A marker that is no crossing of the line ended its lap in a car halt.
+inline bool LapMarkerHalted(const TarnLapMarker& m) { return m.crossing == 0; }
 
- protected:
-  ~CTarnLapMarkers() = default;
-  // The markers as read; null (and the read started) while not read.
-  virtual const TarnLapData* LapMarkerData() = 0;
-
- private:
-  // The marker of a public index (from 1): S_OK, E_FAIL until read,
-  // DISP_E_BADINDEX out of range.
-  [[nodiscard]] KivResult Marker(uint32_t index, const TarnLapMarker** marker);
-};
+using CTarnLapMarkers = CListLapMarkers<TarnLapData>;
 
 }  // namespace velmar

@@ -39,28 +39,6 @@ void ReadDetails(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* d
   for (Property& p : properties) data->details.emplace(std::move(p.name), std::move(p.value));
 }
 
-void ReadLapMarkers(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* data) {
-  ComPtr<IKivLapMarkers> laps = QueryAs<IKivLapMarkers>(outing);
-  KivTime start = 0, end = 0;
-  if (!laps || WhenReady([&] { return laps->GetOutingStart(&start); }, wait, E_FAIL) != S_OK) return;
-  if (laps->GetOutingEnd(&end) == S_OK) data->outingRange = std::pair{start, end};
-  KivTime first = 0, last = 0;
-  if (laps->GetFirstMovement(&first) == S_OK && laps->GetLastMovement(&last) == S_OK)
-    data->movementRange = std::pair{first, last};
-  uint32_t count = 0;
-  double origin = 0.0;
-  (void)laps->GetLapMarkerCount(&count);
-  (void)laps->GetDistanceOrigin(&origin);
-  for (uint32_t i = 1; i <= count; ++i) {
-    TarnDataSetLapMarker marker;
-    KivBool halt = 0;
-    if (laps->GetLapMarkerTime(i, &marker.time) != S_OK) continue;
-    marker.crossing = !(laps->IsCarHalt(i, &halt) == S_OK && FromKivBool(halt));
-    marker.distanceOrigin = data->lapMarkers.empty() ? origin : 0.0;
-    data->lapMarkers.push_back(marker);
-  }
-}
-
 // One block as the store takes it; false for a block with no samples.
 bool ReadBlock(IKivDataBlock& block, TarnDataSetBlock* out) {
   KivBool periodic = 0, continuous = 0;
@@ -147,7 +125,7 @@ KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait,
   if (!outing || !data) return E_POINTER;
   *data = {};
   ReadDetails(outing, wait, data);
-  ReadLapMarkers(outing, wait, data);
+  TarnLapMarkersFromOuting(outing, wait, data);
   if (auto channels = QueryAs<IKivChannelFactory>(outing))
     for (const std::u16string& name : NamesOf<IKivChannelFactory>(outing, wait)) ReadChannel(*channels, name, wait, data);
   if (auto events = QueryAs<IKivEventsFactory>(outing))
@@ -156,6 +134,28 @@ KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait,
     for (const std::u16string& name : NamesOf<IKivConstantFactory>(outing, wait))
       ReadConstant(*constants, name, wait, data);
   return S_OK;
+}
+
+void TarnLapMarkersFromOuting(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* data) {
+  ComPtr<IKivLapMarkers> laps = QueryAs<IKivLapMarkers>(outing);
+  KivTime start = 0, end = 0;
+  if (!laps || WhenReady([&] { return laps->GetOutingStart(&start); }, wait, E_FAIL) != S_OK) return;
+  if (laps->GetOutingEnd(&end) == S_OK) data->outingRange = std::pair{start, end};
+  KivTime first = 0, last = 0;
+  if (laps->GetFirstMovement(&first) == S_OK && laps->GetLastMovement(&last) == S_OK)
+    data->movementRange = std::pair{first, last};
+  uint32_t count = 0;
+  double origin = 0.0;
+  (void)laps->GetLapMarkerCount(&count);
+  (void)laps->GetDistanceOrigin(&origin);
+  for (uint32_t i = 1; i <= count; ++i) {
+    TarnDataSetLapMarker marker;
+    KivBool halt = 0;
+    if (laps->GetLapMarkerTime(i, &marker.time) != S_OK) continue;
+    marker.crossing = !(laps->IsCarHalt(i, &halt) == S_OK && FromKivBool(halt));
+    marker.distanceOrigin = data->lapMarkers.empty() ? origin : 0.0;
+    data->lapMarkers.push_back(marker);
+  }
 }
 
 }  // namespace velmar

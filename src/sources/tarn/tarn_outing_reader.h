@@ -24,4 +24,8 @@ using TarnWaitForData = std::function<bool()>;
 // as it stands.
 [[nodiscard]] KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* data);
 
+// The lap markers and spans alone, into `data`; nothing when the outing has
+// no lap markers or they never arrive.
+void TarnLapMarkersFromOuting(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* data);
+
 }  // namespace velmar

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "outing/list_lap_markers.h"
 #include "velmar/tarn_store.h"
 #include "velmar/types.h"
 #include "velmar/variant.h"
@@ -56,12 +57,7 @@ double NowAsOleDate();
 TarnPropertyMap OutingProperties(const TarnOutingRecord& record, double now);
 
 // The spans the fast lap is looked for in.
-struct TarnLapSpan {
-  KivTime outingStart = 0;
-  KivTime outingEnd = 0;
-  // First and last movement, when the file knows them.
-  std::optional<std::pair<KivTime, KivTime>> movement;
-};
+using TarnLapSpan = LapSpan;
 
 struct TarnFastLap {
   uint32_t index = 0;  // counted from the first lap

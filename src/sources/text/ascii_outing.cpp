@@ -129,12 +129,30 @@ CAsciiOuting::~CAsciiOuting() {
 }
 
 void CAsciiOuting::OnDataDiscarded() {
+  laps_.reset();
   FireItemsRemoved(channels().AsDataFactory(), channels().RemoveAllItems());
   FireItemsRemoved(event_sets().AsDataFactory(), event_sets().DiscardEventSets());
   FireItemsRemoved(constants().AsDataFactory(), constants().Discard());
 }
 
 void CAsciiOuting::OnChannelsLoaded() { FireItemsAdded(channels().AsDataFactory(), channels().Refill()); }
+
+void CAsciiOuting::OnLapMarkersReset() {
+  laps_.reset();
+  CFileOuting::OnLapMarkersReset();
+}
+
+const TextLapData* CAsciiOuting::LapMarkerData() {
+  if (laps_) return &*laps_;
+  TextLapData laps;
+  if (!cache()->ReadLapMarkers(&laps.markers)) return nullptr;
+  const AsciiOutingData* data = cache()->data();
+  if (!data || data->outingStart > data->outingEnd) return nullptr;  // nothing with a time in it
+  laps.span.outingStart = data->outingStart;
+  laps.span.outingEnd = data->outingEnd;
+  laps_ = std::move(laps);
+  return &*laps_;
+}
 
 void CAsciiOuting::ReloadEventSets() {
   FireChanges(event_sets().AsDataFactory(), event_sets().Reload());

@@ -8,12 +8,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "outing/channel_file.h"
 #include "outing/events_factory.h"
 #include "outing/file_outing.h"
+#include "outing/list_lap_markers.h"
 #include "outing/loaded_constant_factory.h"
 #include "outing/outing_data_factory.h"
 #include "sources/text/ascii_outing_cache.h"
@@ -87,8 +89,20 @@ class CAsciiChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKi
   const KivTime* timeOffset_ = nullptr;
 };
 
-class CAsciiOuting final
-    : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory, CAsciiConstantFactory> {
+inline KivTime LapMarkerTime(const TextLapMarker& m) { return m.time; }
+inline uint32_t LapMarkerNumber(const TextLapMarker& m) { return static_cast<uint32_t>(m.number); }
+inline bool LapMarkerHalted(const TextLapMarker&) { return false; }
+
+// The lap markers of a text outing: the load's "End of lap" times over the
+// outing's span. A text file knows nothing of the car's movement.
+struct TextLapData {
+  LapSpan span;
+  double distanceOrigin = 0.0;
+  std::vector<TextLapMarker> markers;
+};
+
+class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory,
+                                              CAsciiConstantFactory, CListLapMarkers<TextLapData>> {
  public:
   CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties);
   ~CAsciiOuting() override;
@@ -103,6 +117,8 @@ class CAsciiOuting final
   void OnDataDiscarded() override;
   // The loaded channel names enter the channel factory and are told as added.
   void OnChannelsLoaded() override;
+  // The markers are read again at the next call.
+  void OnLapMarkersReset() override;
 
  protected:
   // Shifts the channels and event sets made so far; the offset is kept for
@@ -114,6 +130,10 @@ class CAsciiOuting final
 
  private:
   void FireChanges(IKivDataFactory* factory, const NameChanges& changes);
+  // Null (and the load asked for) while nothing is loaded.
+  const TextLapData* LapMarkerData() override;
+
+  std::optional<TextLapData> laps_;  // this object's copy of the current load's markers
 
   KivTime offset_ = 0;  // what channels and event sets made from now start with
 };

@@ -1,0 +1,78 @@
+// CLapFinder: the laps of one outing, from its lap markers (lap_regions.h).
+// Any change of the markers or of the outing's data throws the laps away;
+// the next read builds them again, so an edit needs no special case.
+//
+// The default region is the fastest lap, as the outing's information names
+// it ("Fast lap number" against "First lap number"). A live outing's
+// current lap is predicted, from a circuit map's lap time when the client
+// gave one, and grows in steps of ten seconds as data arrives.
+//
+// Client thread only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "core/branded_outing_information.h"
+#include "regions/lap_regions.h"
+#include "regions/time_region_finder_impl.h"
+#include "velmar/lap_markers.h"
+#include "velmar/outing_notifications.h"
+
+namespace velmar {
+
+inline constexpr Guid kLapFinderClassId = Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}");
+
+class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
+                         private COutingNotifications2Receiver,
+                         private CLapMarkersNotifications2Receiver {
+ public:
+  CLapFinder();
+  explicit CLapFinder(CBrandedOutingInformation labels);
+
+  KivResult GetDefaultRegionName(std::u16string* name) override;
+
+  // Takes the circuit map a client placed on the root (or none): its lap
+  // time predicts a live outing's current lap.
+  void SetCircuitMapData(IKivCircuitMapData* map);
+  // A live outing now holds data over [from, to]: the current lap grows
+  // when the data passed its end; a jump of the window rebuilds.
+  void OnLiveRange(KivTime from, KivTime to);
+
+  bool real_time() const { return realTime_; }
+  bool first_marker_at_start() const { return firstMarkerAtStart_; }
+
+ private:
+  ~CLapFinder() override;
+
+  KivResult Populate() override;
+  KivResult FindDefaultRegion(int32_t* index) override;
+  KivResult FindLastCompleteRegion(int32_t* index) override;
+  KivResult AttachOuting(IKivOuting* outing) override;
+  void Detach();
+
+  // The name of the one lap of an outing without markers.
+  std::u16string UnmarkedLapName();
+  LapWords Words() const;
+
+  // COutingNotifications2Receiver / CLapMarkersNotifications2Receiver
+  void OnInformationChanged(IKivOuting*) override { Invalidate(); }
+  void OnOutingReloaded(IKivOuting*) override { Invalidate(); }
+  void OnLapMarkersReset() override { Invalidate(); }
+  void OnLapMarkersChanged(IKivOuting*, KivTime, KivTime) override { Invalidate(); }
+  void OnLapMarkersShifted(IKivOuting*, KivTime, KivTime) override { Invalidate(); }
+
+  CBrandedOutingInformation labels_;
+  ComPtr<IKivOuting> outing_;
+  ComPtr<IKivLapMarkers> lapMarkers_;
+  ComPtr<IKivCircuitMapData> circuitMap_;
+  ComPtr<COutingNotifications2Sink<>> outingSink_;
+  ComPtr<CLapMarkersNotifications2Sink<>> markerSink_;
+  bool realTime_ = false;
+  bool firstMarkerAtStart_ = false;
+  KivTime lastExtensionEnd_ = kTimeMin;
+  KivTime lastExtensionLength_ = 0;
+  KivTime predictedLapTime_ = 0;
+};
+
+}  // namespace velmar

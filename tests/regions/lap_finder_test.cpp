@@ -1,0 +1,183 @@
+#include "regions/lap_finder.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "fake_lap_outing.h"
+
+namespace velmar::testing {
+namespace {
+
+// Logs "changed" for every OnRegionsChanged, and can read back inside it.
+class RegionsListener final : public CTimeRegionFinderNotificationsReceiver {
+ public:
+  explicit RegionsListener(IKivTimeRegionFinder* finder) : finder_(finder) {
+    sink_->SetReceiver(this);
+    EXPECT_TRUE(sink_->Connect(finder));
+  }
+  ~RegionsListener() override {
+    sink_->SetReceiver(nullptr);
+    sink_->Disconnect(finder_);
+  }
+  void OnRegionsChanged(IKivTimeRegionFinder*) override { ++count; }
+  int count = 0;
+
+ private:
+  IKivTimeRegionFinder* finder_;
+  ComPtr<CTimeRegionFinderNotificationsSink<>> sink_ = MakeKiv<CTimeRegionFinderNotificationsSink<>>();
+};
+
+class LapFinderTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    outing_->SetMarkers({10 * kSec, 20 * kSec});
+    outing_->information = MakeKiv<FakeInformation>();
+    finder_ = MakeKiv<CLapFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
+  }
+  int32_t Count(IKivTimeRegions* regions) {
+    int32_t n = -1;
+    EXPECT_EQ(regions->GetCount(&n), S_OK);
+    return n;
+  }
+  std::u16string Name(IKivTimeRegions* regions, int32_t first, int32_t last) {
+    std::u16string name;
+    EXPECT_EQ(regions->GetName(first, last, &name), S_OK);
+    return name;
+  }
+
+  ComPtr<FakeLapOuting> outing_ = MakeKiv<FakeLapOuting>();
+  ComPtr<CLapFinder> finder_;
+};
+
+TEST_F(LapFinderTest, TheFirstReadBuildsTheLapsAndTellsTheSinksOnceBeforeItReturns) {
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  RegionsListener listener(finder_.Get());
+  ComPtr<IKivTimeRegions> regions;
+  ASSERT_EQ(finder_->GetRegions(regions.Put()), S_OK);
+  EXPECT_EQ(listener.count, 1);
+  EXPECT_EQ(Count(regions.Get()), 3);
+  ASSERT_EQ(finder_->GetRegions(regions.Put()), S_OK);
+  EXPECT_EQ(listener.count, 1) << "built once until something changes";
+  EXPECT_EQ(Name(regions.Get(), 1, 1), u"Lap 1");
+  EXPECT_EQ(Name(regions.Get(), 1, 3), u"Lap 1 - Lap 3");
+  EXPECT_EQ(Name(regions.Get(), 2, 1), u"Unknown");
+  EXPECT_EQ(Name(regions.Get(), 0, 9), u"Unknown");
+  KivTime t = -1;
+  EXPECT_EQ(regions->GetStart(4, &t), E_INVALIDARG);
+  EXPECT_EQ(t, 0);
+  ASSERT_EQ(regions->GetEnd(2, &t), S_OK);
+  EXPECT_EQ(t, 20 * kSec);
+  EXPECT_EQ(regions->GetEnd(1, nullptr), E_POINTER);
+}
+
+TEST_F(LapFinderTest, AMarkerEditEmptiesTheLapsAndTheNextReadRebuildsThem) {
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  RegionsListener listener(finder_.Get());
+  outing_->SetMarkers({10 * kSec, 20 * kSec, 30 * kSec});
+  outing_->FireMarkersChanged();
+  EXPECT_EQ(listener.count, 1);
+  EXPECT_FALSE(finder_->populated());
+  EXPECT_EQ(Count(view.Get()), 0) << "the view is live: nothing until the next read";
+  int32_t last = 0;
+  ASSERT_EQ(finder_->GetLastCompleteRegion(&last), S_OK);
+  EXPECT_EQ(listener.count, 2);
+  EXPECT_EQ(Count(view.Get()), 4);
+  EXPECT_EQ(last, 3) << "the lap after the last marker is not complete";
+}
+
+TEST_F(LapFinderTest, AViewKeepsItsFinderAliveAndSetOutingNothingEmptiesIt) {
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  {
+    RegionsListener listener(finder_.Get());
+    EXPECT_EQ(finder_->SetOuting(nullptr), S_OK);
+    EXPECT_EQ(listener.count, 1) << "told whatever the attach gave";
+  }
+  finder_ = nullptr;
+  EXPECT_EQ(Count(view.Get()), 0);
+  outing_->FireMarkersChanged();  // the finder no longer listens
+}
+
+TEST_F(LapFinderTest, TheDefaultRegionIsTheFastLapCountedPastAWarmUp) {
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  int32_t index = 0;
+  ASSERT_EQ(finder_->GetDefaultRegion(&index), S_OK) << "no lap numbers at all: the first lap";
+  EXPECT_EQ(index, 1);
+  outing_->information->values = {{u"First lap number", Variant::I32(1)}, {u"Fast lap time", Variant::F64(0)}};
+  EXPECT_EQ(finder_->GetDefaultRegion(&index), KIV_E_NO_REGION) << "no fast lap yet";
+  outing_->information->values = {{u"First lap number", Variant::I32(1)},
+                                  {u"Fast lap time", Variant::F64(92.5)},
+                                  {u"Fast lap number", Variant::I32(2)}};
+  ASSERT_EQ(finder_->GetDefaultRegion(&index), S_OK);
+  EXPECT_EQ(index, 2);
+  outing_->moved = 5 * kSec;  // a warm-up now stands first
+  outing_->FireMarkersChanged();
+  ASSERT_EQ(finder_->GetDefaultRegion(&index), S_OK);
+  EXPECT_EQ(index, 3);
+  std::u16string name;
+  ASSERT_EQ(finder_->GetDefaultRegionName(&name), S_OK);
+  EXPECT_EQ(name, u"Fastest Lap");
+}
+
+TEST_F(LapFinderTest, AnOutingWithoutLapsIsNamedFromItsInformation) {
+  outing_->markers.clear();
+  outing_->movementKnown = false;
+  outing_->information->values = {{u"First lap number", Variant::I32(7)}};
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  EXPECT_EQ(Name(view.Get(), 1, 1), u"Lap 7");
+  outing_->information->values[u"Engine test"] = Variant::Bool(true);
+  outing_->FireMarkersChanged();
+  EXPECT_EQ(Name(view.Get(), 1, 1), u"Unknown");
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  EXPECT_EQ(Name(view.Get(), 1, 1), u"Static Test");
+  outing_->information = nullptr;
+  outing_->FireMarkersChanged();
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  EXPECT_EQ(Name(view.Get(), 1, 1), u"Lap 1");
+}
+
+TEST_F(LapFinderTest, AFailedBuildLeavesNoRegionsAndIsTriedAgain) {
+  outing_->failMarkerRead = 2;
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  int32_t index = 0;
+  EXPECT_EQ(finder_->GetDefaultRegion(&index), KIV_E_NO_REGION);
+  EXPECT_EQ(finder_->GetLastCompleteRegion(&index), E_UNEXPECTED);
+  outing_->failMarkerRead = 0;
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  EXPECT_EQ(Count(view.Get()), 3);
+  EXPECT_EQ(finder_->GetRegions(nullptr), E_POINTER);
+}
+
+TEST_F(LapFinderTest, ALiveOutingsCurrentLapGrowsInTenSecondStepsAheadOfItsData) {
+  auto live = MakeKiv<FakeLiveOuting>();
+  live->end = 90 * kSec;
+  live->SetMarkers({80 * kSec});
+  ASSERT_EQ(finder_->SetOuting(live.Get()), S_OK);
+  EXPECT_TRUE(finder_->real_time());
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  KivTime end = 0;
+  ASSERT_EQ(view->GetEnd(2, &end), S_OK);
+  RegionsListener listener(finder_.Get());
+  finder_->OnLiveRange(0, 90 * kSec);  // first range: rebuild
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  const int heard = listener.count;
+  finder_->OnLiveRange(0, end + kSec);  // grew past the predicted end
+  EXPECT_EQ(listener.count, heard + 1);
+  KivTime grown = 0;
+  ASSERT_EQ(view->GetEnd(2, &grown), S_OK);
+  EXPECT_EQ(grown, end + kTimeTenSeconds);
+  ASSERT_EQ(view->GetEnd(1, &grown), S_OK);
+  EXPECT_EQ(grown, 80 * kSec) << "other laps stay";
+}
+
+}  // namespace
+}  // namespace velmar::testing

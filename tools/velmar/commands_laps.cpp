@@ -1,0 +1,120 @@
+// velmar laps FILE: the outing's laps as the lap finder cuts them from its
+// lap markers, with each lap's time; the fastest lap (as the outing's
+// information names it) is marked, and the laps that begin at the first
+// movement or end past the last marker are flagged out and in laps.
+#include <iostream>
+#include <memory>
+
+#include "commands.h"
+#include "host_error.h"
+#include "item_wait.h"
+#include "loaded_outing.h"
+#include "outing/format_time.h"
+#include "output.h"
+#include "regions/lap_finder.h"
+#include "velmar/lap_markers.h"
+
+namespace velmar::cli {
+namespace {
+
+struct LapsOptions {
+  std::string file;
+  bool json = false;
+};
+
+struct LapRow {
+  std::u16string name;
+  KivTime start = 0;
+  KivTime end = 0;
+  bool auxiliary = false;
+  bool fastest = false;
+  bool outLap = false;
+  bool inLap = false;
+};
+
+// Waits until the outing's markers are read: its span is known then.
+void WaitForMarkers(LoadedOuting& outing, IKivLapMarkers* markers) {
+  KivTime start = 0;
+  const KivResult r = ReadWhenReady(outing.session(), outing.outing(), outing.file(), [&] {
+    const KivResult got = markers->GetOutingStart(&start);
+    return got == E_FAIL ? KIV_E_PENDING : got;
+  });
+  if (r == KIV_E_PENDING) Fail(outing.file(), "the lap markers never arrived");
+  if (Failed(r)) Fail(outing.file(), "cannot read the lap markers", r);
+}
+
+std::vector<LapRow> ReadLaps(LoadedOuting& outing) {
+  auto markers = QueryAs<IKivLapMarkers>(outing.outing());
+  if (!markers) Fail(outing.file(), "this outing has no lap markers");
+  WaitForMarkers(outing, markers.Get());
+  auto finder = MakeKiv<CLapFinder>();
+  if (Failed(finder->SetOuting(outing.outing()))) Fail(outing.file(), "cannot find the laps");
+  ComPtr<IKivTimeRegions> regions;
+  if (Failed(finder->GetRegions(regions.Put()))) Fail(outing.file(), "cannot find the laps");
+  int32_t count = 0, fastest = 0, lastComplete = 0;
+  (void)regions->GetCount(&count);
+  (void)finder->GetDefaultRegion(&fastest);
+  (void)finder->GetLastCompleteRegion(&lastComplete);
+  std::vector<LapRow> rows;
+  int32_t firstLap = 0;
+  for (int32_t i = 1; i <= count; ++i) {
+    LapRow row;
+    KivBool auxiliary = KIV_FALSE;
+    (void)regions->GetName(i, i, &row.name);
+    (void)regions->GetStart(i, &row.start);
+    (void)regions->GetEnd(i, &row.end);
+    (void)regions->GetAuxiliary(i, &auxiliary);
+    row.auxiliary = auxiliary != KIV_FALSE;
+    row.fastest = i == fastest;
+    if (!row.auxiliary && firstLap == 0) firstLap = i;
+    row.outLap = i == firstLap;
+    row.inLap = !row.auxiliary && lastComplete > 0 && i > lastComplete;
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::string LapTime(const LapRow& row) {
+  return Utf8(FormatTime(row.end - row.start, 1, 3, false, false).value_or(u""));
+}
+
+void Run(const LapsOptions& options, const CommandContext& context) {
+  HostSession session(context.timeout(), context.progress());
+  LoadedOuting outing(session, options.file);
+  const std::vector<LapRow> rows = ReadLaps(outing);
+  if (options.json) {
+    Json list = Json::array();
+    for (const LapRow& row : rows) {
+      list.push_back(Json{{"name", Utf8(row.name)},
+                          {"start", Seconds(row.start)},
+                          {"end", Seconds(row.end)},
+                          {"time", LapTime(row)},
+                          {"auxiliary", row.auxiliary},
+                          {"fastest", row.fastest},
+                          {"out_lap", row.outLap},
+                          {"in_lap", row.inLap}});
+    }
+    WriteJson(std::cout, Json{{"file", options.file}, {"laps", list}});
+    return;
+  }
+  WriteTsvRow(std::cout, {"lap", "start", "end", "time", "flags"});
+  for (const LapRow& row : rows) {
+    std::string flags = row.fastest ? "fastest" : "";
+    for (const auto& [set, word] : {std::pair{row.outLap, "out"}, {row.inLap, "in"}, {row.auxiliary, "auxiliary"}}) {
+      if (set) flags += (flags.empty() ? "" : ",") + std::string(word);
+    }
+    WriteTsvRow(std::cout, {Utf8(row.name), FormatSeconds(row.start), FormatSeconds(row.end), LapTime(row), flags});
+  }
+}
+
+}  // namespace
+
+void AddLapsCommand(CLI::App& app, const CommandContext& context) {
+  auto options = std::make_shared<LapsOptions>();
+  CLI::App* command = app.add_subcommand("laps", "List the laps with their times");
+  command->add_option("FILE", options->file, "Data set (.txt or .trn)")->required();
+  command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
+  command->callback([options, &context] { Run(*options, context); });
+}
+
+}  // namespace velmar::cli

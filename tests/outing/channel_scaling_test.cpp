@@ -7,6 +7,8 @@
 #include <map>
 #include <vector>
 
+#include "support/map_properties.h"
+
 namespace velmar::testing {
 namespace {
 
@@ -16,25 +18,6 @@ class UnitsTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(CreateUnitsComponent(&units_), S_OK); }
   ComPtr<IKivUnits> units_;
-};
-
-// A property set over a map, as the property database gives one.
-class CMapProperties final : public KivObject<IKivPropertySet> {
- public:
-  KivResult GetProperty(const std::u16string& name, Variant* value) override {
-    auto it = values.find(name);
-    if (it == values.end()) return E_INVALIDARG;
-    *value = it->second;
-    return S_OK;
-  }
-  KivResult SetProperty(const std::u16string& name, const Variant& value) override {
-    values[name] = value;
-    return S_OK;
-  }
-  KivResult Reserved() override { return E_NOTIMPL; }
-  KivResult GetProperties(PropertyList*) override { return E_NOTIMPL; }
-  KivResult SetProperties(const PropertyList&) override { return E_NOTIMPL; }
-  std::map<std::u16string, Variant> values;
 };
 
 TEST_F(UnitsTest, ReadingScalesIntoTheBaseUnit) {

@@ -9,32 +9,14 @@
 #include <vector>
 
 #include "core/notifications_impl.h"
+#include "support/map_properties.h"
 #include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
-#include "velmar/property_set.h"
 #include "velmar/time_regions.h"
 
 namespace velmar::testing {
 
 inline constexpr KivTime kSec = 10'000'000;
-
-class FakeInformation final : public KivObject<IKivPropertySet> {
- public:
-  std::map<std::u16string, Variant> values;
-  KivResult GetProperty(const std::u16string& name, Variant* value) override {
-    auto it = values.find(name);
-    if (it == values.end()) return E_INVALIDARG;
-    *value = it->second;
-    return S_OK;
-  }
-  KivResult SetProperty(const std::u16string& name, const Variant& value) override {
-    values[name] = value;
-    return S_OK;
-  }
-  KivResult Reserved() override { return E_NOTIMPL; }
-  KivResult GetProperties(PropertyList*) override { return E_NOTIMPL; }
-  KivResult SetProperties(const PropertyList&) override { return E_NOTIMPL; }
-};
 
 struct FakeMarker {
   KivTime time = 0;
@@ -52,7 +34,7 @@ class FakeLapOutingT
   KivTime moved = 0, stopped = 100 * kSec;
   bool movementKnown = true;
   std::vector<FakeMarker> markers;
-  ComPtr<FakeInformation> information;  // null: the outing has none
+  ComPtr<CMapProperties> information;  // null: the outing has none
   int failMarkerRead = 0;                // 1-based index whose reads fail
 
   // IKivOuting

@@ -33,7 +33,7 @@ class LapFinderTest : public ::testing::Test {
  protected:
   void SetUp() override {
     outing_->SetMarkers({10 * kSec, 20 * kSec});
-    outing_->information = MakeKiv<FakeInformation>();
+    outing_->information = MakeKiv<CMapProperties>();
     finder_ = MakeKiv<CLapFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
   }
   int32_t Count(IKivTimeRegions* regions) {

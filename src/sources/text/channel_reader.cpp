@@ -199,6 +199,7 @@ class DenseSink {
   void Time(uint64_t r, double t) { data_[0][r] = t; }
   // Gives every column the row times of [first, end), as read into column 0.
   void CopyTimes(uint64_t first, uint64_t end) const {
+    if (end <= first) return;  // a table without rows has no columns allocated
     for (size_t c = 1; c < data_.size(); ++c)
       std::memcpy(data_[c] + first, data_[0] + first, (end - first) * sizeof(double));
   }

@@ -100,6 +100,12 @@ class COutingCacheBase : public COutingCacheStateChanges {
   bool IsAttached(const StateChanges* client) const {
     return std::find(clients_.begin(), clients_.end(), client) != clients_.end();
   }
+  // The same, for a client seen through a base of StateChanges.
+  template <class Base>
+  bool IsAttachedAs(const Base* client) const {
+    return std::any_of(clients_.begin(), clients_.end(),
+                       [client](const StateChanges* c) { return static_cast<const Base*>(c) == client; });
+  }
 
   std::u16string GetCaption() override {
     if (captionDirty_) {

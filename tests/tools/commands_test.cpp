@@ -235,6 +235,29 @@ TEST_F(CommandsTest, ConvertWritesANativeStoreFileWithTheSameChannels) {
   }
 }
 
+TEST_F(CommandsTest, MarkersEditAStoreAndTheLapTableFollows) {
+  const std::string trn = Path("markers.trn");
+  ASSERT_EQ(Run({"convert", Sample(), trn}).exitCode, 0);
+  const auto before = Run({"laps", trn}).Rows();
+  const double firstEnd = std::stod(before[1][2]);
+
+  const CliResult added = Run({"markers", trn, "add", "--time", std::to_string(firstEnd / 2)});
+  ASSERT_EQ(added.exitCode, 0) << added.err;
+  auto rows = Run({"laps", trn}).Rows();
+  ASSERT_EQ(rows.size(), before.size() + 1) << "one more lap";
+  EXPECT_NEAR(std::stod(rows[1][2]), firstEnd / 2, 1e-3);
+
+  ASSERT_EQ(Run({"markers", trn, "remove", "1"}).exitCode, 0);
+  ASSERT_EQ(Run({"markers", trn, "add", "--distance", "100"}).exitCode, 0) << "the sample has a Distance channel";
+  ASSERT_EQ(Run({"markers", trn, "shift", "--", "-10"}).exitCode, 0);
+  const CliResult reset = Run({"markers", trn, "reset"});
+  ASSERT_EQ(reset.exitCode, 0) << reset.err;
+  EXPECT_EQ(Run({"laps", trn}).Rows(), before) << "reset restores the recorded markers";
+
+  ExpectFailure(Run({"markers", trn, "remove", "999"}), trn, "refused");
+  ExpectFailure(Run({"markers", Sample(), "reset"}), Sample(), "cannot be edited");
+}
+
 TEST_F(CommandsTest, AMissingFileFailsNamingIt) {
   const std::string missing = Path("nowhere.txt");
   ExpectFailure(Run({"channels", missing}), missing, "no such file");

@@ -27,5 +27,6 @@ void AddConstantsCommand(CLI::App& app, const CommandContext& context);
 void AddSampleCommand(CLI::App& app, const CommandContext& context);
 void AddConvertCommand(CLI::App& app, const CommandContext& context);
 void AddLapsCommand(CLI::App& app, const CommandContext& context);
+void AddMarkersCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -7,7 +7,6 @@
 
 #include "commands.h"
 #include "host_error.h"
-#include "item_wait.h"
 #include "loaded_outing.h"
 #include "outing/format_time.h"
 #include "output.h"
@@ -32,21 +31,8 @@ struct LapRow {
   bool inLap = false;
 };
 
-// Waits until the outing's markers are read: its span is known then.
-void WaitForMarkers(LoadedOuting& outing, IKivLapMarkers* markers) {
-  KivTime start = 0;
-  const KivResult r = ReadWhenReady(outing.session(), outing.outing(), outing.file(), [&] {
-    const KivResult got = markers->GetOutingStart(&start);
-    return got == E_FAIL ? KIV_E_PENDING : got;
-  });
-  if (r == KIV_E_PENDING) Fail(outing.file(), "the lap markers never arrived");
-  if (Failed(r)) Fail(outing.file(), "cannot read the lap markers", r);
-}
-
 std::vector<LapRow> ReadLaps(LoadedOuting& outing) {
-  auto markers = QueryAs<IKivLapMarkers>(outing.outing());
-  if (!markers) Fail(outing.file(), "this outing has no lap markers");
-  WaitForMarkers(outing, markers.Get());
+  (void)outing.LapMarkers();
   auto finder = MakeKiv<CLapFinder>();
   if (Failed(finder->SetOuting(outing.outing()))) Fail(outing.file(), "cannot find the laps");
   ComPtr<IKivTimeRegions> regions;

@@ -114,4 +114,17 @@ ComPtr<IKivConstant> LoadedOuting::Constant(const std::u16string& name) const {
   return Item_<IKivConstantFactory, IKivConstant>(name, "constant");
 }
 
+ComPtr<IKivLapMarkers> LoadedOuting::LapMarkers() const {
+  auto markers = QueryAs<IKivLapMarkers>(outing_.Get());
+  if (!markers) Fail(file_, "this outing has no lap markers");
+  KivTime start = 0;
+  const KivResult r = ReadWhenReady(session_, outing_.Get(), file_, [&] {
+    const KivResult got = markers->GetOutingStart(&start);
+    return got == E_FAIL ? KIV_E_PENDING : got;
+  });
+  if (r == KIV_E_PENDING) Fail(file_, "the lap markers never arrived");
+  if (Failed(r)) Fail(file_, "cannot read the lap markers", r);
+  return markers;
+}
+
 }  // namespace velmar::cli

@@ -13,6 +13,7 @@
 #include "velmar/constants.h"
 #include "velmar/data_factory.h"
 #include "velmar/events.h"
+#include "velmar/lap_markers.h"
 #include "velmar/outing.h"
 #include "velmar/property_set.h"
 
@@ -46,6 +47,8 @@ class LoadedOuting {
   std::u16string ChannelListName(const std::u16string& name) const;
   ComPtr<IKivEventSet> EventSet(const std::u16string& name) const;
   ComPtr<IKivConstant> Constant(const std::u16string& name) const;
+  // The lap markers, once read (the outing's span is known then).
+  ComPtr<IKivLapMarkers> LapMarkers() const;
 
   // "<file>: <what> \"<name>\"" style messages for an item.
   [[noreturn]] void FailItem(const std::string& what, const std::u16string& name, KivResult r) const;

@@ -25,6 +25,7 @@ int main(int argc, char** argv) {
   AddSampleCommand(app, context);
   AddConvertCommand(app, context);
   AddLapsCommand(app, context);
+  AddMarkersCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -6,6 +6,8 @@
 
 namespace velmar {
 CTarnOuting::~CTarnOuting() {
+  // An open transaction this outing began goes with it.
+  if (cache()) cache()->transaction()->OutingGone(this);
   DetachFromCache();
   channels().DropAll();
 }

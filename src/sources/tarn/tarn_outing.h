@@ -9,14 +9,17 @@
 #include <vector>
 
 #include "outing/outing_on_cache.h"
+#include "sources/tarn/tarn_lap_marker_writer.h"
 #include "sources/tarn/tarn_lap_markers.h"
 #include "sources/tarn/tarn_outing_cache.h"
 #include "sources/tarn/tarn_outing_factories.h"
+#include "writeback/transaction_facet.h"
 
 namespace velmar {
 
 class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
-                                                CTarnOutingConstantFactory, CTarnLapMarkers> {
+                                                CTarnOutingConstantFactory, CTarnLapMarkers, CLapMarkerWriterBase,
+                                                CTransactionFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
       : COutingOnCache(std::move(cache), overrideProperties) {}
@@ -45,6 +48,10 @@ class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingCha
   ComPtr<CTarnOutingCache> EventCache() override { return ComPtr<CTarnOutingCache>(cache()); }
   KivTime EventTimeOffset() override { return time_offset(); }
   const std::vector<TarnConstant>* CacheConstants() override { return cache()->Constants(); }
+  CTarnOutingCache* WriterCache() override { return cache(); }
+  IKivDataFactory* WriterChannels() override { return channel_factory(); }
+  CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
+  COutingStateChanges* TransactionOuting() override { return this; }
 
  private:
   // Fires what a reload did to a factory's list.

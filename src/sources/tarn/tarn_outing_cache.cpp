@@ -3,6 +3,7 @@
 #include "jobs/job_thread.h"
 #include "outing/file_outing_cache.h"
 #include "outing/temp_file.h"
+#include "sources/tarn/tarn_transactions.h"
 
 namespace velmar {
 
@@ -18,6 +19,7 @@ CTarnOutingCache::CTarnOutingCache(std::u16string path, const Guid& outingId, Ta
       blobs_(MakeReader<CLoadBlobJobItem>()),
       create_(MakeClient<CreateMachine>(static_cast<ITarnCreateCallback*>(this), &DaeThread)),
       link_(std::make_shared<Link>(Link{this})),
+      transaction_(MakeClient<CTransactionStateMachine>(static_cast<CTransactionBase*>(this))),
       fastLapMinimumTime_(kDefaultFastLapMinimumTime) {
   channelData_ = ComPtr<CChannelDataCache>(new CChannelDataCache(
       [link = link_](const CChannelKey& key) -> std::unique_ptr<CChannelDataFetch> {
@@ -34,6 +36,7 @@ CTarnOutingCache::~CTarnOutingCache() {
   // Machines first lose the cache as their client and cancel their jobs;
   // the file is closed last, on the store thread.
   link_->cache = nullptr;
+  transaction_.Reset();
   channelData_->Discard();
   eventData_.Clear();
   blobData_.Clear();
@@ -76,7 +79,8 @@ KivResult CTarnOutingCache::GetInformation(IKivPropertySet** information) {
 }
 
 void CTarnOutingCache::CloseData() {
-  // Write-back will hold this off while a transaction owns the file.
+  // The transaction's owner still edits what it read.
+  if (owner()) return;
   ComPtr<CTarnOutingCache> keep(this);
   file_->Close();
   (void)file_->Open(path());
@@ -241,8 +245,38 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadOutingJobItem>& m, 
   AnnounceLoaded();
 }
 
-void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetLapMarkerDataJobItem>&, KivResult status) {
-  if (Succeeded(status)) RefreshAfterLapChange();
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetLapMarkerDataJobItem>& m, KivResult status) {
+  if (Failed(status)) return;
+  ComPtr<CTarnOutingCache> keep(this);
+  RefreshAfterLapChange();
+  const CGetLapMarkerDataJobItem* laps = m.results();
+  if (!laps) return;
+  const TarnLapSpan& span = laps->data().span;
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersChanged(span.outingStart, span.outingEnd); });
+  if (span.movement) {
+    const auto [first, last] = *span.movement;
+    ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersShifted(first, last); });
+  }
+}
+
+// --- Write-back -------------------------------------------------------------------
+
+ComPtr<CJobItem> CTarnOutingCache::MakeWriteAccessJob(CStateMachineEx* owner) {
+  return MakeKiv<CTarnOutingTransactionJobItem>(owner, file_->Connection());
+}
+
+ComPtr<CJobItem> CTarnOutingCache::MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) {
+  return MakeKiv<CTarnOutingCloseJob>(
+      owner, ComPtr<CTarnOutingTransactionJobItem>(static_cast<CTarnOutingTransactionJobItem*>(writeAccess)));
+}
+
+AsyncThread CTarnOutingCache::GetJobThread() { return DaeThread(); }
+
+void CTarnOutingCache::OnWriteLost() { CloseData(); }
+
+void CTarnOutingCache::ReloadLapMarkersAfterWrite() {
+  lapMarkers_->Drop();
+  RefreshAfterLapChange();
 }
 
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) {

@@ -34,6 +34,8 @@
 #include "sources/tarn/tarn_outing_information.h"
 #include "sources/tarn/tarn_outing_state_changes.h"
 #include "sources/tarn/tarn_read_jobs.h"
+#include "writeback/transaction_base.h"
+#include "writeback/transaction_state_machine.h"
 
 namespace velmar {
 
@@ -52,6 +54,7 @@ class ITarnCreateCallback {
 };
 
 class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOutingStateChanges>,
+                               public CTransactions<CTarnOutingCache>,
                                public ITarnCreateCallback,
                                ITarnReadClient<CLoadOutingJobItem>,
                                ITarnReadClient<CGetLapMarkerDataJobItem>,
@@ -75,7 +78,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   // `information` not null. S_OK with a reference once the details record
   // and the lap markers are in; otherwise starts whichever is missing, S_FALSE.
   KivResult GetInformation(IKivPropertySet** information);
-  // Drops and reads again (see the top).
+  // Drops and reads again (see the top); nothing while a transaction has an owner.
   void CloseData();
   // Makes the data set at the path when it is missing; the outing that asked
   // (the last attached) hears OnCreatedNotify. False when the folder can't be
@@ -99,6 +102,18 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   const std::vector<TarnNamedItem>* EventNames();
   const std::vector<TarnConstant>* Constants();
   const std::vector<TarnNamedItem>* BlobList();
+
+  // --- Write-back -------------------------------------------------------------
+  // The one transaction of the file, shared by its outing objects.
+  CTransactionStateMachine* transaction() const { return transaction_.Get(); }
+  // What hears that a lap marker step wrote.
+  CWriteBackStateChanges* lap_write_back() { return &lapWriteBack_; }
+
+  // CTransactionBase: the store's write handle, on the store thread.
+  ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
+  ComPtr<CJobItem> MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) override;
+  AsyncThread GetJobThread() override;
+  void OnWriteLost() override;
 
   // --- Item data ---------------------------------------------------------------
   // The samples of the channels, by key, read on first demand (the channel
@@ -150,6 +165,17 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   // The fast lap as the settings and the lap markers say, to the information.
   void UpdateFastLap();
 
+  // The lap markers after a write: dropped, every outing told, read again.
+  void ReloadLapMarkersAfterWrite();
+  class CLapMarkerWriteBack final : public CWriteBackStateChanges {
+   public:
+    explicit CLapMarkerWriteBack(CTarnOutingCache* cache) : cache_(cache) {}
+    void ReloadAfterWrite() override { cache_->ReloadLapMarkersAfterWrite(); }
+
+   private:
+    CTarnOutingCache* cache_;
+  };
+
   const TarnStoreFactoryMaker makeFactory_;
   ClientRef<CFileStateMachine> file_;  // before the readers: they use it until they go
   Reader<CLoadOutingJobItem> outing_;
@@ -167,6 +193,9 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   ComPtr<CChannelDataCache> channelData_;
   CTarnItemReads<CGetCachedEventsJobItem> eventData_;
   CTarnItemReads<CGetBlobDataJobItem> blobData_;
+
+  ClientRef<CTransactionStateMachine> transaction_;
+  CLapMarkerWriteBack lapWriteBack_{this};
 
   ComPtr<CTarnOutingInformation> information_;
   bool loaded_ = false;

@@ -3,19 +3,11 @@
 #include <algorithm>
 #include <span>
 
+#include "sources/tarn/tarn_records.h"
 #include "velmar/units.h"
 
 namespace velmar {
 namespace {
-
-// The records of a list; empty when the object gives none.
-template <class Record>
-std::span<const Record> Items(const ComPtr<IKivTarnRecords<Record>>& records) {
-  uint32_t count = 0;
-  const Record* items = nullptr;
-  if (!records || Failed(records->GetRecords(&count, &items)) || !items) return {};
-  return {items, count};
-}
 
 std::u16string Text(const char16_t* text) { return text ? std::u16string(text) : std::u16string(); }
 

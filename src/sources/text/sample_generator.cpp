@@ -155,7 +155,10 @@ std::string GenerateSampleOuting(const SampleOptions& options) {
   SampleCar car(o.seed, o.laps);
   KivTime fast = PeriodOf(o.rate);
   KivTime slow = fast * 10;
-  auto end = static_cast<KivTime>(std::floor(car.Duration() * 1e7));
+  // The data runs on to the first slow sample at or after the last crossing,
+  // so that every "End of lap" lies inside every channel.
+  const auto lastCrossing = static_cast<KivTime>(std::llround(car.Duration() * 1e7));
+  const KivTime end = (lastCrossing + slow - 1) / slow * slow;
 
   std::string out;
   AppendHead(out);

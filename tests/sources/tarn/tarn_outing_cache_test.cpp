@@ -109,7 +109,7 @@ TEST_F(TarnOutingCacheTest, TheDetailsThenTheLapMarkersLoadAndTheOutingIsAnnounc
   EXPECT_FALSE(none);
   EXPECT_FALSE(cache_->loaded());
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(outing_->log, (std::vector<std::string>{"information", "laps-reset"}));
+  EXPECT_EQ(outing_->log, (std::vector<std::string>{"information", "laps-reset", "laps-changed", "laps-shifted"}));
   EXPECT_TRUE(cache_->loaded());
   ComPtr<IKivPropertySet> info = Information();
   ASSERT_TRUE(info);
@@ -172,7 +172,7 @@ TEST_F(TarnOutingCacheTest, ListsAreReadOnFirstDemandAndReachEveryOuting) {
   EXPECT_EQ(cache_->BlobList(), nullptr);
   ASSERT_TRUE(Settle());
   for (const auto& outing : {outing_, second}) {
-    std::vector<std::string> lists(outing->log.begin() + 2, outing->log.end());
+    std::vector<std::string> lists(outing->log.begin() + 4, outing->log.end());  // after the load's four
     EXPECT_EQ(lists, (std::vector<std::string>{"channel-list:2", "event-names:2", "constants:2", "blobs:1"}));
   }
   ASSERT_NE(cache_->ChannelList(), nullptr);
@@ -253,7 +253,8 @@ TEST_F(TarnOutingCacheTest, CloseDataReadsTheFileAgainAndDropsItemData) {
   EXPECT_EQ(cache_->GetInformation(info.Put()), S_FALSE) << "the lap markers went";
   ASSERT_TRUE(Settle());
   EXPECT_EQ(outing_->log,
-            (std::vector<std::string>{"laps-reset", "channel-list:3", "information", "laps-reset"}));
+            (std::vector<std::string>{"laps-reset", "channel-list:3", "information", "laps-reset", "laps-changed",
+                                      "laps-shifted"}));
   EXPECT_TRUE(cache_->loaded());
   EXPECT_EQ(data.GetChannelData(&client, gear, &sections), S_FALSE) << "read again on demand";
   ASSERT_TRUE(Settle());
@@ -302,7 +303,7 @@ TEST_F(TarnOutingCacheTest, CreateDataSetMakesTheFileAndTellsTheOutingThatAsked)
   EXPECT_FALSE(cache_->CreateDataSet()) << "one creation per cache";
   ASSERT_TRUE(Settle());
   EXPECT_TRUE(std::filesystem::exists(WideToUtf8(path)));
-  EXPECT_EQ(outing_->log, (std::vector<std::string>{"created:1", "information", "laps-reset"}));
+  EXPECT_EQ(outing_->log, (std::vector<std::string>{"created:1", "information", "laps-reset", "laps-changed"}));
   EXPECT_TRUE(Information());
 }
 

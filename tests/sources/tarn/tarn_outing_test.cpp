@@ -57,7 +57,9 @@ TEST_F(TarnOutingTest, TheOutingIsOfTypeOneAndAnnouncesItselfOnceLoaded) {
   EXPECT_EQ(outing_->GetOutingInformation(info.Put()), S_FALSE);
   EXPECT_FALSE(info);
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(listener_->log, (std::vector<std::string>{"InformationChanged", "LapMarkersReset"}));
+  EXPECT_EQ(listener_->log, (std::vector<std::string>{"InformationChanged", "LapMarkersReset",
+                                                     "LapMarkersChanged:0,1000000000",
+                                                     "LapMarkersShifted:50000000,950000000"}));
   ASSERT_EQ(outing_->GetOutingInformation(info.Put()), S_OK);
   Variant driver;
   EXPECT_EQ(info->GetProperty(u"Driver name", &driver), S_OK);

@@ -1,0 +1,60 @@
+#include "outing/distance_channel.h"
+
+#include <string>
+
+#include "outing/channel_key.h"
+#include "velmar/common_channels.h"
+#include "velmar/velmar.h"
+
+namespace velmar {
+namespace {
+
+// Interpolated, over the whole channel.
+constexpr int32_t kInterpolate = 2;
+constexpr uint32_t kWholeRange = 0;
+
+}  // namespace
+
+KivResult FindDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* channel) {
+  if (!channels || !channel) return E_POINTER;
+  *channel = nullptr;
+  ComPtr<IKivUnknown> root;
+  if (KivResult r = channels->GetRoot(root.Put()); Failed(r)) return r;
+  auto velmar = root.As<IKivVelmar>();
+  if (!velmar) return E_NOINTERFACE;
+  ComPtr<IKivCommonChannels> common;
+  if (KivResult r = velmar->GetCommonChannels(common.Put()); Failed(r)) return r;
+  std::u16string role;
+  if (KivResult r = common->GetDistance(&role); Failed(r)) return r;
+  CChannelKey key;
+  if (!CChannelKey::Parse(role, &key)) return KIV_E_BAD_DISTANCE_CHANNEL;
+  auto factory = QueryAs<IKivChannelFactory>(channels);
+  if (!factory) return E_NOINTERFACE;
+  // A channel recorded without its quantity is still the one of that name.
+  KivResult r = factory->GetItem(key.text(), channel->Put());
+  for (const std::u16string& name : {CChannelKey(key.name(), 0).text(), key.name()}) {
+    if (Succeeded(r)) break;
+    r = factory->GetItem(name, channel->Put());
+  }
+  return r;
+}
+
+KivResult DistanceData(IKivChannel* channel, ComPtr<IKivChannelIterator2>* data) {
+  if (!channel || !data) return E_POINTER;
+  *data = nullptr;
+  return channel->GetIterator(data->Put());
+}
+
+KivResult TimeToDistance(IKivChannelIterator* data, KivTime time, double* distance) {
+  if (!data || !distance) return E_POINTER;
+  KivResult r = data->GetValueAtTime(time, kInterpolate, kWholeRange, distance);
+  return Failed(r) ? r : S_OK;
+}
+
+KivResult DistanceToTime(IKivChannelIterator* data, double distance, KivTime* time) {
+  if (!data || !time) return E_POINTER;
+  KivResult r = data->FindTimeOfValue(distance, kInterpolate, kWholeRange, time);
+  return Failed(r) ? r : S_OK;
+}
+
+}  // namespace velmar

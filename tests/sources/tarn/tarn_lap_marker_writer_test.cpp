@@ -1,0 +1,234 @@
+#include "sources/tarn/tarn_lap_marker_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "config/config_classes.h"
+#include "core/velmar.h"
+#include "platform/registry/registry_file.h"
+#include "tasks/tasks.h"
+#include "outing/outing_listener.h"
+#include "outing/outing_on_cache.h"
+#include "sources/tarn/tarn_lap_marker_steps.h"
+#include "sources/tarn/tarn_outing.h"
+#include "tarn_test_helper.h"
+#include "velmar/transaction.h"
+
+namespace velmar::testing {
+namespace {
+
+const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
+using Lines = std::vector<std::string>;
+using Times = std::vector<KivTime>;
+
+// 0 to 100 s at 50 m/s: "[1]Distance" is 50 m per second. Markers at 30 s and
+// 60 s cross the line; the one at 80 s is a car halt.
+TarnDataSet LapDataSet() {
+  TarnDataSet d;
+  d.outingRange = {{0, 100 * kS}};
+  TarnDataSetChannel distance;
+  distance.name = u"Distance";
+  distance.quantity = QuantityId{1};
+  TarnDataSetBlock block;
+  block.firstTime = 0;
+  block.period = kS / 10;
+  for (int i = 0; i <= 1000; ++i) block.values.push_back(5.0 * i);
+  distance.blocks = {block};
+  d.channels = {distance};
+  d.lapMarkers = {{30 * kS, 0.0, true}, {60 * kS, 0.0, true}, {80 * kS, 0.0, false}};
+  return d;
+}
+
+class TarnLapMarkerWriterTest : public TarnTest {
+ protected:
+  // A root of the real classes, with settings of its own, for the common channels.
+  static void SetUpTestSuite() {
+    ASSERT_TRUE(Succeeded(RegisterConfigClasses(ClassRegistry::Process())));
+    ASSERT_TRUE(Succeeded(RegisterTasksClasses(ClassRegistry::Process())));
+    ASSERT_TRUE(Succeeded(RegisterVelmarClasses(ClassRegistry::Process())));
+  }
+  void SetUp() override {
+    override_.emplace(RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_.path() / "user.json"));
+    ASSERT_EQ(CVelmar::Create(&root_), S_OK);
+    path_ = Write(LapDataSet());
+    Reopen();
+  }
+  void TearDown() override {
+    Close();
+    if (root_) (void)root_->Close();
+    root_ = nullptr;
+    TarnTest::TearDown();
+  }
+  void Close() {
+    listener_.reset();
+    writer_ = nullptr;
+    txn_ = nullptr;
+    outing_ = nullptr;
+    EXPECT_TRUE(Settle());
+  }
+  // A fresh outing on a fresh cache, its markers read.
+  void Reopen() {
+    Close();
+    outing_ = Open();
+    listener_ = std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get()));
+    ASSERT_EQ(outing_.As(&writer_), S_OK);
+    ASSERT_EQ(outing_.As(&txn_), S_OK);
+    auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing_.Get()));
+    ASSERT_EQ(channels->SetRoot(static_cast<IKivVelmar*>(root_.Get())), S_OK);
+    NameList names;
+    (void)channels->GetNames(&names);  // the distance channel is found in the list
+    (void)MarkerTimes();
+    ASSERT_TRUE(Settle());
+    ComPtr<IKivChannel> distance;
+    ASSERT_EQ(channels->GetItem(u"[1]Distance", distance.Put()), S_OK);
+    ComPtr<IKivChannelIterator2> data;
+    (void)distance->GetIterator(data.Put());  // its data in, for the sums at the call
+    ASSERT_TRUE(Settle());
+    listener_->log.clear();
+  }
+  ComPtr<CTarnOuting> Open() {
+    ComPtr<CTarnOuting> outing;
+    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
+                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType); }, &outing),
+              S_OK);
+    return outing;
+  }
+  Times MarkerTimes() {
+    auto markers = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing_.Get()));
+    uint32_t count = 0;
+    EXPECT_EQ(markers->GetLapMarkerCount(&count), S_OK);
+    Times times(count);
+    for (uint32_t i = 0; i < count; ++i) EXPECT_EQ(markers->GetLapMarkerTime(i + 1, &times[i]), S_OK);
+    return times;
+  }
+  // Runs `edit` in one transaction and gives the transaction's log.
+  template <class Edit>
+  Lines Commit(Edit edit) {
+    EXPECT_EQ(txn_->Begin(), S_OK);
+    EXPECT_EQ(edit(), S_OK);
+    EXPECT_EQ(txn_->Commit(), S_OK);
+    EXPECT_TRUE(Settle());
+    Lines log;
+    for (const std::string& line : std::exchange(listener_->log, {})) {
+      if (line.rfind("Transaction", 0) == 0) log.push_back(line);
+    }
+    return log;
+  }
+
+  std::optional<ScopedHiveOverride> override_;
+  ComPtr<CVelmar> root_;
+  std::u16string path_;
+  ComPtr<CTarnOuting> outing_;
+  ComPtr<IKivLapMarkerWriter> writer_;
+  ComPtr<IKivTransaction> txn_;
+  std::unique_ptr<OutingListener> listener_;
+};
+
+TEST_F(TarnLapMarkerWriterTest, CallsRefuseWhatTheyCanTellAtOnce) {
+  EXPECT_EQ(writer_->ResetLapMarkers(), KIV_E_TXN_NOT_OPEN);
+  EXPECT_EQ(txn_->Commit(), KIV_E_NO_TRANSACTION);
+  ASSERT_EQ(txn_->Begin(), S_OK);
+  EXPECT_EQ(writer_->AddLapMarkerAtTime(30 * kS), KIV_E_MARKER_EXISTS);
+  EXPECT_EQ(writer_->AddLapMarkerAtTime(101 * kS), E_INVALIDARG);
+  EXPECT_EQ(writer_->AddLapMarkerAtTime(-1), E_INVALIDARG);
+  EXPECT_EQ(writer_->RemoveLapMarker(0), DISP_E_BADINDEX);
+  EXPECT_EQ(writer_->RemoveLapMarker(4), DISP_E_BADINDEX);
+  EXPECT_EQ(writer_->AddLapMarkerAtDistance(1e9), E_INVALIDARG) << "never reached";
+  // A second outing object on the file shares the transaction but may not end it.
+  ComPtr<CTarnOuting> other = Open();
+  auto otherTxn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(other.Get()));
+  EXPECT_EQ(otherTxn->Begin(), KIV_E_TXN_ALREADY_OPEN);
+  EXPECT_EQ(otherTxn->Commit(), E_FAIL);
+  ASSERT_EQ(txn_->Rollback(), S_OK);
+  other = nullptr;
+}
+
+TEST_F(TarnLapMarkerWriterTest, EachEditRoundTripsThroughAFreshOpen) {
+  EXPECT_EQ(Commit([&] { return writer_->AddLapMarkerAtTime(45 * kS); }),
+            (Lines{"TransactionStarted", "TransactionProgress:1/1", "TransactionFinished"}));
+  EXPECT_EQ(MarkerTimes(), (Times{30 * kS, 45 * kS, 60 * kS, 80 * kS})) << "the cache read them again";
+  Reopen();
+  EXPECT_EQ(MarkerTimes(), (Times{30 * kS, 45 * kS, 60 * kS, 80 * kS}));
+  KivBool halt = KIV_TRUE;
+  ASSERT_EQ(QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing_.Get()))->IsCarHalt(2, &halt), S_OK);
+  EXPECT_EQ(halt, KIV_FALSE) << "a new marker crosses the line";
+
+  Commit([&] { return writer_->AddLapMarkerAtDistance(1000.0); });  // 20 s
+  Commit([&] { return writer_->RemoveLapMarker(3); });               // 45 s
+  Reopen();
+  EXPECT_EQ(MarkerTimes(), (Times{20 * kS, 30 * kS, 60 * kS, 80 * kS}));
+
+  // 100 m on is 2 s later for every crossing; the car halt stays.
+  Commit([&] { return writer_->ShiftLapMarkers(100.0); });
+  Reopen();
+  EXPECT_EQ(MarkerTimes(), (Times{22 * kS, 32 * kS, 62 * kS, 80 * kS}));
+
+  Commit([&] { return writer_->ResetLapMarkers(); });
+  Reopen();
+  EXPECT_EQ(MarkerTimes(), (Times{30 * kS, 60 * kS, 80 * kS}));
+}
+
+TEST_F(TarnLapMarkerWriterTest, EditsRunInCallOrderAndOnlyTheOwnerHearsTheTransaction) {
+  ComPtr<CTarnOuting> other = Open();
+  OutingListener otherListener(static_cast<IKivOuting*>(other.Get()));
+  EXPECT_EQ(Commit([&] {
+              EXPECT_EQ(writer_->RemoveLapMarker(1), S_OK);  // 30 s
+              EXPECT_EQ(writer_->AddLapMarkerAtTime(10 * kS), S_OK);
+              return writer_->AddLapMarkerAtTime(90 * kS);
+            }),
+            (Lines{"TransactionStarted", "TransactionProgress:1/3", "TransactionProgress:2/3",
+                   "TransactionProgress:3/3", "TransactionFinished"}));
+  EXPECT_EQ(MarkerTimes(), (Times{10 * kS, 60 * kS, 80 * kS, 90 * kS}));
+  for (const std::string& line : otherListener.log) EXPECT_EQ(line.rfind("Transaction", 0), std::string::npos) << line;
+  EXPECT_NE(std::find(otherListener.log.begin(), otherListener.log.end(), "LapMarkersReset"), otherListener.log.end());
+  other = nullptr;
+}
+
+TEST_F(TarnLapMarkerWriterTest, StoreChangedSinceTheCallFailsTheStepWithItsMessage) {
+  ASSERT_EQ(txn_->Begin(), S_OK);
+  ASSERT_EQ(writer_->RemoveLapMarker(2), S_OK);  // 60 s
+  ASSERT_EQ(writer_->ShiftLapMarkers(50.0), S_OK);
+
+  // Another writer of the file (a cache of its own) removes the 30 s marker first.
+  auto rival = MakeKiv<CTarnOuting>(MakeKiv<CTarnOutingCache>(path_, kTarnType), false);
+  auto rivalMarkers = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(rival.Get()));
+  uint32_t count = 0;
+  (void)rivalMarkers->GetLapMarkerCount(&count);
+  ASSERT_TRUE(Settle());
+  auto rivalTxn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(rival.Get()));
+  ASSERT_EQ(rivalTxn->Begin(), S_OK);
+  ASSERT_EQ(QueryAs<IKivLapMarkerWriter>(static_cast<IKivOuting*>(rival.Get()))->RemoveLapMarker(1), S_OK);
+  ASSERT_EQ(rivalTxn->Commit(), S_OK);
+  ASSERT_TRUE(Settle());
+
+  listener_->log.clear();
+  ASSERT_EQ(txn_->Commit(), S_OK);
+  ASSERT_TRUE(Settle());
+  Lines log;
+  for (const std::string& line : listener_->log) {
+    if (line.rfind("Transaction", 0) == 0) log.push_back(line);
+  }
+  EXPECT_EQ(log, (Lines{"TransactionStarted", "TransactionProgress:1/2", "TransactionMessage:Failed to remove lap marker",
+                        "TransactionProgress:2/2", "TransactionMessage:Failed to shift lap markers - mismatch detected",
+                        "TransactionFinished"}));
+  rivalTxn = nullptr;
+  rivalMarkers = nullptr;
+  rival = nullptr;
+  Reopen();  // failed steps leave the cache as it was: read afresh
+  EXPECT_EQ(MarkerTimes(), (Times{60 * kS, 80 * kS})) << "only the rival's edit is in";
+}
+
+TEST_F(TarnLapMarkerWriterTest, ShiftWithOnlyCarHaltsSaysSo) {
+  TarnDataSet d = LapDataSet();
+  d.lapMarkers = {{80 * kS, 0.0, false}};
+  path_ = Write(d, "halts.trn");
+  Reopen();
+  EXPECT_EQ(Commit([&] { return writer_->ShiftLapMarkers(10.0); }),
+            (Lines{"TransactionStarted", "TransactionMessage:" + std::string("Failed to shift lap markers - no relevant "
+                                                                             "lap markers selected"),
+                   "TransactionProgress:1/1", "TransactionFinished"}));
+}
+
+}  // namespace
+}  // namespace velmar::testing

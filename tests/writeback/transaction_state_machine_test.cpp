@@ -1,0 +1,349 @@
+#include "writeback/transaction_state_machine.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "outing/outing_cache.h"
+#include "outing/outing_cache_registry.h"
+#include "platform/async/dispatcher.h"
+#include "velmar/transaction.h"
+
+namespace velmar {
+namespace {
+
+using namespace std::chrono_literals;
+using State = CTransactionStateMachine::State;
+
+// What every party did, in order; jobs append from the worker.
+class Log {
+ public:
+  void Add(std::string s) {
+    std::lock_guard lock(mu_);
+    lines_.push_back(std::move(s));
+  }
+  std::vector<std::string> Take() {
+    std::lock_guard lock(mu_);
+    return std::exchange(lines_, {});
+  }
+
+ private:
+  std::mutex mu_;
+  std::vector<std::string> lines_;
+};
+
+AsyncThread TestThread() { return Async_GetThread(u"Txn_Test_Thread"); }
+
+// An outing object that logs the transaction notifications it hears.
+class FakeOuting final : public KivObject<COutingStateChanges> {
+ public:
+  FakeOuting(Log* log, std::string name) : log_(log), name_(std::move(name)) {}
+  void OnTransactionBegin() override { log_->Add(name_ + " started"); }
+  void OnTransactionEnd() override { log_->Add(name_ + " finished"); }
+  void OnTransactionProgress(uint32_t done, uint32_t total) override {
+    log_->Add(name_ + " progress " + std::to_string(total) + "/" + std::to_string(done));
+  }
+  void OnTransactionStatus(const std::u16string& text) override {
+    log_->Add(name_ + " message " + std::string(text.begin(), text.end()));
+  }
+  void OnDataDiscarded() override {}
+  void OnInformationLoaded(bool) override {}
+  void OnChannelsLoaded() override {}
+  void OnLapMarkersReset() override {}
+  void OnLapMarkersChanged(KivTime, KivTime) override {}
+  void OnLapMarkersShifted(KivTime, KivTime) override {}
+  void OnCreatedNotify(bool) override {}
+  void OnInformationChanged() override {}
+  void OnChannelsRemoved(const NameList&) override {}
+  void OnChannelsAdded(const NameList&) override {}
+  void OnWriterMessage(uint32_t, const std::u16string&) override {}
+  KivResult GetSelectionBinding(IKivUnknown**) override { return S_FALSE; }
+
+ private:
+  Log* log_;
+  std::string name_;
+};
+
+class LoggedJob : public CJobItemEx {
+ public:
+  LoggedJob(CStateMachineEx* owner, Log* log, std::string what, KivResult result)
+      : CJobItemEx(owner), log_(log), what_(std::move(what)), result_(result) {}
+
+ protected:
+  KivResult Run() override {
+    log_->Add(what_);
+    return result_;
+  }
+
+ private:
+  Log* log_;
+  std::string what_;
+  KivResult result_;
+};
+
+// A cache whose write access answers the results queued in `accessResults`.
+class FakeCache final : public COutingCacheBase<FakeCache, COutingStateChanges>, public CTransactions<FakeCache> {
+ public:
+  FakeCache(Log* log, Log* work)
+      : COutingCacheBase(OutingType::kTarn, u"fake", Guid()),
+        log_(log),
+        work_(work),
+        machine_(MakeClient<CTransactionStateMachine>(this)) {}
+  ~FakeCache() override { log_->Add("cache gone"); }
+  bool CreateDataSet() override { return false; }
+
+  CTransactionStateMachine* machine() { return machine_.Get(); }
+  std::deque<KivResult> accessResults;
+  KivResult closeResult = S_OK;
+
+  ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override {
+    KivResult r = S_OK;
+    if (!accessResults.empty()) {
+      r = accessResults.front();
+      accessResults.pop_front();
+    }
+    return MakeKiv<LoggedJob>(owner, work_, "access", r);
+  }
+  ComPtr<CJobItem> MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) override {
+    EXPECT_NE(writeAccess, nullptr);
+    return MakeKiv<LoggedJob>(owner, work_, "close", closeResult);
+  }
+  AsyncThread GetJobThread() override { return TestThread(); }
+
+ private:
+  Log* log_;
+  Log* work_;
+  ClientRef<CTransactionStateMachine> machine_;
+};
+
+class StepJob final : public CWriteBackJobItem {
+ public:
+  StepJob(CStateMachineEx* owner, Log* log, int n, bool fail) : CWriteBackJobItem(owner), log_(log), n_(n), fail_(fail) {}
+
+ protected:
+  KivResult Run() override {
+    log_->Add("write " + std::to_string(n_));
+    return fail_ ? Fail(u"Failed to write step") : S_OK;
+  }
+
+ private:
+  Log* log_;
+  int n_;
+  bool fail_;
+};
+
+class Receiver final : public CWriteBackStateChanges {
+ public:
+  Receiver(Log* log, int n) : log_(log), n_(n) {}
+  void ReloadAfterWrite() override { log_->Add("reload " + std::to_string(n_)); }
+
+ private:
+  Log* log_;
+  int n_;
+};
+
+// A step; `createResult` is what CreateJob answers before it builds the job.
+class Step final : public CWriteBackStateMachineBase {
+ public:
+  Step(Log* work, int n, Receiver* receiver, bool failJob = false, KivResult createResult = S_OK)
+      : CWriteBackStateMachineBase(receiver), work_(work), n_(n), failJob_(failJob), createResult_(createResult) {}
+  KivResult CreateJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
+    EXPECT_NE(writeAccess, nullptr);
+    if (createResult_ == KIV_E_PENDING) return createResult_;
+    if (Failed(createResult_)) {
+      NotifyMessage(u"step " + std::u16string(1, char16_t(u'0' + n_)) + u" refused");
+      return createResult_;
+    }
+    *job = MakeKiv<StepJob>(this, work_, n_, failJob_);
+    return S_OK;
+  }
+  AsyncThread GetJobThread() override { return TestThread(); }
+  // The data the step waited for is in.
+  void DataIn() {
+    createResult_ = S_OK;
+    AddExport(this);
+    ExportDone(this);
+  }
+
+ private:
+  Log* work_;
+  int n_;
+  bool failJob_;
+  KivResult createResult_;
+};
+
+class TransactionTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    cache_ = MakeKiv<FakeCache>(&log_, &work_);
+    a_ = MakeKiv<FakeOuting>(&log_, "a");
+    b_ = MakeKiv<FakeOuting>(&log_, "b");
+    cache_->Attach(a_.Get());
+    cache_->Attach(b_.Get());
+  }
+  void TearDown() override {
+    if (cache_) {
+      cache_->Detach(a_.Get());
+      cache_->Detach(b_.Get());
+    }
+    cache_ = nullptr;
+    Settle();
+  }
+  void Settle() { ASSERT_TRUE(Async_RunUntilSettled(d_, 30s)); }
+  CTransactionStateMachine& txn() { return *cache_->machine(); }
+  KivResult Queue(int n, bool failJob = false, KivResult createResult = S_OK, Receiver* receiver = nullptr) {
+    return txn().AddWriteBackStep(MakeKiv<Step>(&work_, n, receiver, failJob, createResult));
+  }
+
+  Dispatcher d_;
+  Dispatcher::ScopedCurrent current_{d_};
+  Log log_;   // the client thread's side
+  Log work_;  // the jobs', on the worker
+  ComPtr<FakeCache> cache_;
+  ComPtr<FakeOuting> a_, b_;
+};
+
+using Lines = std::vector<std::string>;
+
+TEST_F(TransactionTest, CodesOutsideTheirStates) {
+  EXPECT_EQ(txn().Commit(a_.Get()), KIV_E_NO_TRANSACTION);
+  EXPECT_EQ(txn().Rollback(a_.Get()), KIV_E_NO_TRANSACTION);
+  EXPECT_EQ(Queue(1), KIV_E_TXN_NOT_OPEN);
+  EXPECT_EQ(txn().AddWriteBackStep(nullptr), E_FAIL);
+
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  EXPECT_EQ(txn().Begin(a_.Get()), KIV_E_TXN_ALREADY_OPEN);
+  EXPECT_EQ(txn().Begin(b_.Get()), KIV_E_TXN_ALREADY_OPEN);
+  // Only the owner may end it; the transaction stays open.
+  EXPECT_EQ(txn().Commit(b_.Get()), E_FAIL);
+  EXPECT_EQ(txn().Rollback(b_.Get()), E_FAIL);
+  EXPECT_EQ(txn().state(), State::kOpen);
+
+  ASSERT_EQ(Queue(1), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  EXPECT_EQ(txn().Begin(b_.Get()), KIV_E_TXN_COMMITTING);
+  EXPECT_EQ(Queue(2), KIV_E_TXN_EDIT_DURING_COMMIT);
+  EXPECT_EQ(txn().Commit(a_.Get()), KIV_E_TXN_COMMITTING);
+  EXPECT_EQ(txn().Rollback(a_.Get()), KIV_E_TXN_COMMITTING);
+  Settle();
+  EXPECT_EQ(txn().state(), State::kIdle);
+}
+
+TEST_F(TransactionTest, StepsRunInOrderAndOnlyTheOwnerHears) {
+  Receiver r1(&log_, 1), r2(&log_, 2);
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(1, false, S_OK, &r1), S_OK);
+  ASSERT_EQ(Queue(2, false, S_OK, &r2), S_OK);
+  EXPECT_TRUE(log_.Take().empty() && work_.Take().empty()) << "nothing runs before commit";
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 2", "close"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 2/1", "reload 1", "a progress 2/2", "reload 2", "a finished"}));
+  // A new transaction may begin, from any outing.
+  EXPECT_EQ(txn().Begin(b_.Get()), S_OK);
+}
+
+TEST_F(TransactionTest, FailedStepReportsAndTheRestStillRun) {
+  Receiver r1(&log_, 1), r3(&log_, 3);
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(1, /*failJob=*/true, S_OK, &r1), S_OK);
+  ASSERT_EQ(Queue(2, false, E_FAIL), S_OK);
+  ASSERT_EQ(Queue(3, false, S_OK, &r3), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 3", "close"}));
+  // Step 2 is refused while the jobs are queued, so it counts first.
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a message step 2 refused", "a progress 3/1", "a progress 3/2",
+                                "a message Failed to write step", "a progress 3/3", "reload 3", "a finished"}));
+}
+
+TEST_F(TransactionTest, EmptyCommitAndRollbackRunNoJob) {
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a finished"}));
+  Settle();
+  EXPECT_TRUE(work_.Take().empty());
+
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(1), S_OK);
+  ASSERT_EQ(txn().Rollback(a_.Get()), S_OK);
+  EXPECT_EQ(txn().state(), State::kIdle);
+  ASSERT_EQ(txn().Begin(b_.Get()), S_OK);
+  ASSERT_EQ(txn().Commit(b_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(log_.Take(), (Lines{"b started", "b finished"}));
+  EXPECT_TRUE(work_.Take().empty()) << "the rolled back step never ran";
+}
+
+TEST_F(TransactionTest, DroppedAccessIsAskedAgainOtherRefusalsEndTheCommit) {
+  cache_->accessResults = {E_JOB_DROPPED, S_OK};
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(1), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access", "access", "write 1", "close"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a started", "a progress 1/1", "a finished"}));
+
+  cache_->accessResults = {E_ACCESSDENIED};
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(2), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a message Failed to obtain write access to outing", "a finished"}));
+  EXPECT_EQ(txn().state(), State::kIdle);
+  EXPECT_EQ(txn().pending_count(), 0u);
+}
+
+TEST_F(TransactionTest, FailedCloseLosesTheWriteLoudly) {
+  cache_->closeResult = E_FAIL;
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(1), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "close"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a message Failed to save changes to outing",
+                                "a finished"}));
+}
+
+TEST_F(TransactionTest, PendingStepHoldsTheCommitUntilItsDataIsIn) {
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  auto step = MakeKiv<Step>(&work_, 1, nullptr, false, KIV_E_PENDING);
+  ASSERT_EQ(txn().AddWriteBackStep(step), S_OK);
+  ASSERT_EQ(Queue(2), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a started"}));
+  EXPECT_EQ(txn().state(), State::kWriting);
+  step->DataIn();
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"write 1", "write 2", "close"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a progress 2/1", "a progress 2/2", "a finished"}));
+}
+
+TEST_F(TransactionTest, OwnerGoingRollsBackAndCommitOutlivesTheCache) {
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(1), S_OK);
+  txn().OutingGone(b_.Get());
+  EXPECT_EQ(txn().state(), State::kOpen) << "only the owner's going rolls back";
+  txn().OutingGone(a_.Get());
+  EXPECT_EQ(txn().state(), State::kIdle);
+
+  // Every outing goes while a commit runs: the cache stays until the commit ends.
+  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
+  ASSERT_EQ(Queue(2), S_OK);
+  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
+  cache_->Detach(a_.Get());
+  cache_->Detach(b_.Get());
+  cache_ = nullptr;
+  Settle();
+  EXPECT_EQ(work_.Take(), (Lines{"access", "write 2", "close"}));
+  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a finished", "cache gone"}));
+}
+
+}  // namespace
+}  // namespace velmar

@@ -23,6 +23,8 @@ if "$cli" convert "$sample" "$store"; then
   "$cli" channels "$store"
   echo "== velmar laps $store"
   "$cli" laps "$store"
+  echo "== velmar markers $store add --time 30, then laps, then reset"
+  "$cli" markers "$store" add --time 30 && "$cli" laps "$store" | head -4 && "$cli" markers "$store" reset
 else
   echo "(conversion to .trn failed; see the message above)"
 fi

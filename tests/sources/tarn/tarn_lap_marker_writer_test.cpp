@@ -7,6 +7,8 @@
 #include "config/config_classes.h"
 #include "core/velmar.h"
 #include "platform/registry/registry_file.h"
+#include "platform/store/fault_vfs.h"
+#include "platform/store/store_factory.h"
 #include "tasks/tasks.h"
 #include "outing/outing_listener.h"
 #include "outing/outing_on_cache.h"
@@ -90,7 +92,7 @@ class TarnLapMarkerWriterTest : public TarnTest {
   ComPtr<CTarnOuting> Open() {
     ComPtr<CTarnOuting> outing;
     EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType); }, &outing),
+                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType, makeFactory_); }, &outing),
               S_OK);
     return outing;
   }
@@ -116,6 +118,7 @@ class TarnLapMarkerWriterTest : public TarnTest {
     return log;
   }
 
+  TarnStoreFactoryMaker makeFactory_ = DefaultTarnStoreFactoryMaker();
   std::optional<ScopedHiveOverride> override_;
   ComPtr<CVelmar> root_;
   std::u16string path_;
@@ -217,6 +220,38 @@ TEST_F(TarnLapMarkerWriterTest, StoreChangedSinceTheCallFailsTheStepWithItsMessa
   rival = nullptr;
   Reopen();  // failed steps leave the cache as it was: read afresh
   EXPECT_EQ(MarkerTimes(), (Times{60 * kS, 80 * kS})) << "only the rival's edit is in";
+}
+
+TEST_F(TarnLapMarkerWriterTest, ADiskFailingAnywhereInTheCommitLeavesTheFileAsBeforeAndSaysSo) {
+  makeFactory_ = [](ComPtr<IKivTarnStoreFactory>* out) {
+    return store::CreateTarnStoreFactory({.vfs = store::FaultVfs::Get().kName}, out);
+  };
+  const Times before{30 * kS, 60 * kS, 80 * kS};
+  const Times after{10 * kS, 60 * kS, 80 * kS, 90 * kS};
+  bool sawSuccess = false;
+  for (int64_t okCalls = 0; okCalls < 64 && !sawSuccess; ++okCalls) {
+    SCOPED_TRACE("writes let through: " + std::to_string(okCalls));
+    Close();
+    path_ = Write(LapDataSet(), "round" + std::to_string(okCalls) + ".trn");
+    Reopen();
+    store::FaultVfs::Get().FailAfter(okCalls);
+    Lines log = Commit([&] {
+      EXPECT_EQ(writer_->RemoveLapMarker(1), S_OK);
+      EXPECT_EQ(writer_->AddLapMarkerAtTime(10 * kS), S_OK);
+      return writer_->AddLapMarkerAtTime(90 * kS);
+    });
+    const bool failed = store::FaultVfs::Get().failures() > 0;
+    store::FaultVfs::Get().Disarm();
+    const bool told = std::any_of(log.begin(), log.end(),
+                                  [](const std::string& line) { return line.rfind("TransactionMessage:", 0) == 0; });
+    EXPECT_EQ(log.back(), "TransactionFinished");
+    // A failure the commit heard leaves the file as before and is reported;
+    // one after the commit ended (a checkpoint) leaves the edits in.
+    Reopen();
+    EXPECT_EQ(MarkerTimes(), told ? before : after);
+    sawSuccess = !failed;
+  }
+  EXPECT_TRUE(sawSuccess) << "some number of writes lets the commit through";
 }
 
 TEST_F(TarnLapMarkerWriterTest, ShiftWithOnlyCarHaltsSaysSo) {

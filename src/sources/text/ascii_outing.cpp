@@ -122,6 +122,8 @@ CAsciiOuting::CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overridePropert
 }
 
 CAsciiOuting::~CAsciiOuting() {
+  // An open transaction this outing began goes with it.
+  if (cache()) cache()->transaction()->OutingGone(this);
   DetachFromCache();
   (void)channels().RemoveAllItems();  // ends each channel's cycle with its iterator
   (void)event_sets().DiscardEventSets();

@@ -21,6 +21,7 @@
 #include "sources/text/ascii_outing_cache.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing.h"
+#include "writeback/transaction_facet.h"
 
 namespace velmar {
 
@@ -102,7 +103,7 @@ struct TextLapData {
 };
 
 class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory,
-                                              CAsciiConstantFactory, CListLapMarkers<TextLapData>> {
+                                              CAsciiConstantFactory, CListLapMarkers<TextLapData>, CTransactionFacet> {
  public:
   CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties);
   ~CAsciiOuting() override;
@@ -127,6 +128,12 @@ class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFa
   // Every event set is made anew from the load (one removed, then one added
   // notification); the loaded constants are merged into the values.
   void ReloadEventSets() override;
+  KivResult CloseOutingData() override {
+    cache()->CloseData();
+    return S_OK;
+  }
+  CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
+  COutingStateChanges* TransactionOuting() override { return this; }
 
  private:
   void FireChanges(IKivDataFactory* factory, const NameChanges& changes);

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "jobs/job_thread.h"
 #include "sources/text/ascii_outing_information.h"
+#include "sources/text/ascii_transactions.h"
 
 namespace velmar {
 namespace {
@@ -18,7 +20,42 @@ NameList KeysOf(const Map& map) {
 }  // namespace
 
 CAsciiOutingCache::CAsciiOutingCache(std::u16string path, const Guid& outingId, TextFileOps* ops)
-    : CFileOutingCache(OutingType::kText, std::move(path), outingId, ops) {}
+    : CFileOutingCache(OutingType::kText, std::move(path), outingId, ops),
+      ops_(ops),
+      transaction_(MakeClient<CTransactionStateMachine>(static_cast<CTransactionBase*>(this))) {}
+
+CAsciiOutingCache::~CAsciiOutingCache() { transaction_.Reset(); }
+
+void CAsciiOutingCache::CloseData() {
+  if (writing_) {
+    discardNoted_ = true;
+    return;
+  }
+  Discard();
+}
+
+ComPtr<CJobItem> CAsciiOutingCache::MakeWriteAccessJob(CStateMachineEx* owner) {
+  return MakeKiv<CAsciiOutingTxnJobItem>(owner, TextFilePath(path()), ops_);
+}
+
+ComPtr<CJobItem> CAsciiOutingCache::MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) {
+  return MakeKiv<CAsciiOutingCloseJob>(owner,
+                                       ComPtr<CAsciiOutingTxnJobItem>(static_cast<CAsciiOutingTxnJobItem*>(writeAccess)));
+}
+
+AsyncThread CAsciiOutingCache::GetJobThread() { return AsciiThread(); }
+
+void CAsciiOutingCache::NotifyTransactionStarted() {
+  writing_ = true;
+  CTransactionBase::NotifyTransactionStarted();
+}
+
+void CAsciiOutingCache::NotifyTransactionFinished() {
+  ComPtr<CAsciiOutingCache> keep(this);
+  writing_ = false;
+  CTransactionBase::NotifyTransactionFinished();
+  if (std::exchange(discardNoted_, false)) Discard();
+}
 
 const AsciiOutingData* CAsciiOutingCache::data() const {
   const CAsciiOutingJobItem* job = loaded();

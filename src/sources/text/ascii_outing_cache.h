@@ -17,6 +17,8 @@
 #include "velmar/data_factory.h"
 #include "velmar/guid.h"
 #include "velmar/outing_factory.h"
+#include "writeback/transaction_base.h"
+#include "writeback/transaction_state_machine.h"
 
 namespace velmar {
 
@@ -24,10 +26,12 @@ namespace velmar {
 using CAsciiOutingStateChanges = COutingStateChanges;
 
 class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsciiOutingStateChanges, AsciiSource>,
-                                public CRawChannelSource {
+                                public CRawChannelSource,
+                                public CTransactions<CAsciiOutingCache> {
  public:
   // ops: the file system the load job reads through; null for the real one.
   CAsciiOutingCache(std::u16string path, const Guid& outingId, TextFileOps* ops = nullptr);
+  ~CAsciiOutingCache() override;
 
   // One count for every face of the cache.
   uint32_t AddRef() override { return COutingCacheStateChanges::AddRef(); }
@@ -50,9 +54,29 @@ class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsci
   // False, with nothing, while the data is not loaded (the load is asked for).
   bool ReadLapMarkers(std::vector<TextLapMarker>* markers);
 
+  // --- Write-back -------------------------------------------------------------
+  CTransactionStateMachine* transaction() const { return transaction_.Get(); }
+  // CloseData: the discard waits while a commit writes the file, and runs
+  // when it ends.
+  void CloseData();
+
+  // CTransactionBase: the file held for writing on "Ascii_Thread".
+  ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
+  ComPtr<CJobItem> MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) override;
+  AsyncThread GetJobThread() override;
+  void NotifyTransactionStarted() override;
+  void NotifyTransactionFinished() override;
+  void OnWriteLost() override { CloseData(); }
+
  protected:
   ComPtr<IKivPropertySet> MakeInformation(CAsciiOutingJobItem& job) override;
   void ReleaseInformation(IKivPropertySet& old) override;
+
+ private:
+  TextFileOps* const ops_;
+  ClientRef<CTransactionStateMachine> transaction_;
+  bool writing_ = false;         // a commit holds the file
+  bool discardNoted_ = false;    // a CloseData came while writing
 };
 
 }  // namespace velmar

@@ -27,6 +27,7 @@ class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
                          private COutingNotifications2Receiver,
                          private CLapMarkersNotifications2Receiver {
  public:
+  static constexpr Guid kClassId = Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}");
   CLapFinder();
   explicit CLapFinder(CBrandedOutingInformation labels);
 

@@ -18,6 +18,7 @@
 #include <string>
 
 #include "core/notifications_impl.h"
+#include "regions/finder_persistence.h"
 #include "regions/time_region_set.h"
 #include "regions/time_regions.h"
 #include "velmar/time_regions.h"
@@ -26,8 +27,16 @@ namespace velmar {
 
 template <class Finder>
 class IKivTimeRegionFinderImpl
-    : public KivObject<IKivTimeRegionFinder3, IKivNotificationsImpl<Finder, IKivTimeRegionFinderNotifications2>> {
+    : public KivObject<IKivTimeRegionFinder3, IKivNotificationsImpl<Finder, IKivTimeRegionFinderNotifications2>,
+                       CFinderPersistence> {
  public:
+  // The identity a persisted data selection names the finder by.
+  KivResult GetClassId(Guid* clsid) override {
+    if (!clsid) return E_POINTER;
+    *clsid = Finder::kClassId;
+    return S_OK;
+  }
+
   KivResult GetRegions(IKivTimeRegions** regions) override {
     if (!regions) return E_POINTER;
     *regions = nullptr;

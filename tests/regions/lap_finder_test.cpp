@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "velmar/persist.h"
+
 #include <string>
 #include <vector>
 
@@ -177,6 +179,39 @@ TEST_F(LapFinderTest, ALiveOutingsCurrentLapGrowsInTenSecondStepsAheadOfItsData)
   EXPECT_EQ(grown, end + kTimeTenSeconds);
   ASSERT_EQ(view->GetEnd(1, &grown), S_OK);
   EXPECT_EQ(grown, 80 * kSec) << "other laps stay";
+}
+
+TEST_F(LapFinderTest, ItsStreamIsOneVersionWordAndANewerOneIsRefused) {
+  auto persist = QueryAs<IKivPersistStream>(static_cast<IKivTimeRegionFinder3*>(finder_.Get()));
+  ASSERT_TRUE(persist);
+  Guid clsid;
+  ASSERT_EQ(persist->GetClassId(&clsid), S_OK);
+  EXPECT_EQ(clsid, Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}"));
+  ASSERT_EQ(persist->InitNew(), S_OK);
+  EXPECT_EQ(persist->IsDirty(), S_OK);
+
+  ComPtr<IKivStorage> storage;
+  ASSERT_EQ(StgCreateMemoryStorage(storage.Put()), S_OK);
+  ComPtr<IKivStream> stream;
+  ASSERT_EQ(storage->CreateStream(u"finder", STGM_READWRITE | STGM_SHARE_EXCLUSIVE, stream.Put()), S_OK);
+  ASSERT_EQ(persist->Save(stream.Get(), KIV_TRUE), S_OK);
+  EXPECT_EQ(persist->IsDirty(), S_FALSE);
+  uint64_t size = 0;
+  ASSERT_EQ(persist->GetSizeMax(&size), S_OK);
+  StatStg stat;
+  ASSERT_EQ(stream->Stat(&stat), S_OK);
+  EXPECT_EQ(stat.size, size);
+
+  ASSERT_EQ(stream->Seek(0, 0, nullptr), S_OK);
+  ASSERT_EQ(persist->InitNew(), S_OK);
+  EXPECT_EQ(persist->Load(stream.Get()), S_OK);
+  EXPECT_EQ(persist->IsDirty(), S_FALSE);
+  EXPECT_EQ(persist->Load(stream.Get()), E_FAIL) << "a short read";
+  const uint32_t newer = 2817;
+  ASSERT_EQ(stream->Seek(0, 0, nullptr), S_OK);
+  ASSERT_EQ(stream->Write(&newer, sizeof newer, nullptr), S_OK);
+  ASSERT_EQ(stream->Seek(0, 0, nullptr), S_OK);
+  EXPECT_EQ(persist->Load(stream.Get()), E_FAIL);
 }
 
 }  // namespace

@@ -82,11 +82,14 @@ struct IKivGroupFactory : IKivUnknown {
 };
 
 // A circuit map. Its content belongs to the component that made it; the
-// root only holds it, persists it and passes it on.
+// root only holds it, persists it and passes it on, and the lap finder
+// predicts a live outing's current lap from its reference lap.
 struct IKivCircuitMapData : IKivUnknown {
   static constexpr Guid iid = Guid::Literal("{C18ED2E5-0FA1-4FD1-A5E5-4B592DF0B688}");
   // The class that reads the map back from its storage.
   virtual KivResult GetClassId(Guid* clsid) = 0;
+  // The reference lap time in ticks; 0 or less means none.
+  virtual KivResult GetLapTime(KivTime* time) = 0;
 };
 
 #define KIV_CHANNEL_PROPERTY_FACTORY_NOTIFICATIONS_1(X)                                              \

@@ -9,6 +9,7 @@
 
 #include "velmar/notification_family.h"
 #include "velmar/outing.h"
+#include "velmar/property_factories.h"
 #include "velmar/types.h"
 #include "velmar/unknown.h"
 
@@ -66,14 +67,6 @@ KIV_NOTIFICATION_FAMILY(TimeRegionFinderNotifications, "{7D2F9A41-0C3B-4E85-8A16
                         KIV_TIME_REGION_FINDER_NOTIFICATIONS_1)
 KIV_NOTIFICATION_GENERATION(TimeRegionFinderNotifications, 2, , "{A1E8C6F3-2B49-4D70-95C1-6E3D8F0B7A52}",
                             KIV_TIME_REGION_FINDER_NOTIFICATIONS_2)
-
-// A reference lap of the circuit, which a client may place on the root
-// object: the lap finder predicts a live outing's current lap with it.
-struct IKivCircuitMapData : IKivUnknown {
-  static constexpr Guid iid = Guid::Literal("{3F9B6D20-81C4-4E3A-B7D5-0A2C4E6F8B13}");
-  // The lap time in ticks; 0 or less means none.
-  virtual KivResult GetLapTime(KivTime* time) = 0;
-};
 
 // Offered by an outing that follows live telemetry: its last lap has no end yet.
 struct IKivRealtimeOuting : IKivUnknown {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "velmar/property_set.h"
+#include "velmar/velmar.h"
 
 namespace velmar {
 namespace {
@@ -22,15 +23,21 @@ CLapFinder::CLapFinder() : CLapFinder(CBrandedOutingInformation()) {}
 CLapFinder::CLapFinder(CBrandedOutingInformation labels)
     : labels_(std::move(labels)),
       outingSink_(MakeKiv<COutingNotifications2Sink<>>()),
-      markerSink_(MakeKiv<CLapMarkersNotifications2Sink<>>()) {
+      markerSink_(MakeKiv<CLapMarkersNotifications2Sink<>>()),
+      mapSink_(MakeKiv<CCircuitMapDataNotifications2Sink<>>()),
+      rootSink_(MakeKiv<CVelmarNotificationsSink<>>()) {
   outingSink_->SetReceiver(static_cast<COutingNotifications2Receiver*>(this));
   markerSink_->SetReceiver(static_cast<CLapMarkersNotifications2Receiver*>(this));
+  mapSink_->SetReceiver(static_cast<CCircuitMapDataNotifications2Receiver*>(this));
+  rootSink_->SetReceiver(static_cast<CVelmarNotificationsReceiver*>(this));
 }
 
 CLapFinder::~CLapFinder() {
   Detach();
   outingSink_->SetReceiver(nullptr);
   markerSink_->SetReceiver(nullptr);
+  mapSink_->SetReceiver(nullptr);
+  rootSink_->SetReceiver(nullptr);
 }
 
 KivResult CLapFinder::GetDefaultRegionName(std::u16string* name) {
@@ -45,9 +52,32 @@ LapWords CLapFinder::Words() const {
 }
 
 void CLapFinder::SetCircuitMapData(IKivCircuitMapData* map) {
-  if (map != circuitMap_.Get()) circuitMap_ = ComPtr<IKivCircuitMapData>(map);
+  if (map != circuitMap_.Get()) {
+    if (circuitMap_) mapSink_->Disconnect(circuitMap_.Get());
+    circuitMap_ = ComPtr<IKivCircuitMapData>(map);
+    if (circuitMap_) (void)mapSink_->Connect(circuitMap_.Get());
+  }
+  ReadPredictedLapTime();
+}
+
+void CLapFinder::ReadPredictedLapTime() {
   KivTime lapTime = 0;
   predictedLapTime_ = circuitMap_ && Succeeded(circuitMap_->GetLapTime(&lapTime)) ? lapTime : 0;
+}
+
+void CLapFinder::ReachRoot(IKivOuting* outing) {
+  auto channels = QueryAs<IKivDataFactory>(outing);
+  ComPtr<IKivUnknown> root;
+  if (!channels || Failed(channels->GetRoot(root.Put())) || !root) return;
+  root_ = root.As<IKivVelmar>();
+  if (root_) (void)rootSink_->Connect(root_.Get());
+}
+
+void CLapFinder::AdoptRootMapOnce() {
+  if (circuitMapTried_ || !root_) return;
+  circuitMapTried_ = true;
+  ComPtr<IKivCircuitMapData> map;
+  if (Succeeded(root_->GetCircuitMapData(map.Put()))) SetCircuitMapData(map.Get());
 }
 
 std::u16string CLapFinder::UnmarkedLapName() {
@@ -120,8 +150,13 @@ void CLapFinder::Detach() {
     outingSink_->Disconnect(outing_.Get());
     markerSink_->Disconnect(outing_.Get());
   }
+  if (circuitMap_) mapSink_->Disconnect(circuitMap_.Get());
+  if (root_) rootSink_->Disconnect(root_.Get());
   outing_ = nullptr;
   lapMarkers_ = nullptr;
+  circuitMap_ = nullptr;
+  root_ = nullptr;
+  circuitMapTried_ = false;
 }
 
 KivResult CLapFinder::AttachOuting(IKivOuting* outing) {
@@ -133,6 +168,7 @@ KivResult CLapFinder::AttachOuting(IKivOuting* outing) {
   outing_ = ComPtr<IKivOuting>(outing);
   realTime_ = static_cast<bool>(QueryAs<IKivRealtimeOuting>(outing));
   (void)outingSink_->Connect(outing);
+  ReachRoot(outing);
   lapMarkers_ = QueryAs<IKivLapMarkers>(outing);
   if (!lapMarkers_) return E_NOINTERFACE;
   (void)markerSink_->Connect(outing);

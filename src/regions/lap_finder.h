@@ -18,6 +18,8 @@
 #include "regions/time_region_finder_impl.h"
 #include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
+#include "velmar/property_factories.h"
+#include "velmar/velmar_notifications.h"
 
 namespace velmar {
 
@@ -25,7 +27,9 @@ inline constexpr Guid kLapFinderClassId = Guid::Literal("{018B5E4F-602B-4180-A80
 
 class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
                          private COutingNotifications2Receiver,
-                         private CLapMarkersNotifications2Receiver {
+                         private CLapMarkersNotifications2Receiver,
+                         private CCircuitMapDataNotifications2Receiver,
+                         private CVelmarNotificationsReceiver {
  public:
   static constexpr Guid kClassId = Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}");
   CLapFinder();
@@ -34,8 +38,9 @@ class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
   KivResult GetDefaultRegionName(std::u16string* name) override;
 
   // Takes the circuit map a client placed on the root (or none): its lap
-  // time predicts a live outing's current lap.
+  // time predicts a live outing's current lap, and follows its changes.
   void SetCircuitMapData(IKivCircuitMapData* map);
+  KivTime predicted_lap_time() const { return predictedLapTime_; }
   // A live outing now holds data over [from, to]: the current lap grows
   // when the data passed its end; a jump of the window rebuilds.
   void OnLiveRange(KivTime from, KivTime to);
@@ -51,24 +56,44 @@ class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
   KivResult FindLastCompleteRegion(int32_t* index) override;
   KivResult AttachOuting(IKivOuting* outing) override;
   void Detach();
+  // The root the outing's channel factory hangs under; none is no error.
+  void ReachRoot(IKivOuting* outing);
+  // Once per outing, the root's circuit map.
+  void AdoptRootMapOnce();
+  void ReadPredictedLapTime();
 
   // The name of the one lap of an outing without markers.
   std::u16string UnmarkedLapName();
   LapWords Words() const;
 
   // COutingNotifications2Receiver / CLapMarkersNotifications2Receiver
-  void OnInformationChanged(IKivOuting*) override { Invalidate(); }
-  void OnOutingReloaded(IKivOuting*) override { Invalidate(); }
+  void OnInformationChanged(IKivOuting*) override {
+    Invalidate();
+    AdoptRootMapOnce();
+  }
+  void OnOutingReloaded(IKivOuting*) override {
+    Invalidate();
+    AdoptRootMapOnce();
+  }
   void OnLapMarkersReset() override { Invalidate(); }
   void OnLapMarkersChanged(IKivOuting*, KivTime, KivTime) override { Invalidate(); }
   void OnLapMarkersShifted(IKivOuting*, KivTime, KivTime) override { Invalidate(); }
+  // CCircuitMapDataNotifications2Receiver: the lap time may have changed; the laps stay.
+  void OnMapDataChanged(IKivCircuitMapData*) override { ReadPredictedLapTime(); }
+  // CVelmarNotificationsReceiver
+  void CircuitMapDataChanged(IKivVelmar*, IKivCircuitMapData* map) override { SetCircuitMapData(map); }
+  void Closing(IKivVelmar*) override { Detach(); }
 
   CBrandedOutingInformation labels_;
   ComPtr<IKivOuting> outing_;
   ComPtr<IKivLapMarkers> lapMarkers_;
   ComPtr<IKivCircuitMapData> circuitMap_;
+  ComPtr<IKivVelmar> root_;
   ComPtr<COutingNotifications2Sink<>> outingSink_;
   ComPtr<CLapMarkersNotifications2Sink<>> markerSink_;
+  ComPtr<CCircuitMapDataNotifications2Sink<>> mapSink_;
+  ComPtr<CVelmarNotificationsSink<>> rootSink_;
+  bool circuitMapTried_ = false;
   bool realTime_ = false;
   bool firstMarkerAtStart_ = false;
   KivTime lastExtensionEnd_ = kTimeMin;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "velmar/persist.h"
+#include "velmar/property_factories.h"
 
 #include <string>
 #include <vector>
@@ -179,6 +180,37 @@ TEST_F(LapFinderTest, ALiveOutingsCurrentLapGrowsInTenSecondStepsAheadOfItsData)
   EXPECT_EQ(grown, end + kTimeTenSeconds);
   ASSERT_EQ(view->GetEnd(1, &grown), S_OK);
   EXPECT_EQ(grown, 80 * kSec) << "other laps stay";
+}
+
+// A circuit map whose reference lap a test changes, telling its sinks.
+class FakeCircuitMap final
+    : public KivObject<IKivCircuitMapData, IKivNotificationsImpl<FakeCircuitMap, IKivCircuitMapDataNotifications2>> {
+ public:
+  KivTime lapTime = 0;
+  KivResult GetClassId(Guid* clsid) override { return (*clsid = Guid(), S_OK); }
+  KivResult GetLapTime(KivTime* time) override { return (*time = lapTime, S_OK); }
+  void Change(KivTime time) {
+    lapTime = time;
+    this->FireNotification(&IKivCircuitMapDataNotifications::OnMapDataChanged, this);
+  }
+};
+
+TEST_F(LapFinderTest, TheCircuitMapsLapTimeIsFollowedAndTheLapsStay) {
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  auto map = MakeKiv<FakeCircuitMap>();
+  map->lapTime = 90 * kSec;
+  finder_->SetCircuitMapData(map.Get());
+  EXPECT_EQ(finder_->predicted_lap_time(), 90 * kSec);
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  RegionsListener listener(finder_.Get());
+  map->Change(85 * kSec);
+  EXPECT_EQ(finder_->predicted_lap_time(), 85 * kSec);
+  EXPECT_EQ(listener.count, 0) << "a new lap time alone rebuilds nothing";
+  finder_->SetCircuitMapData(nullptr);
+  EXPECT_EQ(finder_->predicted_lap_time(), 0);
+  map->Change(70 * kSec);
+  EXPECT_EQ(finder_->predicted_lap_time(), 0) << "a dropped map is no longer heard";
 }
 
 TEST_F(LapFinderTest, ItsStreamIsOneVersionWordAndANewerOneIsRefused) {

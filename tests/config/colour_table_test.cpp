@@ -67,12 +67,5 @@ TEST(ColourTable, AParentThatCannotWriteFailsTheEditWhichStaysInMemory) {
   EXPECT_EQ(parent.told, 1);
 }
 
-TEST(ColourTable, TwelveDefaultColours) {
-  const auto& d = CColourTable::DefaultColours();
-  ASSERT_EQ(d.size(), 12u);
-  EXPECT_EQ(d.front(), 0x0000FFu);
-  EXPECT_EQ(d.back(), 0x808000u);
-}
-
 }  // namespace
 }  // namespace velmar

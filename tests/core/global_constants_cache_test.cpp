@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/velmar_global_state.h"
-#include "core/velmar_test_fixture.h"
 
 namespace velmar {
 namespace {
@@ -76,25 +74,6 @@ TEST(GlobalConstantsCache, RemoveTellsTheObjectsFirstAndClearStartsIdsAgain) {
   cache.RemoveOwner(&r);
   ASSERT_EQ(cache.Remove(u"Drag"), S_OK);
   EXPECT_THAT(r.removed, ElementsAre(u"Mass")) << "an owner that left hears nothing";
-}
-
-// Two roots share the process's one cache, and the last to close empties it.
-class GlobalConstantsAcrossRoots : public testing::VelmarTestBase {};
-
-TEST_F(GlobalConstantsAcrossRoots, TwoRootsShareOneSetAndTheLastClearsIt) {
-  ComPtr<CVelmar> second;
-  ASSERT_EQ(CVelmar::Create(&second), S_OK);
-  auto shared = CVelmarObjGlobalStateChanges::Process().Stores().constants;
-  ASSERT_EQ(shared->Add(u"Fuel density", 0), S_OK);
-  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 2u);
-  ASSERT_EQ(second->Close(), S_OK);
-  second = nullptr;
-  EXPECT_EQ(shared->size(), 1u) << "a root is still open";
-  ASSERT_EQ(root_->Close(), S_OK);
-  EXPECT_EQ(shared->size(), 0u) << "the last root out empties the set";
-  ASSERT_EQ(shared->Add(u"Other", 0), S_OK);
-  EXPECT_EQ(shared->Find(u"Other")->id, 1) << "and ids start again";
-  shared->Clear();
 }
 
 }  // namespace

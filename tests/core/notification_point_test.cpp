@@ -62,13 +62,9 @@ TEST(NotificationCookie, PacksIndexAndPointNumber) {
   EXPECT_EQ(CookieSinkIndex(0x00050003), 5);
 }
 
-TEST_F(NotificationPointTest, TellsItsInterface) {
-  EXPECT_EQ(point_.GetInterfaceId(), IKivProbeNotifications::iid);
+TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirst) {
   KivNotificationPointLocator& locator = point_;
   EXPECT_EQ(locator.GetInterfaceId(), IKivProbeNotifications::iid);
-}
-
-TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirst) {
   for (int i = 0; i < 4; ++i) EXPECT_EQ(Connect("s"), i);
   EXPECT_EQ(point_.Remove(1), S_OK);
   EXPECT_EQ(point_.Remove(3), S_OK);

@@ -85,9 +85,6 @@ TEST(MandatoryDataFactories, SevenNativeClassesAndTwoManagedToolsLessTheExcluded
   BuildMandatoryDataFactories();
   const auto& list = MandatoryDataFactories();
   ASSERT_EQ(list.size(), 9u);
-  EXPECT_EQ(list[0], DataFactoryRecord::Native(Guid::Literal("{510B131A-9AE4-47F5-B01E-86F497DC3DE2}")));
-  EXPECT_EQ(list[6], DataFactoryRecord::Native(Guid::Literal("{3F015927-16AC-431A-888B-FAEE52D60F9B}")));
-  EXPECT_EQ(list[7], DataFactoryRecord::Managed(u"Halvane.Kivara.AdvancedMath.AdvancedMathDataFactory"));
   EXPECT_EQ(list[8], DataFactoryRecord::Managed(u"Halvane.Kivara.PopUpAlarms.PopUpAlarmsTool"));
 
   InstallDataFactoryBranding(std::make_shared<DataFactoryBranding>(

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "core/branding_test_support.h"
 #include "core/data_factory_branding.h"
 #include "core/velmar_test_fixture.h"
@@ -138,39 +136,13 @@ TEST_F(VelmarTest, TheHostMayLetGoOfTheRootInClosing) {
   EXPECT_EQ(LiveVelmarRootCount(), 0u) << "the root went when Close let go of itself";
 }
 
-TEST_F(VelmarTest, GettersRefuseNullOutArguments) {
-  const std::vector<std::function<KivResult()>> getters = {
-      [&] { return Root()->GetChannelPropertyFactory(nullptr); },
-      [&] { return Root()->GetCircuitMapData(nullptr); },
-      [&] { return Root()->GetCommonChannels(nullptr); },
-      [&] { return Root()->GetGlobalConstantFactory(nullptr); },
-      [&] { return Root()->GetGroupFactory(nullptr); },
-      [&] { return Root()->GetRealTimeSettings(nullptr); },
-      [&] { return Root()->GetTasks(nullptr); },
-      [&] { return Root()->GetOutingCaptionFormat(nullptr); },
-      [&] { return Root()->GetTimeFormat(nullptr); },
-      [&] { return Root()->GetPriorities(nullptr); },
-      [&] { return Root()->GetSpareSettingA(nullptr); },
-      [&] { return Root()->GetSpareSettingB(nullptr); },
-      [&] { return Root()->GetEventPropertyFactory(nullptr); },
-      [&] { return Root()->GetTimePrecision(nullptr); },
-      [&] { return Root()->GetPerformanceFormat(nullptr); },
-      [&] { return Root()->GetSpeedUnit(nullptr); },
-      [&] { return Root()->GetSpeedPrecision(nullptr); },
-      [&] { return Root()->GetFavorites(nullptr); },
-      [&] { return Root()->GetColourTable(nullptr); },
-      [&] { return Root()->GetDisplayOutingLabels(nullptr); },
-      [&] { return Root()->GetOutingLabelInitialization(nullptr); },
-      [&] { return Root()->GetQuantityToColorMapping(nullptr); },
-      [&] { return root_->GetFont(nullptr); },
-      [&] { return root_->GetBackColor(nullptr); },
-      [&] { return root_->GetForeColor(nullptr); },
-      [&] { return root_->GetGridColor(nullptr); },
-  };
-  for (size_t i = 0; i < getters.size(); ++i) EXPECT_EQ(getters[i](), E_POINTER) << "getter " << i;
-}
-
-TEST_F(VelmarTest, GettersHandOutTheHeldDatabasesAndNoCircuitMap) {
+TEST_F(VelmarTest, GettersHandOutTheHeldDatabasesAndNoCircuitMapAndRefuseNullOuts) {
+  // One of each kind: an owned object, a held database, a setting, a control value.
+  EXPECT_EQ(Root()->GetTasks(nullptr), E_POINTER);
+  EXPECT_EQ(Root()->GetCircuitMapData(nullptr), E_POINTER);
+  EXPECT_EQ(Root()->GetChannelPropertyFactory(nullptr), E_POINTER);
+  EXPECT_EQ(Root()->GetOutingCaptionFormat(nullptr), E_POINTER);
+  EXPECT_EQ(root_->GetFont(nullptr), E_POINTER);
   ComPtr<IKivCircuitMapData> map;
   EXPECT_EQ(Root()->GetCircuitMapData(map.Put()), S_FALSE);
   EXPECT_FALSE(map);
@@ -223,7 +195,7 @@ TEST_F(VelmarTest, AGenerationNSinkHearsGenerationsOneToN) {
                                 "g4.SpeedUnitChanged", "g7.SpeedUnitChanged", "g7.OutingLabelInitializationChanged"));
 }
 
-TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFile) {
+TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFileAndDatabaseChangesOnlyMarkDirty) {
   Listen<CVelmarNotifications7Sink<>>("");
   root_->ClearDirty();
   EXPECT_EQ(TestPriorities::last->Edit(), E_FAIL);
@@ -232,6 +204,14 @@ TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFile) {
   EXPECT_FALSE(root_->IsDirty());
   TestMapping::last->Edit();
   EXPECT_TRUE(root_->IsDirty()) << "the mapping's callback only marks dirty";
+  EXPECT_THAT(log_, IsEmpty());
+  // Database changes only mark dirty, too.
+  root_->ClearDirty();
+  TestChannelProperties::last->ReportChange();
+  EXPECT_TRUE(root_->IsDirty());
+  root_->ClearDirty();
+  TestGroups::last->ReportChange();
+  EXPECT_TRUE(root_->IsDirty());
   EXPECT_THAT(log_, IsEmpty());
 }
 
@@ -245,17 +225,6 @@ TEST_F(VelmarTest, ChangeCallbacksMarkDirtyAndRaise) {
   EXPECT_TRUE(root_->IsDirty());
   EXPECT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_FALSE);
   EXPECT_THAT(log_, ElementsAre("RealTimeSettingsChanged", "CommonChannelsChanged"));
-}
-
-TEST_F(VelmarTest, DatabaseChangesOnlyMarkDirty) {
-  Listen<CVelmarNotifications7Sink<>>("");
-  root_->ClearDirty();
-  TestChannelProperties::last->ReportChange();
-  EXPECT_TRUE(root_->IsDirty());
-  root_->ClearDirty();
-  TestGroups::last->ReportChange();
-  EXPECT_TRUE(root_->IsDirty());
-  EXPECT_THAT(log_, IsEmpty());
 }
 
 TEST_F(VelmarTest, ANameIsInUseWhenATaskShowsItOrACommonChannelNamesIt) {

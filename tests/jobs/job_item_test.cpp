@@ -73,17 +73,6 @@ TEST(CJobItem, DefaultsOfTheOptionalSlots) {
   job->Completed();  // no owner: nobody to tell, must not crash
 }
 
-TEST(CJobItem, CountedAndDeletedWithTheLastReference) {
-  {
-    ComPtr<Sum> a = MakeKiv<Sum>(1, 1);
-    EXPECT_EQ(g_live_jobs, 1);
-    ComPtr<Sum> b = a;
-    EXPECT_EQ(a->AddRef(), 3u);
-    EXPECT_EQ(a->Release(), 2u);
-  }
-  EXPECT_EQ(g_live_jobs, 0);
-}
-
 // A machine that only records what reaches it.
 class Recorder : public CStateMachineEx {
  public:

@@ -11,7 +11,7 @@
 namespace velmar {
 namespace {
 
-TEST(JobThread, SharedThreadsAreTheEnginesNamedOnes) {
+TEST(JobThread, SharedThreadsAreDistinctAndStable) {
   EXPECT_EQ(DaeThread(), Async_GetThread(u"DAE_Thread"));
   EXPECT_EQ(AsciiThread(), Async_GetThread(u"Ascii_Thread"));
   EXPECT_EQ(MatlabThread(), Async_GetThread(u"Matlab_Thread"));

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <functional>
 #include <future>
-#include <stdexcept>
 #include <string>
 
 #include "platform/async/dispatcher.h"
@@ -154,15 +153,6 @@ TEST_F(StateMachineTest, FailureGoesIdleAndReleasesTheJob) {
   EXPECT_EQ(sm_->jobs_destroyed, 1);
 }
 
-TEST_F(StateMachineTest, AThrowingJobFailsWithEFail) {
-  ::testing::internal::CaptureStderr();
-  ASSERT_EQ(sm_->Start(thread_, []() -> KivResult { throw std::runtime_error("bad row"); }), S_OK);
-  ASSERT_TRUE(Settle());
-  (void)::testing::internal::GetCapturedStderr();
-  EXPECT_EQ(sm_->state(), State::kIdle);
-  EXPECT_EQ(cb_.last_failure, E_FAIL);
-}
-
 TEST_F(StateMachineTest, ADroppedJobIsQueuedAgainAndTheClientHearsOnlyTheEnd) {
   ASSERT_EQ(Async_DropNextJobs(thread_, 2), S_OK);
   ASSERT_EQ(sm_->Start(thread_, [] { return S_FALSE; }), S_OK);
@@ -300,86 +290,6 @@ TEST(StateMachineCounts, ClientsAreCountedApartFromOwners) {
   EXPECT_EQ(destroyed, 0) << "an owner reference keeps it alive after its clients";
   owner = nullptr;
   EXPECT_EQ(destroyed, 1);
-}
-
-// A load machine as the file sources build one: the job is made once with the
-// machine and queued again for each load; `hold` defers a stop while a
-// transaction owns the file.
-class LoadMachine : public CStateMachine {
- public:
-  LoadMachine(AsyncThread t, Callback* client, std::atomic<int>* destroyed)
-      : thread_(t), client_(client), destroyed_(destroyed),
-        load_(MakeKiv<WorkJob>(this, [] { return S_OK; }, nullptr)) {}
-  ~LoadMachine() override { ++*destroyed_; }
-
-  bool EnsureLoaded() {
-    if (state() == State::kIdle) (void)Start();
-    return state() == State::kDone;
-  }
-  KivResult Start() {
-    if (hold) return state() == State::kIdle ? E_FAIL : S_OK;
-    if (state() != State::kIdle || !load_) return E_FAIL;
-    return Queue(thread_, load_);
-  }
-  void Stop() {
-    if (hold) {
-      restart_wanted = true;
-      return;
-    }
-    Cancel();
-  }
-  void OnLastClientRelease() override {
-    client_ = nullptr;
-    Stop();
-    load_ = nullptr;  // breaks the machine <-> job cycle
-  }
-  WorkJob* load() const { return load_.Get(); }
-  bool hold = false;
-  bool restart_wanted = false;
-
- protected:
-  void OnJobSucceeded(CJobItem&) override {
-    if (client_) ++client_->succeeded;
-  }
-
- private:
-  AsyncThread thread_;
-  Callback* client_;
-  std::atomic<int>* destroyed_;
-  ComPtr<WorkJob> load_;
-};
-
-TEST_F(StateMachineTest, ALoadMachineReusesItsJobAcrossLoads) {
-  std::atomic<int> destroyed{0};
-  Callback cb;
-  auto lm = MakeClient<LoadMachine>(thread_, &cb, &destroyed);
-  WorkJob* job = lm->load();
-  EXPECT_FALSE(lm->EnsureLoaded()) << "the first demand starts the load";
-  EXPECT_EQ(lm->state(), State::kRunning);
-  EXPECT_FALSE(lm->EnsureLoaded());
-  ASSERT_TRUE(Settle());
-  EXPECT_TRUE(lm->EnsureLoaded());
-  EXPECT_EQ(cb.succeeded, 1);
-
-  lm->hold = true;
-  lm->Stop();
-  EXPECT_TRUE(lm->restart_wanted);
-  EXPECT_EQ(lm->state(), State::kDone) << "a held machine only notes the stop";
-  EXPECT_EQ(lm->Start(), S_OK);
-  lm->hold = false;
-  lm->Stop();
-  EXPECT_EQ(lm->state(), State::kIdle);
-
-  EXPECT_FALSE(lm->EnsureLoaded());
-  EXPECT_EQ(lm->job(), job) << "the same job item is queued again";
-  ASSERT_TRUE(Settle());
-  EXPECT_TRUE(lm->EnsureLoaded());
-  EXPECT_EQ(job->runs, 2);
-  EXPECT_EQ(cb.succeeded, 2);
-
-  lm.Reset();
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(destroyed, 1) << "the last client breaks the cycle with the job";
 }
 
 }  // namespace

@@ -32,8 +32,36 @@ Found SampleAt(IKivChannelIterator* it, KivTime t, int32_t mode, uint32_t range 
   return f;
 }
 
-TEST(ChannelIterator, NearestBeforeTheStartGivesTheFirstSample) {
+// On TwoBlocks every value is its time / 10.
+TEST(ChannelIterator, SampleSearchAtTheEndsInGapsAndBetweenSamples) {
   auto it = TwoBlocks();
+  constexpr KivTime kAny = -999;
+  struct Row {
+    KivTime t;
+    int32_t mode;
+    KivResult result;
+    KivTime time;
+  };
+  const Row rows[] = {
+      {120, kFindNextAfter, S_FALSE, 120}, {500, kFindNextAfter, S_FALSE, kAny},  // nothing after the end
+      {0, kFindLastBefore, S_FALSE, kAny}, {-5, kFindLastBefore, S_FALSE, kAny},  // nor before the start
+      {500, kFindLastBefore, S_OK, 120},   {500, kFindNearest, S_OK, 120},   {120, kFindNearest, S_OK, 120},
+      {20, kFindNextAfter, S_OK, 30},      {20, kFindLastBefore, S_OK, 10},  {20, kFindNearest, S_OK, 20},
+      {24, kFindNearest, S_OK, 20},        {25, kFindNearest, S_OK, 30},  // half way: the later
+      {27, kFindLastBefore, S_OK, 20},     {70, kFindNearest, S_OK, 100},  // equal distance: the later block's first
+      {69, kFindNearest, S_OK, 40},        {50, kFindNextAfter, S_OK, 100}, {90, kFindLastBefore, S_OK, 40},
+      {40, kFindNextAfter, S_OK, 100},     {100, kFindLastBefore, S_OK, 40},  // block edges reach the neighbour
+  };
+  for (const Row& row : rows) {
+    Found f = SampleAt(it.Get(), row.t, row.mode);
+    EXPECT_EQ(f.result, row.result) << row.t << " mode " << row.mode;
+    if (row.time != kAny) {
+      EXPECT_EQ(f.time, row.time) << row.t << " mode " << row.mode;
+    }
+    if (f.result == S_OK || row.time != kAny) {
+      EXPECT_EQ(f.value, f.result == S_OK ? static_cast<double>(f.time) / 10 : 0.0) << row.t << " mode " << row.mode;
+    }
+  }
   uint32_t block = 0;
   uint32_t index = 9;
   ASSERT_EQ(it->FindBlock(-50, kFindNearest, 0, &block, &index), S_OK);
@@ -43,59 +71,11 @@ TEST(ChannelIterator, NearestBeforeTheStartGivesTheFirstSample) {
   size_t b = 9;
   ASSERT_EQ(it->Locate(&moved, kFindNearest, 0, &b, &index), S_OK);
   EXPECT_EQ(moved, -1) << "the time moves to start - 1";
-}
-
-TEST(ChannelIterator, NoSampleAfterTheEndOrBeforeTheStart) {
-  auto it = TwoBlocks();
-  Found f = SampleAt(it.Get(), 120, kFindNextAfter);
-  EXPECT_EQ(f.result, S_FALSE);
-  EXPECT_EQ(f.time, 120);
-  EXPECT_EQ(f.value, 0.0);
-  EXPECT_EQ(SampleAt(it.Get(), 500, kFindNextAfter).result, S_FALSE);
-  EXPECT_EQ(SampleAt(it.Get(), 0, kFindLastBefore).result, S_FALSE);
-  EXPECT_EQ(SampleAt(it.Get(), -5, kFindLastBefore).result, S_FALSE);
-  uint32_t block = 0;
-  uint32_t index = 0;
-  EXPECT_EQ(it->FindBlock(500, kFindNextAfter, 0, &block, &index), S_FALSE);
-  EXPECT_EQ(block, 1u) << "anything but S_OK gives block 1";
-}
-
-TEST(ChannelIterator, PastTheEndLastBeforeAndNearestGiveTheLastSample) {
-  auto it = TwoBlocks();
-  Found f = SampleAt(it.Get(), 500, kFindLastBefore);
-  EXPECT_EQ(f.result, S_OK);
-  EXPECT_EQ(f.time, 120);
-  EXPECT_EQ(SampleAt(it.Get(), 500, kFindNearest).value, 12.0);
-  EXPECT_EQ(SampleAt(it.Get(), 120, kFindNearest).time, 120);
-}
-
-TEST(ChannelIterator, ExactlyOnASampleAndBetweenSamples) {
-  auto it = TwoBlocks();
-  EXPECT_EQ(SampleAt(it.Get(), 20, kFindNextAfter).time, 30);
-  EXPECT_EQ(SampleAt(it.Get(), 20, kFindLastBefore).time, 10);
-  EXPECT_EQ(SampleAt(it.Get(), 20, kFindNearest).time, 20);
-  EXPECT_EQ(SampleAt(it.Get(), 24, kFindNearest).time, 20);
-  EXPECT_EQ(SampleAt(it.Get(), 25, kFindNearest).time, 30) << "half way: the later";
-  EXPECT_EQ(SampleAt(it.Get(), 27, kFindLastBefore).value, 2.0);
-}
-
-TEST(ChannelIterator, GapBetweenBlocks) {
-  auto it = TwoBlocks();
-  EXPECT_EQ(SampleAt(it.Get(), 70, kFindNearest).time, 100) << "equal distance: the later block's first";
-  EXPECT_EQ(SampleAt(it.Get(), 69, kFindNearest).time, 40);
-  EXPECT_EQ(SampleAt(it.Get(), 50, kFindNextAfter).time, 100);
-  EXPECT_EQ(SampleAt(it.Get(), 90, kFindLastBefore).time, 40);
-  uint32_t block = 0;
-  uint32_t index = 0;
   ASSERT_EQ(it->FindBlock(90, kFindNextAfter, 0, &block, &index), S_OK);
   EXPECT_EQ(block, 2u);
   EXPECT_EQ(index, 0u);
-}
-
-TEST(ChannelIterator, BlockEdgesReachIntoTheNeighbourBlock) {
-  auto it = TwoBlocks();
-  EXPECT_EQ(SampleAt(it.Get(), 40, kFindNextAfter).time, 100);
-  EXPECT_EQ(SampleAt(it.Get(), 100, kFindLastBefore).time, 40);
+  EXPECT_EQ(it->FindBlock(500, kFindNextAfter, 0, &block, &index), S_FALSE);
+  EXPECT_EQ(block, 1u) << "anything but S_OK gives block 1";
   KivTime t = 0;
   ASSERT_EQ(it->GetSampleTime(100, kFindNextAfter, 0, &t), S_OK);
   EXPECT_EQ(t, 110);

@@ -97,20 +97,6 @@ TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextItera
   EXPECT_EQ(detail, kDetailHasSamples);
 }
 
-TEST_F(NativeChannelTest, DroppedJobIsRequeuedAtOnceAndNobodyHearsOfIt) {
-  script_.Answer({E_JOB_DROPPED, E_JOB_DROPPED, S_OK});
-  auto channel = Make();
-  CDataListener listener(&log_);
-  ASSERT_TRUE(listener.Connect(channel.Get(), false));
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(script_.runs(), 3);
-  EXPECT_EQ(machine()->fetches(), 3);
-  EXPECT_THAT(log_, ElementsAre(kWholeChange)) << "one report, of success";
-  EXPECT_EQ(Iterate(channel.Get(), &it), S_OK);
-}
-
 TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTold) {
   script_.Answer({E_FAIL});
   auto channel = Make();
@@ -170,7 +156,7 @@ TEST_F(NativeChannelTest, ChannelAttachedDuringAFetchIsToldWithTheOthers) {
   EXPECT_EQ(Iterate(late.Get(), &it), S_OK);
 }
 
-TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndTheNextReadAsksAgain) {
+TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndDiscardedDataIsFetchedAgain) {
   auto channel = Make();
   ComPtr<IKivChannelIterator2> it;
   EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
@@ -183,13 +169,7 @@ TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndTheNextReadAsk
   ASSERT_EQ(Iterate(channel.Get(), &fresh), S_OK) << "the held sections answer at once";
   EXPECT_NE(fresh.Get(), it.Get());
   EXPECT_EQ(script_.runs(), 1);
-}
-
-TEST_F(NativeChannelTest, DiscardedDataIsFetchedAgain) {
-  auto channel = Make();
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
+  // Discarded data is fetched again.
   cache_->Discard();
   EXPECT_EQ(machine()->state(), Machine::State::kIdle);
   channel->SetStatusRange(DataStatus::kUnknown, TimeRange::Whole());

@@ -49,6 +49,10 @@ TEST_F(EmptyOutingTest, DescribesItselfAsTheEmptyOutingOfItsPath) {
   KivBool overrideProperties = KIV_TRUE;
   EXPECT_EQ(outing_.As<IKivOuting4>()->GetOverrideProperties(&overrideProperties), S_OK);
   EXPECT_EQ(overrideProperties, KIV_FALSE);
+  auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
+  outing->cache()->InvalidateCaption();
+  EXPECT_EQ(outing->cache()->GetCaption(), u"<---:---:--->") << "a rebuild writes the same text";
+  EXPECT_FALSE(outing->cache()->caption_dirty());
 }
 
 TEST_F(EmptyOutingTest, HasNothingToGiveCloseOrShift) {
@@ -63,13 +67,6 @@ TEST_F(EmptyOutingTest, HasNothingToGiveCloseOrShift) {
   EXPECT_EQ(outing_.As<IKivOuting3>()->GetStatusChannelDefinitions(&definitions), E_NOTIMPL);
   EXPECT_THAT(heard.log, IsEmpty()) << "nothing changed, so nothing is told";
   EXPECT_EQ(static_cast<CEmptyOuting*>(outing_.Get())->time_offset(), 0);
-}
-
-TEST_F(EmptyOutingTest, TheCaptionRebuildWritesTheSameText) {
-  auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
-  outing->cache()->InvalidateCaption();
-  EXPECT_EQ(outing->cache()->GetCaption(), u"<---:---:--->");
-  EXPECT_FALSE(outing->cache()->caption_dirty());
 }
 
 template <class Factory, class Item>
@@ -117,19 +114,9 @@ TEST_F(EmptyOutingTest, LapMarkersCountZeroAndHaveNoSpan) {
   KivBool halt = KIV_TRUE;
   EXPECT_EQ(laps->IsCarHalt(1, &halt), E_FAIL);
   EXPECT_EQ(halt, KIV_FALSE);
-}
-
-TEST_F(EmptyOutingTest, LapMarkerReadsCheckTheirOutPointers) {
-  auto laps = outing_.As<IKivLapMarkers>();
   EXPECT_EQ(laps->GetLapMarkerCount(nullptr), E_POINTER);
-  EXPECT_EQ(laps->GetDistanceOrigin(nullptr), E_POINTER);
   EXPECT_EQ(laps->GetLapMarkerTime(1, nullptr), E_POINTER);
-  EXPECT_EQ(laps->GetLapMarkerNumber(1, nullptr), E_POINTER);
-  EXPECT_EQ(laps->IsCarHalt(1, nullptr), E_POINTER);
   EXPECT_EQ(laps->GetOutingStart(nullptr), E_POINTER);
-  EXPECT_EQ(laps->GetOutingEnd(nullptr), E_POINTER);
-  EXPECT_EQ(laps->GetFirstMovement(nullptr), E_POINTER);
-  EXPECT_EQ(laps->GetLastMovement(nullptr), E_POINTER);
 }
 
 TEST_F(EmptyOutingTest, LapMarkerEditsAreRefused) {

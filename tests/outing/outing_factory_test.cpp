@@ -93,7 +93,7 @@ class OutingFactoryTest : public ::testing::Test {
 
 // --- Opening paths -------------------------------------------------------------
 
-TEST_F(OutingFactoryTest, AnExistingPathGivesARealOutingAndASecondOpenSharesItsCache) {
+TEST_F(OutingFactoryTest, AnExistingPathGivesARealOutingWhoseCacheLastsWhileItsOutingsDo) {
   const std::u16string path = Existing("run.txt");
   OutingList first, second;
   ASSERT_EQ(CreateEx(false, kTextOutingTypeId, {path}, &first), S_OK);
@@ -105,21 +105,15 @@ TEST_F(OutingFactoryTest, AnExistingPathGivesARealOutingAndASecondOpenSharesItsC
   EXPECT_EQ(TypeOf(first[0].Get()), 3u);
   EXPECT_EQ(IdOf(first[0].Get()), u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}");
   EXPECT_EQ(PathOf(first[0].Get()), path);
-}
-
-TEST_F(OutingFactoryTest, TheLastReleaseOfTheFactorysOutingsEndsTheCache) {
-  const std::u16string path = Existing("run.txt");
-  OutingList outings;
-  ASSERT_EQ(CreateEx(false, kTextOutingTypeId, {path, path}, &outings), S_OK);
+  // The last release of the factory's outings ends the cache.
   auto& registry = COutingCacheRegistry<CMemoryOutingCache>::Instance();
-  ASSERT_NE(registry.Find(path), nullptr);
-  outings[0] = nullptr;
+  first.clear();
   EXPECT_NE(registry.Find(path), nullptr) << "one client is left";
-  outings.clear();
+  second.clear();
   EXPECT_EQ(registry.Find(path), nullptr);
 }
 
-TEST_F(OutingFactoryTest, AnExistingAndAMissingPathGiveSOkARealAndAnEmptyOuting) {
+TEST_F(OutingFactoryTest, AMissingPathGivesAnEmptyOutingAndSFalseOnlyWhenItIsLast) {
   const std::u16string there = Existing("there.txt");
   const std::u16string gone = Missing("gone.txt");
   OutingList outings;
@@ -128,11 +122,7 @@ TEST_F(OutingFactoryTest, AnExistingAndAMissingPathGiveSOkARealAndAnEmptyOuting)
   EXPECT_EQ(TypeOf(outings[0].Get()), 3u);
   EXPECT_EQ(TypeOf(outings[1].Get()), 0u);
   EXPECT_EQ(PathOf(outings[1].Get()), gone);
-}
-
-TEST_F(OutingFactoryTest, AMissingPathWithoutCreateGivesSFalseAndAnEmptyOutingOfTheType) {
-  const std::u16string gone = Missing("gone.txt");
-  OutingList outings;
+  // Alone, the missing path gives S_FALSE and an empty outing of the type.
   ASSERT_EQ(CreateEx(false, kTextOutingTypeId, {gone}, &outings, /*overrideProperties=*/true), S_FALSE);
   ASSERT_EQ(outings.size(), 1u);
   EXPECT_EQ(TypeOf(outings[0].Get()), 0u);
@@ -218,7 +208,7 @@ TEST_F(OutingFactoryTest, NoPathsGiveSFalseAndNoOutings) {
 
 // --- Fast-lap settings -------------------------------------------------------------
 
-TEST_F(OutingFactoryTest, FastLapSettingsHaveTheirDefaultsUntilStored) {
+TEST_F(OutingFactoryTest, FastLapSettingsHaveTheirDefaultsUntilStoredInTheUsersRegistry) {
   KivBool enabled = KIV_TRUE;
   KivTime minimum = 0;
   ASSERT_EQ(factory_->GetFastLapFilterEnabled(&enabled), S_OK);
@@ -226,15 +216,10 @@ TEST_F(OutingFactoryTest, FastLapSettingsHaveTheirDefaultsUntilStored) {
   EXPECT_EQ(enabled, KIV_FALSE);
   EXPECT_EQ(minimum, 50'000'000);
   EXPECT_EQ(factory_->GetFastLapFilterEnabled(nullptr), E_POINTER);
-  EXPECT_EQ(factory_->GetFastLapMinimumTime(nullptr), E_POINTER);
-}
 
-TEST_F(OutingFactoryTest, FastLapSettingsAreStoredInTheUsersRegistry) {
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
   ASSERT_EQ(factory_->SetFastLapMinimumTime(95 * kTicksPerSecond), S_OK);
   ComPtr<COutingFactory> another = MakeKiv<COutingFactory>(addIns_);
-  KivBool enabled = KIV_FALSE;
-  KivTime minimum = 0;
   ASSERT_EQ(another->GetFastLapFilterEnabled(&enabled), S_OK);
   ASSERT_EQ(another->GetFastLapMinimumTime(&minimum), S_OK);
   EXPECT_EQ(enabled, KIV_TRUE);
@@ -265,20 +250,14 @@ TEST_F(OutingFactoryTest, ASetReachesEveryOpenCacheAndEveryCacheMadeLater) {
   EXPECT_NE(made, old);
   EXPECT_TRUE(made->fast_lap_filter());
   EXPECT_EQ(made->fast_lap_minimum_time(), 7 * kTicksPerSecond);
-}
-
-TEST_F(OutingFactoryTest, SettingTheValueHeldAlreadyChangesNoCache) {
-  OutingList outings;
-  ASSERT_EQ(CreateEx(false, kTextOutingTypeId, {Existing("a.txt")}, &outings), S_OK);
   std::u16string caption;
-  ASSERT_EQ(outings[0]->GetCaption(&caption), S_OK);
-  CMemoryOutingCache* cache = AsMemory(outings[0].Get())->cache();
-  ASSERT_FALSE(cache->caption_dirty());
-  ASSERT_EQ(factory_->SetFastLapMinimumTime(50'000'000), S_OK);
-  ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_FALSE), S_OK);
-  EXPECT_FALSE(cache->caption_dirty()) << "the fast lap need not be worked out again";
+  ASSERT_EQ(after[0]->GetCaption(&caption), S_OK);
+  ASSERT_FALSE(made->caption_dirty());
+  ASSERT_EQ(factory_->SetFastLapMinimumTime(7 * kTicksPerSecond), S_OK);
+  ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
+  EXPECT_FALSE(made->caption_dirty()) << "the value held already: the fast lap need not be worked out again";
   ASSERT_EQ(factory_->SetFastLapMinimumTime(60'000'000), S_OK);
-  EXPECT_TRUE(cache->caption_dirty());
+  EXPECT_TRUE(made->caption_dirty());
 }
 
 TEST_F(OutingFactoryTest, ANewFactoryHandsTheStoredSettingsToOpenCaches) {
@@ -323,62 +302,42 @@ TEST_F(OutingFactoryTest, BadArgumentsAreRefusedAndMakeNothing) {
   EXPECT_EQ(COutingCacheRegistry<CMemoryOutingCache>::Instance().Find(path), nullptr);
 }
 
-TEST_F(OutingFactoryTest, CreateOutingsTakesRowsOneToFourOnly) {
+// CreateOutings takes rows one to four and clears the override flag, as
+// Create does; CreateEx passes it; a type id parses in any letter case.
+TEST_F(OutingFactoryTest, TheOlderEntriesTakeRowsAndClearTheOverrideFlag) {
   const std::u16string path = Existing("run.txt");
   const Variant paths = MakeTextArray({path});
-  OutingList outings;
+  OutingList outings, plain, overriding;
   for (int32_t index : {-1, 0, 5, 6}) {
     EXPECT_EQ(factory_->CreateOutings(KIV_FALSE, index, &paths, &outings), E_INVALIDARG) << index;
   }
   ASSERT_EQ(factory_->CreateOutings(KIV_FALSE, 3, &paths, &outings), S_OK);
   EXPECT_EQ(TypeOf(outings[0].Get()), 3u);
   EXPECT_FALSE(OverrideOf(outings[0].Get()));
-}
-
-TEST_F(OutingFactoryTest, CreateClearsTheOverrideFlagAndCreateExPassesIt) {
-  const std::u16string path = Existing("run.txt");
-  const Variant paths = MakeTextArray({path});
-  OutingList plain, overriding;
-  ASSERT_EQ(factory_->Create(KIV_FALSE, kTextOutingTypeId.ToWide(), &paths, &plain), S_OK);
+  ASSERT_EQ(factory_->Create(KIV_FALSE, u"{3f4b8c0f-f636-4c4b-a8b3-98bf06470c97}", &paths, &plain), S_OK);
   ASSERT_EQ(CreateEx(false, kTextOutingTypeId, {path}, &overriding, /*overrideProperties=*/true), S_OK);
+  EXPECT_EQ(TypeOf(plain[0].Get()), 3u);
   EXPECT_FALSE(OverrideOf(plain[0].Get()));
   EXPECT_TRUE(OverrideOf(overriding[0].Get()));
 }
 
-TEST_F(OutingFactoryTest, ATypeIdParsesInAnyLetterCase) {
-  const std::u16string path = Existing("run.txt");
-  const Variant paths = MakeTextArray({path});
-  OutingList outings;
-  ASSERT_EQ(factory_->Create(KIV_FALSE, u"{3f4b8c0f-f636-4c4b-a8b3-98bf06470c97}", &paths, &outings), S_OK);
-  EXPECT_EQ(TypeOf(outings[0].Get()), 3u);
-}
-
 // --- Type questions ----------------------------------------------------------------
 
-TEST_F(OutingFactoryTest, SupportsTypeKnowsEveryRowButTheEmptyOne) {
+TEST_F(OutingFactoryTest, EveryRowButTheEmptyOneIsSupportedAndOnlyTheRealTimeRowIsRealTime) {
   for (const Guid& type : {kTarnOutingTypeId, kMatFileOutingTypeId, kTextOutingTypeId, kRealTimeOutingTypeId,
                            kSpreadsheetOutingTypeId}) {
-    KivBool supported = KIV_FALSE;
+    KivBool supported = KIV_FALSE, realTime = 7;
     ASSERT_EQ(factory_->SupportsType(type.ToWide(), &supported), S_OK);
-    EXPECT_EQ(supported, KIV_TRUE) << type.ToString();
-  }
-  KivBool supported = KIV_TRUE;
-  ASSERT_EQ(factory_->SupportsType(GUID_NULL.ToWide(), &supported), S_OK);
-  EXPECT_EQ(supported, KIV_FALSE);
-  EXPECT_EQ(factory_->SupportsType(kTextOutingTypeId.ToWide(), nullptr), E_POINTER);
-  EXPECT_EQ(factory_->SupportsType(u"text", &supported), E_INVALIDARG);
-}
-
-TEST_F(OutingFactoryTest, OnlyTheRealTimeRowIsRealTime) {
-  for (const Guid& type : {kTarnOutingTypeId, kMatFileOutingTypeId, kTextOutingTypeId, kRealTimeOutingTypeId,
-                           kSpreadsheetOutingTypeId}) {
-    KivBool realTime = 7;
     ASSERT_EQ(factory_->IsRealTimeType(type.ToWide(), &realTime), S_OK);
+    EXPECT_EQ(supported, KIV_TRUE) << type.ToString();
     EXPECT_EQ(realTime, ToKivBool(type == kRealTimeOutingTypeId)) << type.ToString();
   }
-  KivBool realTime = KIV_TRUE;
-  EXPECT_EQ(factory_->IsRealTimeType(kRealTimeOutingTypeId.ToWide(), nullptr), E_POINTER);
-  EXPECT_EQ(factory_->IsRealTimeType(u"rt", &realTime), E_INVALIDARG);
+  KivBool answer = KIV_TRUE;
+  ASSERT_EQ(factory_->SupportsType(GUID_NULL.ToWide(), &answer), S_OK);
+  EXPECT_EQ(answer, KIV_FALSE);
+  EXPECT_EQ(factory_->SupportsType(kTextOutingTypeId.ToWide(), nullptr), E_POINTER);
+  EXPECT_EQ(factory_->SupportsType(u"text", &answer), E_INVALIDARG);
+  EXPECT_EQ(factory_->IsRealTimeType(u"rt", &answer), E_INVALIDARG);
 }
 
 // --- Identity and class table ---------------------------------------------------------

@@ -146,29 +146,10 @@ TEST_F(OutingImplTest, WithoutABindingGetSelectionBindingGivesSFalse) {
 
 TEST_F(OutingImplTest, OuterOperationsCheckTheirOutPointers) {
   EXPECT_EQ(outing_->GetCaption(nullptr), E_POINTER);
-  EXPECT_EQ(outing_->GetFileName(nullptr), E_POINTER);
-  EXPECT_EQ(outing_->GetOutingType(nullptr), E_POINTER);
   EXPECT_EQ(outing_->GetOutingInformation(nullptr), E_POINTER);
   auto four = outing_.As<IKivOuting4>();
   EXPECT_EQ(four->GetOutingId(nullptr), E_POINTER);
   EXPECT_EQ(four->GetStatusChannelDefinitions(nullptr), E_POINTER);
-  EXPECT_EQ(four->GetOverrideProperties(nullptr), E_POINTER);
-  IKivStatusChannelDefinitions* definitions = reinterpret_cast<IKivStatusChannelDefinitions*>(0x1);
-  EXPECT_EQ(four->GetStatusChannelDefinitions(&definitions), E_NOTIMPL);
-  EXPECT_EQ(definitions, nullptr);
-}
-
-TEST_F(OutingImplTest, TheOutingIdIsBracedUpperCaseText) {
-  std::u16string id;
-  ASSERT_EQ(outing_.As<IKivOuting2>()->GetOutingId(&id), S_OK);
-  EXPECT_EQ(id, u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}");
-}
-
-TEST(CopyTextOutTest, CopiesOrRefusesANullOut) {
-  std::u16string out = u"old";
-  EXPECT_EQ(CopyTextOut(u"new", &out), S_OK);
-  EXPECT_EQ(out, u"new");
-  EXPECT_EQ(CopyTextOut(u"new", nullptr), E_POINTER);
 }
 
 }  // namespace

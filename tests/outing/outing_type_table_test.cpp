@@ -21,10 +21,7 @@ TEST(OutingTypeTableTest, RowsCarryTheirExtensionsLabelsAndRealTimeFlag) {
   const OutingTypeRow& live = OutingTypeRowOf(OutingType::kRealTime);
   EXPECT_TRUE(live.realTime);
   EXPECT_TRUE(live.main_extension().empty());
-  EXPECT_EQ(live.label, u"Kivara Real-time Dataset");
   EXPECT_FALSE(OutingTypeRowOf(OutingType::kTarn).realTime);
-  EXPECT_EQ(OutingTypeRowOf(OutingType::kTarn).Record(),
-            (OutingTypeRecord{u"trn", u"Kivara Dataset", u"{9EC637DD-9F67-4E6A-A264-6BEE79750B56}"}));
 }
 
 TEST(OutingTypeTableTest, AnUnknownOrNullGuidFindsRowZero) {

@@ -258,25 +258,16 @@ TEST_F(CommandsTest, MarkersEditAStoreAndTheLapTableFollows) {
   ExpectFailure(Run({"markers", Sample(), "reset"}), Sample(), "cannot be edited");
 }
 
-TEST_F(CommandsTest, AMissingFileFailsNamingIt) {
+TEST_F(CommandsTest, AMissingFileAnUnknownTypeJunkOrAnUnknownChannelFailsNamingIt) {
   const std::string missing = Path("nowhere.txt");
   ExpectFailure(Run({"channels", missing}), missing, "no such file");
   ExpectFailure(Run({"info", missing, "--json"}), missing, "no such file");
-}
-
-TEST_F(CommandsTest, AnUnknownExtensionFailsNamingIt) {
   const std::string csv = Path("data.csv");
   std::ofstream(csv) << "a,b\n1,2\n";
   ExpectFailure(Run({"channels", csv}), csv, "unknown file type");
-}
-
-TEST_F(CommandsTest, ContentThatIsNoDataSetFailsNamingTheFile) {
   const std::string junk = Path("junk.txt");
   std::ofstream(junk) << "this is not a data set\n\x01\x02\x03 at all\n";
   ExpectFailure(Run({"--timeout", "20", "channels", junk}), junk, "");
-}
-
-TEST_F(CommandsTest, AnUnknownChannelFailsNamingIt) {
   ExpectFailure(Run({"dump", Sample(), "Speed", "Warp Factor"}), Sample(), "Warp Factor");
 }
 

@@ -238,16 +238,5 @@ TEST(RegistryHiveTest, UserHiveDefaultsUnderTheConfigFolder) {
   EXPECT_EQ(RegistryFile::HivePath(RegHive::kLocalMachine), "/etc/kivara/registry.json");
 }
 
-TEST(RegistryHiveTest, OverrideLetsATestFailTheHivesWrites) {
-  testing::TempDir dir;
-  testing::FaultyFileOps ops;
-  ScopedHiveOverride hive(RegHive::kCurrentUser,
-                          std::make_shared<RegistryFile>(dir / "r.json", ops));
-  RegistryKey key;
-  ASSERT_EQ(RegistryKey::Create(RegHive::kCurrentUser, u"Software", &key), S_OK);
-  ops.FailAt(testing::FaultyFileOps::Step::kWrite, STG_E_MEDIUMFULL);
-  EXPECT_EQ(key.SetU32(u"X", 1), STG_E_MEDIUMFULL);
-}
-
 }  // namespace
 }  // namespace velmar

@@ -153,8 +153,6 @@ TEST_F(ChannelTableTest, EmptyAndNullArguments) {
   EXPECT_EQ(writer->AddChannels(0, nullptr, &ids), S_FALSE);
   EXPECT_TRUE(ids.empty());
   EXPECT_EQ(writer->AddChannels(1, nullptr, &ids), E_POINTER);
-  TarnChannelDescription d = Description(u"X", 7);
-  EXPECT_EQ(writer->AddChannels(1, &d, nullptr), E_POINTER);
   EXPECT_EQ(writer->RemoveChannels(1, nullptr), E_POINTER);
 }
 

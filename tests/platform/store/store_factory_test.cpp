@@ -62,7 +62,7 @@ class StoreFactoryTest : public StoreTest {
   }
 };
 
-TEST_F(StoreFactoryTest, NewFileHoldsOneDefaultDetailsRecordAndNothingElse) {
+TEST_F(StoreFactoryTest, NewFileHoldsOneDefaultDetailsRecordAndNothingElseAtVersionOne) {
   Create();
   auto details = Details();
   ASSERT_EQ(details.size(), 1u);
@@ -87,6 +87,11 @@ TEST_F(StoreFactoryTest, NewFileHoldsOneDefaultDetailsRecordAndNothingElse) {
   std::u16string name;
   EXPECT_EQ(store_->GetFileName(&name), S_OK);
   EXPECT_EQ(name, path_);
+  uint32_t version = 0;
+  EXPECT_EQ(factory_->GetFileVersion(path_, &version), S_OK);
+  EXPECT_EQ(version, 1u);
+  EXPECT_EQ(factory_->GetFileVersion(PathOf("none.trn"), &version), STG_E_FILENOTFOUND);
+  EXPECT_EQ(factory_->GetFileVersion(path_, nullptr), E_POINTER);
 }
 
 TEST_F(StoreFactoryTest, CreateLeavesOnlyTheFileAndRefusesAnExistingOne) {
@@ -129,9 +134,7 @@ TEST_F(StoreFactoryTest, FilesThatAreNotStoreFilesAreCorrupt) {
   Open(PathOf("other.trn"), STG_E_DOCFILECORRUPT);
   uint32_t version = 0;
   EXPECT_EQ(factory_->GetFileVersion(PathOf("other.trn"), &version), STG_E_DOCFILECORRUPT);
-}
-
-TEST_F(StoreFactoryTest, StoreFileWithAMissingTableIsCorrupt) {
+  // A store file with a missing table.
   Create();
   store_ = nullptr;
   Sql(path_, "DROP TABLE constants");
@@ -149,15 +152,6 @@ TEST_F(StoreFactoryTest, UnknownVersionOpensAndEveryReadSaysSo) {
   uint32_t version = 0;
   EXPECT_EQ(factory_->GetFileVersion(path_, &version), S_OK);
   EXPECT_EQ(version, 99u);
-}
-
-TEST_F(StoreFactoryTest, GetFileVersionOfANewFileIsOne) {
-  Create();
-  uint32_t version = 0;
-  EXPECT_EQ(factory_->GetFileVersion(path_, &version), S_OK);
-  EXPECT_EQ(version, 1u);
-  EXPECT_EQ(factory_->GetFileVersion(PathOf("none.trn"), &version), STG_E_FILENOTFOUND);
-  EXPECT_EQ(factory_->GetFileVersion(path_, nullptr), E_POINTER);
 }
 
 // A file cut short: opening or reading gives a code, never a crash.

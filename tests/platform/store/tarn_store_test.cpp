@@ -150,16 +150,6 @@ TEST_F(TarnStoreInterfaces, MainObjectAnswersForEveryListInTheQueryOrder) {
   EXPECT_EQ(store_->QueryInterface(IKivTarnWriteHandle::iid, none.PutVoid()), E_NOINTERFACE);
 }
 
-TEST_F(TarnStoreInterfaces, IdentitiesAreTheContracts) {
-  EXPECT_EQ(CLSID_TarnStoreFactory, Guid::Literal("{032C2600-41D7-4E6B-B032-AD18B2616FA9}"));
-  EXPECT_EQ(IKivTarnStoreFactory::iid, Guid::Literal("{C56F2F96-CC2A-11D4-891A-00508B60DCA6}"));
-  EXPECT_EQ(IKivTarnStore::iid, Guid::Literal("{C56F2F9F-CC2A-11D4-891A-00508B60DCA6}"));
-  EXPECT_EQ(IKivTarnWriteAccess::iid, Guid::Literal("{79BD19E1-F6C1-11D4-8924-00508B60DCA6}"));
-  EXPECT_EQ(IKivTarnConstantWriter::iid, Guid::Literal("{CF5C5740-4DD1-11D5-AEA7-00508B0900A9}"));
-  // Records interfaces are told apart.
-  EXPECT_NE(IKivTarnChannelRecords::iid, IKivTarnChannelDataRecords::iid);
-}
-
 TEST_F(TarnStoreInterfaces, WriteHandleAnswersForEveryWriter) {
   Create();
   auto handle = Handle();
@@ -176,8 +166,6 @@ TEST_F(TarnStoreInterfaces, NullOutArgumentsGivePointerErrors) {
   Create();
   KivTime t = 0;
   EXPECT_EQ(store_->GetOutingRange(kDefaultWaitLimit, nullptr, &t), E_POINTER);
-  EXPECT_EQ(store_->GetMovementRange(kDefaultWaitLimit, &t, nullptr), E_POINTER);
-  EXPECT_EQ(store_->GetFileName(nullptr), E_POINTER);
   EXPECT_EQ(List<IKivTarnChannels>()->GetChannelList(kDefaultWaitLimit, nullptr), E_POINTER);
   EXPECT_EQ(List<IKivTarnWriteAccess>()->GetWriteHandle(kDefaultWaitLimit, IKivTarnWriteHandle::iid, nullptr),
             E_POINTER);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace velmar {
@@ -128,49 +130,44 @@ TEST(OutingProperties, TheClockIsTodayInDaysSince1899) {
 }
 
 constexpr KivTime kS = kTicksPerSecond;
+constexpr uint32_t kAnyIndex = ~0u;
 
-TEST(FindFastLap, TwoEqualFastestLapsGiveTheLaterOne) {
-  std::vector<KivTime> markers{0, 90 * kS, 170 * kS, 250 * kS, 340 * kS};
-  auto fast = FindFastLap(markers, {}, 5 * kS);
-  ASSERT_TRUE(fast);
-  EXPECT_EQ(fast->index, 3u);
-  EXPECT_EQ(fast->time, 80 * kS);
-}
-
-TEST(FindFastLap, ALapEqualToTheMinimumIsRejectedAmongMarkers) {
-  std::vector<KivTime> markers{0, 5 * kS, 15 * kS};
-  auto fast = FindFastLap(markers, {}, 5 * kS);
-  ASSERT_TRUE(fast);
-  EXPECT_EQ(fast->index, 2u);
-  EXPECT_EQ(fast->time, 10 * kS);
-  std::vector<KivTime> onlyShort{0, 5 * kS};
-  EXPECT_FALSE(FindFastLap(onlyShort, {}, 5 * kS));
-}
-
-TEST(FindFastLap, OneLapEqualToTheMinimumIsAccepted) {
-  TarnLapSpan span{0, 100 * kS, std::pair{10 * kS, 95 * kS}};
-  std::vector<KivTime> marker{15 * kS};
-  auto fast = FindFastLap(marker, span, 5 * kS);
-  ASSERT_TRUE(fast);
-  EXPECT_EQ(fast->index, 0u);
-  EXPECT_EQ(fast->time, 5 * kS);  // from the first movement to the marker
-}
-
-TEST(FindFastLap, OneLapRunsOverTheMovementOrTheOuting) {
-  TarnLapSpan moving{0, 100 * kS, std::pair{10 * kS, 95 * kS}};
-  EXPECT_EQ(FindFastLap({}, moving, 0)->time, 85 * kS);
-  TarnLapSpan still{2 * kS, 100 * kS, std::nullopt};
-  EXPECT_EQ(FindFastLap({}, still, 0)->time, 98 * kS);
-  // A marker not later than the first movement: the lap starts with the outing.
-  std::vector<KivTime> early{10 * kS};
-  EXPECT_EQ(FindFastLap(early, moving, 0)->time, 10 * kS);
-}
-
-TEST(FindFastLap, ANegativeOrTooShortSingleLapCountsForNothing) {
-  TarnLapSpan span{50 * kS, 100 * kS, std::nullopt};
-  std::vector<KivTime> beforeStart{40 * kS};
-  EXPECT_FALSE(FindFastLap(beforeStart, span, 0));
-  EXPECT_FALSE(FindFastLap({}, span, 51 * kS));
+TEST(FindFastLap, TheShortestLapAboveTheMinimumWithOneLapRunOverTheMovementOrTheOuting) {
+  const TarnLapSpan moving{0, 100 * kS, std::pair{10 * kS, 95 * kS}};
+  const TarnLapSpan still{2 * kS, 100 * kS, std::nullopt};
+  const TarnLapSpan late{50 * kS, 100 * kS, std::nullopt};
+  struct Row {
+    std::vector<KivTime> markers;
+    TarnLapSpan span;
+    KivTime minimum;
+    std::optional<std::pair<uint32_t, KivTime>> fast;  // index and time, or none
+  };
+  const Row rows[] = {
+      // Two equal fastest laps give the later one.
+      {{0, 90 * kS, 170 * kS, 250 * kS, 340 * kS}, {}, 5 * kS, std::pair{3u, 80 * kS}},
+      // Among markers a lap equal to the minimum is rejected...
+      {{0, 5 * kS, 15 * kS}, {}, 5 * kS, std::pair{2u, 10 * kS}},
+      {{0, 5 * kS}, {}, 5 * kS, std::nullopt},
+      // ...but one lap equal to it is accepted: from the first movement to the marker.
+      {{15 * kS}, moving, 5 * kS, std::pair{0u, 5 * kS}},
+      {{}, moving, 0, std::pair{kAnyIndex, 85 * kS}},
+      {{}, still, 0, std::pair{kAnyIndex, 98 * kS}},
+      // A marker not later than the first movement: the lap starts with the outing.
+      {{10 * kS}, moving, 0, std::pair{kAnyIndex, 10 * kS}},
+      // A negative or too short single lap counts for nothing.
+      {{40 * kS}, late, 0, std::nullopt},
+      {{}, late, 51 * kS, std::nullopt},
+  };
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    const Row& row = rows[i];
+    auto fast = FindFastLap(row.markers, row.span, row.minimum);
+    ASSERT_EQ(fast.has_value(), row.fast.has_value()) << "row " << i;
+    if (!fast) continue;
+    if (row.fast->first != kAnyIndex) {
+      EXPECT_EQ(fast->index, row.fast->first) << "row " << i;
+    }
+    EXPECT_EQ(fast->time, row.fast->second) << "row " << i;
+  }
 }
 
 }  // namespace

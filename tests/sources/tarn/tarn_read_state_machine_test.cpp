@@ -61,7 +61,7 @@ class TarnReadStateMachineTest : public TarnTest, public ITarnReadClient<Countin
   ClientRef<Machine> machine_ = MakeClient<Machine>(this, file_.Get(), Maker());
 };
 
-TEST_F(TarnReadStateMachineTest, StartReadsOnceAndKeepsTheJobWithTheData) {
+TEST_F(TarnReadStateMachineTest, StartReadsOnceAndKeepsTheJobWithTheDataUntilADrop) {
   EXPECT_FALSE(machine_->requested());
   ASSERT_EQ(machine_->Start(), S_OK);
   ASSERT_EQ(machine_->Start(), S_OK);
@@ -75,6 +75,9 @@ TEST_F(TarnReadStateMachineTest, StartReadsOnceAndKeepsTheJobWithTheData) {
   ASSERT_EQ(machine_->Start(), S_OK);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(runs, 1) << "done data is not read again";
+  machine_->Drop();
+  EXPECT_EQ(machine_->state(), State::kIdle);
+  EXPECT_EQ(machine_->results(), nullptr) << "a drop lets go of the data";
 }
 
 TEST_F(TarnReadStateMachineTest, AFailedReadGoesBackToIdleAndTheNextStartTriesAgain) {
@@ -90,18 +93,6 @@ TEST_F(TarnReadStateMachineTest, AFailedReadGoesBackToIdleAndTheNextStartTriesAg
   EXPECT_EQ(made, 2);
 }
 
-TEST_F(TarnReadStateMachineTest, ADroppedReadIsQueuedAgainWithTheSameJob) {
-  {
-    StoreThreadGate gate;
-    ASSERT_EQ(machine_->Start(), S_OK);
-    ASSERT_EQ(Async_DropNextJobs(DaeThread(), 2), S_OK);
-  }
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(heard, std::vector<bool>{true});
-  EXPECT_EQ(made, 1);
-  EXPECT_EQ(runs, 1);
-}
-
 TEST_F(TarnReadStateMachineTest, ReloadRereadsOnlyWhatWasAskedFor) {
   machine_->Reload();
   ASSERT_TRUE(Settle());
@@ -113,14 +104,6 @@ TEST_F(TarnReadStateMachineTest, ReloadRereadsOnlyWhatWasAskedFor) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(made, 2);
   EXPECT_EQ(machine_->results()->serial, 2) << "the new job holds the data";
-}
-
-TEST_F(TarnReadStateMachineTest, DropLetsGoOfTheData) {
-  ASSERT_EQ(machine_->Start(), S_OK);
-  ASSERT_TRUE(Settle());
-  machine_->Drop();
-  EXPECT_EQ(machine_->state(), State::kIdle);
-  EXPECT_EQ(machine_->results(), nullptr);
 }
 
 TEST_F(TarnReadStateMachineTest, AReadEndingAfterTheLastClientWentReachesNobody) {

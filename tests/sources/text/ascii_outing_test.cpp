@@ -202,13 +202,6 @@ TEST_F(AsciiOutingTest, EndOfLapEventsAreListedInTimeAndFoundByTime) {
   int32_t index = -1;
   EXPECT_EQ(iterator->FindEvent(times[0], kFindEventNext, 0, &index), S_OK);
   EXPECT_EQ(index, 2) << "strictly after the first lap's end";
-  EXPECT_EQ(iterator->FindEvent(times[1], kFindEventPrevious, 0, &index), S_OK);
-  EXPECT_EQ(index, 1);
-  EXPECT_EQ(iterator->FindEvent(times[1] + 1, kFindEventNext, 0, &index), S_FALSE);
-  EXPECT_EQ(index, 0);
-  EXPECT_EQ(iterator->FindEvent(times[0] - 5, kFindEventNearest, 0, &index), S_OK);
-  EXPECT_EQ(index, 1);
-  EXPECT_EQ(iterator->FindEvent(times[0], 3, 0, &index), E_INVALIDARG);
 
   ComPtr<IKivEventSet> unknown;
   EXPECT_EQ(a_->event_sets().GetItem(u"Pit stop", unknown.Put()), E_INVALIDARG);
@@ -289,24 +282,6 @@ TEST_F(AsciiOutingTest, AReloadWithTheSameDataMakesEventSetsAnewInOneRemovedAndO
   ComPtr<IKivEventSet> after;
   ASSERT_EQ(a_->event_sets().GetItem(u"End of lap", after.Put()), S_OK);
   EXPECT_NE(before.Get(), after.Get());
-}
-
-TEST_F(AsciiOutingTest, TypeIdAndStatusChannelsAreThoseOfATextOuting) {
-  const std::u16string path = PathOf("type.txt");
-  a_ = Open(path);
-  uint32_t type = 0;
-  ASSERT_EQ(a_->GetOutingType(&type), S_OK);
-  EXPECT_EQ(type, 3u);
-  std::u16string id;
-  ASSERT_EQ(a_->GetOutingId(&id), S_OK);
-  EXPECT_EQ(id, u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}");
-  std::u16string file;
-  ASSERT_EQ(a_->GetFileName(&file), S_OK);
-  EXPECT_EQ(file, path);
-  IKivStatusChannelDefinitions* definitions = nullptr;
-  EXPECT_EQ(a_->GetStatusChannelDefinitions(&definitions), E_NOTIMPL);
-  EXPECT_EQ(a_->SetTimeOffset(5), S_OK);
-  EXPECT_EQ(a_->time_offset(), 5);
 }
 
 }  // namespace

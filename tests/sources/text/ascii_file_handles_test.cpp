@@ -1,6 +1,15 @@
 #include "sources/text/ascii_file_handles.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "velmar/text.h"
 
 #include "faulty_text_file_ops.h"
 #include "support/temp_dir.h"
@@ -141,6 +150,66 @@ TEST_F(AsciiFileHandlesTest, AWriteKeepsTheExclusiveHold) {
   ASSERT_TRUE(file.WriteInformation(info).ok());  // the file is a new one now
   CAsciiFileHandles other(path_);
   EXPECT_EQ(other.Open(false).code(), TextCode::kFileLocked);
+}
+
+// The child rewrites the head of a large file over and over, telling the
+// parent after each rewrite; the parent kills it somewhere in the next one.
+[[noreturn]] void RewriteUntilKilled(const std::filesystem::path& path, int progress) {
+  CAsciiFileHandles file(path);
+  if (!file.Open(true).ok()) _exit(2);
+  for (int n = 1;; ++n) {
+    const std::vector<InformationProperty> info = {
+        {u"Driver name", Variant::Text(u"Driver " + Utf8ToWide(std::to_string(n)))}};
+    if (!file.WriteInformation(info).ok()) _exit(3);
+    char done = 1;
+    if (write(progress, &done, 1) != 1) _exit(4);
+  }
+}
+
+TEST_F(AsciiFileHandlesTest, ARewriteKilledAtRandomLeavesTheOldOrTheNewFile) {
+  {
+    CAsciiFileHandles file(path_);
+    ASSERT_TRUE(file.Open(true).ok());
+    std::vector<KivTime> times(200'000);
+    V values(times.size());
+    for (size_t i = 0; i < times.size(); ++i) times[i] = static_cast<KivTime>(i) * 100'000, values[i] = double(i);
+    ASSERT_TRUE(file.WriteChannel({u"Speed", u"km/h", times, values}, 0).ok());  // a few MB to copy
+  }
+  std::mt19937 random(20261123);
+  for (int iteration = 0; iteration < 12; ++iteration) {
+    int progress[2];
+    ASSERT_EQ(pipe(progress), 0);
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      close(progress[0]);
+      RewriteUntilKilled(path_, progress[1]);
+    }
+    close(progress[1]);
+    char c = 0;
+    const unsigned acknowledged = random() % 3;
+    for (unsigned k = 0; k < acknowledged; ++k) ASSERT_EQ(read(progress[0], &c, 1), 1);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 20'000));
+    ASSERT_EQ(kill(child, SIGKILL), 0);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    close(progress[0]);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "rewriter stopped by itself: " << WEXITSTATUS(status);
+
+    CAsciiFileHandles file(path_);
+    ASSERT_TRUE(file.Open(false).ok()) << "iteration " << iteration;
+    std::vector<TextColumn> columns;
+    ASSERT_TRUE(file.ReadChannels(&columns).ok());
+    ASSERT_EQ(columns.size(), 1u);
+    EXPECT_EQ(columns[0].count, 200'000u) << "the samples came through whole";
+    if (acknowledged == 0) continue;  // the file may still hold an earlier round's name
+    std::u16string driver;
+    for (const TextInfoEntry& entry : file.ReadInformation()) {
+      if (entry.key == u"DriverName") driver = entry.value;
+    }
+    ASSERT_EQ(driver.rfind(u"Driver ", 0), 0u) << "iteration " << iteration;
+    EXPECT_GE(std::stoul(WideToUtf8(driver.substr(7))), acknowledged) << "an acknowledged rewrite was lost";
+  }
 }
 
 }  // namespace

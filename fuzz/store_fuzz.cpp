@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sources/tarn/tarn_records.h"
 #include "velmar/tarn_store.h"
 #include "velmar/text.h"
 
@@ -27,14 +28,6 @@ void Touch(Texts... texts) {
   size_t n = 0;
   ((n += texts ? std::u16string_view(texts).size() : 0), ...);
   gSink = gSink + n;
-}
-
-template <class Record>
-std::span<const Record> Items(const ComPtr<IKivTarnRecords<Record>>& records) {
-  uint32_t count = 0;
-  const Record* items = nullptr;
-  if (!records || Failed(records->GetRecords(&count, &items)) || !items) return {};
-  return {items, count};
 }
 
 void ReadChannels(const ComPtr<IKivTarnStore>& store) {

@@ -31,6 +31,25 @@ KivResult DataOrPending(IKivChannel* channel, ComPtr<IKivChannelIterator2>* data
   return r;
 }
 
+// What the edits by distance start from: the distance channel, the markers
+// as read, and the channel's data when it is in.
+struct DistanceEdit {
+  ComPtr<IKivChannel> channel;
+  const TarnLapData* laps = nullptr;
+  ComPtr<IKivChannelIterator2> data;
+};
+
+// The road to the distance channel fails as it stands; markers not read give
+// E_FAIL. `dataResult` is what asking for the channel's data gave.
+KivResult PrepareDistanceEdit(CTarnOutingCache* cache, IKivDataFactory* channels, DistanceEdit* edit,
+                              KivResult* dataResult) {
+  if (KivResult r = FindDistanceChannel(channels, &edit->channel); Failed(r)) return r;
+  edit->laps = cache->LapData();
+  if (!edit->laps) return E_FAIL;
+  *dataResult = DataOrPending(edit->channel.Get(), &edit->data);
+  return S_OK;
+}
+
 }  // namespace
 
 KivResult CLapMarkerWriterBase::AddLapMarkerAtTime(KivTime time) {
@@ -56,18 +75,16 @@ KivResult CLapMarkerWriterBase::AddLapMarkerAtTime(KivTime time) {
 
 KivResult CLapMarkerWriterBase::AddLapMarkerAtDistance(double distance) {
   CTarnOutingCache* cache = WriterCache();
-  ComPtr<IKivChannel> channel;
-  if (KivResult r = FindDistanceChannel(WriterChannels(), &channel); Failed(r)) return r;
-  const TarnLapData* laps = cache->LapData();
-  if (!laps) return E_FAIL;
-  ComPtr<IKivChannelIterator2> data;
-  if (KivResult r = DataOrPending(channel.Get(), &data); Failed(r)) return r;
-  LapMarkerContext context = ContextOf(laps);
+  DistanceEdit edit;
+  KivResult dataResult = S_OK;
+  if (KivResult r = PrepareDistanceEdit(cache, WriterChannels(), &edit, &dataResult); Failed(r)) return r;
+  if (Failed(dataResult)) return dataResult;
+  LapMarkerContext context = ContextOf(edit.laps);
   LapMarkerAddition add;
-  if (KivResult r = AddAtDistance(distance, context, data.Get(), /*delayed=*/false, &add); Failed(r)) return r;
+  if (KivResult r = AddAtDistance(distance, context, edit.data.Get(), /*delayed=*/false, &add); Failed(r)) return r;
   return cache->transaction()->AddWriteBackStep(
       MakeKiv<CWBTarnLapMarkerAddSM>(cache->lap_write_back(), CWBTarnLapMarkerAddSM::By::kDistance, distance,
-                                     std::move(context), std::move(channel), add));
+                                     std::move(context), std::move(edit.channel), add));
 }
 
 KivResult CLapMarkerWriterBase::RemoveLapMarker(uint32_t index) {
@@ -81,28 +98,26 @@ KivResult CLapMarkerWriterBase::RemoveLapMarker(uint32_t index) {
 
 KivResult CLapMarkerWriterBase::ShiftLapMarkers(double distance) {
   CTarnOutingCache* cache = WriterCache();
-  ComPtr<IKivChannel> channel;
-  if (KivResult r = FindDistanceChannel(WriterChannels(), &channel); Failed(r)) return r;
-  const TarnLapData* laps = cache->LapData();
-  if (!laps) return E_FAIL;
-  ComPtr<IKivChannelIterator2> data;
-  if (Failed(DataOrPending(channel.Get(), &data))) return E_FAIL;
+  DistanceEdit edit;
+  KivResult dataResult = S_OK;
+  if (KivResult r = PrepareDistanceEdit(cache, WriterChannels(), &edit, &dataResult); Failed(r)) return r;
+  if (Failed(dataResult)) return E_FAIL;
   LapMarkerShift shift;
   std::vector<KivTime> baseTimes;
-  for (const TarnLapMarker& m : laps->markers) {
+  for (const TarnLapMarker& m : edit.laps->markers) {
     if (m.crossing != 1) continue;
     shift.ids.push_back(m.id);
     shift.shifts.push_back(distance);
     baseTimes.push_back(m.baseTime);
   }
-  if (data) {
-    if (KivResult r = ShiftOffsets(baseTimes, distance, data.Get(), &shift.offsets); Failed(r)) return r;
+  if (edit.data) {
+    if (KivResult r = ShiftOffsets(baseTimes, distance, edit.data.Get(), &shift.offsets); Failed(r)) return r;
     shift.ready = true;
   } else {
     shift.offsets = baseTimes;  // until the data is in
   }
   return cache->transaction()->AddWriteBackStep(MakeKiv<CWBTarnLapMarkerShiftSM>(
-      cache->lap_write_back(), distance, std::move(baseTimes), std::move(channel), std::move(shift)));
+      cache->lap_write_back(), distance, std::move(baseTimes), std::move(edit.channel), std::move(shift)));
 }
 
 KivResult CLapMarkerWriterBase::ResetLapMarkers() {

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "platform/store/fault_vfs.h"
+#include "support/kill_at_random.h"
 #include "platform/store/store_factory.h"
 #include "platform/store/store_test_helper.h"
 
@@ -281,25 +282,11 @@ TEST_F(WriteHandleTest, WriterKilledAtRandomLeavesACommittedState) {
   std::mt19937 random(20240611);
   size_t committed = 0;
   for (int iteration = 0; iteration < 20; ++iteration) {
-    int progress[2];
-    ASSERT_EQ(pipe(progress), 0);
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      close(progress[0]);
-      RunWriterUntilKilled(path_, progress[1]);
-    }
-    close(progress[1]);
     // Let the writer commit 0 to 2 times, however fast it runs, then kill it
-    // at a random moment of its next write; the sleep is that moment.
-    char c = 0;
-    for (unsigned commits = random() % 3; commits > 0; --commits) ASSERT_EQ(read(progress[0], &c, 1), 1);
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 40'000));
-    ASSERT_EQ(kill(child, SIGKILL), 0);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    close(progress[0]);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "writer stopped by itself: " << WEXITSTATUS(status);
+    // at a random moment of its next write.
+    unsigned commits = 0;
+    ASSERT_TRUE(KillWriterAtRandom(random, 2, std::chrono::microseconds(40'000),
+                                   [&](int progress) { RunWriterUntilKilled(path_, progress); }, &commits));
 
     Reopen();
     ASSERT_TRUE(store_);

@@ -1,17 +1,15 @@
 #include "sources/text/ascii_file_handles.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <random>
-#include <thread>
 
 #include "velmar/text.h"
 
 #include "faulty_text_file_ops.h"
+#include "support/kill_at_random.h"
 #include "support/temp_dir.h"
 #include "text_test_util.h"
 
@@ -19,6 +17,7 @@ namespace velmar {
 namespace {
 
 using testing::FaultyTextFileOps;
+using testing::KillWriterAtRandom;
 using testing::Lines;
 using testing::ReadWhole;
 using testing::TempDir;
@@ -177,24 +176,9 @@ TEST_F(AsciiFileHandlesTest, ARewriteKilledAtRandomLeavesTheOldOrTheNewFile) {
   }
   std::mt19937 random(20261123);
   for (int iteration = 0; iteration < 12; ++iteration) {
-    int progress[2];
-    ASSERT_EQ(pipe(progress), 0);
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      close(progress[0]);
-      RewriteUntilKilled(path_, progress[1]);
-    }
-    close(progress[1]);
-    char c = 0;
-    const unsigned acknowledged = random() % 3;
-    for (unsigned k = 0; k < acknowledged; ++k) ASSERT_EQ(read(progress[0], &c, 1), 1);
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 20'000));
-    ASSERT_EQ(kill(child, SIGKILL), 0);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    close(progress[0]);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "rewriter stopped by itself: " << WEXITSTATUS(status);
+    unsigned acknowledged = 0;
+    ASSERT_TRUE(KillWriterAtRandom(random, 2, std::chrono::microseconds(20'000),
+                                   [&](int progress) { RewriteUntilKilled(path_, progress); }, &acknowledged));
 
     CAsciiFileHandles file(path_);
     ASSERT_TRUE(file.Open(false).ok()) << "iteration " << iteration;

@@ -254,7 +254,7 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetLapMarkerDataJobItem
   const TarnLapSpan& span = laps->data().span;
   ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersChanged(span.outingStart, span.outingEnd); });
   if (span.movement) {
-    const auto [first, last] = *span.movement;
+    const KivTime first = span.movement->first, last = span.movement->second;
     ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersShifted(first, last); });
   }
 }

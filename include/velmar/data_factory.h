@@ -3,6 +3,7 @@
 // constant factory all offer them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,13 @@ struct IKivConstant;
 struct IKivMediaChannel;
 
 using NameList = std::vector<std::u16string>;
+
+// The kind of data a factory holds, as its name-list notifications carry it.
+inline constexpr uint32_t kDataKindChannels = 0;
+inline constexpr uint32_t kDataKindEvents = 1;
+inline constexpr uint32_t kDataKindBlobs = 3;
+inline constexpr uint32_t kDataKindConstants = 4;
+inline constexpr uint32_t kDataKindMediaChannels = 5;
 
 struct IKivDataFactory : IKivUnknown {
   static constexpr Guid iid = Guid::Literal("{9881B83A-5A8A-40A9-8957-4FBAA6BD4F48}");

@@ -47,8 +47,8 @@ class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingCha
   const std::vector<TarnConstant>* CacheConstants() override { return cache()->Constants(); }
 
  private:
-  // Fires what a reload did to a factory's list.
-  void FireChanges(IKivDataFactory* factory, const NameChanges& changes);
+  // Fires what a reload did to a factory's list, of data kind `kind`.
+  void FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes);
 };
 
 // Registers the `.trn` source with the outing factory (type 1). Call once at

@@ -1,6 +1,6 @@
-// Data factories: name lists of channels, event sets, constants and media
-// channels, and the item for a name. Outings, data selections and the global
-// constant factory all offer them.
+// Data factories: name lists of channels, event sets, constants, blobs and
+// media channels, and the item for a name. Outings, data selections and the
+// global constant factory all offer them.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,7 @@ struct IKivChannel;
 struct IKivEventSet;
 struct IKivConstant;
 struct IKivMediaChannel;
+struct IKivBlob;
 
 using NameList = std::vector<std::u16string>;
 
@@ -56,6 +57,13 @@ struct IKivConstantFactory : IKivDataFactory {
   static constexpr Guid iid = Guid::Literal("{DC469342-592B-46C8-A850-226717936474}");
   using Parent = IKivDataFactory;
   virtual KivResult GetItem(const std::u16string& name, IKivConstant** constant) = 0;
+};
+
+// The named binary attachments of a native store outing.
+struct IKivBlobFactory : IKivDataFactory {
+  static constexpr Guid iid = Guid::Literal("{BC630EB3-1B35-4B96-9D9F-99177484B7EB}");
+  using Parent = IKivDataFactory;
+  virtual KivResult GetItem(const std::u16string& name, IKivBlob** blob) = 0;
 };
 
 struct IKivMediaChannelFactory : IKivDataFactory {

@@ -31,6 +31,8 @@ KivResult CTarnOuting::ApplyTimeOffset(KivTime offset) {
 void CTarnOuting::OnDataDiscarded() {
   FireItemsRemoved(channel_factory(), kDataKindChannels, CTarnOutingChannelFactory::RemoveAllItems());
   FireItemsRemoved(events_factory(), kDataKindEvents, CTarnOutingEventsFactory::RemoveAllItems());
+  FireItemsRemoved(blob_factory(), kDataKindBlobs, CTarnOutingBlobFactory::RemoveAllItems());
+  FireItemsRemoved(media_channel_factory(), kDataKindMediaChannels, CTarnMediaChannelFactory::RemoveAllItems());
 }
 
 void CTarnOuting::OnChannelListRead(const TarnChannelMap& channels) {
@@ -55,8 +57,12 @@ void CTarnOuting::OnConstantsRead(const std::vector<TarnConstant>&) {
   FireChanges(constant_factory(), kDataKindConstants, Reload());
 }
 
-void CTarnOuting::OnBlobListRead(const std::vector<TarnNamedItem>&) {
-  // Blobs have no factory on the outing object yet; the cache keeps the list.
+void CTarnOuting::OnBlobListRead(const std::vector<TarnNamedItem>& blobs) {
+  FireChanges(blob_factory(), kDataKindBlobs, ApplyBlobList(blobs));
+}
+
+void CTarnOuting::OnMediaChannelListRead(const TarnMediaChannelMap& channels) {
+  FireChanges(media_channel_factory(), kDataKindMediaChannels, CTarnMediaChannelFactory::ApplyList(channels));
 }
 
 KivResult RegisterTarnOutingSource() {

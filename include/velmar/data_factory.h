@@ -1,8 +1,9 @@
-// Data factories: name lists of channels, event sets, constants and media
-// channels, and the item for a name. Outings, data selections and the global
-// constant factory all offer them.
+// Data factories: name lists of channels, event sets, constants, blobs and
+// media channels, and the item for a name. Outings, data selections and the
+// global constant factory all offer them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,16 @@ struct IKivChannel;
 struct IKivEventSet;
 struct IKivConstant;
 struct IKivMediaChannel;
+struct IKivBlob;
 
 using NameList = std::vector<std::u16string>;
+
+// The kind of data a factory holds, as its name-list notifications carry it.
+inline constexpr uint32_t kDataKindChannels = 0;
+inline constexpr uint32_t kDataKindEvents = 1;
+inline constexpr uint32_t kDataKindBlobs = 3;
+inline constexpr uint32_t kDataKindConstants = 4;
+inline constexpr uint32_t kDataKindMediaChannels = 5;
 
 struct IKivDataFactory : IKivUnknown {
   static constexpr Guid iid = Guid::Literal("{9881B83A-5A8A-40A9-8957-4FBAA6BD4F48}");
@@ -48,6 +57,13 @@ struct IKivConstantFactory : IKivDataFactory {
   static constexpr Guid iid = Guid::Literal("{DC469342-592B-46C8-A850-226717936474}");
   using Parent = IKivDataFactory;
   virtual KivResult GetItem(const std::u16string& name, IKivConstant** constant) = 0;
+};
+
+// The named binary attachments of a native store outing.
+struct IKivBlobFactory : IKivDataFactory {
+  static constexpr Guid iid = Guid::Literal("{BC630EB3-1B35-4B96-9D9F-99177484B7EB}");
+  using Parent = IKivDataFactory;
+  virtual KivResult GetItem(const std::u16string& name, IKivBlob** blob) = 0;
 };
 
 struct IKivMediaChannelFactory : IKivDataFactory {

@@ -26,10 +26,11 @@ KIV_NOTIFICATION_GENERATION(OutingNotifications, 2, , "{8FDC5776-979A-4107-8B76-
                             KIV_OUTING_NOTIFICATIONS_2)
 
 // Name lists of a data factory: names that came, went, or whose item changed.
-#define KIV_DATA_FACTORY_NOTIFICATIONS_1(X)                                                  \
-  X(OnItemsAdded, (IKivDataFactory* factory, const NameList& names), (factory, names))     \
-  X(OnItemsRemoved, (IKivDataFactory* factory, const NameList& names), (factory, names))   \
-  X(OnItemsChanged, (IKivDataFactory* factory, const NameList& names), (factory, names))
+// `kind` is the kind of data the factory holds (kDataKind...).
+#define KIV_DATA_FACTORY_NOTIFICATIONS_1(X)                                                                   \
+  X(OnItemsAdded, (IKivDataFactory* factory, uint32_t kind, const NameList& names), (factory, kind, names))   \
+  X(OnItemsRemoved, (IKivDataFactory* factory, uint32_t kind, const NameList& names), (factory, kind, names)) \
+  X(OnItemsChanged, (IKivDataFactory* factory, uint32_t kind, const NameList& names), (factory, kind, names))
 
 KIV_NOTIFICATION_FAMILY(DataFactoryNotifications, "{006D43FF-DA3D-4350-884D-355F87230FB5}",
                         KIV_DATA_FACTORY_NOTIFICATIONS_1)

@@ -258,7 +258,7 @@ void CGlobalConstantFactory::OnConstantsRemoved(const ConstantNames& names) {
   ComPtr<CGlobalConstantFactory> self(this);
   for (const std::u16string& name : names) objects_.erase(name);
   WriteThrough(false, names, kRemoveFailed);
-  (void)FireNotification(&IKivDataFactoryNotifications::OnItemsRemoved, Self(), names);
+  (void)FireNotification(&IKivDataFactoryNotifications::OnItemsRemoved, Self(), kDataKindConstants, names);
 }
 
 void CGlobalConstantFactory::OnConstantsChanged(const ConstantNames& names) {
@@ -268,7 +268,7 @@ void CGlobalConstantFactory::OnConstantsChanged(const ConstantNames& names) {
 void CGlobalConstantFactory::OnConstantsAdded(const ConstantNames& names) {
   ComPtr<CGlobalConstantFactory> self(this);
   WriteThrough(true, names, kAddFailed);
-  (void)FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, Self(), names);
+  (void)FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, Self(), kDataKindConstants, names);
 }
 
 }  // namespace velmar

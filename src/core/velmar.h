@@ -188,9 +188,9 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2,
   void OnGroupsChanged(IKivGroupFactory*, const std::u16string&) override { MarkDirty(); }
   void OnMapDataChanged(IKivCircuitMapData*) override { MarkDirty(); }
   void OnMapLayoutChanged(IKivCircuitMapData*) override { MarkDirty(); }
-  void OnItemsAdded(IKivDataFactory*, const NameList&) override { MarkDirty(); }
-  void OnItemsRemoved(IKivDataFactory*, const NameList&) override { MarkDirty(); }
-  void OnItemsChanged(IKivDataFactory*, const NameList&) override { MarkDirty(); }
+  void OnItemsAdded(IKivDataFactory*, uint32_t, const NameList&) override { MarkDirty(); }
+  void OnItemsRemoved(IKivDataFactory*, uint32_t, const NameList&) override { MarkDirty(); }
+  void OnItemsChanged(IKivDataFactory*, uint32_t, const NameList&) override { MarkDirty(); }
 
   // CVelmarObjStateChanges (with CCommonChannelChanges)
   KivResult ApplyDataFactoryList(const DataFactoryRecords& wanted) override;

@@ -164,15 +164,16 @@ class IKivOutingImpl : public KivObject<IKivOuting4, COutingNotifications, State
 
   void set_time_offset(KivTime offset) { timeOffset_ = offset; }
 
-  // A factory's name-list notifications; an empty list raises nothing.
-  void FireItemsAdded(IKivDataFactory* factory, const NameList& names) {
-    if (!names.empty()) this->FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, factory, names);
+  // A factory's name-list notifications, with the kind of data it holds
+  // (kDataKind...); an empty list raises nothing.
+  void FireItemsAdded(IKivDataFactory* factory, uint32_t kind, const NameList& names) {
+    if (!names.empty()) this->FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, factory, kind, names);
   }
-  void FireItemsRemoved(IKivDataFactory* factory, const NameList& names) {
-    if (!names.empty()) this->FireNotification(&IKivDataFactoryNotifications::OnItemsRemoved, factory, names);
+  void FireItemsRemoved(IKivDataFactory* factory, uint32_t kind, const NameList& names) {
+    if (!names.empty()) this->FireNotification(&IKivDataFactoryNotifications::OnItemsRemoved, factory, kind, names);
   }
-  void FireItemsChanged(IKivDataFactory* factory, const NameList& names) {
-    if (!names.empty()) this->FireNotification(&IKivDataFactoryNotifications::OnItemsChanged, factory, names);
+  void FireItemsChanged(IKivDataFactory* factory, uint32_t kind, const NameList& names) {
+    if (!names.empty()) this->FireNotification(&IKivDataFactoryNotifications::OnItemsChanged, factory, kind, names);
   }
 
   // IKivDataFactory is answered by the first factory facet: each facet

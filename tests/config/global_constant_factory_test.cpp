@@ -15,8 +15,12 @@ constexpr uint32_t kOpen = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
 struct NameLog : CDataFactoryNotificationsReceiver {
   std::vector<std::string> seen;
-  void OnItemsAdded(IKivDataFactory*, const NameList& names) override { seen.push_back("+" + std::to_string(names.size())); }
-  void OnItemsRemoved(IKivDataFactory*, const NameList& names) override {
+  void OnItemsAdded(IKivDataFactory*, uint32_t kind, const NameList& names) override {
+    EXPECT_EQ(kind, kDataKindConstants);
+    seen.push_back("+" + std::to_string(names.size()));
+  }
+  void OnItemsRemoved(IKivDataFactory*, uint32_t kind, const NameList& names) override {
+    EXPECT_EQ(kind, kDataKindConstants);
     seen.push_back("-" + std::to_string(names.size()));
   }
 };

@@ -221,7 +221,7 @@ KivResult TestDataFactory::Reload() {
 }
 void TestDataFactory::ReportNames() {
   (void)FireNotification(&IKivDataFactoryNotifications::OnItemsAdded, static_cast<IKivChannelFactory*>(this),
-                         NameList{u"Lap Time"});
+                         kDataKindChannels, NameList{u"Lap Time"});
 }
 
 void RegisterTestParts() {

@@ -223,7 +223,7 @@ CMemoryOuting::~CMemoryOuting() {
 
 void CMemoryOuting::OnDataDiscarded() {
   calls.push_back("discarded");
-  FireItemsRemoved(channels().AsDataFactory(), channels().RemoveAllItems());
+  FireItemsRemoved(channels().AsDataFactory(), kDataKindChannels, channels().RemoveAllItems());
 }
 
 void CMemoryOuting::OnInformationLoaded(bool informationChanged) {
@@ -234,7 +234,7 @@ void CMemoryOuting::OnInformationLoaded(bool informationChanged) {
 
 void CMemoryOuting::OnChannelsLoaded() {
   calls.push_back("channels");
-  FireItemsAdded(channels().AsDataFactory(), channels().AddNames(cache()->ChannelNames()));
+  FireItemsAdded(channels().AsDataFactory(), kDataKindChannels, channels().AddNames(cache()->ChannelNames()));
 }
 
 void CMemoryOuting::OnLapMarkersReset() {
@@ -254,7 +254,7 @@ void CMemoryOuting::OnInformationChanged() {
 
 void CMemoryOuting::OnChannelsRemoved(const NameList& names) {
   calls.push_back("removed:" + Joined(names));
-  FireItemsRemoved(channels().AsDataFactory(), channels().RemoveItems(names));
+  FireItemsRemoved(channels().AsDataFactory(), kDataKindChannels, channels().RemoveItems(names));
 }
 
 void CMemoryOuting::OnWriterMessage(uint32_t level, const std::u16string& text) {

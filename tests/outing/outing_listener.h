@@ -40,20 +40,21 @@ class OutingListener : public COutingNotifications2Receiver,
   std::vector<std::string> log;
   std::vector<std::thread::id> threads;
   std::vector<IKivUnknown*> sources;  // first argument, where there is one
+  std::vector<uint32_t> kinds;         // the kind of each factory notification, in order
 
   void OnInformationChanged(IKivOuting* outing) override { Hear("InformationChanged", outing); }
   void OnCreated(IKivOuting* outing, KivBool success) override {
     Hear("Created:" + std::to_string(success), outing);
   }
   void OnOutingReloaded(IKivOuting* outing) override { Hear("Reloaded", outing); }
-  void OnItemsAdded(IKivDataFactory* factory, const NameList& names) override {
-    Hear("ItemsAdded:" + Joined(names), factory);
+  void OnItemsAdded(IKivDataFactory* factory, uint32_t kind, const NameList& names) override {
+    HearList("ItemsAdded:", factory, kind, names);
   }
-  void OnItemsRemoved(IKivDataFactory* factory, const NameList& names) override {
-    Hear("ItemsRemoved:" + Joined(names), factory);
+  void OnItemsRemoved(IKivDataFactory* factory, uint32_t kind, const NameList& names) override {
+    HearList("ItemsRemoved:", factory, kind, names);
   }
-  void OnItemsChanged(IKivDataFactory* factory, const NameList& names) override {
-    Hear("ItemsChanged:" + Joined(names), factory);
+  void OnItemsChanged(IKivDataFactory* factory, uint32_t kind, const NameList& names) override {
+    HearList("ItemsChanged:", factory, kind, names);
   }
   void OnLapMarkersReset() override { Hear("LapMarkersReset", nullptr); }
   void OnLapMarkersChanged(IKivOuting* outing, KivTime from, KivTime to) override {
@@ -92,6 +93,10 @@ class OutingListener : public COutingNotifications2Receiver,
     log.push_back(std::move(what));
     threads.push_back(std::this_thread::get_id());
     sources.push_back(source ? QueryAs<IKivUnknown>(source).Get() : nullptr);
+  }
+  void HearList(const char* what, IKivDataFactory* factory, uint32_t kind, const NameList& names) {
+    kinds.push_back(kind);
+    Hear(what + Joined(names), factory);
   }
   static std::string Joined(const NameList& names) {
     std::string out;

@@ -11,6 +11,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cli_run.h"
+#include "sources/tarn/tarn_convert.h"
+#include "velmar/text.h"
 #include "velmar/version.h"
 
 namespace velmar::testing {
@@ -169,6 +171,19 @@ TEST_F(CommandsTest, ConstantsListNamesValuesAndUnits) {
   const CliResult json = Run({"constants", Sample(), "--json"});
   ASSERT_EQ(json.exitCode, 0) << json.err;
   EXPECT_EQ(Json::parse(json.out)["constants"].size(), rows.size() - 1);
+}
+
+TEST_F(CommandsTest, BlobsListNamesTypesAndSizes) {
+  const std::string trn = Path("blobs.trn");
+  TarnDataSet data;
+  data.blobs.push_back({Guid::Literal("{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}"), u"Map", {4, 5, 6, 7}});
+  ASSERT_EQ(WriteTarnDataSet(Utf8ToWide(trn), data), S_OK);
+  const CliResult result = Run({"blobs", trn});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.Rows(), (std::vector<std::vector<std::string>>{
+                               {"name", "type", "bytes"}, {"Map", "{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}", "4"}}));
+  EXPECT_EQ(Json::parse(Run({"blobs", trn, "--json"}).out)["blobs"][0]["bytes"], 4);
+  EXPECT_EQ(Run({"blobs", Sample()}).Rows().size(), 1u) << "a text data set has no blobs";
 }
 
 TEST_F(CommandsTest, LapsFollowTheEndOfLapEventsAndSurviveConversion) {

@@ -24,6 +24,7 @@ void AddChannelsCommand(CLI::App& app, const CommandContext& context);
 void AddDumpCommand(CLI::App& app, const CommandContext& context);
 void AddEventsCommand(CLI::App& app, const CommandContext& context);
 void AddConstantsCommand(CLI::App& app, const CommandContext& context);
+void AddBlobsCommand(CLI::App& app, const CommandContext& context);
 void AddSampleCommand(CLI::App& app, const CommandContext& context);
 void AddConvertCommand(CLI::App& app, const CommandContext& context);
 void AddLapsCommand(CLI::App& app, const CommandContext& context);

@@ -1,5 +1,6 @@
-// velmar events FILE and velmar constants FILE: the outing's events in time
-// order, and its constants with their values and units.
+// velmar events FILE, velmar constants FILE and velmar blobs FILE: the
+// outing's events in time order, its constants with their values and units,
+// and its blobs with their types and sizes.
 #include <iostream>
 #include <memory>
 
@@ -54,6 +55,24 @@ void RunConstants(const ItemsOptions& options, const CommandContext& context) {
   for (const ConstantRow& row : rows) WriteTsvRow(std::cout, {Utf8(row.name), FormatValue(row.value), Utf8(row.unit)});
 }
 
+void RunBlobs(const ItemsOptions& options, const CommandContext& context) {
+  HostSession session(context.timeout(), context.progress());
+  LoadedOuting outing(session, options.file);
+  const std::vector<BlobRow> rows = ReadBlobs(outing);
+  if (options.json) {
+    Json list = Json::array();
+    for (const BlobRow& row : rows) {
+      list.push_back(Json{{"name", Utf8(row.name)}, {"type", Utf8(row.type)}, {"bytes", row.bytes.size()}});
+    }
+    WriteJson(std::cout, Json{{"file", options.file}, {"blobs", list}});
+    return;
+  }
+  WriteTsvRow(std::cout, {"name", "type", "bytes"});
+  for (const BlobRow& row : rows) {
+    WriteTsvRow(std::cout, {Utf8(row.name), Utf8(row.type), std::to_string(row.bytes.size())});
+  }
+}
+
 CLI::App* AddFileCommand(CLI::App& app, const char* name, const char* description, ItemsOptions& options) {
   CLI::App* command = app.add_subcommand(name, description);
   command->add_option("FILE", options.file, "Data set (.txt or .trn)")->required();
@@ -68,6 +87,12 @@ void AddEventsCommand(CLI::App& app, const CommandContext& context) {
   AddFileCommand(app, "events", "List the events in time order", *options)->callback([options, &context] {
     RunEvents(*options, context);
   });
+}
+
+void AddBlobsCommand(CLI::App& app, const CommandContext& context) {
+  auto options = std::make_shared<ItemsOptions>();
+  AddFileCommand(app, "blobs", "List the blobs with their types and sizes in bytes", *options)
+      ->callback([options, &context] { RunBlobs(*options, context); });
 }
 
 void AddConstantsCommand(CLI::App& app, const CommandContext& context) {

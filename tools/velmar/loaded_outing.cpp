@@ -51,6 +51,16 @@ NameList LoadedOuting::ChannelNames() const { return NamesOf<IKivChannelFactory>
 NameList LoadedOuting::EventSetNames() const { return NamesOf<IKivEventsFactory>(outing_.Get()); }
 NameList LoadedOuting::ConstantNames() const { return NamesOf<IKivConstantFactory>(outing_.Get()); }
 
+NameList LoadedOuting::BlobNames() const {
+  if (!QueryAs<IKivBlobFactory>(outing_.Get())) return {};
+  NameList names = NamesOf<IKivBlobFactory>(outing_.Get());  // the first ask starts the list's read
+  if (names.empty()) {
+    if (!session_.Settle(file_)) Fail(file_, "timed out while reading the blob list");
+    names = NamesOf<IKivBlobFactory>(outing_.Get());
+  }
+  return names;
+}
+
 PropertyList LoadedOuting::Information() const {
   PropertyList properties;
   ComPtr<IKivPropertySet> information;
@@ -112,6 +122,9 @@ ComPtr<IKivEventSet> LoadedOuting::EventSet(const std::u16string& name) const {
 }
 ComPtr<IKivConstant> LoadedOuting::Constant(const std::u16string& name) const {
   return Item_<IKivConstantFactory, IKivConstant>(name, "constant");
+}
+ComPtr<IKivBlob> LoadedOuting::Blob(const std::u16string& name) const {
+  return Item_<IKivBlobFactory, IKivBlob>(name, "blob");
 }
 
 ComPtr<IKivLapMarkers> LoadedOuting::LapMarkers() const {

@@ -9,6 +9,7 @@
 
 #include "host_session.h"
 #include "outing_watch.h"
+#include "velmar/blobs.h"
 #include "velmar/channel.h"
 #include "velmar/constants.h"
 #include "velmar/data_factory.h"
@@ -34,6 +35,9 @@ class LoadedOuting {
   NameList ChannelNames() const;
   NameList EventSetNames() const;
   NameList ConstantNames() const;
+  // Read when first asked for: this waits for the list. Empty for an outing
+  // without blobs (only a native store has them).
+  NameList BlobNames() const;
   // The outing's properties; empty when the data set has no information.
   PropertyList Information() const;
   uint32_t Type() const;
@@ -47,6 +51,7 @@ class LoadedOuting {
   std::u16string ChannelListName(const std::u16string& name) const;
   ComPtr<IKivEventSet> EventSet(const std::u16string& name) const;
   ComPtr<IKivConstant> Constant(const std::u16string& name) const;
+  ComPtr<IKivBlob> Blob(const std::u16string& name) const;
   // The lap markers, once read (the outing's span is known then).
   ComPtr<IKivLapMarkers> LapMarkers() const;
 

@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
   AddDumpCommand(app, context);
   AddEventsCommand(app, context);
   AddConstantsCommand(app, context);
+  AddBlobsCommand(app, context);
   AddSampleCommand(app, context);
   AddConvertCommand(app, context);
   AddLapsCommand(app, context);

@@ -49,6 +49,25 @@ std::vector<EventRow> ReadEvents(const LoadedOuting& outing) {
   return rows;
 }
 
+std::vector<BlobRow> ReadBlobs(const LoadedOuting& outing) {
+  std::vector<BlobRow> rows;
+  for (const std::u16string& name : outing.BlobNames()) {
+    ComPtr<IKivBlob> blob = outing.Blob(name);
+    BlobRow row;
+    row.name = name;
+    // A blob answers S_FALSE while its content is on its way.
+    const KivResult r = ReadWhenReady(outing.session(), blob.Get(), outing.file(), [&] {
+      const KivResult read = blob->GetData(&row.bytes);
+      return read == S_FALSE ? KIV_E_PENDING : read;
+    });
+    if (r != S_OK || Failed(blob->GetGuid(&row.type))) {
+      outing.FailItem("cannot read blob", name, Failed(r) ? r : E_FAIL);
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
 std::vector<ConstantRow> ReadConstants(const LoadedOuting& outing) {
   std::vector<ConstantRow> rows;
   for (const std::u16string& name : outing.ConstantNames()) {

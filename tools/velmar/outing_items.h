@@ -1,4 +1,4 @@
-// The events and constants of a loaded outing, read through their item
+// The events, constants and blobs of a loaded outing, read through their item
 // objects into plain rows.
 #pragma once
 
@@ -30,5 +30,15 @@ struct ConstantRow {
 
 // Every constant, in the factory's name order.
 std::vector<ConstantRow> ReadConstants(const LoadedOuting& outing);
+
+struct BlobRow {
+  std::u16string name;
+  std::u16string type;  // the type GUID in registry form
+  std::vector<uint8_t> bytes;
+};
+
+// Every blob with its content, in the factory's name order; throws for a
+// blob whose content can't be read.
+std::vector<BlobRow> ReadBlobs(const LoadedOuting& outing);
 
 }  // namespace velmar::cli

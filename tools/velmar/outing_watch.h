@@ -27,9 +27,9 @@ class OutingWatch : private COutingNotifications2Receiver,
   void OnInformationChanged(IKivOuting*) override { ++heard_; }
   void OnCreated(IKivOuting*, KivBool) override { ++heard_; }
   void OnOutingReloaded(IKivOuting*) override { ++heard_; }
-  void OnItemsAdded(IKivDataFactory*, const NameList&) override { ++heard_; }
-  void OnItemsRemoved(IKivDataFactory*, const NameList&) override { ++heard_; }
-  void OnItemsChanged(IKivDataFactory*, const NameList&) override { ++heard_; }
+  void OnItemsAdded(IKivDataFactory*, uint32_t, const NameList&) override { ++heard_; }
+  void OnItemsRemoved(IKivDataFactory*, uint32_t, const NameList&) override { ++heard_; }
+  void OnItemsChanged(IKivDataFactory*, uint32_t, const NameList&) override { ++heard_; }
   void OnWriterMessage(uint32_t level, const std::u16string& text) override;
 
   ComPtr<IKivOuting> outing_;

@@ -1,5 +1,5 @@
-// The on-demand reads of one kind of item (channel samples, event sets,
-// blob contents): item id to its read machine, and each machine to the set
+// The on-demand reads of one kind of item (event sets, blob contents, media
+// channel clips): item id to its read machine, and each machine to the set
 // of clients that wait for or hold its data.
 //
 // Get() answers from a finished read, or makes the item's machine, enters
@@ -18,10 +18,11 @@
 #include <vector>
 
 #include "sources/tarn/tarn_read_state_machine.h"
+#include "velmar/types.h"
 
 namespace velmar {
 
-// What waits for one item's data: a channel, an event set, a blob.
+// What waits for one item's data: an event set, a blob, a media channel.
 class ITarnItemDataClient {
  public:
   // The read ended; the data, when it succeeded, covers [from, to].
@@ -32,6 +33,13 @@ class ITarnItemDataClient {
  protected:
   ~ITarnItemDataClient() = default;
 };
+
+// An item's status from the cache's answer to its data request: available
+// with the data in hand, pending while it is read, else not available.
+constexpr DataStatus ItemReadStatus(KivResult answer) {
+  if (answer == S_OK) return DataStatus::kAvailable;
+  return answer == S_FALSE ? DataStatus::kPending : DataStatus::kNotAvailable;
+}
 
 template <class Job>
 class CTarnItemReads {

@@ -31,34 +31,40 @@ KivResult CTarnOuting::ApplyTimeOffset(KivTime offset) {
 }
 
 void CTarnOuting::OnDataDiscarded() {
-  FireItemsRemoved(channel_factory(), CTarnOutingChannelFactory::RemoveAllItems());
-  FireItemsRemoved(events_factory(), CTarnOutingEventsFactory::RemoveAllItems());
+  FireItemsRemoved(channel_factory(), kDataKindChannels, CTarnOutingChannelFactory::RemoveAllItems());
+  FireItemsRemoved(events_factory(), kDataKindEvents, CTarnOutingEventsFactory::RemoveAllItems());
+  FireItemsRemoved(blob_factory(), kDataKindBlobs, CTarnOutingBlobFactory::RemoveAllItems());
+  FireItemsRemoved(media_channel_factory(), kDataKindMediaChannels, CTarnMediaChannelFactory::RemoveAllItems());
 }
 
 void CTarnOuting::OnChannelListRead(const TarnChannelMap& channels) {
   ComPtr<IKivUnknown> keep(this->PrimaryUnknown());
   TarnChannelListChange change = ApplyChannelList(channels);
-  FireItemsRemoved(channel_factory(), change.removed);
-  for (const std::u16string& name : change.replaced) FireItemsRemoved(channel_factory(), {name});
-  FireItemsAdded(channel_factory(), change.added);
+  FireItemsRemoved(channel_factory(), kDataKindChannels, change.removed);
+  for (const std::u16string& name : change.replaced) FireItemsRemoved(channel_factory(), kDataKindChannels, {name});
+  FireItemsAdded(channel_factory(), kDataKindChannels, change.added);
 }
 
-void CTarnOuting::FireChanges(IKivDataFactory* factory, const NameChanges& changes) {
+void CTarnOuting::FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes) {
   ComPtr<IKivUnknown> keep(this->PrimaryUnknown());
-  FireItemsRemoved(factory, changes.removed);
-  FireItemsAdded(factory, changes.added);
+  FireItemsRemoved(factory, kind, changes.removed);
+  FireItemsAdded(factory, kind, changes.added);
 }
 
 void CTarnOuting::OnEventNamesRead(const std::vector<TarnNamedItem>& names) {
-  FireChanges(events_factory(), ApplyEventNames(names));
+  FireChanges(events_factory(), kDataKindEvents, ApplyEventNames(names));
 }
 
 void CTarnOuting::OnConstantsRead(const std::vector<TarnConstant>&) {
-  FireChanges(constant_factory(), Reload());
+  FireChanges(constant_factory(), kDataKindConstants, Reload());
 }
 
-void CTarnOuting::OnBlobListRead(const std::vector<TarnNamedItem>&) {
-  // Blobs have no factory on the outing object yet; the cache keeps the list.
+void CTarnOuting::OnBlobListRead(const std::vector<TarnNamedItem>& blobs) {
+  FireChanges(blob_factory(), kDataKindBlobs, ApplyBlobList(blobs));
+}
+
+void CTarnOuting::OnMediaChannelListRead(const TarnMediaChannelMap& channels) {
+  FireChanges(media_channel_factory(), kDataKindMediaChannels, CTarnMediaChannelFactory::ApplyList(channels));
 }
 
 KivResult RegisterTarnOutingSource() {

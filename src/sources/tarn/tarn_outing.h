@@ -17,9 +17,10 @@
 
 namespace velmar {
 
-class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
-                                                CTarnOutingConstantFactory, CTarnLapMarkers, CLapMarkerWriterBase,
-                                                CTransactionFacet> {
+class CTarnOuting final
+    : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
+                            CTarnOutingConstantFactory, CTarnOutingBlobFactory, CTarnMediaChannelFactory,
+                            CTarnLapMarkers, CLapMarkerWriterBase, CTransactionFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
       : COutingOnCache(std::move(cache), overrideProperties) {}
@@ -31,10 +32,13 @@ class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingCha
   void OnEventNamesRead(const std::vector<TarnNamedItem>& names) override;
   void OnConstantsRead(const std::vector<TarnConstant>& constants) override;
   void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) override;
+  void OnMediaChannelListRead(const TarnMediaChannelMap& channels) override;
 
   IKivDataFactory* channel_factory() { return static_cast<CTarnOutingChannelFactory*>(this)->AsDataFactory(); }
   IKivDataFactory* events_factory() { return static_cast<CTarnOutingEventsFactory*>(this)->AsDataFactory(); }
   IKivDataFactory* constant_factory() { return static_cast<CTarnOutingConstantFactory*>(this)->AsDataFactory(); }
+  IKivDataFactory* blob_factory() { return static_cast<CTarnOutingBlobFactory*>(this)->AsDataFactory(); }
+  IKivDataFactory* media_channel_factory() { return static_cast<CTarnMediaChannelFactory*>(this)->AsDataFactory(); }
 
  protected:
   KivResult OutingInformation(IKivPropertySet** information) override;
@@ -44,8 +48,8 @@ class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingCha
   const TarnChannelMap* CacheChannelList() override { return cache()->ChannelList(); }
   ComPtr<CChannelDataCache> CacheChannelData() override { return cache()->channel_data(); }
   KivTime ChannelTimeOffset() override { return time_offset(); }
-  const std::vector<TarnNamedItem>* CacheEventNames() override { return cache()->EventNames(); }
-  ComPtr<CTarnOutingCache> EventCache() override { return ComPtr<CTarnOutingCache>(cache()); }
+  // What event sets, blobs and media channels read through.
+  ComPtr<CTarnOutingCache> ItemCache() override { return ComPtr<CTarnOutingCache>(cache()); }
   KivTime EventTimeOffset() override { return time_offset(); }
   const std::vector<TarnConstant>* CacheConstants() override { return cache()->Constants(); }
   CTarnOutingCache* WriterCache() override { return cache(); }
@@ -54,8 +58,8 @@ class CTarnOuting final : public COutingOnCache<CTarnOutingCache, CTarnOutingCha
   COutingStateChanges* TransactionOuting() override { return this; }
 
  private:
-  // Fires what a reload did to a factory's list.
-  void FireChanges(IKivDataFactory* factory, const NameChanges& changes);
+  // Fires what a reload did to a factory's list, of data kind `kind`.
+  void FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes);
 };
 
 // Registers the `.trn` source with the outing factory (type 1). Call once at

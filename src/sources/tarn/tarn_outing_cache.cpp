@@ -17,6 +17,7 @@ CTarnOutingCache::CTarnOutingCache(std::u16string path, const Guid& outingId, Ta
       eventNames_(MakeReader<CGetEventNamesJobItem>()),
       constants_(MakeReader<CTarnGetConstantsJobItem>()),
       blobs_(MakeReader<CLoadBlobJobItem>()),
+      mediaChannels_(MakeReader<CLoadMediaChannelNamesJobItem>()),
       create_(MakeClient<CreateMachine>(static_cast<ITarnCreateCallback*>(this), &DaeThread)),
       link_(std::make_shared<Link>(Link{this})),
       transaction_(MakeClient<CTransactionStateMachine>(static_cast<CTransactionBase*>(this))),
@@ -40,7 +41,9 @@ CTarnOutingCache::~CTarnOutingCache() {
   channelData_->Discard();
   eventData_.Clear();
   blobData_.Clear();
+  mediaData_.Clear();
   create_.Reset();
+  mediaChannels_.Reset();
   blobs_.Reset();
   constants_.Reset();
   eventNames_.Reset();
@@ -92,6 +95,8 @@ void CTarnOutingCache::CloseData() {
   eventData_.DropAll();
   blobs_->Reload();
   blobData_.DropAll();
+  mediaChannels_->Reload();
+  mediaData_.DropAll();
   constants_->Reload();
   loaded_ = false;
   InvalidateCaption();
@@ -191,6 +196,11 @@ const std::vector<TarnNamedItem>* CTarnOutingCache::BlobList() {
   return job ? &job->blobs() : nullptr;
 }
 
+const TarnMediaChannelMap* CTarnOutingCache::MediaChannelList() {
+  CLoadMediaChannelNamesJobItem* job = ResultsOrStart(mediaChannels_);
+  return job ? &job->channels() : nullptr;
+}
+
 // --- Item data ----------------------------------------------------------------
 
 std::unique_ptr<CChannelDataFetch> CTarnOutingCache::MakeChannelFetch(const CChannelKey& key) {
@@ -201,28 +211,35 @@ std::unique_ptr<CChannelDataFetch> CTarnOutingCache::MakeChannelFetch(const CCha
   return std::make_unique<CTarnChannelDataFetch>(file_->Connection(), it->second);
 }
 
-KivResult CTarnOutingCache::GetEventData(ITarnItemDataClient* client, uint64_t eventId,
-                                         const CGetCachedEventsJobItem** data) {
+template <class Job>
+KivResult CTarnOutingCache::GetItemData(CTarnItemReads<Job>& reads, ITarnItemDataClient* client, uint64_t id,
+                                        const Job** data) {
   if (!data) return E_POINTER;
-  CGetCachedEventsJobItem* job = nullptr;
-  KivResult r =
-      eventData_.Get(eventId, client, this, file_.Get(), MakeTarnJob<CGetCachedEventsJobItem>(eventId), &job);
+  Job* job = nullptr;
+  KivResult r = reads.Get(id, client, this, file_.Get(), MakeTarnJob<Job>(id), &job);
   *data = job;
   return r;
 }
 
+KivResult CTarnOutingCache::GetEventData(ITarnItemDataClient* client, uint64_t eventId,
+                                         const CGetCachedEventsJobItem** data) {
+  return GetItemData(eventData_, client, eventId, data);
+}
+
 KivResult CTarnOutingCache::GetBlobData(ITarnItemDataClient* client, uint64_t blobId,
                                         const CGetBlobDataJobItem** data) {
-  if (!data) return E_POINTER;
-  CGetBlobDataJobItem* job = nullptr;
-  KivResult r = blobData_.Get(blobId, client, this, file_.Get(), MakeTarnJob<CGetBlobDataJobItem>(blobId), &job);
-  *data = job;
-  return r;
+  return GetItemData(blobData_, client, blobId, data);
+}
+
+KivResult CTarnOutingCache::GetMediaChannelAccessData(ITarnItemDataClient* client, uint64_t channelId,
+                                                      const CLoadMediaChannelAccessDataJobItem** data) {
+  return GetItemData(mediaData_, client, channelId, data);
 }
 
 void CTarnOutingCache::ForgetClient(ITarnItemDataClient* client) {
   eventData_.Forget(client);
   blobData_.Forget(client);
+  mediaData_.Forget(client);
 }
 
 // --- Reads ending ---------------------------------------------------------------
@@ -303,6 +320,12 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadBlobJobItem>& m, Ki
   ForEachClient([&](ITarnOutingStateChanges& client) { client.OnBlobListRead(blobs); });
 }
 
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadMediaChannelNamesJobItem>& m, KivResult status) {
+  if (Failed(status)) return;
+  const TarnMediaChannelMap& channels = m.results()->channels();
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnMediaChannelListRead(channels); });
+}
+
 template <class Job>
 void CTarnOutingCache::TellItemClients(const CTarnItemReads<Job>& reads, const CTarnReadStateMachine<Job>& machine,
                                        KivResult status) {
@@ -319,6 +342,10 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetCachedEventsJobItem>
 
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetBlobDataJobItem>& m, KivResult status) {
   TellItemClients(blobData_, m, status);
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadMediaChannelAccessDataJobItem>& m, KivResult status) {
+  TellItemClients(mediaData_, m, status);
 }
 
 }  // namespace velmar

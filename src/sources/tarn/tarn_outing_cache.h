@@ -62,8 +62,10 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
                                ITarnReadClient<CGetEventNamesJobItem>,
                                ITarnReadClient<CTarnGetConstantsJobItem>,
                                ITarnReadClient<CLoadBlobJobItem>,
+                               ITarnReadClient<CLoadMediaChannelNamesJobItem>,
                                ITarnReadClient<CGetCachedEventsJobItem>,
-                               ITarnReadClient<CGetBlobDataJobItem> {
+                               ITarnReadClient<CGetBlobDataJobItem>,
+                               ITarnReadClient<CLoadMediaChannelAccessDataJobItem> {
   using Base = COutingCacheBase<CTarnOutingCache, ITarnOutingStateChanges>;
 
  public:
@@ -102,6 +104,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   const std::vector<TarnNamedItem>* EventNames();
   const std::vector<TarnConstant>* Constants();
   const std::vector<TarnNamedItem>* BlobList();
+  const TarnMediaChannelMap* MediaChannelList();
 
   // --- Write-back -------------------------------------------------------------
   // The one transaction of the file, shared by its outing objects.
@@ -125,6 +128,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
                                        const CGetCachedEventsJobItem** data);
   [[nodiscard]] KivResult GetBlobData(ITarnItemDataClient* client, uint64_t blobId,
                                       const CGetBlobDataJobItem** data);
+  [[nodiscard]] KivResult GetMediaChannelAccessData(ITarnItemDataClient* client, uint64_t channelId,
+                                                    const CLoadMediaChannelAccessDataJobItem** data);
   // The client is going: it waits for nothing any more.
   void ForgetClient(ITarnItemDataClient* client);
 
@@ -143,8 +148,10 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   void OnReadDone(CTarnReadStateMachine<CGetEventNamesJobItem>& m, KivResult status) override;
   void OnReadDone(CTarnReadStateMachine<CTarnGetConstantsJobItem>& m, KivResult status) override;
   void OnReadDone(CTarnReadStateMachine<CLoadBlobJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CLoadMediaChannelNamesJobItem>& m, KivResult status) override;
   void OnReadDone(CTarnReadStateMachine<CGetCachedEventsJobItem>& m, KivResult status) override;
   void OnReadDone(CTarnReadStateMachine<CGetBlobDataJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CLoadMediaChannelAccessDataJobItem>& m, KivResult status) override;
 
   template <class Job>
   Reader<Job> MakeReader();
@@ -153,6 +160,9 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   Job* ResultsOrStart(const Reader<Job>& reader);
   // The read of one channel's samples, for the channel data cache.
   std::unique_ptr<CChannelDataFetch> MakeChannelFetch(const CChannelKey& key);
+  // GetEventData and its kin: the item `id`'s read in `reads`.
+  template <class Job>
+  KivResult GetItemData(CTarnItemReads<Job>& reads, ITarnItemDataClient* client, uint64_t id, const Job** data);
   template <class Job>
   void TellItemClients(const CTarnItemReads<Job>& reads, const CTarnReadStateMachine<Job>& machine,
                        KivResult status);
@@ -184,6 +194,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   Reader<CGetEventNamesJobItem> eventNames_;
   Reader<CTarnGetConstantsJobItem> constants_;
   Reader<CLoadBlobJobItem> blobs_;
+  Reader<CLoadMediaChannelNamesJobItem> mediaChannels_;
   ClientRef<CreateMachine> create_;
   // What a fetch made after the cache went finds: nothing.
   struct Link {
@@ -193,6 +204,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   ComPtr<CChannelDataCache> channelData_;
   CTarnItemReads<CGetCachedEventsJobItem> eventData_;
   CTarnItemReads<CGetBlobDataJobItem> blobData_;
+  CTarnItemReads<CLoadMediaChannelAccessDataJobItem> mediaData_;
 
   ClientRef<CTransactionStateMachine> transaction_;
   CLapMarkerWriteBack lapWriteBack_{this};

@@ -50,67 +50,45 @@ const TarnChannelEntry* CTarnOutingChannelFactory::Entry(const std::u16string& n
 
 // --- Event sets ---------------------------------------------------------------
 
-KivResult CTarnOutingEventsFactory::GetItem(const std::u16string& name, IKivEventSet** set) {
-  if (!set) return E_POINTER;
-  *set = nullptr;
-  if (!listed()) FillNames();  // starts the list's read
-  auto it = items().find(name);
-  auto id = ids_.find(name);
-  if (it == items().end() || id == ids_.end()) return E_INVALIDARG;
-  if (!it->second) {
-    ComPtr<CTarnEventSet> made;
-    try {
-      made = MakeKiv<CTarnEventSet>(name, id->second, EventCache(), ComPtr<IKivSelectionRange>(), EventTimeOffset());
-    } catch (const std::bad_alloc&) {
-      return E_OUTOFMEMORY;
-    }
-    made->Bind();
-    it->second = made.Get();
-    sets_[name] = std::move(made);
-  }
-  return GiveOut(static_cast<IKivEventSet*>(it->second), set);
-}
-
-NameChanges CTarnOutingEventsFactory::ApplyEventNames(const std::vector<TarnNamedItem>& names) {
-  std::map<std::u16string, uint64_t> read;
-  for (const TarnNamedItem& item : names) read.emplace(item.name, item.id);  // the first of a name counts
-  NameList gone;
-  for (const auto& [name, id] : ids_) {
-    auto now = read.find(name);
-    if (now == read.end() || now->second != id) gone.push_back(name);
-  }
-  NameChanges changes;
-  changes.removed = RemoveItems(gone);
-  NameList added;
-  for (const auto& [name, id] : read) {
-    if (!items().contains(name)) added.push_back(name);
-  }
-  ids_ = std::move(read);
-  changes.added = AddNames(added);
-  SetListed(true);
-  return changes;
-}
-
 KivResult CTarnOutingEventsFactory::SetEventSetsTimeOffset(KivTime offset) {
-  for (auto& [name, set] : sets_) {
-    const KivResult r = set->SetTimeOffset(offset);
-    if (Failed(r)) return r;
-  }
-  return S_OK;
+  return ForEachItem([offset](CTarnEventSet& set) { return set.SetTimeOffset(offset); });
 }
 
-void CTarnOutingEventsFactory::FillNames() {
-  if (const std::vector<TarnNamedItem>* names = CacheEventNames()) (void)ApplyEventNames(*names);
+bool CTarnOutingEventsFactory::CacheList(EntryMap* list) {
+  const std::vector<TarnNamedItem>* names = ItemCache()->EventNames();
+  if (names) *list = NamedItemMap(*names);
+  return names != nullptr;
 }
 
-void CTarnOutingEventsFactory::DropItem(const std::u16string& name, CTarnEventSet*& item) {
-  item = nullptr;
-  ids_.erase(name);
-  auto it = sets_.find(name);
-  if (it == sets_.end()) return;
-  ComPtr<CTarnEventSet> set = std::move(it->second);
-  sets_.erase(it);
-  set->Detach();
+ComPtr<CTarnEventSet> CTarnOutingEventsFactory::MakeItem(const std::u16string& name, const TarnNamedItem& entry) {
+  auto set = MakeKiv<CTarnEventSet>(name, entry.id, ItemCache(), ComPtr<IKivSelectionRange>(), EventTimeOffset());
+  set->Bind();
+  return set;
+}
+
+// --- Blobs ----------------------------------------------------------------------
+
+bool CTarnOutingBlobFactory::CacheList(EntryMap* list) {
+  const std::vector<TarnNamedItem>* blobs = ItemCache()->BlobList();
+  if (blobs) *list = NamedItemMap(*blobs);
+  return blobs != nullptr;
+}
+
+ComPtr<CBlob> CTarnOutingBlobFactory::MakeItem(const std::u16string& name, const TarnNamedItem& entry) {
+  return MakeKiv<CBlob>(name, entry.id, ItemCache());
+}
+
+// --- Media channels ----------------------------------------------------------------
+
+bool CTarnMediaChannelFactory::CacheList(EntryMap* list) {
+  const TarnMediaChannelMap* channels = ItemCache()->MediaChannelList();
+  if (channels) *list = *channels;
+  return channels != nullptr;
+}
+
+ComPtr<CTarnMediaChannelBase> CTarnMediaChannelFactory::MakeItem(const std::u16string& name,
+                                                                  const TarnMediaChannelEntry& entry) {
+  return MakeKiv<CTarnMediaChannelBase>(name, entry, ItemCache());
 }
 
 // --- Constants -----------------------------------------------------------------

@@ -1,9 +1,10 @@
-// The data factories of a `.trn` outing object: each holds its own list of
-// names, taken from its cache's read of that list. Asking for the names or
-// an item before the list is in starts the read: the names are empty, and
-// GetItem gives E_INVALIDARG. When the read ends the outing hands the list
-// to the factory (Apply...), which gives the names that came and went for
-// the outing's notifications.
+// The data factories of a `.trn` outing object (channels, event sets, blobs,
+// media channels, constants): each holds its own list of names, taken from
+// its cache's read of that list. Asking for the names or an item before the
+// list is in starts the read: the names are empty, and GetItem gives
+// E_INVALIDARG. When the read ends the outing hands the list to the factory
+// (Apply...), which gives the names that came and went for the outing's
+// notifications.
 //
 // Client thread only.
 #pragma once
@@ -16,8 +17,11 @@
 #include "outing/channel_table.h"
 #include "outing/loaded_constant_factory.h"
 #include "outing/outing_data_factory.h"
+#include "sources/tarn/tarn_blob.h"
 #include "sources/tarn/tarn_channel_list.h"
 #include "sources/tarn/tarn_event_set.h"
+#include "sources/tarn/tarn_listed_factory.h"
+#include "sources/tarn/tarn_media_channel.h"
 #include "sources/tarn/tarn_read_jobs.h"
 #include "velmar/data_factory.h"
 
@@ -60,28 +64,39 @@ class CTarnOutingChannelFactory : public COutingDataFactory<IKivChannel*, IKivCh
 // The event sets of an outing object: one per listed name, made on first
 // demand with the outing's time offset; its records are read when a client
 // first asks for them.
-class CTarnOutingEventsFactory : public COutingDataFactory<CTarnEventSet*, IKivEventsFactory> {
+class CTarnOutingEventsFactory
+    : public CTarnListedFactory<CTarnEventSet, IKivEventSet, IKivEventsFactory, TarnNamedItem> {
  public:
-  ~CTarnOutingEventsFactory() { (void)RemoveAllItems(); }
-  KivResult GetItem(const std::u16string& name, IKivEventSet** set) override;
-  // The list as read now: names gone, and names now on another store set,
-  // leave (their sets are detached); new names enter.
-  NameChanges ApplyEventNames(const std::vector<TarnNamedItem>& names);
+  NameChanges ApplyEventNames(const std::vector<TarnNamedItem>& names) { return ApplyList(NamedItemMap(names)); }
   // Shifts every set made so far, in name order; stops at the first failure.
   KivResult SetEventSetsTimeOffset(KivTime offset);
 
  protected:
-  void FillNames() override;
-  void DropItem(const std::u16string& name, CTarnEventSet*& item) override;
-  // The cache's list of sets; null (and the read started) while not read.
-  virtual const std::vector<TarnNamedItem>* CacheEventNames() = 0;
-  // What a set made now reads through, and the offset it starts with.
-  virtual ComPtr<CTarnOutingCache> EventCache() = 0;
+  bool CacheList(EntryMap* list) override;
+  ComPtr<CTarnEventSet> MakeItem(const std::u16string& name, const TarnNamedItem& entry) override;
+  // The offset a set made now starts with.
   virtual KivTime EventTimeOffset() = 0;
+};
 
- private:
-  std::map<std::u16string, uint64_t> ids_;  // the store's id of each listed set
-  std::map<std::u16string, ComPtr<CTarnEventSet>> sets_;
+// The blobs of an outing object: one per listed name, made on first demand;
+// its content is read when a client first asks for it.
+class CTarnOutingBlobFactory : public CTarnListedFactory<CBlob, IKivBlob, IKivBlobFactory, TarnNamedItem> {
+ public:
+  NameChanges ApplyBlobList(const std::vector<TarnNamedItem>& blobs) { return ApplyList(NamedItemMap(blobs)); }
+
+ protected:
+  bool CacheList(EntryMap* list) override;
+  ComPtr<CBlob> MakeItem(const std::u16string& name, const TarnNamedItem& entry) override;
+};
+
+// The media channels of an outing object: one per listed name, made on first
+// demand; its clips are read when a client first asks for them.
+class CTarnMediaChannelFactory
+    : public CTarnListedFactory<CTarnMediaChannelBase, IKivMediaChannel, IKivMediaChannelFactory,
+                                TarnMediaChannelEntry> {
+ protected:
+  bool CacheList(EntryMap* list) override;
+  ComPtr<CTarnMediaChannelBase> MakeItem(const std::u16string& name, const TarnMediaChannelEntry& entry) override;
 };
 
 // The constants of an outing object: the cache's constant list, merged into

@@ -22,6 +22,7 @@ struct ITarnOutingStateChanges : COutingStateChanges {
   virtual void OnEventNamesRead(const std::vector<TarnNamedItem>& names) = 0;
   virtual void OnConstantsRead(const std::vector<TarnConstant>& constants) = 0;
   virtual void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) = 0;
+  virtual void OnMediaChannelListRead(const TarnMediaChannelMap& channels) = 0;
 };
 
 }  // namespace velmar

@@ -21,6 +21,12 @@ QuantityId MaxQuantity() {
 
 }  // namespace
 
+std::map<std::u16string, TarnNamedItem> NamedItemMap(const std::vector<TarnNamedItem>& items) {
+  std::map<std::u16string, TarnNamedItem> map;
+  for (const TarnNamedItem& item : items) map.try_emplace(item.name, item);
+  return map;
+}
+
 KivResult CTarnReadJobItem::Run() {
   if (!connection_) return E_FAIL;
   return Read(connection_->connection());
@@ -116,6 +122,23 @@ KivResult CGetBlobDataJobItem::Read(TarnConnection& c) {
   if (b.type) type_ = *b.type;
   if (b.data && b.size) bytes_.assign(b.data, b.data + b.size);
   return S_OK;
+}
+
+KivResult CLoadMediaChannelNamesJobItem::Read(TarnConnection& c) {
+  if (!c.media) return E_FAIL;
+  ComPtr<IKivTarnMediaChannelRecords> records;
+  KivResult r = c.media->GetMediaChannels(kDefaultWaitLimit, records.Put());
+  if (Failed(r)) return r;
+  channels_ = MediaChannelMap(Items(records));
+  return S_OK;
+}
+
+KivResult CLoadMediaChannelAccessDataJobItem::Read(TarnConnection& c) {
+  if (!c.media) return E_FAIL;
+  ComPtr<IKivTarnMediaClipRecords> records;
+  KivResult r = c.media->GetMediaClips(kDefaultWaitLimit, channelId_, kTimeMin, kTimeMax, records.Put());
+  if (Failed(r)) return r;
+  return TakeMediaClips(Items(records), &clips_) ? S_OK : E_FAIL;
 }
 
 }  // namespace velmar

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@
 #include "sources/tarn/tarn_connection.h"
 #include "sources/tarn/tarn_event_data.h"
 #include "sources/tarn/tarn_lap_data.h"
+#include "sources/tarn/tarn_media_data.h"
 #include "sources/tarn/tarn_properties.h"
 
 namespace velmar {
@@ -90,6 +92,8 @@ struct TarnNamedItem {
   std::u16string name;
   Guid type;  // blobs only
 };
+// The items by name; of two with one name the first counts.
+std::map<std::u16string, TarnNamedItem> NamedItemMap(const std::vector<TarnNamedItem>& items);
 
 class CGetEventNamesJobItem final : public CTarnReadJobItem {
  public:
@@ -182,6 +186,36 @@ class CGetBlobDataJobItem final : public CTarnReadJobItem {
   const uint64_t blobId_;
   Guid type_;
   std::vector<uint8_t> bytes_;
+};
+
+// The media channel list, by name.
+class CLoadMediaChannelNamesJobItem final : public CTarnReadJobItem {
+ public:
+  using CTarnReadJobItem::CTarnReadJobItem;
+  const TarnMediaChannelMap& channels() const { return channels_; }
+
+ protected:
+  KivResult Read(TarnConnection& connection) override;
+
+ private:
+  TarnMediaChannelMap channels_;
+};
+
+// The clips of one media channel over the whole outing. Fails (E_FAIL) when
+// a clip can't be used (see TakeMediaClips).
+class CLoadMediaChannelAccessDataJobItem final : public CTarnReadJobItem {
+ public:
+  CLoadMediaChannelAccessDataJobItem(CStateMachineEx* owner, ComPtr<COpenFileJobItem> connection, uint64_t channelId)
+      : CTarnReadJobItem(owner, std::move(connection)), channelId_(channelId) {}
+  // By start.
+  const std::vector<TarnMediaClip>& clips() const { return clips_; }
+
+ protected:
+  KivResult Read(TarnConnection& connection) override;
+
+ private:
+  const uint64_t channelId_;
+  std::vector<TarnMediaClip> clips_;
 };
 
 }  // namespace velmar

@@ -1,6 +1,7 @@
 // The machine behind each read of a `.trn` outing: one list (channels, event
-// names, blobs, constants, lap markers, the details record) or one item's
-// data (a channel's samples, an event set, a blob).
+// names, blobs, media channels, constants, lap markers, the details record)
+// or one item's data (a channel's samples, an event set, a blob, a media
+// channel's clips).
 //
 // CTarnReadStateMachine<Job> runs Job on the store thread, one at a time:
 //   Start()    Idle: builds a job with the current connection and queues it.

@@ -132,12 +132,14 @@ CAsciiOuting::~CAsciiOuting() {
 
 void CAsciiOuting::OnDataDiscarded() {
   laps_.reset();
-  FireItemsRemoved(channels().AsDataFactory(), channels().RemoveAllItems());
-  FireItemsRemoved(event_sets().AsDataFactory(), event_sets().DiscardEventSets());
-  FireItemsRemoved(constants().AsDataFactory(), constants().Discard());
+  FireItemsRemoved(channels().AsDataFactory(), kDataKindChannels, channels().RemoveAllItems());
+  FireItemsRemoved(event_sets().AsDataFactory(), kDataKindEvents, event_sets().DiscardEventSets());
+  FireItemsRemoved(constants().AsDataFactory(), kDataKindConstants, constants().Discard());
 }
 
-void CAsciiOuting::OnChannelsLoaded() { FireItemsAdded(channels().AsDataFactory(), channels().Refill()); }
+void CAsciiOuting::OnChannelsLoaded() {
+  FireItemsAdded(channels().AsDataFactory(), kDataKindChannels, channels().Refill());
+}
 
 void CAsciiOuting::OnLapMarkersReset() {
   laps_.reset();
@@ -157,13 +159,13 @@ const TextLapData* CAsciiOuting::LapMarkerData() {
 }
 
 void CAsciiOuting::ReloadEventSets() {
-  FireChanges(event_sets().AsDataFactory(), event_sets().Reload());
-  FireChanges(constants().AsDataFactory(), constants().Reload());
+  FireChanges(event_sets().AsDataFactory(), kDataKindEvents, event_sets().Reload());
+  FireChanges(constants().AsDataFactory(), kDataKindConstants, constants().Reload());
 }
 
-void CAsciiOuting::FireChanges(IKivDataFactory* factory, const NameChanges& changes) {
-  FireItemsRemoved(factory, changes.removed);
-  FireItemsAdded(factory, changes.added);
+void CAsciiOuting::FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes) {
+  FireItemsRemoved(factory, kind, changes.removed);
+  FireItemsAdded(factory, kind, changes.added);
 }
 
 KivResult CAsciiOuting::ApplyTimeOffset(KivTime offset) {

@@ -136,7 +136,7 @@ class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFa
   COutingStateChanges* TransactionOuting() override { return this; }
 
  private:
-  void FireChanges(IKivDataFactory* factory, const NameChanges& changes);
+  void FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes);
   // Null (and the load asked for) while nothing is loaded.
   const TextLapData* LapMarkerData() override;
 

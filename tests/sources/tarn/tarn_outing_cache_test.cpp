@@ -54,6 +54,9 @@ class RecordingOuting final : public KivObject<ITarnOutingStateChanges> {
   void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) override {
     log.push_back("blobs:" + std::to_string(blobs.size()));
   }
+  void OnMediaChannelListRead(const TarnMediaChannelMap& channels) override {
+    log.push_back("media:" + std::to_string(channels.size()));
+  }
 };
 
 // A channel waiting for its samples.
@@ -170,10 +173,12 @@ TEST_F(TarnOutingCacheTest, ListsAreReadOnFirstDemandAndReachEveryOuting) {
   EXPECT_EQ(cache_->EventNames(), nullptr);
   EXPECT_EQ(cache_->Constants(), nullptr);
   EXPECT_EQ(cache_->BlobList(), nullptr);
+  EXPECT_EQ(cache_->MediaChannelList(), nullptr);
   ASSERT_TRUE(Settle());
   for (const auto& outing : {outing_, second}) {
     std::vector<std::string> lists(outing->log.begin() + 4, outing->log.end());  // after the load's four
-    EXPECT_EQ(lists, (std::vector<std::string>{"channel-list:2", "event-names:2", "constants:2", "blobs:1"}));
+    EXPECT_EQ(lists,
+              (std::vector<std::string>{"channel-list:2", "event-names:2", "constants:2", "blobs:1", "media:0"}));
   }
   ASSERT_NE(cache_->ChannelList(), nullptr);
   EXPECT_EQ(cache_->ChannelList()->size(), 2u);

@@ -4,45 +4,12 @@
 
 #include <algorithm>
 
-#include "outing/outing_listener.h"
 #include "velmar/channel.h"
 #include "outing/outing_source.h"
-#include "tarn_test_helper.h"
+#include "tarn_outing_helper.h"
 
 namespace velmar::testing {
 namespace {
-
-const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
-
-class TarnOutingTest : public TarnTest {
- protected:
-  void TearDown() override {
-    listener_.reset();
-    outing_ = nullptr;
-    TarnTest::TearDown();
-  }
-  ComPtr<CTarnOuting> Open(const std::u16string& path) {
-    ComPtr<CTarnOuting> outing;
-    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path, false, [&] { return MakeKiv<CTarnOutingCache>(path, kTarnType); }, &outing),
-              S_OK);
-    return outing;
-  }
-  void OpenListened(const std::u16string& path) {
-    outing_ = Open(path);
-    listener_ = std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get()));
-    ASSERT_TRUE(listener_->connected());
-  }
-  template <class I>
-  ComPtr<I> Facet() {
-    ComPtr<I> facet;
-    EXPECT_EQ(outing_.As(&facet), S_OK);
-    return facet;
-  }
-
-  ComPtr<CTarnOuting> outing_;
-  std::unique_ptr<OutingListener> listener_;
-};
 
 TEST_F(TarnOutingTest, TheOutingIsOfTypeOneAndAnnouncesItselfOnceLoaded) {
   std::u16string path = Write(SampleDataSet());

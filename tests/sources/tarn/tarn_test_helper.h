@@ -12,6 +12,7 @@
 #include "platform/async/job_engine.h"
 #include "sources/tarn/tarn_data_set.h"
 #include "support/temp_dir.h"
+#include "velmar/tarn_store.h"
 
 namespace velmar::testing {
 
@@ -44,6 +45,23 @@ class StoreThreadGate {
   std::promise<void> gate_;
   bool open_ = false;
 };
+
+// Opens `path` with the store, hands `write` the write handle's interface
+// `Writer` and commits: a write as another process would make it.
+template <class Writer, class Write>
+void WriteThroughStore(const std::u16string& path, Write&& write) {
+  ComPtr<IKivTarnStoreFactory> factory;
+  ASSERT_EQ(CreateTarnStoreFactory(&factory), S_OK);
+  ComPtr<IKivTarnStore> store;
+  ASSERT_EQ(factory->OpenFile(path, IKivTarnStore::iid, store.PutVoid()), S_OK);
+  ComPtr<IKivTarnWriteHandle> handle;
+  auto access = QueryAs<IKivTarnWriteAccess>(store.Get());
+  ASSERT_EQ(access->GetWriteHandle(kDefaultWaitLimit, IKivTarnWriteHandle::iid, handle.PutVoid()), S_OK);
+  auto writer = QueryAs<Writer>(handle.Get());
+  ASSERT_TRUE(writer);
+  write(*writer);
+  EXPECT_EQ(handle->Commit(), S_OK);
+}
 
 // Sets the format version of a store file to `version`.
 void SetFormatVersion(const std::u16string& path, int version);

@@ -46,4 +46,25 @@ struct IKivCommonChannels : IKivUnknown {
 
 #undef KIV_COMMON_CHANNEL_PURE_
 
+// The roles by index, in slot order.
+enum class CommonChannelRole : size_t {
+#define KIV_COMMON_CHANNEL_ENUM_(Role) k##Role,
+  KIV_COMMON_CHANNEL_ROLES(KIV_COMMON_CHANNEL_ENUM_)
+#undef KIV_COMMON_CHANNEL_ENUM_
+};
+inline constexpr size_t kCommonChannelRoleCount = static_cast<size_t>(CommonChannelRole::kHeading) + 1;
+
+// The text of one role, for code that picks the role at run time.
+inline KivResult GetCommonChannel(IKivCommonChannels* channels, CommonChannelRole role, std::u16string* text) {
+  if (!channels) return E_POINTER;
+  switch (role) {
+#define KIV_COMMON_CHANNEL_CASE_(Role) \
+  case CommonChannelRole::k##Role:     \
+    return channels->Get##Role(text);
+    KIV_COMMON_CHANNEL_ROLES(KIV_COMMON_CHANNEL_CASE_)
+#undef KIV_COMMON_CHANNEL_CASE_
+  }
+  return E_INVALIDARG;
+}
+
 }  // namespace velmar

@@ -2,18 +2,7 @@
 
 namespace velmar {
 
-namespace {
-
-// The index of each role, in slot order.
-enum RoleIndex : size_t {
-#define KIV_COMMON_CHANNEL_INDEX_(Role) k##Role,
-  KIV_COMMON_CHANNEL_ROLES(KIV_COMMON_CHANNEL_INDEX_)
-#undef KIV_COMMON_CHANNEL_INDEX_
-      kRoleCount
-};
-static_assert(kRoleCount == CCommonChannelsStore::kRoleCount);
-
-}  // namespace
+static_assert(kCommonChannelRoleCount == CCommonChannelsStore::kRoleCount);
 
 KivResult CCommonChannels::Get(size_t role, std::u16string* text) const {
   if (!text) return E_POINTER;
@@ -28,8 +17,12 @@ KivResult CCommonChannels::Set(size_t role, const std::u16string& text) {
 }
 
 #define KIV_COMMON_CHANNEL_DEFINE_(Role)                                                             \
-  KivResult CCommonChannels::Get##Role(std::u16string* text) { return Get(k##Role, text); }          \
-  KivResult CCommonChannels::Set##Role(const std::u16string& text) { return Set(k##Role, text); }
+  KivResult CCommonChannels::Get##Role(std::u16string* text) {                                       \
+    return Get(static_cast<size_t>(CommonChannelRole::k##Role), text);                               \
+  }                                                                                                  \
+  KivResult CCommonChannels::Set##Role(const std::u16string& text) {                                 \
+    return Set(static_cast<size_t>(CommonChannelRole::k##Role), text);                               \
+  }
 KIV_COMMON_CHANNEL_ROLES(KIV_COMMON_CHANNEL_DEFINE_)
 #undef KIV_COMMON_CHANNEL_DEFINE_
 

@@ -15,7 +15,8 @@ constexpr uint32_t kWholeRange = 0;
 
 }  // namespace
 
-KivResult FindDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* channel) {
+KivResult FindCommonChannel(IKivDataFactory* channels, CommonChannelRole role, ComPtr<IKivChannel>* channel,
+                            KivResult badKey) {
   if (!channels || !channel) return E_POINTER;
   *channel = nullptr;
   ComPtr<IKivUnknown> root;
@@ -24,10 +25,10 @@ KivResult FindDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* ch
   if (!velmar) return E_NOINTERFACE;
   ComPtr<IKivCommonChannels> common;
   if (KivResult r = velmar->GetCommonChannels(common.Put()); Failed(r)) return r;
-  std::u16string role;
-  if (KivResult r = common->GetDistance(&role); Failed(r)) return r;
+  std::u16string text;
+  if (KivResult r = GetCommonChannel(common.Get(), role, &text); Failed(r)) return r;
   CChannelKey key;
-  if (!CChannelKey::Parse(role, &key)) return KIV_E_BAD_DISTANCE_CHANNEL;
+  if (!CChannelKey::Parse(text, &key)) return badKey;
   auto factory = QueryAs<IKivChannelFactory>(channels);
   if (!factory) return E_NOINTERFACE;
   // A channel recorded without its quantity is still the one of that name.
@@ -37,6 +38,10 @@ KivResult FindDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* ch
     r = factory->GetItem(name, channel->Put());
   }
   return r;
+}
+
+KivResult FindDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* channel) {
+  return FindCommonChannel(channels, CommonChannelRole::kDistance, channel, KIV_E_BAD_DISTANCE_CHANNEL);
 }
 
 KivResult DistanceData(IKivChannel* channel, ComPtr<IKivChannelIterator2>* data) {

@@ -1,22 +1,29 @@
-// The distance channel of an outing and the two conversions it gives:
-// time to distance and back. The channel is the one the root's common
-// channels name for the distance role, taken from the outing's own channel
-// factory, so a user who points the role elsewhere moves every lap edit.
+// The channels of the common roles on an outing, and the two conversions the
+// distance channel gives: time to distance and back. A role's channel is
+// the one the root's common channels name, taken from the outing's own
+// channel factory, so a user who points the distance role elsewhere moves
+// every lap edit.
 //
 // Client thread only.
 #pragma once
 
 #include "velmar/channel.h"
+#include "velmar/common_channels.h"
 #include "velmar/data_factory.h"
 #include "velmar/types.h"
 
 namespace velmar {
 
-// The distance channel of the outing whose channel factory is `channels`:
-// the channel keyed as the role names it, else the one of the role's name
-// recorded without a quantity, else the one listed by that plain name. A
-// failure on the road (no root, no common channels, no such channel) is the
-// result; a role text that is no channel key gives KIV_E_BAD_DISTANCE_CHANNEL.
+// The channel of a common role (distance, speed, map position...) on the
+// outing whose channel factory is `channels`: the channel keyed as the
+// role's text names it, else the one of that name recorded without a
+// quantity, else the one listed by that plain name. A failure on the road
+// (no root, no common channels, no such channel) is the result; a role text
+// that is no channel key gives `badKey`.
+[[nodiscard]] KivResult FindCommonChannel(IKivDataFactory* channels, CommonChannelRole role,
+                                          ComPtr<IKivChannel>* channel, KivResult badKey = E_INVALIDARG);
+// The distance role's channel; a role text that is no channel key gives
+// KIV_E_BAD_DISTANCE_CHANNEL.
 [[nodiscard]] KivResult FindDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* channel);
 
 // The channel's data for the conversions: KIV_E_PENDING while it is fetched

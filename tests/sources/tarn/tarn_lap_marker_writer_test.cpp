@@ -10,11 +10,13 @@
 #include "platform/store/fault_vfs.h"
 #include "platform/store/store_factory.h"
 #include "tasks/tasks.h"
+#include "outing/distance_channel.h"
 #include "outing/outing_listener.h"
 #include "outing/outing_on_cache.h"
 #include "sources/tarn/tarn_lap_marker_steps.h"
 #include "sources/tarn/tarn_outing.h"
 #include "tarn_test_helper.h"
+#include "velmar/common_channels.h"
 #include "velmar/transaction.h"
 
 namespace velmar::testing {
@@ -252,6 +254,28 @@ TEST_F(TarnLapMarkerWriterTest, ADiskFailingAnywhereInTheCommitLeavesTheFileAsBe
     sawSuccess = !failed;
   }
   EXPECT_TRUE(sawSuccess) << "some number of writes lets the commit through";
+}
+
+TEST_F(TarnLapMarkerWriterTest, CommonChannelRolesResolveOnTheOuting) {
+  auto channels = QueryAs<IKivDataFactory>(static_cast<IKivOuting*>(outing_.Get()));
+  ComPtr<IKivCommonChannels> roles;
+  ASSERT_EQ(root_->GetCommonChannels(roles.Put()), S_OK);
+  ComPtr<IKivChannel> found;
+  ASSERT_EQ(FindCommonChannel(channels.Get(), CommonChannelRole::kDistance, &found), S_OK);
+  std::u16string name;
+  ASSERT_EQ(found->GetName(&name), S_OK);
+  EXPECT_EQ(name, u"[1]Distance");
+  EXPECT_TRUE(Failed(FindCommonChannel(channels.Get(), CommonChannelRole::kSpeed, &found))) << "no speed recorded";
+  // Any role may point at any channel, and the edits follow the distance role.
+  ASSERT_EQ(roles->SetSpeed(u"[1]Distance"), S_OK);
+  EXPECT_EQ(FindCommonChannel(channels.Get(), CommonChannelRole::kSpeed, &found), S_OK);
+  ASSERT_EQ(roles->SetDistance(u"no key"), S_OK);
+  ASSERT_EQ(txn_->Begin(), S_OK);
+  EXPECT_EQ(writer_->AddLapMarkerAtTime(45 * kS), KIV_E_BAD_DISTANCE_CHANNEL);
+  ASSERT_EQ(roles->SetDistance(u"[1]Odometer"), S_OK);
+  EXPECT_TRUE(Failed(writer_->ShiftLapMarkers(10.0))) << "no such channel";
+  EXPECT_EQ(writer_->RemoveLapMarker(1), S_OK) << "a removal needs no distance";
+  ASSERT_EQ(txn_->Rollback(), S_OK);
 }
 
 TEST_F(TarnLapMarkerWriterTest, ShiftWithOnlyCarHaltsSaysSo) {

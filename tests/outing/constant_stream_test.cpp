@@ -95,18 +95,5 @@ TEST_F(ConstantStreamTest, BadStreamsAreRefused) {
   EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL);
 }
 
-TEST_F(ConstantStreamTest, AFailedTextReadGoesBackToWhereItBegan) {
-  Put(std::string("\x08\0\0\0A\0", 6));
-  std::u16string text = u"kept";
-  EXPECT_EQ(ReadStreamText(stream_.Get(), &text), E_FAIL);
-  EXPECT_EQ(text, u"kept");
-  uint64_t position = 99;
-  ASSERT_EQ(stream_->Seek(0, STREAM_SEEK_CUR, &position), S_OK);
-  EXPECT_EQ(position, 0u);
-  Put(std::string("\0\0\0\0", 4));
-  ASSERT_EQ(ReadStreamText(stream_.Get(), &text), S_OK);
-  EXPECT_TRUE(text.empty()) << "a null text reads as empty";
-}
-
 }  // namespace
 }  // namespace velmar

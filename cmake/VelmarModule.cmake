@@ -22,10 +22,14 @@ function(velmar_module folder)
   if(srcs)
     velmar_pch(${target} libs ${VELMAR_STD_PCH})
   endif()
+  # Only the public headers travel to whoever links a module; src/ stays
+  # the library's own, so a host cannot reach in by accident.
   target_include_directories(${target} ${scope}
       $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-      $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
       $<INSTALL_INTERFACE:include>)
+  if(srcs)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  endif()
   set(deps "")
   foreach(d IN LISTS ARG_DEPS)
     string(REPLACE "/" "_" dn "${d}")
@@ -53,7 +57,7 @@ function(velmar_tests folder)
   endforeach()
   set(target velmar_${name}_tests)
   add_executable(${target} ${srcs} ${helpers})
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${target} PRIVATE ${deps} ${ARG_LIBS} velmar_testsupport GTest::gmock GTest::gtest_main)
   velmar_test_compile_setup(${target})
   # gtest_discover_tests passes PROPERTIES on as a flat list, so a test can

@@ -135,7 +135,4 @@ class ClassRegistry {
   std::vector<void*> modules_;                           // GUARDED_BY(mu_), never unloaded
 };
 
-// CreateInstance on the process-wide table.
-KivResult KivCreateInstance(const Guid& clsid, const Guid& iid, void** out);
-
 }  // namespace velmar

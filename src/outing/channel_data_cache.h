@@ -26,7 +26,7 @@
 
 #include "jobs/job_item.h"
 #include "jobs/state_machine.h"
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "outing/channel_sections.h"
 #include "platform/async/job_engine.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 
 namespace velmar {
 

@@ -19,7 +19,7 @@
 
 #include "outing/channel_blocks.h"
 #include "outing/channel_iterator.h"
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "outing/data_status_item.h"
 #include "velmar/channel.h"
 

@@ -1,4 +1,4 @@
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 
 #include <algorithm>
 #include <limits>
@@ -48,6 +48,11 @@ bool CChannelKey::Parse(std::u16string_view text, CChannelKey* key) {
   key->name_ = std::u16string(text.substr(close + 1));
   key->text_ = std::u16string(text);
   return true;
+}
+
+std::u16string ChannelDisplayName(std::u16string_view listed) {
+  CChannelKey key;
+  return CChannelKey::Parse(listed, &key) ? key.name() : std::u16string(listed);
 }
 
 }  // namespace velmar

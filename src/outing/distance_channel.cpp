@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "velmar/common_channels.h"
 #include "velmar/velmar.h"
 

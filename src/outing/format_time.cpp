@@ -1,4 +1,4 @@
-#include "outing/format_time.h"
+#include "velmar/format_time.h"
 
 #include <clocale>
 #include <cstdio>

@@ -16,6 +16,7 @@
 #include "core/branded_outing_information.h"
 #include "regions/lap_regions.h"
 #include "regions/time_region_finder_impl.h"
+#include "velmar/classes.h"
 #include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/property_factories.h"
@@ -23,15 +24,13 @@
 
 namespace velmar {
 
-inline constexpr Guid kLapFinderClassId = Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}");
-
 class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
                          private COutingNotifications2Receiver,
                          private CLapMarkersNotifications2Receiver,
                          private CCircuitMapDataNotifications2Receiver,
                          private CVelmarNotificationsReceiver {
  public:
-  static constexpr Guid kClassId = Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}");
+  static constexpr Guid kClassId = CLSID_KivLapFinder;
   CLapFinder();
   explicit CLapFinder(CBrandedOutingInformation labels);
 

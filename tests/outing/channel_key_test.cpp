@@ -1,4 +1,4 @@
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 
 #include <gtest/gtest.h>
 

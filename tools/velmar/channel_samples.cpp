@@ -5,6 +5,7 @@
 
 #include "host_error.h"
 #include "item_wait.h"
+#include "velmar/channel_key.h"
 #include "velmar/data_block.h"
 
 namespace velmar::cli {
@@ -36,7 +37,7 @@ size_t ChannelSamples::count() const {
 
 ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name) {
   ChannelSamples samples;
-  samples.name = DisplayName(name);
+  samples.name = ChannelDisplayName(name);
   samples.unit = FindChannelUnit(outing.session().root(), name);
   ComPtr<IKivChannel> channel = outing.Channel(name);
   ComPtr<IKivChannelIterator2> iterator;

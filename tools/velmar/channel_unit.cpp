@@ -1,6 +1,6 @@
 #include "channel_unit.h"
 
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "velmar/property_factories.h"
 
 namespace velmar::cli {
@@ -22,11 +22,6 @@ std::u16string TextProperty(IKivPropertySet* set, const std::u16string& name) {
 
 }  // namespace
 
-std::u16string DisplayName(const std::u16string& name) {
-  CChannelKey key;
-  return CChannelKey::Parse(name, &key) ? key.name() : name;
-}
-
 ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& listed) {
   ChannelUnit found;
   CChannelKey key;
@@ -35,7 +30,7 @@ ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& listed) {
     found.text = BaseUnitText(found.quantity);
     return found;
   }
-  const std::u16string name = DisplayName(listed);
+  const std::u16string name = ChannelDisplayName(listed);
   ComPtr<IKivChannelPropertyFactory> properties;
   if (!root || Failed(root->GetChannelPropertyFactory(properties.Put())) || !properties) return found;
   uint32_t count = 0;

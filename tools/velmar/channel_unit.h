@@ -21,7 +21,4 @@ struct ChannelUnit {
 // name, is looked up in the database by name.
 ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& name);
 
-// The name a person reads: a channel key's name part, else `name` itself.
-std::u16string DisplayName(const std::u16string& name);
-
 }  // namespace velmar::cli

@@ -6,8 +6,8 @@
 #include "commands.h"
 #include "host_error.h"
 #include "output.h"
-#include "sources/tarn/tarn_convert.h"
-#include "tarn_export.h"
+#include "loaded_outing.h"
+#include "velmar/convert.h"
 #include "velmar/outing_factory.h"
 #include "velmar/text.h"
 
@@ -24,16 +24,15 @@ void Run(const ConvertOptions& options, const CommandContext& context) {
     Fail(options.out, "the output must be a native store file ending in .trn");
   }
   HostSession session(context.timeout(), context.progress());
-  TarnDataSet data;
+  KivConvertCounts counts;
   {
     LoadedOuting outing(session, options.in);
-    data = ExportForTarn(outing);
+    const KivResult r = KivConvertToTarn(outing.outing(), Utf8ToWide(options.out),
+                                         [&] { return session.Settle(options.in); }, &counts);
+    if (Failed(r)) Fail(options.out, "cannot write the data set", r);
   }
-  if (KivResult r = WriteTarnDataSet(Utf8ToWide(options.out), data); Failed(r)) {
-    Fail(options.out, "cannot write the data set", r);
-  }
-  std::cout << options.out << ": " << data.channels.size() << " channels, " << data.events.size() << " events, "
-            << data.constants.size() << " constants\n";
+  std::cout << options.out << ": " << counts.channels << " channels, " << counts.events << " events, "
+            << counts.constants << " constants\n";
 }
 
 }  // namespace

@@ -8,10 +8,11 @@
 #include "commands.h"
 #include "host_error.h"
 #include "loaded_outing.h"
-#include "outing/format_time.h"
 #include "output.h"
-#include "regions/lap_finder.h"
+#include "velmar/classes.h"
+#include "velmar/format_time.h"
 #include "velmar/lap_markers.h"
+#include "velmar/time_regions.h"
 
 namespace velmar::cli {
 namespace {
@@ -33,7 +34,8 @@ struct LapRow {
 
 std::vector<LapRow> ReadLaps(LoadedOuting& outing) {
   (void)outing.LapMarkers();
-  auto finder = MakeKiv<CLapFinder>();
+  ComPtr<IKivTimeRegionFinder3> finder;
+  if (Failed(KivCreateInstance(CLSID_KivLapFinder, &finder))) Fail(outing.file(), "cannot make a lap finder");
   if (Failed(finder->SetOuting(outing.outing()))) Fail(outing.file(), "cannot find the laps");
   ComPtr<IKivTimeRegions> regions;
   if (Failed(finder->GetRegions(regions.Put()))) Fail(outing.file(), "cannot find the laps");

@@ -7,7 +7,7 @@
 #include "commands.h"
 #include "host_error.h"
 #include "host_session.h"
-#include "sources/text/sample_generator.h"
+#include "velmar/sample.h"
 #include "velmar/outing_factory.h"
 #include "velmar/text.h"
 
@@ -25,14 +25,10 @@ void Run(const SampleCommandOptions& options) {
   if (HostSession::TypeIdForFile(options.file) != kTextOutingTypeId.ToWide()) {
     Fail(options.file, "a sample is a text data set: the name must end in .txt");
   }
-  SampleOptions sample;
-  sample.laps = options.laps;
-  sample.rate = options.rate;
-  sample.seed = options.seed;
-  const std::string bytes = GenerateSampleOuting(sample);
-  const TextStatus status = WriteSampleFile(std::filesystem::path(options.file), bytes);
-  if (!status.ok()) Fail(options.file, "cannot write the sample: " + status.ToString());
-  std::cout << options.file << ": " << options.laps << " laps at " << options.rate << " Hz, " << bytes.size()
+  size_t bytes = 0;
+  const KivResult r = KivWriteSampleOuting(Utf8ToWide(options.file), {options.laps, options.rate, options.seed}, &bytes);
+  if (Failed(r)) Fail(options.file, "cannot write the sample", r);
+  std::cout << options.file << ": " << options.laps << " laps at " << options.rate << " Hz, " << bytes
             << " bytes\n";
 }
 

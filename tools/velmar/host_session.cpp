@@ -1,17 +1,10 @@
 #include "host_session.h"
 
 #include <filesystem>
-#include <mutex>
 
-#include "config/config_classes.h"
-#include "core/velmar.h"
 #include "host_error.h"
-#include "outing/outing_factory.h"
-#include "platform/async/dispatcher.h"
-#include "platform/async/job_engine.h"
-#include "sources/tarn/tarn_outing.h"
-#include "sources/text/text_outing_source.h"
-#include "tasks/tasks.h"
+#include "velmar/classes.h"
+#include "velmar/client_thread.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {
@@ -20,33 +13,16 @@ namespace {
 // One slice of waiting between redraws of the progress line.
 constexpr std::chrono::milliseconds kSlice{100};
 
-void RegisterLibrary() {
-  static std::once_flag once;
-  static KivResult result = S_OK;
-  std::call_once(once, [] {
-    ClassRegistry& registry = ClassRegistry::Process();
-    for (KivResult r : {RegisterConfigClasses(registry), RegisterTasksClasses(registry),
-                        RegisterTextOutingSource(), RegisterTarnOutingSource()}) {
-      if (Failed(r) && Succeeded(result)) result = r;
-    }
-  });
-  if (Failed(result)) Fail("velmar", "the library could not be set up", result);
-}
-
 }  // namespace
 
 HostSession::HostSession(std::chrono::milliseconds timeout, bool showProgress)
     : timeout_(timeout), progress_(showProgress && Progress::StderrIsTerminal()) {
-  RegisterLibrary();
-  ComPtr<CVelmar> root;
-  if (KivResult r = CVelmar::Create(&root); Failed(r)) Fail("velmar", "the root object could not be made", r);
-  root_ = root;
-  ComPtr<IKivUnknown> factory;
-  if (KivResult r = CreateOutingFactory(factory.Put()); Failed(r)) {
+  if (KivResult r = KivCreateInstance(CLSID_KivVelmar, &root_); Failed(r)) {
+    Fail("velmar", "the root object could not be made", r);
+  }
+  if (KivResult r = KivCreateInstance(CLSID_KivOutingFactory, &factory_); Failed(r)) {
     Fail("velmar", "the outing factory could not be made", r);
   }
-  factory_ = factory.As<IKivNewOutingFactory5>();
-  if (!factory_) Fail("velmar", "the outing factory has no outing interface");
 }
 
 HostSession::~HostSession() {
@@ -54,7 +30,7 @@ HostSession::~HostSession() {
   if (root_) (void)root_->Close();
   root_ = nullptr;
   // Jobs still in flight hold caches; let them come back and end.
-  (void)Async_RunUntilSettled(Dispatcher::ForThisThread(), timeout_);
+  (void)KivClientThread::Current().RunUntilSettled(timeout_);
 }
 
 std::u16string HostSession::TypeIdForFile(const std::string& file) {
@@ -84,11 +60,11 @@ ComPtr<IKivOuting> HostSession::Open(const std::string& file) {
 }
 
 bool HostSession::Settle(const std::string& what) {
-  Dispatcher& dispatcher = Dispatcher::ForThisThread();
+  const KivClientThread client = KivClientThread::Current();
   const auto deadline = Progress::Clock::now() + timeout_;
   progress_.Begin(what);
   bool settled = false;
-  while (!(settled = Async_RunUntilSettled(dispatcher, kSlice)) && Progress::Clock::now() < deadline) {
+  while (!(settled = client.RunUntilSettled(kSlice)) && Progress::Clock::now() < deadline) {
     progress_.Tick();
   }
   progress_.End();

@@ -4,7 +4,7 @@
 
 #include "host_error.h"
 #include "item_wait.h"
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {

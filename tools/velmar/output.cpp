@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <ostream>
 
-#include "outing/format_time.h"
+#include "velmar/format_time.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {

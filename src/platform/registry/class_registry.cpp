@@ -245,8 +245,4 @@ KivResult ClassRegistry::LoadAddIn(const std::filesystem::path& module) {
   return S_OK;
 }
 
-KivResult KivCreateInstance(const Guid& clsid, const Guid& iid, void** out) {
-  return ClassRegistry::Process().CreateInstance(clsid, iid, out);
-}
-
 }  // namespace velmar

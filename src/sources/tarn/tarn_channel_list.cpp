@@ -1,6 +1,6 @@
 #include "sources/tarn/tarn_channel_list.h"
 
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 
 namespace velmar {
 

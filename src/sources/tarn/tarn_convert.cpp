@@ -4,7 +4,7 @@
 #include <limits>
 #include <random>
 
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "velmar/text.h"
 
 namespace velmar {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "outing/channel_key.h"
+#include "velmar/channel_key.h"
 #include "velmar/channel.h"
 #include "velmar/constants.h"
 #include "velmar/data_factory.h"
@@ -116,6 +116,11 @@ void ReadConstant(IKivConstantFactory& factory, const std::u16string& name, cons
   if (Failed(factory.GetItem(name, constant.Put())) || !constant) return;
   TarnDataSetConstant out;
   out.name = name;
+  if (auto simple = QueryAs<IKivSimpleConstant>(constant.Get())) {
+    (void)simple->GetUnit(&out.unit);
+  } else if (auto sheet = QueryAs<IKivExcelConstant>(constant.Get())) {
+    (void)sheet->GetUnit(&out.unit);
+  }
   if (WhenReady([&] { return constant->GetValue(&out.value); }, wait) == S_OK) data->constants.push_back(out);
 }
 

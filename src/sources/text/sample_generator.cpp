@@ -7,6 +7,7 @@
 #include "sources/text/sample_car.h"
 #include "sources/text/text_structures.h"
 #include "sources/text/text_writer.h"
+#include "velmar/sample.h"
 #include "velmar/text.h"
 #include "velmar/version.h"
 
@@ -214,6 +215,15 @@ const std::vector<std::u16string>& SampleWideColumns() {
 
 TextStatus WriteSampleFile(const std::filesystem::path& path, std::string_view bytes, TextFileOps& ops) {
   return ReplaceFile(ops, path, bytes);
+}
+
+KivResult KivWriteSampleOuting(const std::u16string& path, const KivSampleOptions& options, size_t* bytes) {
+  if (options.laps < 1 || !(options.rate > 0)) return E_INVALIDARG;
+  const std::string text = GenerateSampleOuting({options.laps, options.rate, options.seed});
+  const TextStatus status = WriteSampleFile(std::filesystem::path(WideToUtf8(path)), text);
+  if (!status.ok()) return ToKivResult(status.code());
+  if (bytes) *bytes = text.size();
+  return S_OK;
 }
 
 }  // namespace velmar

@@ -171,17 +171,5 @@ TEST(ClassRegistryThreadTest, RegistrationFromThreadsWhileCreating) {
   EXPECT_EQ(members.size(), size_t{kClasses + 1});
 }
 
-TEST(ClassRegistryProcessTest, ProcessTableServesKivCreateInstance) {
-  ClassRegistry::ClassInfo info{Guid::New(), {}, {}, [](IKivUnknown** out) {
-                                  return GiveOut(MakeKiv<CSample>(5)->PrimaryUnknown(), out);
-                                },
-                                {}};
-  ASSERT_EQ(ClassRegistry::Process().Register(info), S_OK);
-  ComPtr<IKivSample> s;
-  ASSERT_EQ(KivCreateInstance(info.clsid, IKivSample::iid, s.PutVoid()), S_OK);
-  EXPECT_EQ(ValueOf(s), 5);
-  EXPECT_EQ(ClassRegistry::Process().Unregister(info.clsid), S_OK);
-}
-
 }  // namespace
 }  // namespace velmar

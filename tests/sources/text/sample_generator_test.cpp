@@ -8,6 +8,8 @@
 #include "sources/text/sample_car.h"
 #include "sources/text/text_format.h"
 #include "support/temp_dir.h"
+#include "velmar/sample.h"
+#include "velmar/text.h"
 #include "text_test_util.h"
 
 namespace velmar {
@@ -107,12 +109,17 @@ TEST(SampleGenerator, WideTableHasTwentyColumnsAndTheSizeAskedFor) {
   EXPECT_EQ(headers, SampleWideColumns());
 }
 
-TEST(SampleGenerator, WritesAFile) {
+TEST(SampleGenerator, WritesAFileAndSaysWhyNot) {
   testing::TempDir dir;
-  std::string bytes = GenerateSampleOuting({1, 10, 3});
-  ASSERT_TRUE(WriteSampleFile(dir / "sample.txt", bytes).ok());
+  const std::string bytes = GenerateSampleOuting({1, 10, 3});
+  size_t written = 0;
+  ASSERT_EQ(KivWriteSampleOuting(Utf8ToWide((dir / "sample.txt").string()), {1, 10, 3}, &written), S_OK);
+  EXPECT_EQ(written, bytes.size());
   EXPECT_EQ(testing::ReadWhole(dir / "sample.txt"), bytes);
   EXPECT_EQ(MustRead(bytes).events.size(), 1u);
+  EXPECT_EQ(KivWriteSampleOuting(Utf8ToWide((dir / "x.txt").string()), {0, 10, 3}), E_INVALIDARG);
+  EXPECT_EQ(KivWriteSampleOuting(Utf8ToWide((dir / "x.txt").string()), {1, 0, 3}), E_INVALIDARG);
+  EXPECT_TRUE(Failed(KivWriteSampleOuting(Utf8ToWide((dir / "no" / "x.txt").string()), {1, 10, 3})));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The key of a channel: its name and the id of its property, and the text
 // that joins them, "[<id>]<name>". Square brackets in a name become "_", so
-// the text always parses back into the same id and name.
+// the text always parses back into the same id and name. Channel factories
+// list their channels by these texts; a host shows ChannelDisplayName.
 #pragma once
 
 #include <cstdint>
@@ -35,6 +36,10 @@ class CChannelKey {
   std::u16string name_;
   uint32_t id_ = 0;
 };
+
+// What a user sees of a listed channel: the name of its key, or the text
+// as it stands when it is no key ("Speed" for "[3]Speed").
+std::u16string ChannelDisplayName(std::u16string_view listed);
 
 // `name` with every "[" and "]" replaced by "_".
 std::u16string ReplaceBrackets(std::u16string_view name);

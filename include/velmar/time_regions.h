@@ -58,10 +58,10 @@ struct IKivTimeRegionFinder3 : IKivTimeRegionFinder2 {
 // GetDefaultRegion: the finder has no region to offer.
 inline constexpr KivResult KIV_E_NO_REGION = static_cast<KivResult>(0x8004F021);
 
-#define KIV_TIME_REGION_FINDER_NOTIFICATIONS_1(X) \
-  X(OnRegionsChanged, (IKivTimeRegionFinder* finder), (finder))
-#define KIV_TIME_REGION_FINDER_NOTIFICATIONS_2(X) \
-  X(OnGlobalTimeChanged, (IKivTimeRegionFinder* finder), (finder))
+// A receiver hears one finder, so the events carry nothing: the regions are
+// read again from the finder it holds.
+#define KIV_TIME_REGION_FINDER_NOTIFICATIONS_1(X) X(OnRegionsChanged, (), ())
+#define KIV_TIME_REGION_FINDER_NOTIFICATIONS_2(X) X(OnGlobalTimeChanged, (), ())
 
 KIV_NOTIFICATION_FAMILY(TimeRegionFinderNotifications, "{7D2F9A41-0C3B-4E85-8A16-93B4E5C7D208}",
                         KIV_TIME_REGION_FINDER_NOTIFICATIONS_1)

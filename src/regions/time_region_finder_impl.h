@@ -102,7 +102,7 @@ class IKivTimeRegionFinderImpl
   // Tells every sink, first generation first, each kept alive across its call.
   virtual void FireRegionsChanged() {
     ComPtr<IKivUnknown> keep(this->PrimaryUnknown());
-    this->FireNotification(&IKivTimeRegionFinderNotifications::OnRegionsChanged, AsFinder());
+    this->FireNotification(&IKivTimeRegionFinderNotifications::OnRegionsChanged);
   }
 
   // A source changed: the set goes, the sinks hear it, the next read builds.

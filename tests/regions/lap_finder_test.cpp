@@ -24,7 +24,7 @@ class RegionsListener final : public CTimeRegionFinderNotificationsReceiver {
     sink_->SetReceiver(nullptr);
     sink_->Disconnect(finder_);
   }
-  void OnRegionsChanged(IKivTimeRegionFinder*) override { ++count; }
+  void OnRegionsChanged() override { ++count; }
   int count = 0;
 
  private:

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "regions/lap_finder.h"
+#include "regions/time_region_navigator.h"
 #include "velmar/classes.h"
 
 namespace velmar {
@@ -32,7 +33,16 @@ KivResult AddFinder(ClassRegistry& registry, const char16_t* progId, const char1
 }  // namespace
 
 KivResult RegisterRegionsClasses(ClassRegistry& registry) {
-  return AddFinder<CLapFinder>(registry, u"KivVelmar.LapFinder.1", u"LapFinder");
+  ClassRegistry::ClassInfo navigator;
+  navigator.clsid = CLSID_KivTimeRegionNavigator;
+  navigator.prog_id = u"KivVelmar.TimeRegionNavigator.1";
+  navigator.display_name = u"TimeRegionNavigator";
+  navigator.create = &CreateTimeRegionNavigator;
+  for (KivResult r : {AddFinder<CLapFinder>(registry, u"KivVelmar.LapFinder.1", u"LapFinder"),
+                      registry.Register(std::move(navigator))}) {
+    if (Failed(r)) return r;
+  }
+  return S_OK;
 }
 
 }  // namespace velmar

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "regions/lap_finder.h"
+#include "regions/outing_finder.h"
 #include "regions/time_region_navigator.h"
 #include "velmar/classes.h"
 
@@ -39,6 +40,7 @@ KivResult RegisterRegionsClasses(ClassRegistry& registry) {
   navigator.display_name = u"TimeRegionNavigator";
   navigator.create = &CreateTimeRegionNavigator;
   for (KivResult r : {AddFinder<CLapFinder>(registry, u"KivVelmar.LapFinder.1", u"LapFinder"),
+                      AddFinder<COutingFinder>(registry, u"KivVelmar.OutingFinder.1", u"OutingFinder"),
                       registry.Register(std::move(navigator))}) {
     if (Failed(r)) return r;
   }

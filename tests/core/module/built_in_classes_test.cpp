@@ -9,6 +9,7 @@
 
 #include "velmar/classes.h"
 #include "velmar/text.h"
+#include "velmar/data_selection.h"
 #include "velmar/time_regions.h"
 
 namespace velmar {
@@ -20,6 +21,8 @@ const std::map<Guid, Guid>& MadeNow() {
       {CLSID_KivVelmar, IKivVelmar::iid},
       {CLSID_KivOutingFactory, IKivNewOutingFactory::iid},
       {CLSID_KivLapFinder, IKivTimeRegionFinder3::iid},
+      {CLSID_KivOutingFinder, IKivTimeRegionFinder3::iid},
+      {CLSID_KivTimeRegionNavigator, IKivTimeRegionNavigator2::iid},
   };
   return made;
 }

@@ -44,8 +44,10 @@ struct IKivFilter2 : IKivFilter {
   virtual KivResult SetId(uint32_t id) = 0;
   virtual KivResult GetFlags(uint32_t* flags) = 0;
   virtual KivResult SetFlags(uint32_t flags) = 0;
-  virtual KivResult GetName(std::u16string* name) = 0;
-  virtual KivResult SetName(const std::u16string& name) = 0;
+  // The client's name for the filter (the channel's own name, as IKivData
+  // gives it, is the input's).
+  virtual KivResult GetFilterName(std::u16string* name) = 0;
+  virtual KivResult SetFilterName(const std::u16string& name) = 0;
 };
 
 // A filter that takes a value offset.

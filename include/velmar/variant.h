@@ -1,5 +1,6 @@
 // A small tagged value, as interfaces pass loosely typed properties:
-// empty, i32, u32, f64, bool, text, time (ticks) or an array of values.
+// empty, i32, u32, f64, bool, text, time (ticks), an array of values, or an
+// object (a counted reference, such as the filter a channel property names).
 #pragma once
 
 #include <cstdint>
@@ -9,12 +10,13 @@
 #include <vector>
 
 #include "velmar/types.h"
+#include "velmar/unknown.h"
 
 namespace velmar {
 
 class Variant {
  public:
-  enum class Kind { kEmpty, kI32, kU32, kF64, kBool, kText, kTime, kArray };
+  enum class Kind { kEmpty, kI32, kU32, kF64, kBool, kText, kTime, kArray, kObject };
   struct TimeValue { KivTime ticks = 0; friend bool operator==(TimeValue, TimeValue) = default; };
 
   Variant() = default;
@@ -25,6 +27,7 @@ class Variant {
   static Variant Text(std::u16string v) { return Variant(Value(std::in_place_index<5>, std::move(v))); }
   static Variant Time(KivTime v) { return Variant(Value(std::in_place_index<6>, TimeValue{v})); }
   static Variant Array(std::vector<Variant> v) { return Variant(Value(std::in_place_index<7>, std::move(v))); }
+  static Variant Object(ComPtr<IKivUnknown> v) { return Variant(Value(std::in_place_index<8>, std::move(v))); }
 
   Kind kind() const { return static_cast<Kind>(value_.index()); }
   bool empty() const { return kind() == Kind::kEmpty; }
@@ -43,6 +46,11 @@ class Variant {
     return std::nullopt;
   }
   const std::vector<Variant>* AsArray() const { return std::get_if<7>(&value_); }
+  // Null for any other kind.
+  IKivUnknown* AsObject() const {
+    const ComPtr<IKivUnknown>* p = std::get_if<8>(&value_);
+    return p ? p->Get() : nullptr;
+  }
 
   // Any numeric kind (i32, u32, f64, bool, time) as a double.
   std::optional<double> ToDouble() const;
@@ -53,7 +61,7 @@ class Variant {
 
  private:
   using Value = std::variant<std::monostate, int32_t, uint32_t, double, KivBool, std::u16string,
-                             TimeValue, std::vector<Variant>>;
+                             TimeValue, std::vector<Variant>, ComPtr<IKivUnknown>>;
   explicit Variant(Value v) : value_(std::move(v)) {}
   template <size_t N>
   auto Get() const -> std::optional<std::variant_alternative_t<N, Value>> {

@@ -1,5 +1,7 @@
 #include "config/global_constant_factory.h"
 
+#include "core/fatal_stop.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -19,7 +21,6 @@ constexpr char16_t kVersionStream[] = u"Version";
 constexpr char16_t kDataStream[] = u"Constant Data";
 constexpr uint32_t kStorageVersion = 1;
 constexpr uint32_t kOpenMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
-constexpr int kFatalExitCode = 3142;
 
 constexpr char16_t kRemoveFailed[] =
     u"Kivara has encountered a non-recoverable situation while trying to remove Constant data\n and needs to exit.";
@@ -27,22 +28,6 @@ constexpr char16_t kChangeFailed[] =
     u"Kivara has encountered a non-recoverable situation while trying to change Constant data\n and needs to exit.";
 constexpr char16_t kAddFailed[] =
     u"Kivara has encountered a non-recoverable situation while trying to add Constant data\n and needs to exit.";
-
-void DefaultFatalStop(const std::u16string& message) {
-  std::fprintf(stderr, "!!!!!! TerminateWithStackTrace !!!!!!\n%s\n!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!\n",
-               WideToUtf8(message).c_str());
-  std::_Exit(kFatalExitCode);
-}
-
-std::mutex& FatalStopMutex() {
-  static std::mutex mu;
-  return mu;
-}
-
-CGlobalConstantFactory::FatalStop& CurrentFatalStop() {
-  static CGlobalConstantFactory::FatalStop stop = DefaultFatalStop;  // guarded by FatalStopMutex
-  return stop;
-}
 
 KivResult WriteVersion(IKivStorage* storage) {
   ComPtr<IKivStream> stream;
@@ -74,10 +59,7 @@ std::vector<ConstantRecord> RecordsNamed(const CGlobalConstantsCache& cache, con
 
 }  // namespace
 
-void CGlobalConstantFactory::SetFatalStop(FatalStop stop) {
-  std::lock_guard lock(FatalStopMutex());
-  CurrentFatalStop() = stop ? std::move(stop) : FatalStop(DefaultFatalStop);
-}
+void CGlobalConstantFactory::SetFatalStop(FatalStop stop) { SetFatalStopRoutine(std::move(stop)); }
 
 CGlobalConstantFactory::~CGlobalConstantFactory() {
   if (cache_) cache_->RemoveOwner(this);
@@ -244,12 +226,7 @@ void CGlobalConstantFactory::WriteThrough(bool append, const ConstantNames& name
                        : WriteConstantData(data_.Get(), cache_->Records());
   if (Succeeded(r)) r = Commit();
   if (Succeeded(r)) return;
-  FatalStop stop;
-  {
-    std::lock_guard lock(FatalStopMutex());
-    stop = CurrentFatalStop();
-  }
-  stop(failure);
+  velmar::FatalStop(failure);
 }
 
 // --- The cache's owner ----------------------------------------------------

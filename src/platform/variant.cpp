@@ -35,6 +35,7 @@ std::u16string Variant::ToText() const {
       }
       return out;
     }
+    case Kind::kObject: return u"(Object)";
   }
   return Utf8ToWide(buf);
 }

@@ -47,4 +47,12 @@ KivResult RegisterRegionsClasses(ClassRegistry& registry) {
   return S_OK;
 }
 
+KivResult CreateRegionsClass(const Guid& clsid, IKivUnknown** out) {
+  if (clsid == CLSID_KivLapFinder) return MakeFinder<CLapFinder>(out);
+  if (clsid == CLSID_KivOutingFinder) return MakeFinder<COutingFinder>(out);
+  if (clsid == CLSID_KivTimeRegionNavigator) return CreateTimeRegionNavigator(out);
+  if (out) *out = nullptr;
+  return CLASS_E_CLASSNOTAVAILABLE;
+}
+
 }  // namespace velmar

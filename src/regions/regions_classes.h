@@ -7,4 +7,9 @@ namespace velmar {
 
 [[nodiscard]] KivResult RegisterRegionsClasses(ClassRegistry& registry);
 
+// Makes one of those classes without the registry: finders a task makes
+// for its selections must exist even where no host registered them.
+// CLASS_E_CLASSNOTAVAILABLE for any other identity.
+[[nodiscard]] KivResult CreateRegionsClass(const Guid& clsid, IKivUnknown** out);
+
 }  // namespace velmar

@@ -1,5 +1,10 @@
 #include "tasks/tasks.h"
 
+#include "core/stream_values.h"
+#include "tasks/task.h"
+#include "tasks/task_properties.h"
+#include "velmar/text.h"
+
 namespace velmar {
 
 KivResult CTasks::GetCount(int32_t* count) {
@@ -15,15 +20,57 @@ KivResult CTasks::GetItem(int32_t index, IKivTask** task) {
   return tasks_[static_cast<size_t>(index - 1)]->GetTask(task);
 }
 
+KivResult CTasks::EnsureStorage() {
+  if (storage_) return S_OK;
+  // Until the root hands the list its storage in the settings file, the
+  // tasks keep theirs in memory.
+  if (KivResult r = StgCreateMemoryStorage(storage_.Put()); Failed(r)) return r;
+  if (KivResult r = storage_->CreateStream(u"Task List", STGM_READWRITE | STGM_SHARE_EXCLUSIVE, list_.Put()); Failed(r))
+    return r;
+  return WriteList();
+}
+
+KivResult CTasks::WriteList() {
+  if (!list_) return S_OK;
+  NameListStream list{written_, names_};
+  return WriteNameList(list_.Get(), list);
+}
+
 KivResult CTasks::AddTask(IKivTask** task) {
   if (!task) return E_POINTER;
   *task = nullptr;
-  return E_NOTIMPL;
+  if (KivResult r = EnsureStorage(); Failed(r)) return r;
+  ComPtr<CTask> made;
+  if (KivResult r = CreateTask(&made); Failed(r)) return r;
+  made->SetRoot(root_);
+  const std::u16string name = u"Task_" + Utf8ToWide(std::to_string(written_ + 1));
+  ComPtr<IKivStorage> storage;
+  constexpr uint32_t kMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_CREATE;
+  if (KivResult r = storage_->CreateStorage(name, kMode, storage.Put()); Failed(r)) return r;
+  if (KivResult r = WriteClassStg(storage.Get(), CLSID_KivTask); Failed(r)) return r;
+  if (KivResult r = made->InitNew(storage.Get()); Failed(r)) {
+    (void)storage_->DestroyElement(name);
+    return r;
+  }
+  ++written_;
+  names_.push_back(name);
+  if (KivResult r = Append(made.Get()); Failed(r)) return r;
+  if (KivResult r = WriteList(); Failed(r)) return r;
+  return made->GetTask(task);
 }
 
 KivResult CTasks::RemoveTask(int32_t index) {
   if (!InRange(index)) return DISP_E_BADINDEX;
-  return E_NOTIMPL;
+  const size_t at = static_cast<size_t>(index - 1);
+  ComPtr<IKivTaskListMember> gone = tasks_[at];
+  tasks_.erase(tasks_.begin() + static_cast<std::ptrdiff_t>(at));
+  (void)gone->Close();
+  if (at < names_.size()) {
+    const std::u16string name = names_[at];
+    names_.erase(names_.begin() + static_cast<std::ptrdiff_t>(at));
+    if (storage_) (void)storage_->DestroyElement(name);
+  }
+  return WriteList();
 }
 
 KivResult CTasks::GetEnumerator(IKivUnknown** enumerator) {

@@ -2,9 +2,9 @@
 // reference to the root (not counted), hands every task the root's list of
 // data factories and closes them all when the root closes.
 //
-// Tasks themselves, and adding and removing them (each a storage of the
-// settings file), come with the task; until then AddTask and RemoveTask of
-// a task in the list give E_NOTIMPL.
+// Each task lives in a storage "Task_<n>" of the list's storage, named in
+// the "Task List" stream; numbers are never reused. Until the root hands the
+// list its storage in the settings file, that storage is in memory.
 //
 // Client thread only.
 #pragma once
@@ -14,6 +14,7 @@
 
 #include "core/velmar_parts.h"
 #include "velmar/class_registry.h"
+#include "velmar/storage.h"
 #include "velmar/tasks.h"
 
 namespace velmar {
@@ -52,11 +53,17 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
 
  private:
   bool InRange(int32_t index) const { return index >= 1 && static_cast<size_t>(index) <= tasks_.size(); }
+  [[nodiscard]] KivResult EnsureStorage();
+  [[nodiscard]] KivResult WriteList();
   KivResult FindName(bool channel, const std::u16string& name, KivBool* found);
 
   IKivVelmar* root_ = nullptr;
   std::vector<ComPtr<IKivTaskListMember>> tasks_;
   ActiveDataFactories factories_;
+  ComPtr<IKivStorage> storage_;
+  ComPtr<IKivStream> list_;
+  uint32_t written_ = 0;
+  std::vector<std::u16string> names_;
 };
 
 // Registers CTasks under CLSID_KivTasks.

@@ -55,6 +55,10 @@ struct IKivTimeRegionFinder3 : IKivTimeRegionFinder2 {
   virtual KivResult GetDefaultRegionName(std::u16string* name) = 0;
 };
 
+// The library's finders, made by identity (KivCreateInstance).
+inline constexpr Guid CLSID_KivLapFinder = Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}");
+inline constexpr Guid CLSID_KivSegmentFinder = Guid::Literal("{9B3E5C21-7A4D-4F86-B1E0-2C8D6F4A9E37}");
+
 // GetDefaultRegion: the finder has no region to offer.
 inline constexpr KivResult KIV_E_NO_REGION = static_cast<KivResult>(0x8004F021);
 

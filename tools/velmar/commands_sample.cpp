@@ -1,5 +1,6 @@
 // velmar sample OUT.txt [--laps N] [--rate HZ] [--seed S]: writes a made-up
-// text data set of a car lapping a closed circuit.
+// text data set of a car lapping a closed circuit, and OUT.map.json, the
+// circuit's map with its named segments.
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -32,6 +33,10 @@ void Run(const SampleCommandOptions& options) {
   const std::string bytes = GenerateSampleOuting(sample);
   const TextStatus status = WriteSampleFile(std::filesystem::path(options.file), bytes);
   if (!status.ok()) Fail(options.file, "cannot write the sample: " + status.ToString());
+  // The circuit's map beside it: OUT.txt gives OUT.map.json.
+  const std::filesystem::path map = std::filesystem::path(options.file).replace_extension(".map.json");
+  const TextStatus mapStatus = WriteSampleFile(map, SampleCircuitMapJson());
+  if (!mapStatus.ok()) Fail(map.string(), "cannot write the circuit map: " + mapStatus.ToString());
   std::cout << options.file << ": " << options.laps << " laps at " << options.rate << " Hz, " << bytes.size()
             << " bytes\n";
 }

@@ -9,6 +9,7 @@
 #include "outing/outing_factory.h"
 #include "platform/async/dispatcher.h"
 #include "platform/async/job_engine.h"
+#include "regions/regions_classes.h"
 #include "sources/tarn/tarn_outing.h"
 #include "sources/text/text_outing_source.h"
 #include "tasks/tasks.h"
@@ -25,7 +26,7 @@ void RegisterLibrary() {
   static KivResult result = S_OK;
   std::call_once(once, [] {
     ClassRegistry& registry = ClassRegistry::Process();
-    for (KivResult r : {RegisterConfigClasses(registry), RegisterTasksClasses(registry),
+    for (KivResult r : {RegisterConfigClasses(registry), RegisterTasksClasses(registry), RegisterRegionsClasses(registry),
                         RegisterTextOutingSource(), RegisterTarnOutingSource()}) {
       if (Failed(r) && Succeeded(result)) result = r;
     }

@@ -1,0 +1,178 @@
+#include "regions/segment_finder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "fake_lap_outing.h"
+#include "outing/data_block_test_util.h"
+#include "regions/circuit_map.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+using Json = nlohmann::json;
+
+Json Fixture(const char* name) {
+  const char* dir = std::getenv("VELMAR_TEST_DATA");
+  const std::filesystem::path base = dir ? dir : std::filesystem::path(__FILE__).parent_path().parent_path() / "data";
+  std::ifstream in(base / name);
+  return Json::parse(in);
+}
+
+// A map-position channel over fixed samples, or one whose data is still coming.
+class FakePositionChannel final
+    : public KivObject<IKivChannel, IKivNotificationsImpl<FakePositionChannel, IKivDataNotifications2>> {
+ public:
+  ComPtr<CChannelIterator> iterator;
+  bool pending = false;
+  KivResult GetName(std::u16string* name) override { return (*name = u"Map Position D", S_OK); }
+  KivResult GetStatus(uint32_t* status) override { return (*status = pending ? 3 : 1, S_OK); }
+  KivResult GetIterator(IKivChannelIterator2** out) override {
+    *out = nullptr;
+    if (pending) return KIV_E_PENDING;
+    return GiveOut(static_cast<IKivChannelIterator2*>(iterator.Get()), out);
+  }
+  void FireDataChanged() { FireNotification(&IKivDataNotifications::OnDataChanged, static_cast<IKivData*>(this), 0, 10); }
+};
+
+// An outing whose channels hang under a root of their own (the outing itself).
+class SegmentOuting final : public FakeLapOutingT<IKivDataFactory> {
+ public:
+  KivResult GetNames(NameList* names) override { return (names->clear(), S_OK); }
+  KivResult GetParent(IKivUnknown**) override { return E_UNEXPECTED; }
+  KivResult SetParent(IKivUnknown*) override { return E_INVALIDARG; }
+  KivResult GetRoot(IKivUnknown** root) override { return GiveOut(PrimaryUnknown(), root); }
+  KivResult SetRoot(IKivUnknown*) override { return E_UNEXPECTED; }
+  KivResult GetIcon(int32_t, int32_t, IKivUnknown**) override { return E_NOTIMPL; }
+};
+
+ComPtr<CCircuitMap> MapOf(const Json& json) {
+  auto map = MakeKiv<CCircuitMap>();
+  std::u16string error;
+  EXPECT_EQ(map->LoadJson(json.dump(), &error), S_OK) << WideToUtf8(error);
+  return map;
+}
+
+class SegmentRegionsTest : public ::testing::TestWithParam<size_t> {
+ protected:
+  static const Json& Cases() {
+    static const Json fixture = Fixture("segment_regions.json");
+    return fixture;
+  }
+};
+
+TEST_P(SegmentRegionsTest, RegionsAreTheHandWorkedOnes) {
+  const Json& all = Cases();
+  const Json& c = all["cases"][GetParam()];
+  SCOPED_TRACE(c["name"].get<std::string>());
+  auto outing = MakeKiv<SegmentOuting>();
+  const auto span = c["span"].get<std::vector<KivTime>>();
+  outing->start = span[0];
+  outing->end = span[1];
+  outing->moved = span[2];
+  outing->stopped = span[3];
+  outing->movementKnown = c.value("movement_known", true);
+  for (const Json& m : c["markers"]) outing->markers.push_back({m[0].get<KivTime>(), m[1].get<uint32_t>(), m[2].get<bool>()});
+
+  auto finder = MakeKiv<CSegmentFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
+  ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
+  if (!c["map"].is_null()) finder->SetCircuitMapData(MapOf(all["maps"][c["map"].get<std::string>()]).Get());
+  if (!c["values"].is_null()) {
+    auto channel = MakeKiv<FakePositionChannel>();
+    channel->pending = c.value("pending", false);
+    channel->iterator =
+        Iterator({PeriodicBlock(c.value("first", KivTime{0}), 10,
+                                 all["values"][c["values"].get<std::string>()].get<std::vector<double>>())});
+    finder->SetPositionChannel(channel.Get());
+  }
+
+  ComPtr<IKivTimeRegions> regions;
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  int32_t count = 0;
+  ASSERT_EQ(regions->GetCount(&count), S_OK);
+  Json got = Json::array();
+  for (int32_t i = 1; i <= count; ++i) {
+    std::u16string name;
+    KivTime start = 0, end = 0;
+    KivBool auxiliary = KIV_FALSE;
+    ASSERT_EQ(regions->GetName(i, i, &name), S_OK);
+    ASSERT_EQ(regions->GetStart(i, &start), S_OK);
+    ASSERT_EQ(regions->GetEnd(i, &end), S_OK);
+    ASSERT_EQ(regions->GetAuxiliary(i, &auxiliary), S_OK);
+    Json row = Json::array({WideToUtf8(name), start, end});
+    if (auxiliary) row.push_back(true);
+    got.push_back(row);
+  }
+  EXPECT_EQ(got, c["regions"]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixture, SegmentRegionsTest, ::testing::Range(size_t{0}, size_t{13}));
+
+TEST(SegmentFinder, EveryCaseOfTheFixtureIsWalked) {
+  EXPECT_EQ(Fixture("segment_regions.json")["cases"].size(), 13u);
+}
+
+// Logs each OnRegionsChanged.
+class ChangeCount final : public CTimeRegionFinderNotificationsReceiver {
+ public:
+  explicit ChangeCount(IKivTimeRegionFinder* finder) : finder_(finder) {
+    sink_->SetReceiver(this);
+    EXPECT_TRUE(sink_->Connect(finder));
+  }
+  ~ChangeCount() override {
+    sink_->SetReceiver(nullptr);
+    sink_->Disconnect(finder_);
+  }
+  void OnRegionsChanged(IKivTimeRegionFinder*) override { ++count; }
+  int count = 0;
+
+ private:
+  IKivTimeRegionFinder* finder_;
+  ComPtr<CTimeRegionFinderNotificationsSink<>> sink_ = MakeKiv<CTimeRegionFinderNotificationsSink<>>();
+};
+
+TEST(SegmentFinder, MapMarkerAndDataChangesThrowTheRegionsAwayAndNoRootRefuses) {
+  const Json all = Fixture("segment_regions.json");
+  auto outing = MakeKiv<SegmentOuting>();
+  outing->markers.push_back({60, 1, false});
+  auto finder = MakeKiv<CSegmentFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
+  ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
+  auto map = MapOf(all["maps"]["abc"]);
+  finder->SetCircuitMapData(map.Get());
+  auto channel = MakeKiv<FakePositionChannel>();
+  channel->iterator = Iterator({PeriodicBlock(0, 10, all["values"]["wrap"].get<std::vector<double>>())});
+  finder->SetPositionChannel(channel.Get());
+  ComPtr<IKivTimeRegions> regions;
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  ChangeCount changes(finder.Get());
+  std::u16string error;
+  ASSERT_EQ(map->LoadJson(all["maps"]["one"].dump(), &error), S_OK);
+  EXPECT_EQ(changes.count, 2) << "segments and markers changed; the lap length did not";
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  EXPECT_EQ(changes.count, 3);
+  outing->FireMarkersChanged();
+  channel->FireDataChanged();
+  EXPECT_EQ(changes.count, 5);
+  std::u16string name;
+  ASSERT_EQ(finder->GetDefaultRegionName(&name), S_OK);
+  EXPECT_EQ(name, u"First Segment");
+  int32_t first = 0;
+  ASSERT_EQ(finder->GetDefaultRegion(&first), S_OK);
+  EXPECT_EQ(first, 1);
+
+  auto plain = MakeKiv<FakeLapOuting>();  // no channels, so no root
+  plain->markers.push_back({60, 1, false});
+  ASSERT_EQ(finder->SetOuting(plain.Get()), S_OK);
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  int32_t count = -1;
+  ASSERT_EQ(regions->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 0);
+}
+
+}  // namespace
+}  // namespace velmar::testing

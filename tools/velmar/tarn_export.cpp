@@ -75,6 +75,15 @@ TarnDataSet ExportForTarn(const LoadedOuting& outing) {
     constant.unit = row.unit;
   }
   TarnLapMarkersFromOuting(outing.outing(), [&] { return outing.session().Settle(outing.file()); }, &data);
+  // The store keeps a fast lap only inside its lap range: a source that
+  // doesn't say its last lap has the one after its last marker as the last.
+  const std::u16string lastLap = u"Last lap number";
+  if (!data.details.contains(lastLap)) {
+    const auto first = data.details.contains(u"First lap number")
+                           ? data.details[u"First lap number"].ToDouble().value_or(1)
+                           : 1.0;
+    data.details[lastLap] = Variant::I32(static_cast<int32_t>(first) + static_cast<int32_t>(data.lapMarkers.size()));
+  }
   return data;
 }
 

@@ -7,13 +7,13 @@
 #include <iostream>
 #include <memory>
 
+#include "channel_samples.h"
 #include "circuit_map_file.h"
 #include "commands.h"
 #include "host_error.h"
 #include "loaded_outing.h"
 #include "output.h"
 #include "velmar/class_registry.h"
-#include "velmar/data_factory.h"
 #include "velmar/time_regions.h"
 
 namespace velmar::cli {
@@ -117,9 +117,7 @@ void Run(const RegionsOptions& options, const CommandContext& context) {
   if (!options.map.empty()) UseCircuitMap(session, options.map);
   LoadedOuting outing(session, options.file);
   (void)outing.LapMarkers();
-  // The outing's channels hang under the session's root, as a selection's
-  // would: the finders reach the circuit map and the common channels there.
-  if (auto channels = QueryAs<IKivDataFactory>(outing.outing())) (void)channels->SetRoot(session.root());
+  UseSessionRoot(outing);
   ComPtr<IKivTimeRegionFinder3> finder;
   if (KivResult r = KivCreateInstance(clsid, IKivTimeRegionFinder3::iid, finder.PutVoid()); Failed(r)) {
     Fail("velmar regions", "the " + options.finder + " finder cannot be made", r);

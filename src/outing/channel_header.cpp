@@ -61,10 +61,10 @@ HeaderChannel ResolveHeaderChannel(const std::u16string& name, std::u16string_vi
     return {CChannelKey(name, static_cast<uint32_t>(unit.unit.quantity)), unit.unit};
   }
   HeaderChannel channel{CChannelKey(name, static_cast<uint32_t>(*found)), unit.unit};
+  // The header's own unit says what the values are; without one, the property does.
   ComPtr<IKivPropertySet> set;
-  if (Succeeded(properties->GetPropertySet(foundName, *found, set.Put())) && set) {
-    const ChannelUnit held = UnitFromProperty(set.Get());
-    if (held.quantity != kQuantityDimensionless) channel.unit = held;
+  if (!unit.known && Succeeded(properties->GetPropertySet(foundName, *found, set.Put())) && set) {
+    channel.unit = UnitFromProperty(set.Get());
   }
   return channel;
 }

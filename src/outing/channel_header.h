@@ -52,8 +52,9 @@ struct HeaderChannel {
 // `blankRetry`), the key made from the id found and the name, and the unit
 // text looked up in the unit table. A name without a property gets one, of
 // the unit's quantity, with "Unit" and, for a unit text the table does not
-// know, "User type". A found property's "Quantity" and "Unit" stand over
-// the header's. `properties` or `table` may be null: that step is left out.
+// know, "User type". The values are in the header's unit, or, for a header
+// without a known one, in the found property's "Quantity" and "Unit".
+// `properties` or `table` may be null: that step is left out.
 [[nodiscard]] HeaderChannel ResolveHeaderChannel(const std::u16string& name, std::u16string_view unitText,
                                                  IKivChannelPropertyFactory* properties, IKivUnitTable* table,
                                                  bool blankRetry);

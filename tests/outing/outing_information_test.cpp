@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
+
+#include "support/fixture.h"
 
 #include "outing/fast_lap.h"
 #include "outing/outing_caption_helper.h"
@@ -16,13 +15,6 @@ namespace velmar::testing {
 namespace {
 
 using Json = nlohmann::json;
-
-Json Fixture(const char* name) {
-  const char* dir = std::getenv("VELMAR_TEST_DATA");
-  const std::filesystem::path base = dir ? dir : std::filesystem::path(__FILE__).parent_path().parent_path() / "data";
-  std::ifstream in(base / name);
-  return Json::parse(in);
-}
 
 KivTime Ticks(const Json& seconds) { return std::llround(seconds.get<double>() * 1e7); }
 

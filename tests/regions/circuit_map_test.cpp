@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
+
+#include "support/fixture.h"
 
 #include "velmar/storage.h"
 #include "velmar/text.h"
@@ -19,12 +18,7 @@ constexpr char kGood[] = R"({"name": "Halvane", "lap_length": 4000, "lap_time": 
   "markers": [{"name": "S/F", "distance": 0}, {"name": "T1", "distance": 1000.01}, {"name": "End", "distance": 4000}],
   "segments": [{"name": "Turn 1", "start": 0, "end": 1}, {"name": "Rest", "start": 1, "end": 2}]})";
 
-Json Refusals() {
-  const char* dir = std::getenv("VELMAR_TEST_DATA");
-  const std::filesystem::path base = dir ? dir : std::filesystem::path(__FILE__).parent_path().parent_path() / "data";
-  std::ifstream in(base / "circuit_map_refusals.json");
-  return Json::parse(in);
-}
+Json Refusals() { return Fixture("circuit_map_refusals.json"); }
 
 // Counts the content notifications a map raises.
 class MapListener final : public CCircuitMapDataNotifications3Receiver {

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
+
+#include "support/fixture.h"
 
 #include "fake_segment_outing.h"
 #include "outing/data_block_test_util.h"
@@ -16,13 +15,6 @@ namespace velmar::testing {
 namespace {
 
 using Json = nlohmann::json;
-
-Json Fixture(const char* name) {
-  const char* dir = std::getenv("VELMAR_TEST_DATA");
-  const std::filesystem::path base = dir ? dir : std::filesystem::path(__FILE__).parent_path().parent_path() / "data";
-  std::ifstream in(base / name);
-  return Json::parse(in);
-}
 
 ComPtr<CCircuitMap> MapOf(const Json& json) {
   auto map = MakeKiv<CCircuitMap>();

@@ -7,6 +7,7 @@
 #include "support/fixture.h"
 
 #include "fake_segment_outing.h"
+#include "regions_listener.h"
 #include "outing/data_block_test_util.h"
 #include "regions/circuit_map.h"
 #include "velmar/text.h"
@@ -82,25 +83,6 @@ TEST(SegmentFinder, EveryCaseOfTheFixtureIsWalked) {
   EXPECT_EQ(Fixture("segment_regions.json")["cases"].size(), 13u);
 }
 
-// Logs each OnRegionsChanged.
-class ChangeCount final : public CTimeRegionFinderNotificationsReceiver {
- public:
-  explicit ChangeCount(IKivTimeRegionFinder* finder) : finder_(finder) {
-    sink_->SetReceiver(this);
-    EXPECT_TRUE(sink_->Connect(finder));
-  }
-  ~ChangeCount() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(finder_);
-  }
-  void OnRegionsChanged(IKivTimeRegionFinder*) override { ++count; }
-  int count = 0;
-
- private:
-  IKivTimeRegionFinder* finder_;
-  ComPtr<CTimeRegionFinderNotificationsSink<>> sink_ = MakeKiv<CTimeRegionFinderNotificationsSink<>>();
-};
-
 TEST(SegmentFinder, MapMarkerAndDataChangesThrowTheRegionsAwayAndNoRootRefuses) {
   const Json all = Fixture("segment_regions.json");
   auto outing = MakeKiv<SegmentOuting>();
@@ -114,7 +96,7 @@ TEST(SegmentFinder, MapMarkerAndDataChangesThrowTheRegionsAwayAndNoRootRefuses) 
   finder->SetPositionChannel(channel.Get());
   ComPtr<IKivTimeRegions> regions;
   ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  ChangeCount changes(finder.Get());
+  RegionsListener changes(finder.Get());
   std::u16string error;
   ASSERT_EQ(map->LoadJson(all["maps"]["one"].dump(), &error), S_OK);
   EXPECT_EQ(changes.count, 2) << "segments and markers changed; the lap length did not";

@@ -17,6 +17,8 @@ echo "== velmar channels $sample"
 "$cli" channels "$sample"
 echo "== velmar laps $sample"
 "$cli" laps "$sample"
+echo "== velmar regions $sample --finder segment --map $out/sample.map.json (first lap)"
+"$cli" regions "$sample" --finder segment --map "$out/sample.map.json" | head -8
 echo "== velmar convert $sample $store"
 if "$cli" convert "$sample" "$store"; then
   echo "== velmar channels $store"

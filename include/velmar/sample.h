@@ -28,4 +28,8 @@ struct KivSampleOptions {
 [[nodiscard]] KivResult KivWriteSampleOuting(const std::u16string& path, const KivSampleOptions& options,
                                              size_t* bytes = nullptr);
 
+// Writes the circuit map of the sample's circuit (JSON, as a circuit map
+// loads it) to `path`, with its named segments.
+[[nodiscard]] KivResult KivWriteSampleCircuitMap(const std::u16string& path);
+
 }  // namespace velmar

@@ -44,7 +44,8 @@ struct IKivVelmar : IKivUnknown {
   virtual KivResult SetChannelPropertyFactory(IKivChannelPropertyFactory* factory) = 0;
   // S_FALSE and null when no map is set.
   virtual KivResult GetCircuitMapData(IKivCircuitMapData** map) = 0;
-  // Null clears the map. E_FAIL with no settings file.
+  // Null clears the map; S_FALSE when that map is already held. Sinks hear
+  // CircuitMapDataChanged, and the finders follow the new map.
   virtual KivResult SetCircuitMapData(IKivCircuitMapData* map) = 0;
   virtual KivResult GetCommonChannels(IKivCommonChannels** channels) = 0;
   virtual KivResult GetGlobalConstantFactory(IKivConstantFactory** factory) = 0;

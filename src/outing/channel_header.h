@@ -6,7 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "velmar/channel_key.h"
 #include "outing/channel_scaling.h"
+#include "velmar/property_factories.h"
 #include "velmar/units.h"
 
 namespace velmar {
@@ -38,5 +40,23 @@ struct HeaderUnit {
 // `name` with every "_" replaced by a blank: the second try of a property
 // lookup for sources that allow it.
 [[nodiscard]] std::u16string UnderscoresToBlanks(std::u16string_view name);
+
+// A column's channel: its key and the unit its values are recorded in.
+struct HeaderChannel {
+  CChannelKey key;
+  ChannelUnit unit;
+};
+
+// The rest of the reading of a header, after the split: the name is looked
+// up in the channel property database (again with "_" as blanks when
+// `blankRetry`), the key made from the id found and the name, and the unit
+// text looked up in the unit table. A name without a property gets one, of
+// the unit's quantity, with "Unit" and, for a unit text the table does not
+// know, "User type". The values are in the header's unit, or, for a header
+// without a known one, in the found property's "Quantity" and "Unit".
+// `properties` or `table` may be null: that step is left out.
+[[nodiscard]] HeaderChannel ResolveHeaderChannel(const std::u16string& name, std::u16string_view unitText,
+                                                 IKivChannelPropertyFactory* properties, IKivUnitTable* table,
+                                                 bool blankRetry);
 
 }  // namespace velmar

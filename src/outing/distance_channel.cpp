@@ -37,6 +37,14 @@ KivResult FindCommonChannel(IKivDataFactory* channels, CommonChannelRole role, C
     if (Succeeded(r)) break;
     r = factory->GetItem(name, channel->Put());
   }
+  // Last, a channel of that name recorded under another quantity.
+  NameList listed;
+  if (Failed(r) && Succeeded(channels->GetNames(&listed))) {
+    for (const std::u16string& name : listed) {
+      CChannelKey other;
+      if (CChannelKey::Parse(name, &other) && other.name() == key.name()) return factory->GetItem(name, channel->Put());
+    }
+  }
   return r;
 }
 

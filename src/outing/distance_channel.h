@@ -17,7 +17,8 @@ namespace velmar {
 // The channel of a common role (distance, speed, map position...) on the
 // outing whose channel factory is `channels`: the channel keyed as the
 // role's text names it, else the one of that name recorded without a
-// quantity, else the one listed by that plain name. A failure on the road
+// quantity, else the one listed by that plain name, else one of that name
+// listed under another quantity. A failure on the road
 // (no root, no common channels, no such channel) is the result; a role text
 // that is no channel key gives `badKey`.
 [[nodiscard]] KivResult FindCommonChannel(IKivDataFactory* channels, CommonChannelRole role,

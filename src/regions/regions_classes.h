@@ -1,4 +1,6 @@
-// Registers the time-region finders that a host makes by identity.
+// Registers the classes of time regions in a class registry: the lap,
+// outing and segment finders, the span navigator and the library's circuit
+// map.
 #pragma once
 
 #include "velmar/class_registry.h"

@@ -166,7 +166,7 @@ TEST_F(VelmarTest, WhatNeedsTheSettingsFileFailsWithoutOneAndRaisesNothing) {
   EXPECT_EQ(Root()->SetEventPropertyFactory(TestEventProperties::last), E_FAIL);
   EXPECT_EQ(Root()->SetGroupFactory(nullptr), E_INVALIDARG);
   EXPECT_EQ(Root()->SetGroupFactory(TestGroups::last), E_FAIL);
-  EXPECT_EQ(Root()->SetCircuitMapData(nullptr), E_FAIL);
+  EXPECT_EQ(Root()->SetCircuitMapData(nullptr), S_FALSE) << "no map held, none given";
   EXPECT_THAT(log_, IsEmpty());
 
   std::u16string caption;
@@ -213,6 +213,34 @@ TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFileAndDatabaseChangesOnlyMark
   TestGroups::last->ReportChange();
   EXPECT_TRUE(root_->IsDirty());
   EXPECT_THAT(log_, IsEmpty());
+}
+
+// A map that tells its sinks of a change.
+class ChangingMap final
+    : public KivObject<IKivCircuitMapData, IKivNotificationsImpl<ChangingMap, IKivCircuitMapDataNotifications2>> {
+ public:
+  KivResult GetClassId(Guid* clsid) override { return (*clsid = Guid(), S_OK); }
+  KivResult GetLapTime(KivTime* time) override { return (*time = 0, S_OK); }
+  void Change() { FireNotification(&IKivCircuitMapDataNotifications::OnMapDataChanged, this); }
+};
+
+TEST_F(VelmarTest, ACircuitMapIsHeldAndTheChangeIsRaisedOncePerMap) {
+  Listen<CVelmarNotificationsSink<>>("");
+  root_->ClearDirty();
+  auto map = MakeKiv<ChangingMap>();
+  IKivCircuitMapData* data = map.Get();
+  ASSERT_EQ(Root()->SetCircuitMapData(data), S_OK);
+  EXPECT_EQ(Root()->SetCircuitMapData(data), S_FALSE) << "the map held already";
+  ComPtr<IKivCircuitMapData> held;
+  ASSERT_EQ(Root()->GetCircuitMapData(held.Put()), S_OK);
+  EXPECT_EQ(held.Get(), data);
+  EXPECT_TRUE(root_->IsDirty());
+  root_->ClearDirty();
+  map->Change();
+  EXPECT_TRUE(root_->IsDirty()) << "the map's own change marks the settings dirty";
+  ASSERT_EQ(Root()->SetCircuitMapData(nullptr), S_OK);
+  EXPECT_EQ(Root()->GetCircuitMapData(held.Put()), S_FALSE);
+  EXPECT_THAT(log_, ElementsAre("CircuitMapDataChanged", "CircuitMapDataChanged"));
 }
 
 TEST_F(VelmarTest, ChangeCallbacksMarkDirtyAndRaise) {

@@ -9,28 +9,10 @@
 #include <vector>
 
 #include "fake_lap_outing.h"
+#include "regions_listener.h"
 
 namespace velmar::testing {
 namespace {
-
-// Logs "changed" for every OnRegionsChanged, and can read back inside it.
-class RegionsListener final : public CTimeRegionFinderNotificationsReceiver {
- public:
-  explicit RegionsListener(IKivTimeRegionFinder* finder) : finder_(finder) {
-    sink_->SetReceiver(this);
-    EXPECT_TRUE(sink_->Connect(finder));
-  }
-  ~RegionsListener() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(finder_);
-  }
-  void OnRegionsChanged() override { ++count; }
-  int count = 0;
-
- private:
-  IKivTimeRegionFinder* finder_;
-  ComPtr<CTimeRegionFinderNotificationsSink<>> sink_ = MakeKiv<CTimeRegionFinderNotificationsSink<>>();
-};
 
 class LapFinderTest : public ::testing::Test {
  protected:

@@ -7,10 +7,15 @@
 
 namespace velmar::testing {
 
-std::vector<std::filesystem::path> FixtureFiles(std::string_view family) {
+std::filesystem::path FixtureRoot() {
   const char* root = std::getenv("VELMAR_TEST_DATA");
-  const std::filesystem::path folder =
-      std::filesystem::path(root ? root : VELMAR_TEST_DATA_DEFAULT) / std::string(family);
+  return std::filesystem::path(root ? root : VELMAR_TEST_DATA_DEFAULT);
+}
+
+nlohmann::json Fixture(const char* name) { return ReadFixture(FixtureRoot() / name); }
+
+std::vector<std::filesystem::path> FixtureFiles(std::string_view family) {
+  const std::filesystem::path folder = FixtureRoot() / std::string(family);
   std::vector<std::filesystem::path> files;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {

@@ -28,4 +28,10 @@ std::string FixtureName(const ::testing::TestParamInfo<std::filesystem::path>& i
 // The parsed file; a parse error fails the test that reads it.
 nlohmann::json ReadFixture(const std::filesystem::path& file);
 
+// A table kept in one file, tests/data/<name>.
+nlohmann::json Fixture(const char* name);
+
+// tests/data: VELMAR_TEST_DATA (ctest sets it), else the source tree's.
+std::filesystem::path FixtureRoot();
+
 }  // namespace velmar::testing

@@ -29,17 +29,23 @@ SampleBlock ReadBlock(IKivDataBlock* block) {
 
 }  // namespace
 
+void UseSessionRoot(const LoadedOuting& outing) {
+  if (auto channels = QueryAs<IKivChannelFactory>(outing.outing())) (void)channels->SetRoot(outing.session().root());
+}
+
 size_t ChannelSamples::count() const {
   size_t n = 0;
   for (const SampleBlock& block : blocks) n += block.values.size();
   return n;
 }
 
-ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name) {
+ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name, bool ownUnit) {
   ChannelSamples samples;
   samples.name = ChannelDisplayName(name);
-  samples.unit = FindChannelUnit(outing.session().root(), name);
+  UseSessionRoot(outing);
   ComPtr<IKivChannel> channel = outing.Channel(name);
+  // Made now, the channel's property is in the database.
+  samples.unit = FindChannelUnit(outing.session().root(), name, !ownUnit);
   ComPtr<IKivChannelIterator2> iterator;
   bool noSamples = false;
   const KivResult r = ReadWhenReady(outing.session(), channel.Get(), outing.file(), [&] {
@@ -66,6 +72,7 @@ ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16stri
       outing.FailItem("cannot read a block of channel", name, Failed(got) ? got : E_FAIL);
     }
     samples.blocks.push_back(ReadBlock(block.Get()));
+    FromBaseUnit(samples.unit, samples.blocks.back().values);
   }
   return samples;
 }

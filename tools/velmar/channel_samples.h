@@ -29,9 +29,16 @@ struct ChannelSamples {
   size_t count() const;
 };
 
-// Reads every block of channel `name`. A channel without samples gives no
-// blocks; any other failure throws HostError naming the file and channel.
-ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name);
+// The outing's channels hang under the session's root from now, as a
+// selection's would: a channel made then finds its property in the root's
+// database, and the finders reach the circuit map and common channels.
+void UseSessionRoot(const LoadedOuting& outing);
+
+// Reads every block of channel `name`, in its quantity's base unit, or with
+// `ownUnit` in the unit the channel was recorded in. A channel without
+// samples gives no blocks; any other failure throws HostError naming the
+// file and channel.
+ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name, bool ownUnit = false);
 
 struct SampleSummary {
   size_t count = 0;

@@ -6,11 +6,27 @@
 namespace velmar::cli {
 namespace {
 
-std::u16string BaseUnitText(QuantityId quantity) {
+ComPtr<IKivUnitTable> UnitTable() {
   ComPtr<IKivUnitTable> table;
+  if (Failed(CreateUnitsComponent(&table))) table = nullptr;
+  return table;
+}
+
+std::u16string UnitText(QuantityId quantity, UnitId unit) {
+  ComPtr<IKivUnitTable> table = UnitTable();
   std::u16string text;
-  if (Succeeded(CreateUnitsComponent(&table)) && table) (void)table->GetUnitText(quantity, kBaseUnit, &text);
+  if (table) (void)table->GetUnitText(quantity, unit, &text);
   return text;
+}
+
+std::u16string BaseUnitText(QuantityId quantity) { return UnitText(quantity, kBaseUnit); }
+
+// The "Unit" of a property: the unit the channel was recorded in.
+UnitId RecordedUnit(IKivPropertySet* set) {
+  Variant value;
+  if (!set || Failed(set->GetProperty(u"Unit", &value))) return kBaseUnit;
+  const std::optional<double> unit = value.ToDouble();
+  return unit ? static_cast<UnitId>(*unit) : kBaseUnit;
 }
 
 std::u16string TextProperty(IKivPropertySet* set, const std::u16string& name) {
@@ -22,7 +38,17 @@ std::u16string TextProperty(IKivPropertySet* set, const std::u16string& name) {
 
 }  // namespace
 
-ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& listed) {
+void FromBaseUnit(const ChannelUnit& unit, std::vector<double>& values) {
+  if (unit.quantity == kQuantityDimensionless || unit.unit == kBaseUnit) return;
+  ComPtr<IKivUnitTable> table = UnitTable();
+  if (!table) return;
+  for (double& value : values) {
+    double converted = value;
+    if (Succeeded(table->ConvertValue(unit.quantity, kBaseUnit, unit.unit, value, &converted))) value = converted;
+  }
+}
+
+ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& listed, bool baseUnits) {
   ChannelUnit found;
   CChannelKey key;
   if (CChannelKey::Parse(listed, &key) && static_cast<QuantityId>(key.id()) > kQuantityDimensionless) {
@@ -39,15 +65,15 @@ ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& listed) {
     std::u16string keyName;
     int32_t quantity = 0;
     if (Failed(properties->GetKey(index, &keyName, &quantity)) || keyName != name) continue;
+    ComPtr<IKivPropertySet> set;
+    if (Failed(properties->GetPropertySet(keyName, quantity, set.Put()))) set = nullptr;
     if (quantity > kQuantityDimensionless) {
       found.quantity = quantity;
-      found.text = BaseUnitText(quantity);
+      found.unit = baseUnits ? kBaseUnit : RecordedUnit(set.Get());
+      found.text = UnitText(quantity, found.unit);
       return found;
     }
-    ComPtr<IKivPropertySet> set;
-    if (Succeeded(properties->GetPropertySet(keyName, quantity, set.Put())) && set) {
-      found.text = TextProperty(set.Get(), u"User type");
-    }
+    if (set) found.text = TextProperty(set.Get(), u"User type");
   }
   return found;
 }

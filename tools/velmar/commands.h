@@ -29,5 +29,6 @@ void AddSampleCommand(CLI::App& app, const CommandContext& context);
 void AddConvertCommand(CLI::App& app, const CommandContext& context);
 void AddLapsCommand(CLI::App& app, const CommandContext& context);
 void AddMarkersCommand(CLI::App& app, const CommandContext& context);
+void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

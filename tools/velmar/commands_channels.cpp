@@ -13,6 +13,7 @@ namespace {
 struct ChannelsOptions {
   std::string file;
   bool json = false;
+  bool baseUnits = false;
 };
 
 std::optional<double> RateHz(const SampleSummary& summary) {
@@ -47,7 +48,7 @@ void Run(const ChannelsOptions& options, const CommandContext& context) {
   Json list = Json::array();
   if (!options.json) WriteTsvRow(std::cout, {"name", "unit", "samples", "rate", "min", "max"});
   for (const std::u16string& name : outing.ChannelNames()) {
-    const ChannelSamples samples = ReadChannelSamples(outing, name);
+    const ChannelSamples samples = ReadChannelSamples(outing, name, !options.baseUnits);
     const SampleSummary summary = Summarize(samples);
     if (options.json) {
       list.push_back(ChannelJson(samples, summary));
@@ -65,6 +66,7 @@ void AddChannelsCommand(CLI::App& app, const CommandContext& context) {
   CLI::App* command = app.add_subcommand("channels", "List the channels: unit, samples, rate, min and max");
   command->add_option("FILE", options->file, "Data set (.txt or .trn)")->required();
   command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
+  command->add_flag("--base-units", options->baseUnits, "Show each quantity in its base unit");
   command->callback([options, &context] { Run(*options, context); });
 }
 

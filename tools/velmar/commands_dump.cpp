@@ -18,6 +18,7 @@ struct DumpOptions {
   std::optional<double> from;
   std::optional<double> to;
   bool json = false;
+  bool baseUnits = false;
 };
 
 TimeWindow Window(const DumpOptions& options) {
@@ -65,7 +66,7 @@ void Run(const DumpOptions& options, const CommandContext& context) {
   std::vector<ChannelSamples> samples;
   std::vector<TimedValues> columns;
   for (const std::string& name : options.channels) {
-    samples.push_back(ReadChannelSamples(outing, Utf8ToWide(name)));
+    samples.push_back(ReadChannelSamples(outing, Utf8ToWide(name), !options.baseUnits));
     columns.push_back(SamplesInWindow(samples.back(), window));
   }
   if (options.json) {
@@ -85,6 +86,7 @@ void AddDumpCommand(CLI::App& app, const CommandContext& context) {
   command->add_option("--from", options->from, "First time, in seconds (inclusive)");
   command->add_option("--to", options->to, "Last time, in seconds (inclusive)");
   command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
+  command->add_flag("--base-units", options->baseUnits, "Values in each quantity's base unit");
   command->callback([options, &context] { Run(*options, context); });
 }
 

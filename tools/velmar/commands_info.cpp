@@ -11,14 +11,31 @@
 #include "commands.h"
 #include "outing_items.h"
 #include "output.h"
+#include "velmar/caption.h"
+#include "velmar/text.h"
 
 namespace velmar::cli {
 namespace {
 
 struct InfoOptions {
   std::string file;
+  std::string captionFormat;  // empty: the outing's own caption
   bool json = false;
 };
+
+// The caption in the format asked for, or the outing's own.
+std::string CaptionOf(const InfoOptions& options, const LoadedOuting& outing) {
+  if (options.captionFormat.empty()) return Utf8(outing.Caption());
+  std::u16string caption;
+  (void)KivFormatOutingCaption(outing.outing(), Utf8ToWide(options.captionFormat), outing.session().root(), &caption);
+  return Utf8(caption);
+}
+
+// A property's value as the listing shows it: a time in seconds.
+std::string ValueText(const Variant& value) {
+  if (const std::optional<KivTime> time = value.AsTime()) return FormatSeconds(*time);
+  return Utf8(value.ToText());
+}
 
 const char* TypeName(uint32_t type) {
   switch (static_cast<OutingType>(type)) {
@@ -71,7 +88,7 @@ Json TimeJson(std::optional<KivTime> time) {
 void WriteJsonInfo(const InfoOptions& options, const LoadedOuting& outing, const OutingCounts& counts) {
   Json information = Json::object();
   for (const Property& property : outing.Information()) {
-    information[Utf8(property.name)] = Utf8(property.value.ToText());
+    information[Utf8(property.name)] = ValueText(property.value);
   }
   Json duration = nullptr;
   if (counts.start && counts.end) duration = Seconds(*counts.end - *counts.start);
@@ -79,7 +96,7 @@ void WriteJsonInfo(const InfoOptions& options, const LoadedOuting& outing, const
                             {"type", outing.Type()},
                             {"type_name", TypeName(outing.Type())},
                             {"outing_id", Utf8(outing.OutingId())},
-                            {"caption", Utf8(outing.Caption())},
+                            {"caption", CaptionOf(options, outing)},
                             {"start", TimeJson(counts.start)},
                             {"end", TimeJson(counts.end)},
                             {"duration", duration},
@@ -96,7 +113,7 @@ void WriteTsvInfo(const InfoOptions& options, const LoadedOuting& outing, const 
   row("file", options.file);
   row("type", std::to_string(outing.Type()) + " (" + TypeName(outing.Type()) + ")");
   row("outing_id", Utf8(outing.OutingId()));
-  row("caption", Utf8(outing.Caption()));
+  row("caption", CaptionOf(options, outing));
   row("start", counts.start ? FormatSeconds(*counts.start) : "");
   row("end", counts.end ? FormatSeconds(*counts.end) : "");
   row("duration", counts.start && counts.end ? FormatSeconds(*counts.end - *counts.start) : "");
@@ -106,7 +123,7 @@ void WriteTsvInfo(const InfoOptions& options, const LoadedOuting& outing, const 
   row("events", counts.events ? std::to_string(*counts.events) : "");
   row("constants", std::to_string(counts.constants));
   for (const Property& property : outing.Information()) {
-    row("information." + Utf8(property.name), Utf8(property.value.ToText()));
+    row("information." + Utf8(property.name), ValueText(property.value));
   }
 }
 
@@ -127,6 +144,8 @@ void AddInfoCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<InfoOptions>();
   CLI::App* command = app.add_subcommand("info", "Show the outing's information, type, time range and counts");
   command->add_option("FILE", options->file, "Data set (.txt or .trn)")->required();
+  command->add_option("--caption-format", options->captionFormat,
+                      "Caption format, e.g. \"%driver% %track% %fasttime%\" (default: the outing's caption)");
   command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
   command->callback([options, &context] { Run(*options, context); });
 }

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "circuit_map_file.h"
 #include "commands.h"
 #include "host_error.h"
 #include "loaded_outing.h"
@@ -19,6 +20,7 @@ namespace {
 
 struct LapsOptions {
   std::string file;
+  std::string map;
   bool json = false;
 };
 
@@ -68,6 +70,7 @@ std::string LapTime(const LapRow& row) {
 
 void Run(const LapsOptions& options, const CommandContext& context) {
   HostSession session(context.timeout(), context.progress());
+  if (!options.map.empty()) UseCircuitMap(session, options.map);
   LoadedOuting outing(session, options.file);
   const std::vector<LapRow> rows = ReadLaps(outing);
   if (options.json) {
@@ -101,6 +104,7 @@ void AddLapsCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<LapsOptions>();
   CLI::App* command = app.add_subcommand("laps", "List the laps with their times");
   command->add_option("FILE", options->file, "Data set (.txt or .trn)")->required();
+  command->add_option("--map", options->map, "Circuit map (JSON) whose lap time predicts a live outing's lap");
   command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
   command->callback([options, &context] { Run(*options, context); });
 }

@@ -1,5 +1,6 @@
 // velmar sample OUT.txt [--laps N] [--rate HZ] [--seed S]: writes a made-up
-// text data set of a car lapping a closed circuit.
+// text data set of a car lapping a closed circuit, and OUT.map.json, the
+// circuit's map with its named segments.
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -28,6 +29,10 @@ void Run(const SampleCommandOptions& options) {
   size_t bytes = 0;
   const KivResult r = KivWriteSampleOuting(Utf8ToWide(options.file), {options.laps, options.rate, options.seed}, &bytes);
   if (Failed(r)) Fail(options.file, "cannot write the sample", r);
+  // The circuit's map beside it: OUT.txt gives OUT.map.json.
+  const std::filesystem::path map = std::filesystem::path(options.file).replace_extension(".map.json");
+  if (KivResult m = KivWriteSampleCircuitMap(Utf8ToWide(map.string())); Failed(m))
+    Fail(map.string(), "cannot write the circuit map", m);
   std::cout << options.file << ": " << options.laps << " laps at " << options.rate << " Hz, " << bytes
             << " bytes\n";
 }

@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
   AddConvertCommand(app, context);
   AddLapsCommand(app, context);
   AddMarkersCommand(app, context);
+  AddRegionsCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

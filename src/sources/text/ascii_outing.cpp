@@ -1,5 +1,8 @@
 #include "sources/text/ascii_outing.h"
 
+#include "outing/channel_header.h"
+#include "velmar/velmar.h"
+
 #include <algorithm>
 
 namespace velmar {
@@ -81,16 +84,30 @@ KivResult CAsciiChannelFactory::GetItem(const std::u16string& name, IKivChannel*
   auto it = items().find(name);
   if (it == items().end()) return E_INVALIDARG;
   try {
-    if (!it->second) {
-      auto made = MakeKiv<CFileChannel>();
-      made->Bind(name, CChannelKey(name, 0), nullptr, ComPtr<CRawChannelSource>(cache_), ChannelUnit{}, nullptr);
-      if (timeOffset_ && *timeOffset_ != 0) (void)made->SetTimeOffset(*timeOffset_);
-      it->second = std::move(made);
-    }
+    if (!it->second) it->second = MakeChannel(name);
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
   return GiveOut(static_cast<IKivChannel*>(it->second.Get()), channel);
+}
+
+ComPtr<CFileChannel> CAsciiChannelFactory::MakeChannel(const std::u16string& name) {
+  if (!unitTable_ && Failed(CreateUnitsComponent(&unitTable_))) unitTable_ = nullptr;
+  ComPtr<IKivChannelPropertyFactory> properties;
+  ComPtr<IKivUnknown> root;
+  if (Succeeded(GetRoot(root.Put())) && root) {
+    if (auto velmar = root.As<IKivVelmar>(); !velmar || Failed(velmar->GetChannelPropertyFactory(properties.Put()))) {
+      properties = nullptr;
+    }
+  }
+  const CAsciiRawChannel* raw = cache_->GetRawChannel(name);
+  const HeaderChannel header =
+      ResolveHeaderChannel(name, raw ? std::u16string_view(raw->unit) : std::u16string_view(), properties.Get(),
+                           unitTable_.Get(), true);
+  auto made = MakeKiv<CFileChannel>();
+  made->Bind(name, header.key, nullptr, ComPtr<CRawChannelSource>(cache_), header.unit, unitTable_.As<IKivUnits>());
+  if (timeOffset_ && *timeOffset_ != 0) (void)made->SetTimeOffset(*timeOffset_);
+  return made;
 }
 
 KivResult CAsciiChannelFactory::ShiftChannels(KivTime offset) {

@@ -86,8 +86,13 @@ class CAsciiChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKi
   void DropItem(const std::u16string& name, ComPtr<CFileChannel>& channel) override;
 
  private:
+  // A new channel of a listed name, keyed and scaled as its header's unit
+  // and the root's property database say.
+  ComPtr<CFileChannel> MakeChannel(const std::u16string& name);
+
   CAsciiOutingCache* cache_ = nullptr;
   const KivTime* timeOffset_ = nullptr;
+  ComPtr<IKivUnitTable> unitTable_;  // made on first use
 };
 
 inline KivTime LapMarkerTime(const TextLapMarker& m) { return m.time; }

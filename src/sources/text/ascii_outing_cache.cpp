@@ -104,9 +104,25 @@ bool CAsciiOutingCache::ReadLapMarkers(std::vector<TextLapMarker>* markers) {
 
 ComPtr<IKivPropertySet> CAsciiOutingCache::MakeInformation(CAsciiOutingJobItem& job) {
   if (!job.data().hasInformation) return nullptr;
-  return MakeKiv<CAsciiOutingInformation>(job.data().information);
+  return MakeKiv<CAsciiOutingInformation>(job.data().information, FastLapInputOf(job.data()),
+                                         static_cast<COutingInformationCache*>(this));
 }
 
 void CAsciiOutingCache::ReleaseInformation(IKivPropertySet& old) { static_cast<CAsciiOutingInformation&>(old).Orphan(); }
+
+void CAsciiOutingCache::OnFastLapSettingsChanged() {
+  if (IKivPropertySet* held = information()) static_cast<CAsciiOutingInformation*>(held)->ForgetFastLap();
+  CFileOutingCache::OnFastLapSettingsChanged();
+}
+
+std::u16string CAsciiOutingCache::GetDefaultCaption(IKivPropertySet* properties) {
+  return DefaultCaption(properties, u"ASCII Outing");
+}
+
+// No root reaches a cache yet: the caption is built with the default settings.
+std::u16string CAsciiOutingCache::BuildCaption() {
+  return information() ? captionHelper_.BuildCaption(information(), CaptionSettings{})
+                       : CFileOutingCache::BuildCaption();
+}
 
 }  // namespace velmar

@@ -12,6 +12,8 @@
 
 #include "outing/channel_file.h"
 #include "outing/file_outing_cache.h"
+#include "outing/outing_caption_helper.h"
+#include "outing/outing_information_base.h"
 #include "outing/outing_state_changes.h"
 #include "sources/text/ascii_outing_job_item.h"
 #include "velmar/data_factory.h"
@@ -27,7 +29,9 @@ using CAsciiOutingStateChanges = COutingStateChanges;
 
 class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsciiOutingStateChanges, AsciiSource>,
                                 public CRawChannelSource,
-                                public CTransactions<CAsciiOutingCache> {
+                                public CTransactions<CAsciiOutingCache>,
+                                private COutingInformationCache,
+                                private COutingCaptionHelperCallback {
  public:
   // ops: the file system the load job reads through; null for the real one.
   CAsciiOutingCache(std::u16string path, const Guid& outingId, TextFileOps* ops = nullptr);
@@ -71,9 +75,19 @@ class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsci
  protected:
   ComPtr<IKivPropertySet> MakeInformation(CAsciiOutingJobItem& job) override;
   void ReleaseInformation(IKivPropertySet& old) override;
+  void OnFastLapSettingsChanged() override;
+  std::u16string BuildCaption() override;
 
  private:
+  // COutingInformationCache
+  FastLapSettings InformationFastLapSettings() const override { return {fast_lap_filter(), fast_lap_minimum_time()}; }
+  // COutingCaptionHelperCallback
+  std::u16string GetDefaultCaption(IKivPropertySet* properties) override;
+  std::u16string GetPath() override { return path(); }
+  void OnCaptionInvalid() override { CFileOutingCache::OnCaptionInvalid(); }
+
   TextFileOps* const ops_;
+  COutingCaptionHelper captionHelper_{this};
   ClientRef<CTransactionStateMachine> transaction_;
   bool writing_ = false;         // a commit holds the file
   bool discardNoted_ = false;    // a CloseData came while writing

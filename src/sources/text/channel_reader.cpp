@@ -14,6 +14,7 @@
 #include <thread>
 #include <utility>
 
+#include "outing/channel_header.h"
 #include "sources/text/large_buffer.h"
 #include "sources/text/text_format.h"
 #include "sources/text/text_number.h"
@@ -325,9 +326,9 @@ std::vector<TextColumn> MakeColumns(const Header& header, uint64_t blockIndex) {
   std::vector<TextColumn> columns(header.names.size());
   for (size_t c = 0; c < columns.size(); ++c) {
     columns[c].header = header.names[c];
-    auto [name, unit] = SplitUnit(header.names[c]);
-    columns[c].name = std::move(name);
-    columns[c].unit = std::move(unit);
+    HeaderName split = SplitHeaderName(header.names[c]);
+    columns[c].name = std::move(split.name);
+    columns[c].unit = std::move(split.unit);
     columns[c].block = blockIndex;
   }
   return columns;

@@ -60,6 +60,7 @@ class Circuit {
   double step = kStep;
   double length = 0;
   std::vector<double> x, y, curvature, speed, dvds, time;  // time: n + 1 entries
+  std::vector<double> pieceStarts;                         // metres along the lap
 
  private:
   Circuit() {
@@ -99,7 +100,10 @@ class Circuit {
   }
 
   void Trace(const std::vector<Piece>& pieces) {
-    for (const auto& piece : pieces) length += PieceLength(piece);
+    for (const auto& piece : pieces) {
+      pieceStarts.push_back(length);
+      length += PieceLength(piece);
+    }
     n = static_cast<size_t>(std::floor(length / kStep));
     step = length / static_cast<double>(n);
     Pose start;
@@ -185,6 +189,8 @@ double SampleCar::CircuitLength() { return Circuit::Get().length; }
 
 double SampleCar::ReferenceLapTime() { return Circuit::Get().time.back(); }
 
+const std::vector<double>& SampleCar::PieceStarts() { return Circuit::Get().pieceStarts; }
+
 double SampleCar::Value(SampleChannel channel, KivTime t) {
   if (t != cachedTime_) Compute(t);
   return state_[static_cast<size_t>(channel)];
@@ -240,6 +246,7 @@ void SampleCar::Compute(KivTime t) {
 
   auto set = [this](SampleChannel ch, double value) { state_[static_cast<size_t>(ch)] = value; };
   set(SampleChannel::kDistance, distance);
+  set(SampleChannel::kMapPosition, lapDistance);
   set(SampleChannel::kSpeed, std::max(0.0, kmh + Noise(SampleChannel::kSpeed, t, 0.15)));
   set(SampleChannel::kEngineSpeed, EngineSpeed(kmh, gear) + Noise(SampleChannel::kEngineSpeed, t, 25));
   set(SampleChannel::kThrottle, std::clamp(throttle + Noise(SampleChannel::kThrottle, t, 0.3), 0.0, 100.0));

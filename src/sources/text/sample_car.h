@@ -39,6 +39,7 @@ enum class SampleChannel : uint8_t {
   kTyreTemperatureFR,
   kTyreTemperatureRL,
   kTyreTemperatureRR,
+  kMapPosition,  // metres along the lap, back to 0 at each crossing of the line
   kCount,
 };
 
@@ -55,6 +56,8 @@ class SampleCar {
   // Circuit length in metres and a lap's time at full pace.
   static double CircuitLength();
   static double ReferenceLapTime();
+  // Where each straight and corner of the circuit begins, metres from the line.
+  static const std::vector<double>& PieceStarts();
 
   // A channel's value at time t (ticks); past the last lap the car stands
   // where it crossed the line.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <memory>
 
 #include "sources/text/sample_car.h"
@@ -33,6 +34,9 @@ constexpr ColumnDef kFast[] = {
     {SampleChannel::kLongitude, u"GPS Longitude", u"deg"},
 };
 
+// The outing's fast block has the map position besides; the wide table doesn't.
+constexpr ColumnDef kMapPositionColumn = {SampleChannel::kMapPosition, u"Map Position D", u"m"};
+
 constexpr ColumnDef kSlow[] = {
     {SampleChannel::kWaterTemperature, u"Water Temperature", u"C"},
     {SampleChannel::kOilTemperature, u"Oil Temperature", u"C"},
@@ -59,6 +63,12 @@ constexpr ColumnDef kWideExtra[] = {
 std::vector<ColumnDef> WideDefs() {
   std::vector<ColumnDef> defs(std::begin(kFast), std::end(kFast));
   defs.insert(defs.end(), std::begin(kWideExtra), std::end(kWideExtra));
+  return defs;
+}
+
+std::vector<ColumnDef> FastDefs() {
+  std::vector<ColumnDef> defs(std::begin(kFast), std::end(kFast));
+  defs.push_back(kMapPositionColumn);
   return defs;
 }
 
@@ -125,11 +135,14 @@ void AppendInformation(std::string& out, const SampleOptions& o, std::u16string_
   AppendInformationLine(out, u"SampleSeed", W(std::to_string(o.seed)));  // a key the format does not know
 }
 
-void AppendLapEvents(std::string& out, const SampleCar& car) {
+// The beacon is logged on the fast channels' first sample past the line, as
+// a logger would, so each lap ends on a sample of the map position.
+void AppendLapEvents(std::string& out, const SampleCar& car, KivTime period) {
   AppendEventBlockHead(out);
   for (int k = 0; k < car.laps(); ++k) {
     TextEvent e;
-    e.time = static_cast<KivTime>(std::llround(car.LapEnd(k) * 1e7));
+    const auto crossing = static_cast<KivTime>(std::llround(car.LapEnd(k) * 1e7));
+    e.time = (crossing + period - 1) / period * period;
     e.name = u"End of lap";
     e.category = kEventFromCar;
     e.source = u"Beacon";
@@ -164,9 +177,9 @@ std::string GenerateSampleOuting(const SampleOptions& options) {
   std::string out;
   AppendHead(out);
   AppendInformation(out, o, u"Sample outing");
-  AppendLapEvents(out, car);
+  AppendLapEvents(out, car, fast);
   AppendSetupConstants(out);
-  AppendCarBlock(out, car, {std::begin(kFast), std::end(kFast)}, fast, end);
+  AppendCarBlock(out, car, FastDefs(), fast, end);
   SampleCar slowCar(o.seed, o.laps);
   AppendCarBlock(out, slowCar, {std::begin(kSlow), std::end(kSlow)}, slow, end);
   return out;
@@ -198,8 +211,41 @@ std::string GenerateWideTable(uint64_t targetBytes, const SampleOptions& options
   return out;
 }
 
+std::string SampleCircuitMapJson() {
+  // Segments as runs of the circuit's pieces: the straight before a corner
+  // belongs to it.
+  struct Segment {
+    const char* name;
+    size_t firstPiece;
+  };
+  static constexpr Segment kSegments[] = {{"Turn 1", 0},  {"Turn 2", 2},  {"Hairpin", 4}, {"Chicane", 6},
+                                          {"Turn 5", 10}, {"Turn 6", 12}, {"Turn 7", 14}, {"Turn 8", 16}};
+  const std::vector<double>& starts = SampleCar::PieceStarts();
+  const double length = SampleCar::CircuitLength();
+  auto number = [](double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f", value);
+    return std::string(text);
+  };
+  std::string markers;
+  std::string segments;
+  const size_t count = std::size(kSegments);
+  for (size_t i = 0; i <= count; ++i) {
+    const double at = i < count ? starts[kSegments[i].firstPiece] : length;
+    const std::string name = i == 0 ? "S/F" : std::string(kSegments[i - 1].name) + " exit";
+    markers += std::string(i ? ",\n" : "") + "    {\"name\": \"" + name + "\", \"distance\": " + number(at) + "}";
+    if (i < count) {
+      segments += std::string(i ? ",\n" : "") + "    {\"name\": \"" + kSegments[i].name +
+                  "\", \"start\": " + std::to_string(i) + ", \"end\": " + std::to_string(i + 1) + "}";
+    }
+  }
+  return "{\n  \"name\": \"Halvane Park\",\n  \"lap_length\": " + number(length) +
+         ",\n  \"lap_time\": " + number(SampleCar::ReferenceLapTime()) + ",\n  \"markers\": [\n" + markers +
+         "\n  ],\n  \"segments\": [\n" + segments + "\n  ]\n}\n";
+}
+
 const std::vector<std::u16string>& SampleFastColumns() {
-  static const std::vector<std::u16string> names = Headers({std::begin(kFast), std::end(kFast)});
+  static const std::vector<std::u16string> names = Headers(FastDefs());
   return names;
 }
 
@@ -224,6 +270,11 @@ KivResult KivWriteSampleOuting(const std::u16string& path, const KivSampleOption
   if (!status.ok()) return ToKivResult(status.code());
   if (bytes) *bytes = text.size();
   return S_OK;
+}
+
+KivResult KivWriteSampleCircuitMap(const std::u16string& path) {
+  const TextStatus status = WriteSampleFile(std::filesystem::path(WideToUtf8(path)), SampleCircuitMapJson());
+  return status.ok() ? S_OK : ToKivResult(status.code());
 }
 
 }  // namespace velmar

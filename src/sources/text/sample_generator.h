@@ -23,9 +23,13 @@ struct SampleOptions {
 // An outing: information block (with one key the format does not know),
 // an "End of lap" event at each crossing of the line, constants, a block of
 // fast channels (speed, engine speed, throttle, brake pressure, gear,
-// accelerations, GPS position, distance) and a block of slow ones
+// accelerations, GPS position, distance, map position) and a block of slow ones
 // (temperatures, fuel).
 std::string GenerateSampleOuting(const SampleOptions& options);
+
+// The circuit map of the sample's circuit, as JSON: its length, its
+// reference lap time, and eight named segments from the line round.
+std::string SampleCircuitMapJson();
 
 // About targetBytes of one {ChannelBlock} with 20 numeric columns at
 // options.rate, for import benchmarks (options.laps is not used).

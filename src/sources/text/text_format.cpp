@@ -134,26 +134,6 @@ std::string UnitText(std::u16string_view unit) {
   return out;
 }
 
-std::pair<std::u16string, std::u16string> SplitUnit(std::u16string_view header) {
-  std::u16string name(header);
-  std::u16string unit;
-  if (!header.empty() && header.back() == u']') {
-    int depth = 1;
-    for (size_t i = header.size() - 1; i-- > 0;) {
-      if (header[i] == u']') ++depth;
-      if (header[i] == u'[' && --depth == 0) {
-        unit = header.substr(i + 1, header.size() - i - 2);
-        name = header.substr(0, i);
-        while (!name.empty() && name.back() == u' ') name.pop_back();
-        break;
-      }
-    }
-  }
-  std::replace(name.begin(), name.end(), u'[', u'_');
-  std::replace(name.begin(), name.end(), u']', u'_');
-  return {std::move(name), std::move(unit)};
-}
-
 std::string_view CategoryText(uint32_t category) {
   if (category == kEventFromCar) return kCategoryFromCar;
   if (category == 1 || category == 2) return kCategoryAdded;

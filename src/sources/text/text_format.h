@@ -1,6 +1,6 @@
 // The fixed texts of the text data set format and the small rules shared by
 // its reader and writer: escapes of information values, the code page edge,
-// the unit split of column names and the information key table.
+// and the information key table.
 #pragma once
 
 #include <cstdint>
@@ -57,11 +57,6 @@ std::string FieldText(std::u16string_view text, bool keepLineBreaks = false);
 std::string NameText(std::u16string_view name);
 std::string UnitText(std::u16string_view unit);
 
-// Splits a column name "Name[unit]" at its final "[...]" (brackets nested in
-// the unit are matched). Any "[" or "]" left in the name becomes "_", and
-// blanks between the name and "[" are dropped. No unit: the name as it is
-// (brackets replaced) and an empty unit.
-std::pair<std::u16string, std::u16string> SplitUnit(std::u16string_view header);
 
 // The category text written for a category value; empty for values the
 // format has no text for.

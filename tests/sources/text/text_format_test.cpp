@@ -51,18 +51,6 @@ TEST(TextFormatFields, CodePageEdge) {
   EXPECT_EQ(UnitText(u"m[s]"), "m_s_");
 }
 
-TEST(TextFormatUnits, SplitsTheFinalBracketedUnit) {
-  using P = std::pair<std::u16string, std::u16string>;
-  EXPECT_EQ(SplitUnit(u"Speed[km/h]"), (P{u"Speed", u"km/h"}));
-  EXPECT_EQ(SplitUnit(u"Speed [km/h]"), (P{u"Speed", u"km/h"}));
-  EXPECT_EQ(SplitUnit(u"Gear"), (P{u"Gear", u""}));
-  EXPECT_EQ(SplitUnit(u"a[b]c"), (P{u"a_b_c", u""}));
-  EXPECT_EQ(SplitUnit(u"a[b][c]"), (P{u"a_b_", u"c"}));
-  EXPECT_EQ(SplitUnit(u"x[m[s]]"), (P{u"x", u"m[s]"}));
-  EXPECT_EQ(SplitUnit(u"x]"), (P{u"x_", u""}));
-  EXPECT_EQ(SplitUnit(u"[m]"), (P{u"", u"m"}));
-}
-
 TEST(TextFormatCategories, TextsBothWays) {
   EXPECT_EQ(CategoryText(0), "Box Created");
   EXPECT_EQ(CategoryText(1), "Kivara Added");

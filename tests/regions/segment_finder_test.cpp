@@ -1,0 +1,125 @@
+#include "regions/segment_finder.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/fixtures.h"
+
+#include "fake_segment_outing.h"
+#include "regions_listener.h"
+#include "outing/data_block_test_util.h"
+#include "regions/circuit_map.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+using Json = nlohmann::json;
+
+ComPtr<CCircuitMap> MapOf(const Json& json) {
+  auto map = MakeKiv<CCircuitMap>();
+  std::u16string error;
+  EXPECT_EQ(map->LoadJson(json.dump(), &error), S_OK) << WideToUtf8(error);
+  return map;
+}
+
+class SegmentRegionsTest : public ::testing::TestWithParam<size_t> {
+ protected:
+  static const Json& Cases() {
+    static const Json fixture = Fixture("segment_regions.json");
+    return fixture;
+  }
+};
+
+TEST_P(SegmentRegionsTest, RegionsAreTheHandWorkedOnes) {
+  const Json& all = Cases();
+  const Json& c = all["cases"][GetParam()];
+  SCOPED_TRACE(c["name"].get<std::string>());
+  auto outing = MakeKiv<SegmentOuting>();
+  const auto span = c["span"].get<std::vector<KivTime>>();
+  outing->start = span[0];
+  outing->end = span[1];
+  outing->moved = span[2];
+  outing->stopped = span[3];
+  outing->movementKnown = c.value("movement_known", true);
+  for (const Json& m : c["markers"]) outing->markers.push_back({m[0].get<KivTime>(), m[1].get<uint32_t>(), m[2].get<bool>()});
+
+  auto finder = MakeKiv<CSegmentFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
+  ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
+  if (!c["map"].is_null()) finder->SetCircuitMapData(MapOf(all["maps"][c["map"].get<std::string>()]).Get());
+  if (!c["values"].is_null()) {
+    auto channel = MakeKiv<FakePositionChannel>();
+    channel->pending = c.value("pending", false);
+    channel->iterator =
+        Iterator({PeriodicBlock(c.value("first", KivTime{0}), 10,
+                                 all["values"][c["values"].get<std::string>()].get<std::vector<double>>())});
+    finder->SetPositionChannel(channel.Get());
+  }
+
+  ComPtr<IKivTimeRegions> regions;
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  int32_t count = 0;
+  ASSERT_EQ(regions->GetCount(&count), S_OK);
+  Json got = Json::array();
+  for (int32_t i = 1; i <= count; ++i) {
+    std::u16string name;
+    KivTime start = 0, end = 0;
+    KivBool auxiliary = KIV_FALSE;
+    ASSERT_EQ(regions->GetName(i, i, &name), S_OK);
+    ASSERT_EQ(regions->GetStart(i, &start), S_OK);
+    ASSERT_EQ(regions->GetEnd(i, &end), S_OK);
+    ASSERT_EQ(regions->GetAuxiliary(i, &auxiliary), S_OK);
+    Json row = Json::array({WideToUtf8(name), start, end});
+    if (auxiliary) row.push_back(true);
+    got.push_back(row);
+  }
+  EXPECT_EQ(got, c["regions"]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixture, SegmentRegionsTest, ::testing::Range(size_t{0}, size_t{13}));
+
+TEST(SegmentFinder, EveryCaseOfTheFixtureIsWalked) {
+  EXPECT_EQ(Fixture("segment_regions.json")["cases"].size(), 13u);
+}
+
+TEST(SegmentFinder, MapMarkerAndDataChangesThrowTheRegionsAwayAndNoRootRefuses) {
+  const Json all = Fixture("segment_regions.json");
+  auto outing = MakeKiv<SegmentOuting>();
+  outing->markers.push_back({60, 1, false});
+  auto finder = MakeKiv<CSegmentFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
+  ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
+  auto map = MapOf(all["maps"]["abc"]);
+  finder->SetCircuitMapData(map.Get());
+  auto channel = MakeKiv<FakePositionChannel>();
+  channel->iterator = Iterator({PeriodicBlock(0, 10, all["values"]["wrap"].get<std::vector<double>>())});
+  finder->SetPositionChannel(channel.Get());
+  ComPtr<IKivTimeRegions> regions;
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  RegionsListener changes(finder.Get());
+  std::u16string error;
+  ASSERT_EQ(map->LoadJson(all["maps"]["one"].dump(), &error), S_OK);
+  EXPECT_EQ(changes.count, 2) << "segments and markers changed; the lap length did not";
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  EXPECT_EQ(changes.count, 3);
+  outing->FireMarkersChanged();
+  channel->FireDataChanged();
+  EXPECT_EQ(changes.count, 5);
+  std::u16string name;
+  ASSERT_EQ(finder->GetDefaultRegionName(&name), S_OK);
+  EXPECT_EQ(name, u"First Segment");
+  int32_t first = 0;
+  ASSERT_EQ(finder->GetDefaultRegion(&first), S_OK);
+  EXPECT_EQ(first, 1);
+
+  auto plain = MakeKiv<FakeLapOuting>();  // no channels, so no root
+  plain->markers.push_back({60, 1, false});
+  ASSERT_EQ(finder->SetOuting(plain.Get()), S_OK);
+  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  int32_t count = -1;
+  ASSERT_EQ(regions->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 0);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -58,7 +58,7 @@ int32_t AfterRemoval(int32_t index, const std::vector<size_t>& removed) {
 
 CTask::CTask() : defaultFinderClass_(CLSID_KivLapFinder) {}
 
-CTask::~CTask() { (void)Close(); }
+CTask::~CTask() { CloseSelections(); }
 
 KivResult CreateTask(ComPtr<CTask>* out) {
   if (!out) return E_POINTER;
@@ -402,16 +402,19 @@ void CTask::RemoveSelections(const std::vector<size_t>& removed) {
 
 KivResult CTask::Close() {
   if (closed_) return S_FALSE;
-  closed_ = true;
-  ComPtr<IKivUnknown> keep(PrimaryUnknown());
   Fire(&IKivTaskNotifications::OnClosing);
+  CloseSelections();
+  return S_OK;
+}
+
+void CTask::CloseSelections() {
+  closed_ = true;
   for (const auto& selection : selections_) {
     selection->SetOwner(nullptr);
     selection->Close();
   }
   selections_.clear();
   extensions_.clear();
-  return S_OK;
 }
 
 KivResult CTask::SetDataFactoryList(const ActiveDataFactories&) {

@@ -114,6 +114,8 @@ class CTask final
   [[nodiscard]] KivResult AddSelections(uint32_t count, std::vector<ComPtr<CDataSelection>>* made);
   [[nodiscard]] KivResult MakeFinder(const Guid& clsid, IKivOuting* outing, ComPtr<IKivTimeRegionFinder>* out);
   void RemoveSelections(const std::vector<size_t>& removed);
+  // Lets go of every selection and extension; no event (the destructor's part of Close).
+  void CloseSelections();
   [[nodiscard]] KivResult WriteSelectionList();
   [[nodiscard]] KivResult WriteExtensionList();
   [[nodiscard]] KivResult OpenParts(IKivStorage* storage, bool create);

@@ -59,7 +59,8 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
   KivResult GetItem(const std::u16string& name, Data** item) override {
     if (!item) return E_POINTER;
     *item = nullptr;
-    if (Kind == kDataKindChannels) {
+    // A plain name is a name; a text that opens a key must be one.
+    if (Kind == kDataKindChannels && name.starts_with(u'[')) {
       CChannelKey key;
       if (!CChannelKey::Parse(name, &key)) return E_INVALIDARG;
     }

@@ -1,0 +1,201 @@
+#include "tasks/data_selection.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/async/dispatcher.h"
+#include "platform/async/job_engine.h"
+#include "sources/text/text_outing_source.h"
+#include "support/temp_dir.h"
+#include "tasks/task.h"
+#include "velmar/sample.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+// Logs the selection's events by name, in order.
+class SelectionLog final : public CDataSelectionNotifications4Receiver {
+ public:
+  explicit SelectionLog(IKivDataSelection* selection) : selection_(selection) {
+    sink_->SetReceiver(this);
+    EXPECT_TRUE(sink_->Connect(selection));
+  }
+  ~SelectionLog() override {
+    sink_->SetReceiver(nullptr);
+    sink_->Disconnect(selection_);
+  }
+  void OnColourChanged(IKivDataSelection*, uint32_t) override { log.push_back("colour"); }
+  void OnOutingChanged(IKivDataSelection*) override { log.push_back("outing"); }
+  void OnSpanChanged(IKivDataSelection*) override { log.push_back("span"); }
+  void OnCaptionChanged(IKivDataSelection*) override { log.push_back("caption"); }
+  void OnOutingChangeFinished(IKivDataSelection*) override { log.push_back("finished"); }
+  void OnIncludeAuxiliaryChanged(IKivDataSelection*) override { log.push_back("auxiliary"); }
+  std::vector<std::string> Take() { return std::exchange(log, {}); }
+  std::vector<std::string> log;
+
+ private:
+  IKivDataSelection* selection_;
+  ComPtr<CDataSelectionNotifications4Sink<>> sink_ = MakeKiv<CDataSelectionNotifications4Sink<>>();
+};
+
+// Counts a proxy's data changes.
+class DataLog final : public CDataNotificationsReceiver {
+ public:
+  explicit DataLog(IKivData* item) : item_(item) {
+    sink_->SetReceiver(this);
+    EXPECT_TRUE(sink_->Connect(item));
+  }
+  ~DataLog() override {
+    sink_->SetReceiver(nullptr);
+    sink_->Disconnect(item_);
+  }
+  void OnDataChanged(IKivData*, KivTime, KivTime) override { ++changes; }
+  int changes = 0;
+
+ private:
+  IKivData* item_;
+  ComPtr<CDataNotificationsSink<>> sink_ = MakeKiv<CDataNotificationsSink<>>();
+};
+
+class DataSelectionTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(Succeeded(RegisterTextOutingSource()));
+    ASSERT_EQ(StgCreateMemoryStorage(storage_.Put()), S_OK);
+    ASSERT_EQ(CreateTask(&task_), S_OK);
+    ASSERT_EQ(task_->InitNew(storage_.Get()), S_OK);
+    DataSelectionList added;
+    ASSERT_EQ(task_->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added), S_OK);
+    selection_ = added.front();
+  }
+  void TearDown() override {
+    selection_ = nullptr;
+    task_ = nullptr;
+    EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+  }
+  ComPtr<IKivOuting> Sample(const char* name, uint64_t seed) {
+    const std::u16string path = Utf8ToWide((dir_ / name).string());
+    EXPECT_EQ(KivWriteSampleOuting(path, {1, 10.0, seed}), S_OK);
+    ComPtr<IKivOuting> outing;
+    EXPECT_EQ(OpenTextOuting(path, false, &outing), S_OK);
+    return outing;
+  }
+  std::vector<double> Values(IKivChannel* channel) {
+    ComPtr<IKivChannelIterator2> iterator;
+    KivResult r = channel->GetIterator(iterator.Put());
+    for (int round = 0; r == KIV_E_PENDING && round < 5; ++round) {
+      EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+      r = channel->GetIterator(iterator.Put());
+    }
+    if (r != S_OK) return {};
+    ComPtr<IKivDataBlocks> blocks;
+    ComPtr<IKivDataBlock> block;
+    std::vector<double> values;
+    EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
+    EXPECT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
+    EXPECT_EQ(block->GetValues(&values), S_OK);
+    return values;
+  }
+  // The outing loads on its worker thread; its list reaches the selection.
+  NameList ChannelNames() {
+    NameList names;
+    ComPtr<IKivOuting> outing;
+    EXPECT_EQ(selection_->GetOuting(outing.Put()), S_OK);
+    (void)QueryAs<IKivChannelFactory>(outing.Get())->GetNames(&names);
+    EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+    EXPECT_EQ(QueryAs<IKivChannelFactory>(selection_.Get())->GetNames(&names), S_OK);
+    return names;
+  }
+
+  Dispatcher dispatcher_;
+  Dispatcher::ScopedCurrent current_{dispatcher_};
+  TempDir dir_;
+  ComPtr<IKivStorage> storage_;
+  ComPtr<CTask> task_;
+  ComPtr<IKivDataSelection4> selection_;
+};
+
+TEST_F(DataSelectionTest, UpdateRaisesItsEventsInOrderAndTheSameSpanIsNoChange) {
+  SelectionLog log(selection_.Get());
+  ComPtr<IKivOuting> outing = Sample("a.txt", 1);
+  ASSERT_EQ(selection_->Update(kSelectionOuting, outing.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  EXPECT_EQ(log.Take(), (std::vector<std::string>{"outing", "caption", "finished"}));
+  ComPtr<IKivOuting> held;
+  ASSERT_EQ(selection_->GetOuting(held.Put()), S_OK);
+  EXPECT_NE(held.Get(), outing.Get()) << "the selection opens a private outing object";
+
+  ASSERT_EQ(selection_->Update(kSelectionSpan, nullptr, nullptr, 0, 10, 20, KIV_FALSE), S_OK);
+  EXPECT_EQ(log.Take(), (std::vector<std::string>{"span"}));
+  ASSERT_EQ(task_->Save(storage_.Get(), KIV_TRUE), S_OK);
+  EXPECT_EQ(selection_->Update(kSelectionSpan, nullptr, nullptr, 0, 10, 20, KIV_FALSE), KIV_S_SPAN_UNCHANGED);
+  EXPECT_EQ(log.Take(), (std::vector<std::string>{"span"})) << "raised even when nothing changed";
+  EXPECT_EQ(task_->IsDirty(), S_FALSE) << "an unchanged span is nothing to save";
+
+  ASSERT_EQ(selection_->Update(kSelectionColour | kSelectionIncludeAuxiliary, nullptr, nullptr, 0xFF, 0, 0, KIV_TRUE),
+            S_OK);
+  EXPECT_EQ(log.Take(), (std::vector<std::string>{"auxiliary", "colour"}));
+  EXPECT_EQ(task_->IsDirty(), S_OK);
+
+  ASSERT_EQ(selection_->Update(kSelectionOuting, nullptr, nullptr, 0, 5, 6, KIV_FALSE), S_OK);
+  EXPECT_EQ(log.Take(), (std::vector<std::string>{"outing", "caption", "finished", "span"}));
+  std::u16string caption;
+  KivTime start = -1, end = -1;
+  ASSERT_EQ(selection_->GetCaption(&caption), S_OK);
+  ASSERT_EQ(selection_->GetStartTime(&start), S_OK);
+  ASSERT_EQ(selection_->GetEndTime(&end), S_OK);
+  EXPECT_EQ(caption, u"Empty");
+  EXPECT_EQ(start, 0);
+  EXPECT_EQ(end, 0);
+  EXPECT_EQ(selection_->Update(kSelectionNavigator, nullptr, nullptr, 0, 0, 0, KIV_FALSE), E_INVALIDARG);
+}
+
+TEST_F(DataSelectionTest, AProxyOutlivesAChangeOfOutingAndKeepsItsValueOffset) {
+  ComPtr<IKivOuting> a = Sample("a.txt", 1), b = Sample("b.txt", 2);
+  ASSERT_EQ(selection_->Update(kSelectionOuting, a.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  NameList names = ChannelNames();
+  ASSERT_FALSE(names.empty());
+  const std::u16string name = names.front();
+  auto channels = QueryAs<IKivChannelFactory>(selection_.Get());
+  ComPtr<IKivChannel> proxy, again;
+  ASSERT_EQ(channels->GetItem(name, proxy.Put()), S_OK);
+  ASSERT_EQ(channels->GetItem(name, again.Put()), S_OK);
+  EXPECT_EQ(proxy.Get(), again.Get()) << "one proxy per name";
+  EXPECT_EQ(channels->GetItem(u"[3Speed", again.Put()), E_INVALIDARG);
+  const std::vector<double> fromA = Values(proxy.Get());
+  ASSERT_FALSE(fromA.empty());
+
+  auto offset = QueryAs<IKivChannelProxy>(proxy.Get());
+  ASSERT_EQ(offset->SetValueOffset(1.5), S_OK);
+  const std::vector<double> shifted = Values(proxy.Get());
+  ASSERT_EQ(shifted.size(), fromA.size());
+  EXPECT_DOUBLE_EQ(shifted.front(), fromA.front() + 1.5);
+
+  DataLog data(proxy.Get());
+  ASSERT_EQ(selection_->Update(kSelectionOuting, b.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  EXPECT_EQ(data.changes, 1) << "it let go of the old channel";
+  uint32_t status = 0;
+  ASSERT_EQ(proxy->GetStatus(&status), S_OK);
+  EXPECT_EQ(status, 2u) << "no data until the new outing lists its channels";
+  ASSERT_FALSE(ChannelNames().empty());
+  EXPECT_EQ(data.changes, 2) << "and was bound to the new one";
+  KivBool active = KIV_FALSE;
+  ASSERT_EQ(QueryAs<IKivDataProxy>(proxy.Get())->GetActive(&active), S_OK);
+  EXPECT_EQ(active, KIV_TRUE);
+  const std::vector<double> fromB = Values(proxy.Get());
+  ASSERT_FALSE(fromB.empty());
+  double kept = 0;
+  ASSERT_EQ(offset->GetValueOffset(&kept), S_OK);
+  EXPECT_EQ(kept, 1.5) << "the selection keeps the offset by name";
+
+  ASSERT_EQ(selection_->Update(kSelectionOuting, nullptr, nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  ASSERT_EQ(QueryAs<IKivDataProxy>(proxy.Get())->GetActive(&active), S_OK);
+  EXPECT_EQ(active, KIV_FALSE);
+  ComPtr<IKivChannelIterator2> iterator;
+  EXPECT_EQ(proxy->GetIterator(iterator.Put()), KIV_E_PENDING) << "a proxy without a channel has no data";
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "regions/circuit_map.h"
+#include "regions/global_time_finder.h"
 #include "regions/lap_finder.h"
 #include "regions/outing_finder.h"
 #include "regions/segment_finder.h"
@@ -41,6 +42,8 @@ KivResult RegisterRegionsClasses(ClassRegistry& registry) {
                           &Make<COutingFinder>),
                       Add(registry, CLSID_KivSegmentFinder, u"KivVelmar.SegmentFinder.1", u"SegmentFinder",
                           &Make<CSegmentFinder>),
+                      Add(registry, CLSID_KivGlobalTimeFinder, u"KivVelmar.GlobalTimeFinder.1", u"GlobalTimeFinder",
+                          &Make<CGlobalTimeFinder>),
                       Add(registry, CLSID_KivTimeRegionNavigator, u"KivVelmar.TimeRegionNavigator.1",
                           u"TimeRegionNavigator", &CreateTimeRegionNavigator),
                       Add(registry, CCircuitMap::kClassId, u"KivVelmar.CircuitMap.1", u"Circuit Map",
@@ -54,6 +57,7 @@ KivResult CreateRegionsClass(const Guid& clsid, IKivUnknown** out) {
   if (clsid == CLSID_KivLapFinder) return Make<CLapFinder>(out);
   if (clsid == CLSID_KivOutingFinder) return Make<COutingFinder>(out);
   if (clsid == CLSID_KivSegmentFinder) return Make<CSegmentFinder>(out);
+  if (clsid == CLSID_KivGlobalTimeFinder) return Make<CGlobalTimeFinder>(out);
   if (clsid == CLSID_KivTimeRegionNavigator) return CreateTimeRegionNavigator(out);
   if (out) *out = nullptr;
   return CLASS_E_CLASSNOTAVAILABLE;

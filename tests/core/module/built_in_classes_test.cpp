@@ -23,6 +23,7 @@ const std::map<Guid, Guid>& MadeNow() {
       {CLSID_KivLapFinder, IKivTimeRegionFinder3::iid},
       {CLSID_KivOutingFinder, IKivTimeRegionFinder3::iid},
       {CLSID_KivSegmentFinder, IKivTimeRegionFinder3::iid},
+      {CLSID_KivGlobalTimeFinder, IKivTimeRegionFinder3::iid},
       {CLSID_KivTimeRegionNavigator, IKivTimeRegionNavigator2::iid},
   };
   return made;

@@ -1,0 +1,47 @@
+#include "regions/global_time_groups.h"
+
+namespace velmar {
+namespace {
+
+std::map<const void*, GlobalTimeGroup>& Table() {
+  static std::map<const void*, GlobalTimeGroup> table;
+  return table;
+}
+
+bool Better(const GlobalTimeAnchor& a, const GlobalTimeAnchor& than) {
+  return a.value < than.value || (a.value == than.value && a.offset > than.offset);
+}
+
+}  // namespace
+
+void GlobalTimeGroup::Enter(const void* finder, GlobalTimeAnchor anchor) {
+  entries[finder] = anchor;
+  if (Better(anchor, best)) {
+    best = anchor;
+    dirty = true;
+  }
+}
+
+void GlobalTimeGroup::Remove(const void* finder) {
+  auto it = entries.find(finder);
+  const GlobalTimeAnchor anchor = it == entries.end() ? GlobalTimeAnchor{} : it->second;
+  if (!(anchor == best)) {
+    if (it != entries.end()) entries.erase(it);
+    return;
+  }
+  best = GlobalTimeAnchor{};
+  dirty = true;
+  if (it != entries.end()) entries.erase(it);
+  for (const auto& [member, entry] : entries) {
+    if (Better(entry, best)) best = entry;
+  }
+}
+
+GlobalTimeGroup& GlobalTimeGroupOf(const void* task) { return Table()[task]; }
+
+GlobalTimeGroup* FindGlobalTimeGroup(const void* task) {
+  auto it = Table().find(task);
+  return it == Table().end() ? nullptr : &it->second;
+}
+
+}  // namespace velmar

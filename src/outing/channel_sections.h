@@ -39,4 +39,10 @@ using ChannelSections = std::vector<ChannelSection>;
 [[nodiscard]] KivResult SplitIntoSections(std::span<const double> times, std::span<const double> values,
                                           const ChannelScaling& scaling, ChannelSections* sections);
 
+// The same without a copy: the sections keep slices of `values` (`count` of
+// them, as many as `times`), which are scaled in place once the split has
+// succeeded; on failure they are left as they were.
+[[nodiscard]] KivResult SplitColumn(std::span<const double> times, const std::shared_ptr<double[]>& values,
+                                    size_t count, const ChannelScaling& scaling, ChannelSections* sections);
+
 }  // namespace velmar

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <limits>
+#include <span>
 
 #include "host_error.h"
 #include "item_wait.h"
@@ -26,6 +29,35 @@ SampleBlock ReadBlock(IKivDataBlock* block) {
   return read;
 }
 
+// Folds one block into the summary; `uniform` goes false once the blocks
+// are not all periodic alike.
+void AddBlock(SampleSummary& summary, bool& uniform, bool periodic, KivTime interval, std::span<const double> values) {
+  summary.count += values.size();
+  if (!periodic || interval <= 0 || (summary.interval && *summary.interval != interval)) {
+    uniform = false;
+  } else {
+    summary.interval = interval;
+  }
+  if (values.empty()) return;
+  double lo = std::numeric_limits<double>::infinity();
+  double hi = -lo;
+  bool any = false;
+  for (double value : values) {
+    if (std::isnan(value)) continue;
+    lo = std::min(lo, value);
+    hi = std::max(hi, value);
+    any = true;
+  }
+  if (!any) return;
+  summary.minimum = summary.minimum ? std::min(*summary.minimum, lo) : lo;
+  summary.maximum = summary.maximum ? std::max(*summary.maximum, hi) : hi;
+}
+
+void AddSpan(SampleSummary& summary, KivTime start, KivTime end) {
+  summary.start = summary.start ? std::min(*summary.start, start) : start;
+  summary.end = summary.end ? std::max(*summary.end, end) : end;
+}
+
 }  // namespace
 
 size_t ChannelSamples::count() const {
@@ -34,10 +66,9 @@ size_t ChannelSamples::count() const {
   return n;
 }
 
-ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name) {
-  ChannelSamples samples;
-  samples.name = DisplayName(name);
-  samples.unit = FindChannelUnit(outing.session().root(), name);
+namespace {
+
+ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::u16string& name) {
   ComPtr<IKivChannel> channel = outing.Channel(name);
   ComPtr<IKivChannelIterator2> iterator;
   bool noSamples = false;
@@ -52,44 +83,66 @@ ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16stri
     }
     return got;
   });
-  if (noSamples) return samples;
+  if (noSamples) return nullptr;
   if (r == KIV_E_PENDING) outing.FailItem("no data arrived for channel", name, r);
   if (Failed(r) || !iterator) outing.FailItem("cannot read channel", name, Failed(r) ? r : E_FAIL);
   ComPtr<IKivDataBlocks> blocks;
-  if (Failed(iterator->GetDataBlocks(blocks.Put())) || !blocks) return samples;
+  if (Failed(iterator->GetDataBlocks(blocks.Put()))) return nullptr;
+  return blocks;
+}
+
+void ForEachBlock(const LoadedOuting& outing, const std::u16string& name, IKivDataBlocks* blocks,
+                  const std::function<void(IKivDataBlock*)>& visit) {
   uint32_t count = 0;
-  (void)blocks->GetCount(&count);
+  if (blocks) (void)blocks->GetCount(&count);
   for (uint32_t index = 1; index <= count; ++index) {
     ComPtr<IKivDataBlock> block;
     if (KivResult got = blocks->GetBlock(index, block.Put()); Failed(got) || !block) {
       outing.FailItem("cannot read a block of channel", name, Failed(got) ? got : E_FAIL);
     }
-    samples.blocks.push_back(ReadBlock(block.Get()));
+    visit(block.Get());
   }
+}
+
+}  // namespace
+
+ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name) {
+  ChannelSamples samples;
+  samples.name = DisplayName(name);
+  samples.unit = FindChannelUnit(outing.session().root(), name);
+  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, name);
+  ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) { samples.blocks.push_back(ReadBlock(block)); });
   return samples;
+}
+
+SampleSummary SummarizeBlocks(const LoadedOuting& outing, const std::u16string& name) {
+  SampleSummary summary;
+  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, name);
+  bool uniform = true;
+  ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) {
+    std::span<const double> values;
+    KivBool periodic = KIV_FALSE;
+    KivTime interval = 0, start = 0, end = 0;
+    (void)block->GetValuesReference(&values);
+    (void)block->GetPeriodic(&periodic);
+    if (FromKivBool(periodic)) (void)block->GetInterval(&interval);
+    AddBlock(summary, uniform, FromKivBool(periodic), interval, values);
+    if (!values.empty() && Succeeded(block->GetStartTime(&start)) && Succeeded(block->GetEndTime(&end))) {
+      AddSpan(summary, start, end);
+    }
+  });
+  if (!uniform || summary.count == 0) summary.interval.reset();
+  return summary;
 }
 
 SampleSummary Summarize(const ChannelSamples& samples) {
   SampleSummary summary;
-  bool uniform = !samples.blocks.empty();
+  bool uniform = true;
   for (const SampleBlock& block : samples.blocks) {
-    summary.count += block.values.size();
-    if (!block.periodic || block.interval <= 0 || (summary.interval && *summary.interval != block.interval)) {
-      uniform = false;
-    } else {
-      summary.interval = block.interval;
-    }
-    for (double value : block.values) {
-      if (std::isnan(value)) continue;
-      summary.minimum = summary.minimum ? std::min(*summary.minimum, value) : value;
-      summary.maximum = summary.maximum ? std::max(*summary.maximum, value) : value;
-    }
-    if (!block.times.empty()) {
-      summary.start = summary.start ? std::min(*summary.start, block.times.front()) : block.times.front();
-      summary.end = summary.end ? std::max(*summary.end, block.times.back()) : block.times.back();
-    }
+    AddBlock(summary, uniform, block.periodic, block.interval, block.values);
+    if (!block.times.empty()) AddSpan(summary, block.times.front(), block.times.back());
   }
-  if (!uniform) summary.interval.reset();
+  if (!uniform || samples.blocks.empty()) summary.interval.reset();
   return summary;
 }
 

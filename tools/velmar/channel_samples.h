@@ -44,5 +44,8 @@ struct SampleSummary {
 };
 
 SampleSummary Summarize(const ChannelSamples& samples);
+// The same read in place from the channel's blocks, without a copy of its
+// samples. Failures as ReadChannelSamples.
+SampleSummary SummarizeBlocks(const LoadedOuting& outing, const std::u16string& name);
 
 }  // namespace velmar::cli

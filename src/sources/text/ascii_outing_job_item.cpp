@@ -17,6 +17,17 @@ void Widen(KivTime time, KivTime* start, KivTime* end) {
   *end = std::max(*end, time);
 }
 
+// The column's buffers handed to a raw channel as they are, without a copy.
+KivResult AdoptColumn(TextColumn&& column, std::shared_ptr<CRawChannelBase>* out) {
+  const uint32_t count = column.count;
+  std::shared_ptr<double[]> data(std::move(column.data));
+  if (column.timeData) return CRawChannelBase::Adopt(std::move(column.timeData), std::move(data), count, out);
+  // One allocation of times then values: both halves keep it alive.
+  std::shared_ptr<const double[]> times(data, data.get());
+  std::shared_ptr<double[]> values(data, data.get() + count);
+  return CRawChannelBase::Adopt(std::move(times), std::move(values), count, out);
+}
+
 // Step 3: of columns with one name the first stands, and a column without
 // samples is dropped; the kept ones widen the channel and outing spans.
 void TakeChannels(std::vector<TextColumn> columns, AsciiOutingData* out) {
@@ -26,9 +37,8 @@ void TakeChannels(std::vector<TextColumn> columns, AsciiOutingData* out) {
     if (first) Widen(*first, &out->channelStart, &out->channelEnd);
     if (last) Widen(*last, &out->channelStart, &out->channelEnd);
     std::shared_ptr<CRawChannelBase> raw;
-    if (CRawChannelBase::Make(column.times(), column.values(), &raw) == E_OUTOFMEMORY) throw std::bad_alloc();
+    if (AdoptColumn(std::move(column), &raw) == E_OUTOFMEMORY) throw std::bad_alloc();
     out->channels.emplace(std::move(column.name), CAsciiRawChannel{std::move(raw), std::move(column.unit)});
-    column.data.reset();  // the raw channel holds its own copy now
   }
   out->outingStart = out->channelStart;
   out->outingEnd = out->channelEnd;

@@ -30,9 +30,10 @@ SampleBuffer AllocateSamples(size_t count) {
   size_t bytes = count * sizeof(double);
   void* p = nullptr;
   if (bytes >= kHugePage) {
-    size_t rounded = (bytes + kHugePage - 1) & ~(kHugePage - 1);
-    p = std::aligned_alloc(kHugePage, rounded);
-    if (p) AdviseHugePages(p, rounded);
+    // Only the whole huge pages inside are advised: a partly used one at the
+    // end would be backed, and counted, in full.
+    p = std::aligned_alloc(kHugePage, bytes);
+    if (p) AdviseHugePages(p, bytes);
   } else {
     p = std::malloc(bytes == 0 ? 1 : bytes);
   }

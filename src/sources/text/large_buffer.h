@@ -18,7 +18,7 @@ struct FreeSamples {
 };
 
 // Samples in one allocation. Big ones start on a huge page boundary, so that
-// all of them can be backed by huge pages.
+// all of them but the tail can be backed by huge pages.
 using SampleBuffer = std::unique_ptr<double[], FreeSamples>;
 
 // Room for count doubles, not initialised; throws std::bad_alloc.

@@ -41,6 +41,7 @@ TextStatus CAsciiFileHandles::Reload() {
   TextStatus st = FileByteSource::Open(ops_, file_.fd(), &source);
   if (st.ok()) st = SourceBytes::Load(*source, &bytes_);
   if (st.ok()) st = OpenIndex(bytes_.view(), {}, &index_);
+  if (st.ok()) st = bytes_.Intact();
   if (!st.ok()) Close();
   return st;
 }
@@ -126,6 +127,8 @@ TextStatus CAsciiFileHandles::RewriteWith(Rewrite&& rewrite) {
   } catch (const std::bad_alloc&) {
     return {TextCode::kOutOfMemory, "no memory for the new file"};
   }
+  // Never write back bytes of a file that was cut under the read.
+  if (auto st = Intact(); !st.ok()) return st;
   return Replace(contents);
 }
 

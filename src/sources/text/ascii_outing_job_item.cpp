@@ -79,6 +79,7 @@ TextStatus LoadAsciiOuting(const std::filesystem::path& path, TextFileOps& ops, 
     }
     data.lapMarkers = LapMarkers(data.events, data.firstLap);
     data.constants = file.ReadConstants();
+    if (auto st = file.Intact(); !st.ok()) return st;
   } catch (const std::bad_alloc&) {
     return {TextCode::kOutOfMemory, "no memory for the data set"};
   }

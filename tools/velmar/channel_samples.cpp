@@ -39,18 +39,27 @@ void AddBlock(SampleSummary& summary, bool& uniform, bool periodic, KivTime inte
     summary.interval = interval;
   }
   if (values.empty()) return;
-  double lo = std::numeric_limits<double>::infinity();
-  double hi = -lo;
-  bool any = false;
-  for (double value : values) {
-    if (std::isnan(value)) continue;
-    lo = std::min(lo, value);
-    hi = std::max(hi, value);
-    any = true;
+  // Four lanes, so the comparisons do not wait on each other; a NaN loses
+  // every comparison and so is passed over.
+  constexpr double kInf = std::numeric_limits<double>::infinity();
+  double lo[4] = {kInf, kInf, kInf, kInf};
+  double hi[4] = {-kInf, -kInf, -kInf, -kInf};
+  size_t i = 0;
+  for (; i + 4 <= values.size(); i += 4) {
+    for (size_t k = 0; k < 4; ++k) {
+      lo[k] = values[i + k] < lo[k] ? values[i + k] : lo[k];
+      hi[k] = values[i + k] > hi[k] ? values[i + k] : hi[k];
+    }
   }
-  if (!any) return;
-  summary.minimum = summary.minimum ? std::min(*summary.minimum, lo) : lo;
-  summary.maximum = summary.maximum ? std::max(*summary.maximum, hi) : hi;
+  for (; i < values.size(); ++i) {
+    lo[0] = values[i] < lo[0] ? values[i] : lo[0];
+    hi[0] = values[i] > hi[0] ? values[i] : hi[0];
+  }
+  const double least = std::min({lo[0], lo[1], lo[2], lo[3]});
+  const double most = std::max({hi[0], hi[1], hi[2], hi[3]});
+  if (least > most) return;  // only NaN
+  summary.minimum = summary.minimum ? std::min(*summary.minimum, least) : least;
+  summary.maximum = summary.maximum ? std::max(*summary.maximum, most) : most;
 }
 
 void AddSpan(SampleSummary& summary, KivTime start, KivTime end) {

@@ -13,17 +13,19 @@
 namespace velmar::cli {
 namespace {
 
-SampleBlock ReadBlock(IKivDataBlock* block) {
+SampleBlock ReadBlock(IKivDataBlock* block, bool periodicTimes) {
   SampleBlock read;
   KivBool periodic = KIV_FALSE;
   KivBool continuous = KIV_FALSE;
   (void)block->GetPeriodic(&periodic);
   (void)block->GetContinuous(&continuous);
+  (void)block->GetStartTime(&read.start);
   read.periodic = FromKivBool(periodic);
   read.continuous = FromKivBool(continuous);
   if (read.periodic) (void)block->GetInterval(&read.interval);
-  (void)block->GetTimes(&read.times);
   (void)block->GetValues(&read.values);
+  if (read.periodic && read.interval > 0 && !periodicTimes) return read;
+  (void)block->GetTimes(&read.times);
   read.times.resize(std::min(read.times.size(), read.values.size()));
   read.values.resize(read.times.size());
   return read;
@@ -115,12 +117,12 @@ void ForEachBlock(const LoadedOuting& outing, const std::u16string& name, IKivDa
 
 }  // namespace
 
-ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name) {
+ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name, bool periodicTimes) {
   ChannelSamples samples;
   samples.name = DisplayName(name);
   samples.unit = FindChannelUnit(outing.session().root(), name);
   ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, name);
-  ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) { samples.blocks.push_back(ReadBlock(block)); });
+  ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) { samples.blocks.push_back(ReadBlock(block, periodicTimes)); });
   return samples;
 }
 

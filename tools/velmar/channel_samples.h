@@ -17,8 +17,9 @@ struct SampleBlock {
   bool periodic = false;
   bool continuous = false;
   KivTime interval = 0;  // periodic blocks only
-  std::vector<KivTime> times;
+  std::vector<KivTime> times;  // may be left empty for a periodic block, see below
   std::vector<double> values;
+  KivTime start = 0;  // the first sample's time
 };
 
 struct ChannelSamples {
@@ -31,7 +32,10 @@ struct ChannelSamples {
 
 // Reads every block of channel `name`. A channel without samples gives no
 // blocks; any other failure throws HostError naming the file and channel.
-ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name);
+// Without `periodicTimes` a periodic block's times are not made: its start
+// and interval tell them.
+ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name,
+                                  bool periodicTimes = true);
 
 struct SampleSummary {
   size_t count = 0;

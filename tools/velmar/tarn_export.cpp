@@ -13,7 +13,7 @@ namespace {
 TarnDataSetBlock ExportBlock(SampleBlock block) {
   TarnDataSetBlock out;
   out.continuous = block.continuous;
-  out.firstTime = block.times.empty() ? 0 : block.times.front();
+  out.firstTime = block.times.empty() ? block.start : block.times.front();
   // Two samples make a periodic block too; a period of 0 cannot be stored.
   if (block.periodic && block.interval > 0) {
     out.period = block.interval;
@@ -55,7 +55,8 @@ TarnDataSet ExportForTarn(const LoadedOuting& outing) {
   TarnDataSet data;
   for (const Property& property : outing.Information()) data.details[property.name] = property.value;
   for (const std::u16string& name : outing.ChannelNames()) {
-    TarnDataSetChannel channel = ExportChannel(ReadChannelSamples(outing, name));
+    // A periodic block goes by its start and interval: its times are not made.
+    TarnDataSetChannel channel = ExportChannel(ReadChannelSamples(outing, name, false));
     // The store keeps no channel without samples.
     if (!channel.blocks.empty()) data.channels.push_back(std::move(channel));
   }

@@ -24,15 +24,16 @@ class CRawChannelBase {
   // Copies times and values of equal length, else E_INVALIDARG; E_OUTOFMEMORY.
   [[nodiscard]] static KivResult Make(std::span<const double> times, std::span<const double> values,
                                       std::shared_ptr<CRawChannelBase>* out);
-  // Takes over `count` times and `count` values without a copy. The times
-  // may be shared with other columns; the values must be this column's own,
-  // since the split scales them in place and its sections keep them.
-  [[nodiscard]] static KivResult Adopt(std::shared_ptr<const double[]> times, std::shared_ptr<double[]> values,
+  // Takes over the times of `split` and `count` values without a copy. The
+  // split may be shared with other columns on the same times; the values
+  // must be this column's own, since the sections keep them and they are
+  // scaled in place.
+  [[nodiscard]] static KivResult Adopt(std::shared_ptr<TimeSplit> split, std::shared_ptr<double[]> values,
                                        uint32_t count, std::shared_ptr<CRawChannelBase>* out);
 
   uint32_t count() const { return count_; }
   // Empty once the sections are built.
-  std::span<const double> times() const { return {times_.get(), times_ ? count_ : 0}; }
+  std::span<const double> times() const { return split_ ? split_->seconds().first(count_) : std::span<const double>(); }
   std::span<double> values() { return {values_.get(), values_ ? count_ : 0}; }
 
   // Splits the column once (see channel_sections.h); later calls give the
@@ -46,7 +47,7 @@ class CRawChannelBase {
 
  private:
   uint32_t count_ = 0;
-  std::shared_ptr<const double[]> times_;
+  std::shared_ptr<TimeSplit> split_;
   std::shared_ptr<double[]> values_;
   ChannelSections sections_;
   bool built_ = false;

@@ -141,40 +141,43 @@ class BorrowedValues : public ValueSource {
   std::shared_ptr<double[]> values_;
 };
 
-KivResult MakeSection(const Run& run, std::span<const double> seconds, Ticks& ticks, ValueSource& values,
-                      std::shared_ptr<const DataSection>* out) {
-  LockedArray<double> taken = values.Take(run.first, run.count);
-  const KivTime first = ticks[run.first];
+// The piece of one run: its first tick and interval, or its times.
+KivResult MakePiece(const Run& run, std::span<const double> seconds, Ticks& ticks, TimeSplit::Piece* out) {
+  out->first = run.first;
+  out->count = run.count;
+  out->firstTime = ticks[run.first];
   if (run.periodic) {
     const std::optional<KivTime> interval = TicksFromSeconds(seconds[run.first + 1] - seconds[run.first]);
-    if (!interval) return E_INVALIDARG;
-    if (*interval > 0) return DataSection::MakePeriodic(std::move(taken), first, *interval, out);
-    if (*interval < 0) return E_INVALIDARG;
+    if (!interval || *interval < 0) return E_INVALIDARG;
+    if (*interval > 0) {
+      out->periodic = true;
+      out->interval = *interval;
+      return S_OK;
+    }
     // Samples on one tick: equal times, off the path that divides by the interval.
-    return DataSection::MakeAperiodic(std::move(taken),
-                                      LockedArray<KivTime>::FromVector(std::vector<KivTime>(run.count, first)), out);
+    out->times = LockedArray<KivTime>::FromVector(std::vector<KivTime>(run.count, out->firstTime));
+    return S_OK;
   }
-  LockedArray<KivTime> times = LockedArray<KivTime>::Uninitialized(run.count);
-  std::span<KivTime> writable = times.Writable();
+  out->times = LockedArray<KivTime>::Uninitialized(run.count);
+  std::span<KivTime> writable = out->times.Writable();
   for (size_t k = 0; k < run.count; ++k) writable[k] = ticks[run.first + k];
-  return DataSection::MakeAperiodic(std::move(taken), std::move(times), out);
+  return S_OK;
 }
 
-KivResult Split(std::span<const double> times, ValueSource& values, ChannelSections* sections) {
-  if (!sections) return E_POINTER;
+KivResult SectionsOf(const std::vector<TimeSplit::Piece>& pieces, ValueSource& values, ChannelSections* out) {
   try {
-    Ticks ticks(times);
-    const std::optional<std::vector<Run>> runs = Splitter(ticks).Split();
-    if (!runs) return E_INVALIDARG;
     ChannelSections made;
-    made.reserve(runs->size());
-    for (const Run& run : *runs) {
+    made.reserve(pieces.size());
+    for (const TimeSplit::Piece& piece : pieces) {
       std::shared_ptr<const DataSection> section;
-      const KivResult hr = MakeSection(run, times, ticks, values, &section);
+      LockedArray<double> taken = values.Take(piece.first, piece.count);
+      const KivResult hr = piece.periodic
+                               ? DataSection::MakePeriodic(std::move(taken), piece.firstTime, piece.interval, &section)
+                               : DataSection::MakeAperiodic(std::move(taken), piece.times, &section);
       if (Failed(hr)) return hr;
       made.push_back({std::move(section), false});
     }
-    *sections = std::move(made);
+    *out = std::move(made);
     return S_OK;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
@@ -183,30 +186,50 @@ KivResult Split(std::span<const double> times, ValueSource& values, ChannelSecti
 
 }  // namespace
 
+KivResult TimeSplit::Plan() {
+  if (planned_) return planResult_;
+  try {
+    Ticks ticks(seconds());
+    const std::optional<std::vector<Run>> runs = Splitter(ticks).Split();
+    KivResult hr = runs ? S_OK : E_INVALIDARG;
+    std::vector<Piece> pieces(runs ? runs->size() : 0);
+    for (size_t i = 0; i < pieces.size() && Succeeded(hr); ++i) hr = MakePiece((*runs)[i], seconds(), ticks, &pieces[i]);
+    planned_ = true;
+    planResult_ = hr;
+    if (Succeeded(hr)) pieces_ = std::move(pieces);
+    return hr;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;  // not kept: a later call may have the memory
+  }
+}
+
+KivResult TimeSplit::MakeSections(const std::shared_ptr<double[]>& values, const ChannelScaling& scaling,
+                                  ChannelSections* sections) {
+  if (!sections) return E_POINTER;
+  if (count_ > 0 && !values) return E_INVALIDARG;
+  if (KivResult hr = Plan(); Failed(hr)) return hr;
+  BorrowedValues borrowed(values);
+  ChannelSections made;
+  if (KivResult hr = SectionsOf(pieces_, borrowed, &made); Failed(hr)) return hr;
+  // Scaled once nothing can fail any more, so a failed call leaves the
+  // values as they were.
+  if (!scaling.IsIdentity()) {
+    std::span<double> all(values.get(), count_);
+    ApplyScaling(scaling, all, all);
+  }
+  *sections = std::move(made);
+  return S_OK;
+}
+
 KivResult SplitIntoSections(std::span<const double> times, std::span<const double> values,
                             const ChannelScaling& scaling, ChannelSections* sections) {
   if (!sections) return E_POINTER;
   if (times.size() != values.size()) return E_INVALIDARG;
+  // The times are only borrowed for the call.
+  TimeSplit split(std::shared_ptr<const double[]>(std::shared_ptr<void>(), times.data()), times.size());
+  if (KivResult hr = split.Plan(); Failed(hr)) return hr;
   CopiedValues copied(values, scaling);
-  return Split(times, copied, sections);
-}
-
-KivResult SplitColumn(std::span<const double> times, const std::shared_ptr<double[]>& values, size_t count,
-                      const ChannelScaling& scaling, ChannelSections* sections) {
-  if (!sections) return E_POINTER;
-  if (times.size() != count || (count > 0 && !values)) return E_INVALIDARG;
-  BorrowedValues borrowed(values);
-  ChannelSections made;
-  const KivResult hr = Split(times, borrowed, &made);
-  if (Failed(hr)) return hr;
-  // Scaled once nothing can fail any more, so a failed split leaves the
-  // values as they were.
-  if (!scaling.IsIdentity()) {
-    std::span<double> all(values.get(), count);
-    ApplyScaling(scaling, all, all);
-  }
-  *sections = std::move(made);
-  return hr;
+  return SectionsOf(split.pieces(), copied, sections);
 }
 
 }  // namespace velmar

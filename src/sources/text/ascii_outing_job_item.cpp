@@ -1,6 +1,7 @@
 #include "sources/text/ascii_outing_job_item.h"
 
 #include <algorithm>
+#include <map>
 #include <new>
 #include <utility>
 
@@ -18,26 +19,32 @@ void Widen(KivTime time, KivTime* start, KivTime* end) {
 }
 
 // The column's buffers handed to a raw channel as they are, without a copy.
-KivResult AdoptColumn(TextColumn&& column, std::shared_ptr<CRawChannelBase>* out) {
+// Columns on one time array share one split of it: `splits` finds it.
+KivResult AdoptColumn(TextColumn&& column, std::map<const double*, std::shared_ptr<TimeSplit>>& splits,
+                      std::shared_ptr<CRawChannelBase>* out) {
   const uint32_t count = column.count;
   std::shared_ptr<double[]> data(std::move(column.data));
-  if (column.timeData) return CRawChannelBase::Adopt(std::move(column.timeData), std::move(data), count, out);
-  // One allocation of times then values: both halves keep it alive.
-  std::shared_ptr<const double[]> times(data, data.get());
-  std::shared_ptr<double[]> values(data, data.get() + count);
-  return CRawChannelBase::Adopt(std::move(times), std::move(values), count, out);
+  if (!column.timeData) {
+    // One allocation of times then values: both halves keep it alive.
+    auto split = std::make_shared<TimeSplit>(std::shared_ptr<const double[]>(data, data.get()), count);
+    return CRawChannelBase::Adopt(std::move(split), std::shared_ptr<double[]>(data, data.get() + count), count, out);
+  }
+  std::shared_ptr<TimeSplit>& split = splits[column.timeData.get()];
+  if (!split) split = std::make_shared<TimeSplit>(std::move(column.timeData), count);
+  return CRawChannelBase::Adopt(split, std::move(data), count, out);
 }
 
 // Step 3: of columns with one name the first stands, and a column without
 // samples is dropped; the kept ones widen the channel and outing spans.
 void TakeChannels(std::vector<TextColumn> columns, AsciiOutingData* out) {
+  std::map<const double*, std::shared_ptr<TimeSplit>> splits;
   for (TextColumn& column : CollectChannels(std::move(columns))) {
     std::optional<KivTime> first = SecondsToTicks(column.times().front());
     std::optional<KivTime> last = SecondsToTicks(column.times().back());
     if (first) Widen(*first, &out->channelStart, &out->channelEnd);
     if (last) Widen(*last, &out->channelStart, &out->channelEnd);
     std::shared_ptr<CRawChannelBase> raw;
-    if (AdoptColumn(std::move(column), &raw) == E_OUTOFMEMORY) throw std::bad_alloc();
+    if (AdoptColumn(std::move(column), splits, &raw) == E_OUTOFMEMORY) throw std::bad_alloc();
     out->channels.emplace(std::move(column.name), CAsciiRawChannel{std::move(raw), std::move(column.unit)});
   }
   out->outingStart = out->channelStart;

@@ -53,7 +53,9 @@ std::vector<TextInfoEntry> CAsciiFileHandles::ReadInformation(const ProblemSink&
 TextStatus CAsciiFileHandles::ReadChannels(std::vector<TextColumn>* out, const ChannelReadOptions& options,
                                            const ProblemSink& problems) const {
   if (!IsOpen()) return {TextCode::kNotOpen, "the file is not open"};
-  return velmar::ReadChannels(bytes(), index_, options, problems, out);
+  // The rows' pages are let go as they are read: the samples take their place.
+  return velmar::ReadChannels(bytes(), index_, options, problems, out,
+                              [this](size_t begin, size_t end) { bytes_.Release(begin, end); });
 }
 
 std::vector<TextEvent> CAsciiFileHandles::ReadEvents(const ProblemSink& problems) const {

@@ -66,6 +66,11 @@ class SourceBytes {
   // For mapped bytes, whether they are still the file's (see FileMapping):
   // asked once a read is done, while the file is open. Always ok otherwise.
   TextStatus Intact() const { return mapping_ ? mapping_->Intact() : TextStatus(); }
+  // For mapped bytes, lets the pages inside [begin, end) go (see FileMapping);
+  // nothing otherwise.
+  void Release(size_t begin, size_t end) const {
+    if (mapping_) mapping_->Release(begin, end);
+  }
 
  private:
   std::unique_ptr<char[]> storage_;

@@ -265,15 +265,25 @@ struct Part {
   size_t pos = 0;
 };
 
+// Every this many bytes read, a reader tells that it is done with them.
+constexpr size_t kReleaseStep = size_t{4} << 20;
+
 template <class Sink>
-bool ParseRows(std::string_view bytes, const Part& part, size_t limit, size_t columns, Sink& sink) {
+bool ParseRows(std::string_view bytes, const Part& part, size_t limit, size_t columns, Sink& sink,
+               const ReleaseBytes& release) {
   size_t pos = part.pos;
+  size_t released = pos;
   for (uint64_t r = part.firstRow; r < part.endRow; ++r) {
     size_t next;
     std::string_view line = LineAt(bytes, pos, limit, &next);
     if (!ParseRow(line.data(), line.data() + line.size(), columns, r, sink)) return false;
     pos = next;
+    if (release && pos - released >= kReleaseStep) {
+      release(released, pos);
+      released = pos;
+    }
   }
+  if (release && pos > released) release(released, pos);
   return true;
 }
 
@@ -362,8 +372,9 @@ std::shared_ptr<const double[]> Share(SampleBuffer buffer) { return std::shared_
 
 class BlockReader {
  public:
-  BlockReader(std::string_view bytes, const TextBlock& block, uint64_t blockIndex, const ChannelReadOptions& options)
-      : bytes_(bytes), block_(block), blockIndex_(blockIndex), options_(options) {}
+  BlockReader(std::string_view bytes, const TextBlock& block, uint64_t blockIndex, const ChannelReadOptions& options,
+              const ReleaseBytes& release)
+      : bytes_(bytes), block_(block), blockIndex_(blockIndex), options_(options), release_(release) {}
 
   // Appends the block's columns to out; damage goes to problems_.
   void Read(std::vector<TextColumn>* out) {
@@ -442,7 +453,7 @@ class BlockReader {
     std::vector<std::exception_ptr> failures(parts.size());
     auto run = [&](size_t i) {
       try {
-        (void)ParseRows(bytes_, parts[i], block_.rowsEnd, columns, sinks[i]);
+        (void)ParseRows(bytes_, parts[i], block_.rowsEnd, columns, sinks[i], release_);
       } catch (...) {
         failures[i] = std::current_exception();  // taken to the calling thread
       }
@@ -479,7 +490,7 @@ class BlockReader {
 
   bool ReadSparse(const Header& header, uint64_t rows, std::vector<TextColumn>& columns) {
     SparseSink sink(columns.size(), firstLine_);
-    bool ok = ParseRows(bytes_, Part{0, rows, header.dataPos}, block_.rowsEnd, columns.size(), sink);
+    bool ok = ParseRows(bytes_, Part{0, rows, header.dataPos}, block_.rowsEnd, columns.size(), sink, release_);
     problems_.Append(std::move(sink.problems_));
     if (!ok) return false;
     for (size_t c = 0; c < columns.size(); ++c) {
@@ -497,16 +508,17 @@ class BlockReader {
   const TextBlock& block_;
   uint64_t blockIndex_;
   const ChannelReadOptions& options_;
+  const ReleaseBytes& release_;
   uint64_t firstLine_ = 0;
 };
 
 }  // namespace
 
 TextStatus ReadChannels(std::string_view bytes, const TextIndex& index, const ChannelReadOptions& options,
-                        const ProblemSink& problems, std::vector<TextColumn>* out) {
+                        const ProblemSink& problems, std::vector<TextColumn>* out, const ReleaseBytes& release) {
   try {
     for (size_t i = 0; i < index.channels.size(); ++i) {
-      BlockReader reader(bytes, index.channels[i], i, options);
+      BlockReader reader(bytes, index.channels[i], i, options, release);
       reader.Read(out);
       reader.problems_.Emit(problems, index.channels[i].line);
     }

@@ -113,6 +113,14 @@ FileMapping::~FileMapping() {
   ::munmap(base_, size_);
 }
 
+void FileMapping::Release(size_t begin, size_t end) const {
+  if (slot_ < 0 || end > size_) return;
+  const auto base = reinterpret_cast<uintptr_t>(base_);
+  const uintptr_t from = (base + begin + gPageSize - 1) & ~(gPageSize - 1);
+  const uintptr_t to = (base + end) & ~(gPageSize - 1);
+  if (to > from) (void)::madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED);
+}
+
 TextStatus FileMapping::Intact() const {
   const bool lost = slot_ >= 0 && gSlots[slot_].lost.load(std::memory_order_acquire);
   struct stat st {};

@@ -30,6 +30,9 @@ class FileMapping {
   FileMapping& operator=(const FileMapping&) = delete;
 
   std::string_view view() const { return {static_cast<const char*>(base_), size_}; }
+  // Lets the pages wholly inside [begin, end) go from memory; a later read
+  // there brings them back from the file. Any thread.
+  void Release(size_t begin, size_t end) const;
   // kFileChanged when a page was lost or the file is now shorter than its
   // mapped size; ok otherwise.
   TextStatus Intact() const;

@@ -28,15 +28,11 @@ void AdviseHugePages(void* p, size_t bytes) {
 SampleBuffer AllocateSamples(size_t count) {
   if (count > SIZE_MAX / sizeof(double)) throw std::bad_alloc();
   size_t bytes = count * sizeof(double);
-  void* p = nullptr;
-  if (bytes >= kHugePage) {
-    // Only the whole huge pages inside are advised: a partly used one at the
-    // end would be backed, and counted, in full.
-    p = std::aligned_alloc(kHugePage, bytes);
-    if (p) AdviseHugePages(p, bytes);
-  } else {
-    p = std::malloc(bytes == 0 ? 1 : bytes);
-  }
+  // Not advised for huge pages: one would be backed whole at the first row
+  // written, so every column would take its memory at once, before the rows
+  // read have given theirs back. Aligned all the same, so that a caller that
+  // fills a buffer at once can advise it (AdviseHugePages).
+  void* p = bytes >= kHugePage ? std::aligned_alloc(kHugePage, bytes) : std::malloc(bytes == 0 ? 1 : bytes);
   if (!p) throw std::bad_alloc();
   return SampleBuffer(static_cast<double*>(p));
 }

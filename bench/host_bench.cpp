@@ -105,7 +105,8 @@ RunResult RunChild(const std::vector<std::string>& args, const std::string& outP
 // pandas' parse of the text file, in seconds; measured once per run.
 double PandasSeconds() {
   static const double seconds = [] {
-    RunResult r = RunChild({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas.py", TextFile().string(), "3"}, "");
+    RunResult r =
+        RunChild({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas.py", TextFile().string(), "3"}, "");
     const size_t open = r.out.find('(');
     if (open == std::string::npos) std::abort();
     const double ms = std::strtod(r.out.c_str() + open + 1, nullptr);

@@ -193,7 +193,9 @@ KivResult TimeSplit::Plan() {
     const std::optional<std::vector<Run>> runs = Splitter(ticks).Split();
     KivResult hr = runs ? S_OK : E_INVALIDARG;
     std::vector<Piece> pieces(runs ? runs->size() : 0);
-    for (size_t i = 0; i < pieces.size() && Succeeded(hr); ++i) hr = MakePiece((*runs)[i], seconds(), ticks, &pieces[i]);
+    for (size_t i = 0; i < pieces.size() && Succeeded(hr); ++i) {
+      hr = MakePiece((*runs)[i], seconds(), ticks, &pieces[i]);
+    }
     planned_ = true;
     planResult_ = hr;
     if (Succeeded(hr)) pieces_ = std::move(pieces);

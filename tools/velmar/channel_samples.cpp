@@ -122,7 +122,8 @@ ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16stri
   samples.name = DisplayName(name);
   samples.unit = FindChannelUnit(outing.session().root(), name);
   ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, name);
-  ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) { samples.blocks.push_back(ReadBlock(block, periodicTimes)); });
+  ForEachBlock(outing, name, blocks.Get(),
+               [&](IKivDataBlock* block) { samples.blocks.push_back(ReadBlock(block, periodicTimes)); });
   return samples;
 }
 

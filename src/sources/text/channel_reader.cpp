@@ -368,7 +368,9 @@ uint64_t Compact(double* values, const double* rowTimes, uint64_t rows, const st
   return w;
 }
 
-std::shared_ptr<const double[]> Share(SampleBuffer buffer) { return std::shared_ptr<const double[]>(std::move(buffer)); }
+std::shared_ptr<const double[]> Share(SampleBuffer buffer) {
+  return std::shared_ptr<const double[]>(std::move(buffer));
+}
 
 class BlockReader {
  public:

@@ -74,16 +74,17 @@ int TakeSlot(uintptr_t begin, uintptr_t end) {
     bool expected = false;
     if (!gSlots[i].used.compare_exchange_strong(expected, true)) continue;
     gSlots[i].lost.store(false);
-    gSlots[i].end.store(end, std::memory_order_release);
+    // Begin first, end last: a slot half set or half freed matches nothing.
     gSlots[i].begin.store(begin, std::memory_order_release);
+    gSlots[i].end.store(end, std::memory_order_release);
     return i;
   }
   return -1;
 }
 
 void FreeSlot(int i) {
-  gSlots[i].begin.store(0, std::memory_order_release);
   gSlots[i].end.store(0, std::memory_order_release);
+  gSlots[i].begin.store(0, std::memory_order_release);
   gSlots[i].used.store(false, std::memory_order_release);
 }
 

@@ -50,7 +50,11 @@ void OnBusError(int sig, siginfo_t* info, void* context) {
     if (addr < slot.begin.load(std::memory_order_acquire) || addr >= slot.end.load(std::memory_order_acquire)) continue;
     // A page of zeros where the file's page was; the access then goes on.
     void* page = reinterpret_cast<void*>(addr & ~(gPageSize - 1));
-    if (::mmap(page, gPageSize, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED) break;
+    const int savedErrno = errno;  // the interrupted code may be reading it
+    const bool mapped =
+        ::mmap(page, gPageSize, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED;
+    errno = savedErrno;
+    if (!mapped) break;
     slot.lost.store(true, std::memory_order_release);
     return;
   }

@@ -3,8 +3,9 @@
 // channel block, against pandas.read_csv of the same file in the same run.
 //
 // Each benchmark starts the host (root, outing factory, outing, channel
-// reads) as a child process and reports its wall time per run, its peak
-// resident memory, and the ratio to the peer where one is named:
+// reads) as a child process and reports its wall time per run (the mean, and
+// the median that the ratios use), its peak resident memory, and the ratio
+// to the peer:
 //   - channels TEXT: every sample of every channel, min and max;
 //   - dump TEXT one channel to a file;
 //   - convert TEXT to .trn, as MB/s of text;
@@ -19,6 +20,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -128,19 +130,23 @@ const fs::path& StoreFile() {
 }
 
 // Runs the host `args` once per iteration; reports time and peak memory.
-// `before` runs ahead of each, untimed.
+// The result's time is the median run: other work on a shared machine
+// lengthens single runs, and a median shrugs that off. `before` runs ahead
+// of each, untimed.
 RunResult RunHost(benchmark::State& state, const std::vector<std::string>& args, const std::string& out = "/dev/null",
                   void (*before)(const std::string&) = nullptr) {
   RunResult worst;
-  double total = 0;
+  std::vector<double> times;
   for (auto _ : state) {
     if (before) before(args.back());
     RunResult r = RunChild(args, out);
     state.SetIterationTime(r.seconds);
-    total += r.seconds;
+    times.push_back(r.seconds);
     worst.peakBytes = std::max(worst.peakBytes, r.peakBytes);
   }
-  worst.seconds = total / static_cast<double>(state.iterations());
+  std::sort(times.begin(), times.end());
+  worst.seconds = times[times.size() / 2];
+  state.counters["median_ms"] = worst.seconds * 1000;
   state.counters["peak_MiB"] = worst.peakBytes / (1 << 20);
   return worst;
 }
@@ -153,7 +159,7 @@ void BM_ChannelsText(benchmark::State& state) {
   // Goal: at most 1.3 x the samples' bytes plus the file's.
   state.counters["peak_budget_MiB"] = (1.3 * kSamples * sizeof(double) + TextBytes()) / (1 << 20);
 }
-BENCHMARK(BM_ChannelsText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_ChannelsText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
 
 void BM_DumpText(benchmark::State& state) {
   const std::string out = (BenchDir() / "host_bench_dump.tsv").string();
@@ -161,7 +167,7 @@ void BM_DumpText(benchmark::State& state) {
   state.counters["pandas_s"] = PandasSeconds();
   state.counters["x_pandas"] = PandasSeconds() / r.seconds;
 }
-BENCHMARK(BM_DumpText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_DumpText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
 
 void BM_ConvertText(benchmark::State& state) {
   const std::string out = (BenchDir() / "host_bench_convert.trn").string();
@@ -173,13 +179,13 @@ void BM_ConvertText(benchmark::State& state) {
   state.counters["pandas_s"] = PandasSeconds();
   state.counters["x_pandas"] = PandasSeconds() / r.seconds;
 }
-BENCHMARK(BM_ConvertText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_ConvertText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
 
 void BM_ChannelsStore(benchmark::State& state) {
   RunResult r = RunHost(state, {Cli(), "channels", StoreFile().string()});
   state.counters["Msamples_per_s"] = kSamples / 1e6 / r.seconds;  // goal: at least 50
 }
-BENCHMARK(BM_ChannelsStore)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_ChannelsStore)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
 
 }  // namespace
 

@@ -1,6 +1,8 @@
 #!/usr/bin/python3
-"""The pandas peer of bench/text_bench: pandas.read_csv (C engine) over the
-table of a text data set, skipping the lines that are not the table.
+"""The pandas peer of bench/text_bench and bench/host_bench: pandas.read_csv
+(C engine) over the table of a text data set, skipping the lines that are not
+the table. host_bench runs it in the same run as the host and reads the
+milliseconds in brackets.
 
     /usr/bin/python3 scripts/bench_pandas.py FILE [REPEATS]
 

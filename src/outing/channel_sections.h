@@ -39,4 +39,44 @@ using ChannelSections = std::vector<ChannelSection>;
 [[nodiscard]] KivResult SplitIntoSections(std::span<const double> times, std::span<const double> values,
                                           const ChannelScaling& scaling, ChannelSections* sections);
 
+// A column's times in seconds and their split, made once and kept for every
+// column on those times: the columns of one table share their times, and so
+// the work of the split. Client thread only, as the raw channels sharing it.
+class TimeSplit {
+ public:
+  // `count` times; `seconds` kept alive by the split.
+  TimeSplit(std::shared_ptr<const double[]> seconds, size_t count)
+      : seconds_(std::move(seconds)), count_(count) {}
+
+  std::span<const double> seconds() const { return {seconds_.get(), count_}; }
+
+  // The sections of `values` (as many as the times) on this split, without a
+  // copy: they keep slices of `values`, which are scaled in place once all of
+  // them are made; on failure the values are left as they were. Failures as
+  // SplitIntoSections; the split itself is made on the first call, and kept
+  // unless the failure was E_OUTOFMEMORY.
+  [[nodiscard]] KivResult MakeSections(const std::shared_ptr<double[]>& values, const ChannelScaling& scaling,
+                                       ChannelSections* sections);
+
+  // One section of the split: where it lies, and its times.
+  struct Piece {
+    size_t first = 0;
+    size_t count = 0;
+    bool periodic = false;      // then `interval` above 0 ...
+    KivTime firstTime = 0;
+    KivTime interval = 0;
+    LockedArray<KivTime> times;  // ... else the times, shared by every column
+  };
+  // Makes the split; nothing to do once made.
+  [[nodiscard]] KivResult Plan();
+  const std::vector<Piece>& pieces() const { return pieces_; }
+
+ private:
+  std::shared_ptr<const double[]> seconds_;
+  size_t count_;
+  std::vector<Piece> pieces_;
+  bool planned_ = false;
+  KivResult planResult_ = S_OK;
+};
+
 }  // namespace velmar

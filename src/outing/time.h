@@ -3,24 +3,39 @@
 // place they turn into ticks and back, always by name, never implicitly.
 #pragma once
 
+#include <cmath>
 #include <optional>
 
 #include "velmar/types.h"
 
 namespace velmar {
 
-// Seconds to ticks: x 1e7, then half away from zero (add 0.5 to a value not
-// below 0, subtract 0.5 from a negative one, truncate the double). Nothing for
-// NaN, infinities and values beyond the tick range; the two extremes are
-// reserved for "unbounded" and never result.
-std::optional<KivTime> TicksFromSeconds(double seconds);
-// The same for a value already in ticks (a difference, an interpolated time).
-std::optional<KivTime> RoundTicks(double ticks);
-
-double SecondsFromTicks(KivTime ticks);
-
 // True for the two reserved values that stand for "unbounded".
 constexpr bool IsUnboundedTime(KivTime t) { return t == kTimeMin || t == kTimeMax; }
+
+// A value in ticks (a difference, an interpolated time) rounded half away
+// from zero (add 0.5 to a value not below 0, subtract 0.5 from a negative
+// one, truncate the double). Nothing for NaN, infinities and values beyond
+// the tick range; the two extremes are reserved for "unbounded" and never
+// result. Inline: a column's split rounds every sample time.
+inline std::optional<KivTime> RoundTicks(double ticks) {
+  if (std::isnan(ticks)) return std::nullopt;
+  double r = std::trunc(ticks >= 0.0 ? ticks + 0.5 : ticks - 0.5);
+  // 2^63 is exactly representable; every double strictly inside (-2^63, 2^63)
+  // converts without overflow.
+  constexpr double kLimit = 9223372036854775808.0;
+  if (!(r > -kLimit && r < kLimit)) return std::nullopt;
+  auto t = static_cast<KivTime>(r);
+  if (IsUnboundedTime(t)) return std::nullopt;
+  return t;
+}
+
+// Seconds to ticks: x 1e7, then rounded as RoundTicks.
+inline std::optional<KivTime> TicksFromSeconds(double seconds) {
+  return RoundTicks(seconds * static_cast<double>(kTicksPerSecond));
+}
+
+double SecondsFromTicks(KivTime ticks);
 
 // a + b, or nothing on overflow.
 constexpr std::optional<KivTime> CheckedAddTicks(KivTime a, KivTime b) {

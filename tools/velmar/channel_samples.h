@@ -17,8 +17,9 @@ struct SampleBlock {
   bool periodic = false;
   bool continuous = false;
   KivTime interval = 0;  // periodic blocks only
-  std::vector<KivTime> times;
+  std::vector<KivTime> times;  // may be left empty for a periodic block, see below
   std::vector<double> values;
+  KivTime start = 0;  // the first sample's time
 };
 
 struct ChannelSamples {
@@ -51,5 +52,9 @@ struct SampleSummary {
 };
 
 SampleSummary Summarize(const ChannelSamples& samples);
+// The same read in place from the channel's blocks, without a copy of its
+// samples, with minimum and maximum in `unit` (its own, or the base unit).
+// Failures as ReadChannelSamples.
+SampleSummary SummarizeBlocks(const LoadedOuting& outing, const std::u16string& name, const ChannelUnit& unit);
 
 }  // namespace velmar::cli

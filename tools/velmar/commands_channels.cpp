@@ -6,6 +6,7 @@
 #include "channel_samples.h"
 #include "commands.h"
 #include "output.h"
+#include "velmar/channel_key.h"
 
 namespace velmar::cli {
 namespace {
@@ -21,10 +22,10 @@ std::optional<double> RateHz(const SampleSummary& summary) {
   return static_cast<double>(kTicksPerSecond) / static_cast<double>(*summary.interval);
 }
 
-Json ChannelJson(const ChannelSamples& samples, const SampleSummary& summary) {
+Json ChannelJson(const std::u16string& name, const ChannelUnit& unit, const SampleSummary& summary) {
   const std::optional<double> rate = RateHz(summary);
-  return Json{{"name", Utf8(samples.name)},
-              {"unit", Utf8(samples.unit.text)},
+  return Json{{"name", Utf8(name)},
+              {"unit", Utf8(unit.text)},
               {"samples", summary.count},
               {"rate_hz", JsonNumber(rate)},
               {"aperiodic", summary.count > 0 && !rate},
@@ -32,10 +33,11 @@ Json ChannelJson(const ChannelSamples& samples, const SampleSummary& summary) {
               {"max", JsonNumber(summary.maximum)}};
 }
 
-std::vector<std::string> ChannelRow(const ChannelSamples& samples, const SampleSummary& summary) {
+std::vector<std::string> ChannelRow(const std::u16string& name, const ChannelUnit& unit,
+                                    const SampleSummary& summary) {
   const std::optional<double> rate = RateHz(summary);
-  return {Utf8(samples.name),
-          Utf8(samples.unit.text),
+  return {Utf8(name),
+          Utf8(unit.text),
           std::to_string(summary.count),
           rate ? FormatValue(rate) : (summary.count > 0 ? "aperiodic" : ""),
           FormatValue(summary.minimum),
@@ -48,12 +50,16 @@ void Run(const ChannelsOptions& options, const CommandContext& context) {
   Json list = Json::array();
   if (!options.json) WriteTsvRow(std::cout, {"name", "unit", "samples", "rate", "min", "max"});
   for (const std::u16string& name : outing.ChannelNames()) {
-    const ChannelSamples samples = ReadChannelSamples(outing, name, !options.baseUnits);
-    const SampleSummary summary = Summarize(samples);
+    const std::u16string shown = ChannelDisplayName(name);
+    UseSessionRoot(outing);
+    (void)outing.Channel(name);  // made first, so its property is in the database
+    const ChannelUnit unit = FindChannelUnit(outing.session().root(), name, options.baseUnits);
+    // Read in place: the samples are not copied.
+    const SampleSummary summary = SummarizeBlocks(outing, name, unit);
     if (options.json) {
-      list.push_back(ChannelJson(samples, summary));
+      list.push_back(ChannelJson(shown, unit, summary));
     } else {
-      WriteTsvRow(std::cout, ChannelRow(samples, summary));
+      WriteTsvRow(std::cout, ChannelRow(shown, unit, summary));
     }
   }
   if (options.json) WriteJson(std::cout, Json{{"file", options.file}, {"channels", list}});

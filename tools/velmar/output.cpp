@@ -1,10 +1,9 @@
 #include "output.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <ostream>
 
-#include "velmar/format_time.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {
@@ -17,16 +16,49 @@ KivTime TicksOfSeconds(double seconds) {
   return static_cast<KivTime>(std::llround(seconds * static_cast<double>(kTicksPerSecond)));
 }
 
+void AppendSeconds(std::string& out, KivTime time) {
+  // Whole seconds, then seven decimals (one tick exactly) less their
+  // trailing zeros: the library's text form of a time with the "." separator.
+  if (time == kTimeMin || time == kTimeMax) return;
+  const auto perSecond = static_cast<unsigned long long>(kTicksPerSecond);
+  const unsigned long long magnitude =
+      time < 0 ? 0ULL - static_cast<unsigned long long>(time) : static_cast<unsigned long long>(time);
+  char text[32];
+  char* p = text;
+  if (time < 0) *p++ = '-';
+  p = std::to_chars(p, text + sizeof text, magnitude / perSecond).ptr;
+  unsigned long long fraction = magnitude % perSecond;
+  if (fraction != 0) {
+    int digits = 7;
+    while (fraction % 10 == 0) {
+      fraction /= 10;
+      --digits;
+    }
+    *p++ = '.';
+    char* end = p + digits;
+    for (char* q = end; q-- > p; fraction /= 10) *q = static_cast<char>('0' + fraction % 10);
+    p = end;
+  }
+  out.append(text, p);
+}
+
+void AppendValue(std::string& out, std::optional<double> value) {
+  if (!value || std::isnan(*value)) return;
+  char text[40];
+  // As printf's "%.10g" does it.
+  const auto end = std::to_chars(text, text + sizeof text, *value, std::chars_format::general, 10).ptr;
+  out.append(text, end);
+}
+
 std::string FormatSeconds(KivTime time) {
-  // Seven decimals hold a tick exactly; the zeros after the last digit go.
-  const std::optional<std::u16string> text = FormatTime(time, 0, 7, true, false, u".");
-  return text ? WideToUtf8(*text) : std::string();
+  std::string text;
+  AppendSeconds(text, time);
+  return text;
 }
 
 std::string FormatValue(std::optional<double> value) {
-  if (!value || std::isnan(*value)) return {};
-  char text[40];
-  std::snprintf(text, sizeof text, "%.10g", *value);
+  std::string text;
+  AppendValue(text, value);
   return text;
 }
 

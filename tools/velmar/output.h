@@ -25,6 +25,9 @@ KivTime TicksOfSeconds(double seconds);
 std::string FormatSeconds(KivTime time);
 // A value in ten significant digits; empty for a missing or NaN value.
 std::string FormatValue(std::optional<double> value);
+// The same two forms added to the end of `out`, for bulk output.
+void AppendSeconds(std::string& out, KivTime time);
+void AppendValue(std::string& out, std::optional<double> value);
 // NaN and infinities have no JSON form: null.
 Json JsonNumber(std::optional<double> value);
 

@@ -72,6 +72,10 @@ constexpr std::array<std::string_view, 13> kTables = {
 }  // namespace
 
 KivResult CreateSchema(Connection& db, double createDate) {
+  // Samples come in chunks of several kilobytes: big pages keep a chunk in
+  // one page, and a commit of many chunks in few writes. Set before the log
+  // mode, which fixes the page size.
+  if (KivResult r = db.Exec("PRAGMA page_size=65536"); Failed(r)) return r;
   if (KivResult r = db.Exec("PRAGMA journal_mode=WAL"); Failed(r)) return r;
   if (KivResult r = db.Exec("BEGIN EXCLUSIVE"); Failed(r)) return r;
   KivResult r = db.Exec(kSchema);

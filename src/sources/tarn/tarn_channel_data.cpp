@@ -1,5 +1,6 @@
 #include "sources/tarn/tarn_channel_data.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace velmar {
@@ -15,10 +16,22 @@ void Widen(const void* samples, std::span<double> out) {
   }
 }
 
+// Doubles that the records hold aligned are kept where they are, the
+// records alive with them; any other type is widened into a new array.
+LockedArray<double> Values(const TarnChannelData& r, uint32_t sampleType, const std::shared_ptr<const void>& owner) {
+  const auto count = static_cast<uint32_t>(r.count);
+  if (owner && sampleType == static_cast<uint32_t>(TarnSampleType::kDouble) &&
+      reinterpret_cast<uintptr_t>(r.samples) % alignof(double) == 0) {
+    return LockedArray<double>::Borrow({static_cast<const double*>(r.samples), count}, owner);
+  }
+  return SamplesAsDoubles(r.samples, count, sampleType);
+}
+
 [[nodiscard]] KivResult MakeSection(const TarnChannelData& r, uint32_t sampleType,
+                                    const std::shared_ptr<const void>& owner,
                                     std::shared_ptr<const DataSection>* out) {
   const auto count = static_cast<uint32_t>(r.count);
-  LockedArray<double> values = SamplesAsDoubles(r.samples, count, sampleType);
+  LockedArray<double> values = Values(r, sampleType, owner);
   if (values.empty()) return E_INVALIDARG;
   if (r.periodic) return DataSection::MakePeriodic(std::move(values), r.firstTime, r.times[0], out);
   return DataSection::MakeAperiodic(std::move(values), LockedArray<KivTime>::Copy({r.times, count}), out);
@@ -51,13 +64,14 @@ LockedArray<double> SamplesAsDoubles(const void* samples, uint32_t count, uint32
   return values;
 }
 
-ChannelSections ChannelBlocks(std::span<const TarnChannelData> records, uint32_t sampleType) {
+ChannelSections ChannelBlocks(std::span<const TarnChannelData> records, uint32_t sampleType,
+                              const std::shared_ptr<const void>& owner) {
   if (!ValidChannelData(records)) return {};
   ChannelSections blocks;
   blocks.reserve(records.size());
   for (const TarnChannelData& r : records) {
     ChannelSection block{nullptr, r.continuous != 0};
-    if (Failed(MakeSection(r, sampleType, &block.data))) return {};
+    if (Failed(MakeSection(r, sampleType, owner, &block.data))) return {};
     blocks.push_back(std::move(block));
   }
   return blocks;

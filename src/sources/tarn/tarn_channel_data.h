@@ -27,7 +27,9 @@ LockedArray<double> SamplesAsDoubles(const void* samples, uint32_t count, uint32
 // store's second flag as its `continuous`. Records that are not all valid (see
 // above), or that no section can hold (a period of 0 or less, falling times,
 // a sample type above 7), give no blocks at all: one bad record spoils the
-// read, not just itself.
-ChannelSections ChannelBlocks(std::span<const TarnChannelData> records, uint32_t sampleType);
+// read, not just itself. With `owner`, which keeps the records' arrays
+// alive, double samples are not copied: the sections keep them in place.
+ChannelSections ChannelBlocks(std::span<const TarnChannelData> records, uint32_t sampleType,
+                              const std::shared_ptr<const void>& owner = {});
 
 }  // namespace velmar

@@ -58,7 +58,9 @@ KivResult CTarnChannelDataFetch::Fetch(ChannelSections* sections) {
   KivResult r = connection_->connection().channels->GetChannelData(kDefaultWaitLimit, channel_.id, kTimeMin,
                                                                    kTimeMax, records.Put());
   if (Failed(r)) return r;
-  *sections = ChannelBlocks(Items(records), channel_.sampleType);
+  // The sections keep the records' samples in place: the records live on with them.
+  auto held = std::make_shared<const ComPtr<IKivTarnChannelDataRecords>>(std::move(records));
+  *sections = ChannelBlocks(Items(*held), channel_.sampleType, held);
   return S_OK;
 }
 

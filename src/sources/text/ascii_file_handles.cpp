@@ -41,6 +41,7 @@ TextStatus CAsciiFileHandles::Reload() {
   TextStatus st = FileByteSource::Open(ops_, file_.fd(), &source);
   if (st.ok()) st = SourceBytes::Load(*source, &bytes_);
   if (st.ok()) st = OpenIndex(bytes_.view(), {}, &index_);
+  if (st.ok()) st = bytes_.Intact();
   if (!st.ok()) Close();
   return st;
 }
@@ -52,7 +53,9 @@ std::vector<TextInfoEntry> CAsciiFileHandles::ReadInformation(const ProblemSink&
 TextStatus CAsciiFileHandles::ReadChannels(std::vector<TextColumn>* out, const ChannelReadOptions& options,
                                            const ProblemSink& problems) const {
   if (!IsOpen()) return {TextCode::kNotOpen, "the file is not open"};
-  return velmar::ReadChannels(bytes(), index_, options, problems, out);
+  // The rows' pages are let go as they are read: the samples take their place.
+  return velmar::ReadChannels(bytes(), index_, options, problems, out,
+                              [this](size_t begin, size_t end) { bytes_.Release(begin, end); });
 }
 
 std::vector<TextEvent> CAsciiFileHandles::ReadEvents(const ProblemSink& problems) const {
@@ -126,6 +129,8 @@ TextStatus CAsciiFileHandles::RewriteWith(Rewrite&& rewrite) {
   } catch (const std::bad_alloc&) {
     return {TextCode::kOutOfMemory, "no memory for the new file"};
   }
+  // Never write back bytes of a file that was cut under the read.
+  if (auto st = Intact(); !st.ok()) return st;
   return Replace(contents);
 }
 

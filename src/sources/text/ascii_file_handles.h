@@ -45,6 +45,9 @@ class CAsciiFileHandles {
   bool IsWritable() const { return IsOpen() && writable_; }
   const std::filesystem::path& path() const { return path_; }
   std::string_view bytes() const { return bytes_.view(); }
+  // Whether the bytes read are still the file's: kFileChanged when another
+  // program cut the mapped file since it was opened (see FileMapping).
+  TextStatus Intact() const { return bytes_.Intact(); }
   const TextIndex& index() const { return index_; }
 
   // Readers of the open file; empty when it is not open.

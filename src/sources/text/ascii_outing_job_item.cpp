@@ -1,6 +1,7 @@
 #include "sources/text/ascii_outing_job_item.h"
 
 #include <algorithm>
+#include <map>
 #include <new>
 #include <utility>
 
@@ -17,18 +18,34 @@ void Widen(KivTime time, KivTime* start, KivTime* end) {
   *end = std::max(*end, time);
 }
 
+// The column's buffers handed to a raw channel as they are, without a copy.
+// Columns on one time array share one split of it: `splits` finds it.
+KivResult AdoptColumn(TextColumn&& column, std::map<const double*, std::shared_ptr<TimeSplit>>& splits,
+                      std::shared_ptr<CRawChannelBase>* out) {
+  const uint32_t count = column.count;
+  std::shared_ptr<double[]> data(std::move(column.data));
+  if (!column.timeData) {
+    // One allocation of times then values: both halves keep it alive.
+    auto split = std::make_shared<TimeSplit>(std::shared_ptr<const double[]>(data, data.get()), count);
+    return CRawChannelBase::Adopt(std::move(split), std::shared_ptr<double[]>(data, data.get() + count), count, out);
+  }
+  std::shared_ptr<TimeSplit>& split = splits[column.timeData.get()];
+  if (!split) split = std::make_shared<TimeSplit>(std::move(column.timeData), count);
+  return CRawChannelBase::Adopt(split, std::move(data), count, out);
+}
+
 // Step 3: of columns with one name the first stands, and a column without
 // samples is dropped; the kept ones widen the channel and outing spans.
 void TakeChannels(std::vector<TextColumn> columns, AsciiOutingData* out) {
+  std::map<const double*, std::shared_ptr<TimeSplit>> splits;
   for (TextColumn& column : CollectChannels(std::move(columns))) {
     std::optional<KivTime> first = SecondsToTicks(column.times().front());
     std::optional<KivTime> last = SecondsToTicks(column.times().back());
     if (first) Widen(*first, &out->channelStart, &out->channelEnd);
     if (last) Widen(*last, &out->channelStart, &out->channelEnd);
     std::shared_ptr<CRawChannelBase> raw;
-    if (CRawChannelBase::Make(column.times(), column.values(), &raw) == E_OUTOFMEMORY) throw std::bad_alloc();
+    if (AdoptColumn(std::move(column), splits, &raw) == E_OUTOFMEMORY) throw std::bad_alloc();
     out->channels.emplace(std::move(column.name), CAsciiRawChannel{std::move(raw), std::move(column.unit)});
-    column.data.reset();  // the raw channel holds its own copy now
   }
   out->outingStart = out->channelStart;
   out->outingEnd = out->channelEnd;
@@ -69,6 +86,7 @@ TextStatus LoadAsciiOuting(const std::filesystem::path& path, TextFileOps& ops, 
     }
     data.lapMarkers = LapMarkers(data.events, data.firstLap);
     data.constants = file.ReadConstants();
+    if (auto st = file.Intact(); !st.ok()) return st;
   } catch (const std::bad_alloc&) {
     return {TextCode::kOutOfMemory, "no memory for the data set"};
   }

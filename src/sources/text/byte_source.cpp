@@ -29,9 +29,19 @@ TextStatus FileByteSource::ReadAt(uint64_t offset, char* out, size_t size, size_
 }
 
 TextStatus SourceBytes::Load(ByteSource& source, SourceBytes* out) {
+  out->storage_.reset();
+  out->mapping_.reset();
+  out->view_ = {};
   if (auto view = source.View()) {
-    out->storage_.reset();
     out->view_ = *view;
+    return {};
+  }
+  std::unique_ptr<FileMapping> mapping;
+  if (source.Map(&mapping).ok()) {
+    // The file may have been cut between taking its size and mapping it.
+    if (auto st = mapping->Intact(); !st.ok()) return st;
+    out->view_ = mapping->view();
+    out->mapping_ = std::move(mapping);
     return {};
   }
   uint64_t size = source.Size();

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 
+#include "sources/text/file_mapping.h"
 #include "sources/text/text_file_ops.h"
 #include "sources/text/text_status.h"
 
@@ -22,6 +23,8 @@ class ByteSource {
   virtual TextStatus ReadAt(uint64_t offset, char* out, size_t size, size_t* got) = 0;
   // All bytes in place, for a source that holds them in memory already.
   virtual std::optional<std::string_view> View() const { return std::nullopt; }
+  // All bytes mapped, for a source that can be; fails where it cannot.
+  virtual TextStatus Map(std::unique_ptr<FileMapping>*) { return {TextCode::kReadFailed, "not mappable"}; }
 };
 
 // Bytes the caller keeps alive.
@@ -44,6 +47,7 @@ class FileByteSource : public ByteSource {
   static TextStatus Open(TextFileOps& ops, int fd, std::unique_ptr<FileByteSource>* out);
   uint64_t Size() const override { return size_; }
   TextStatus ReadAt(uint64_t offset, char* out, size_t size, size_t* got) override;
+  TextStatus Map(std::unique_ptr<FileMapping>* out) override { return ops_.Map(fd_, size_, out); }
 
  private:
   FileByteSource(TextFileOps& ops, int fd, uint64_t size) : ops_(ops), fd_(fd), size_(size) {}
@@ -52,16 +56,25 @@ class FileByteSource : public ByteSource {
   uint64_t size_;
 };
 
-// The whole contents of a source, viewed in place or copied once.
+// The whole contents of a source: viewed in place, mapped, or copied once.
 class SourceBytes {
  public:
   // Fails with kFileChanged when the source ends before its size, kOutOfMemory
   // when no buffer can be had, or the source's own read failure.
   static TextStatus Load(ByteSource& source, SourceBytes* out);
   std::string_view view() const { return view_; }
+  // For mapped bytes, whether they are still the file's (see FileMapping):
+  // asked once a read is done, while the file is open. Always ok otherwise.
+  TextStatus Intact() const { return mapping_ ? mapping_->Intact() : TextStatus(); }
+  // For mapped bytes, lets the pages inside [begin, end) go (see FileMapping);
+  // nothing otherwise.
+  void Release(size_t begin, size_t end) const {
+    if (mapping_) mapping_->Release(begin, end);
+  }
 
  private:
   std::unique_ptr<char[]> storage_;
+  std::unique_ptr<FileMapping> mapping_;
   std::string_view view_;
 };
 

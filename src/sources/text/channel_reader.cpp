@@ -190,21 +190,16 @@ bool ParseRow(const char* p, const char* e, size_t columns, uint64_t row, Sink& 
   return true;
 }
 
-// Writes straight into the columns' final buffers at the row's index; gaps
-// and falling times are closed up afterwards, once all rows are in.
+// Writes straight into the final buffers at the row's index: the block's
+// one time array and each column's values. Gaps and falling times are closed
+// up afterwards, once all rows are in.
 class DenseSink {
  public:
-  DenseSink(const std::vector<double*>& data, uint64_t rows, uint64_t firstLine)
-      : data_(data), rows_(rows), firstLine_(firstLine) {}
+  DenseSink(double* times, const std::vector<double*>& values, uint64_t firstLine)
+      : times_(times), values_(values), firstLine_(firstLine) {}
 
-  void Time(uint64_t r, double t) { data_[0][r] = t; }
-  // Gives every column the row times of [first, end), as read into column 0.
-  void CopyTimes(uint64_t first, uint64_t end) const {
-    if (end <= first) return;  // a table without rows has no columns allocated
-    for (size_t c = 1; c < data_.size(); ++c)
-      std::memcpy(data_[c] + first, data_[0] + first, (end - first) * sizeof(double));
-  }
-  void Cell(uint64_t r, size_t c, double v) { data_[c][rows_ + r] = v; }
+  void Time(uint64_t r, double t) { times_[r] = t; }
+  void Cell(uint64_t r, size_t c, double v) { values_[c][r] = v; }
   void Absent(uint64_t r, size_t c) { absent_.emplace_back(r, static_cast<uint32_t>(c)); }
   void BadTime(uint64_t r, const char* why) {
     badRow_ = r;
@@ -219,8 +214,8 @@ class DenseSink {
   ProblemList problems_;
 
  private:
-  const std::vector<double*>& data_;
-  uint64_t rows_;
+  double* times_;
+  const std::vector<double*>& values_;
   uint64_t firstLine_;
 };
 
@@ -271,15 +266,25 @@ struct Part {
   size_t pos = 0;
 };
 
+// Every this many bytes read, a reader tells that it is done with them.
+constexpr size_t kReleaseStep = size_t{4} << 20;
+
 template <class Sink>
-bool ParseRows(std::string_view bytes, const Part& part, size_t limit, size_t columns, Sink& sink) {
+bool ParseRows(std::string_view bytes, const Part& part, size_t limit, size_t columns, Sink& sink,
+               const ReleaseBytes& release) {
   size_t pos = part.pos;
+  size_t released = pos;
   for (uint64_t r = part.firstRow; r < part.endRow; ++r) {
     size_t next;
     std::string_view line = LineAt(bytes, pos, limit, &next);
     if (!ParseRow(line.data(), line.data() + line.size(), columns, r, sink)) return false;
     pos = next;
+    if (release && pos - released >= kReleaseStep) {
+      release(released, pos);
+      released = pos;
+    }
   }
+  if (release && pos > released) release(released, pos);
   return true;
 }
 
@@ -347,28 +352,32 @@ std::vector<Part> SplitRows(const TextBlock& block, const Header& header, uint64
   return parts;
 }
 
-// Closes up one column: drops its absent cells and the falling rows, and
-// moves the values behind the kept times.
-void Compact(double* data, const double* rowTimes, uint64_t rows, const std::vector<uint64_t>& absent,
-             const std::vector<uint8_t>& dropped, uint32_t* count) {
+// Closes up one column: drops its absent cells and the falling rows. With
+// `values`, in place; with `times`, the kept rows' times go there.
+uint64_t Compact(double* values, const double* rowTimes, uint64_t rows, const std::vector<uint64_t>& absent,
+                 const std::vector<uint8_t>& dropped, double* times) {
   uint64_t w = 0;
   size_t a = 0;
   for (uint64_t r = 0; r < rows; ++r) {
     bool isAbsent = a < absent.size() && absent[a] == r;
     if (isAbsent) ++a;
     if (isAbsent || (!dropped.empty() && dropped[r])) continue;
-    data[w] = rowTimes[r];
-    data[rows + w] = data[rows + r];
+    if (times) times[w] = rowTimes[r];
+    if (values) values[w] = values[r];
     ++w;
   }
-  std::memmove(data + w, data + rows, w * sizeof(double));
-  *count = static_cast<uint32_t>(w);
+  return w;
+}
+
+std::shared_ptr<const double[]> Share(SampleBuffer buffer) {
+  return std::shared_ptr<const double[]>(std::move(buffer));
 }
 
 class BlockReader {
  public:
-  BlockReader(std::string_view bytes, const TextBlock& block, uint64_t blockIndex, const ChannelReadOptions& options)
-      : bytes_(bytes), block_(block), blockIndex_(blockIndex), options_(options) {}
+  BlockReader(std::string_view bytes, const TextBlock& block, uint64_t blockIndex, const ChannelReadOptions& options,
+              const ReleaseBytes& release)
+      : bytes_(bytes), block_(block), blockIndex_(blockIndex), options_(options), release_(release) {}
 
   // Appends the block's columns to out; damage goes to problems_.
   void Read(std::vector<TextColumn>* out) {
@@ -395,16 +404,17 @@ class BlockReader {
 
  private:
   bool ReadDense(const Header& header, uint64_t rows, std::vector<TextColumn>& columns) {
-    std::vector<double*> data(columns.size());
+    if (rows == 0) return true;  // a table without rows: columns without samples
+    SampleBuffer times = AllocateSamples(rows);
+    std::vector<double*> values(columns.size());
     for (size_t c = 0; c < columns.size(); ++c) {
-      if (rows == 0) continue;
-      columns[c].data = AllocateSamples(2 * rows);
-      data[c] = columns[c].data.get();
+      columns[c].data = AllocateSamples(rows);
+      values[c] = columns[c].data.get();
     }
     std::vector<Part> parts = SplitRows(block_, header, rows, block_.rowsEnd - header.dataPos, options_);
     std::vector<DenseSink> sinks;
     sinks.reserve(parts.size());
-    for (size_t i = 0; i < parts.size(); ++i) sinks.emplace_back(data, rows, firstLine_);
+    for (size_t i = 0; i < parts.size(); ++i) sinks.emplace_back(times.get(), values, firstLine_);
     RunParts(parts, sinks, columns.size());
 
     bool bad = false;
@@ -416,15 +426,28 @@ class BlockReader {
       if (bad) break;  // the rows behind the first bad time were not read
     }
     if (bad) return false;
-    std::vector<uint8_t> dropped = FallingRows(rows, data.empty() ? nullptr : data[0]);
-    bool anyAbsent = std::any_of(absent.begin(), absent.end(), [](const auto& a) { return !a.empty(); });
-    for (size_t c = columns.size(); c-- > 0;) {  // column 0 last: its times are every row's
-      if (rows == 0) break;
-      if (!anyAbsent && dropped.empty()) {
-        columns[c].count = static_cast<uint32_t>(rows);  // the workers copied the times
-      } else {
-        Compact(data[c], data[0], rows, absent[c], dropped, &columns[c].count);
+    std::vector<uint8_t> dropped = FallingRows(rows, times.get());
+    const double* rowTimes = times.get();
+    // The columns that kept every row they could share one time array.
+    std::shared_ptr<const double[]> shared;
+    uint64_t sharedCount = rows;
+    if (dropped.empty()) {
+      shared = Share(std::move(times));
+    } else {
+      SampleBuffer kept = AllocateSamples(rows);
+      sharedCount = Compact(nullptr, rowTimes, rows, {}, dropped, kept.get());
+      shared = Share(std::move(kept));
+    }
+    for (size_t c = 0; c < columns.size(); ++c) {
+      if (absent[c].empty()) {
+        if (!dropped.empty()) Compact(values[c], rowTimes, rows, {}, dropped, nullptr);
+        columns[c].timeData = shared;
+        columns[c].count = static_cast<uint32_t>(sharedCount);
+        continue;
       }
+      SampleBuffer own = AllocateSamples(rows);
+      columns[c].count = static_cast<uint32_t>(Compact(values[c], rowTimes, rows, absent[c], dropped, own.get()));
+      columns[c].timeData = Share(std::move(own));
     }
     return true;
   }
@@ -433,8 +456,7 @@ class BlockReader {
     std::vector<std::exception_ptr> failures(parts.size());
     auto run = [&](size_t i) {
       try {
-        if (ParseRows(bytes_, parts[i], block_.rowsEnd, columns, sinks[i]))
-          sinks[i].CopyTimes(parts[i].firstRow, parts[i].endRow);
+        (void)ParseRows(bytes_, parts[i], block_.rowsEnd, columns, sinks[i], release_);
       } catch (...) {
         failures[i] = std::current_exception();  // taken to the calling thread
       }
@@ -471,7 +493,7 @@ class BlockReader {
 
   bool ReadSparse(const Header& header, uint64_t rows, std::vector<TextColumn>& columns) {
     SparseSink sink(columns.size(), firstLine_);
-    bool ok = ParseRows(bytes_, Part{0, rows, header.dataPos}, block_.rowsEnd, columns.size(), sink);
+    bool ok = ParseRows(bytes_, Part{0, rows, header.dataPos}, block_.rowsEnd, columns.size(), sink, release_);
     problems_.Append(std::move(sink.problems_));
     if (!ok) return false;
     for (size_t c = 0; c < columns.size(); ++c) {
@@ -489,16 +511,17 @@ class BlockReader {
   const TextBlock& block_;
   uint64_t blockIndex_;
   const ChannelReadOptions& options_;
+  const ReleaseBytes& release_;
   uint64_t firstLine_ = 0;
 };
 
 }  // namespace
 
 TextStatus ReadChannels(std::string_view bytes, const TextIndex& index, const ChannelReadOptions& options,
-                        const ProblemSink& problems, std::vector<TextColumn>* out) {
+                        const ProblemSink& problems, std::vector<TextColumn>* out, const ReleaseBytes& release) {
   try {
     for (size_t i = 0; i < index.channels.size(); ++i) {
-      BlockReader reader(bytes, index.channels[i], i, options);
+      BlockReader reader(bytes, index.channels[i], i, options, release);
       reader.Read(out);
       reader.problems_.Emit(problems, index.channels[i].line);
     }

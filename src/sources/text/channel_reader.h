@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -19,6 +20,11 @@ struct ChannelReadOptions {
   size_t parallelBytes = size_t{4} << 20;
 };
 
+// Told of byte ranges [begin, end) of rows read and not needed again by the
+// read, so that a mapped file can let their pages go. Called from the
+// reading threads.
+using ReleaseBytes = std::function<void(size_t begin, size_t end)>;
+
 // Every column of every {ChannelBlock}, in file order. Per block: the header
 // names the columns; a row whose time is not above every earlier one is
 // dropped for all columns; an empty or non-numeric cell is skipped for its
@@ -26,6 +32,7 @@ struct ChannelReadOptions {
 // whose time cannot be read drops the whole block. Damage is reported through
 // problems and the read goes on; only a lack of memory fails.
 TextStatus ReadChannels(std::string_view bytes, const TextIndex& index, const ChannelReadOptions& options,
-                        const ProblemSink& problems, std::vector<TextColumn>* out);
+                        const ProblemSink& problems, std::vector<TextColumn>* out,
+                        const ReleaseBytes& release = {});
 
 }  // namespace velmar

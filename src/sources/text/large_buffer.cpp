@@ -28,14 +28,11 @@ void AdviseHugePages(void* p, size_t bytes) {
 SampleBuffer AllocateSamples(size_t count) {
   if (count > SIZE_MAX / sizeof(double)) throw std::bad_alloc();
   size_t bytes = count * sizeof(double);
-  void* p = nullptr;
-  if (bytes >= kHugePage) {
-    size_t rounded = (bytes + kHugePage - 1) & ~(kHugePage - 1);
-    p = std::aligned_alloc(kHugePage, rounded);
-    if (p) AdviseHugePages(p, rounded);
-  } else {
-    p = std::malloc(bytes == 0 ? 1 : bytes);
-  }
+  // Not advised for huge pages: one would be backed whole at the first row
+  // written, so every column would take its memory at once, before the rows
+  // read have given theirs back. Aligned all the same, so that a caller that
+  // fills a buffer at once can advise it (AdviseHugePages).
+  void* p = bytes >= kHugePage ? std::aligned_alloc(kHugePage, bytes) : std::malloc(bytes == 0 ? 1 : bytes);
   if (!p) throw std::bad_alloc();
   return SampleBuffer(static_cast<double*>(p));
 }

@@ -1,6 +1,6 @@
 // Big buffers that are filled once (column data, a whole file). They fault
 // in page by page, and on a virtual machine each fault is costly: huge pages
-// cut the number of faults by 512.
+// cut the number of faults by 512, where memory is not let go as it fills.
 #pragma once
 
 #include <cstddef>
@@ -17,8 +17,7 @@ struct FreeSamples {
   void operator()(double* p) const noexcept { std::free(p); }
 };
 
-// Samples in one allocation. Big ones start on a huge page boundary, so that
-// all of them can be backed by huge pages.
+// Samples in one allocation. Big ones start on a huge page boundary.
 using SampleBuffer = std::unique_ptr<double[], FreeSamples>;
 
 // Room for count doubles, not initialised; throws std::bad_alloc.

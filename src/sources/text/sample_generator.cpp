@@ -196,18 +196,24 @@ std::string GenerateWideTable(uint64_t targetBytes, const SampleOptions& options
     AppendCarBlock(probe, car, defs, period, (kProbeRows - 1) * period);
   }
   double bytesPerRow = static_cast<double>(probe.size()) / static_cast<double>(kProbeRows);
-  auto rows = static_cast<KivTime>(std::max(1.0, std::ceil(static_cast<double>(targetBytes) / bytesPerRow)));
-  double seconds = static_cast<double>(rows * period) / 1e7;
+  auto rows = static_cast<uint64_t>(std::max(1.0, std::ceil(static_cast<double>(targetBytes) / bytesPerRow)));
+  return GenerateWideRows(rows, options);
+}
+
+std::string GenerateWideRows(uint64_t rows, const SampleOptions& options) {
+  KivTime period = PeriodOf(options.rate);
+  rows = std::max<uint64_t>(rows, 1);
+  double seconds = static_cast<double>(static_cast<KivTime>(rows) * period) / 1e7;
   int laps = static_cast<int>(std::ceil(seconds / (SampleCar::ReferenceLapTime() / 1.01))) + 1;
   SampleCar car(options.seed, laps);
 
   std::string out;
-  out.reserve(static_cast<size_t>(targetBytes + targetBytes / 16 + 4096));
+  out.reserve(static_cast<size_t>(rows * 256 + 4096));
   AppendHead(out);
   SampleOptions o = options;
   o.laps = laps;
   AppendInformation(out, o, u"Wide table for import benchmarks");
-  AppendCarBlock(out, car, defs, period, (rows - 1) * period);
+  AppendCarBlock(out, car, WideDefs(), period, static_cast<KivTime>(rows - 1) * period);
   return out;
 }
 

@@ -34,6 +34,8 @@ std::string SampleCircuitMapJson();
 // About targetBytes of one {ChannelBlock} with 20 numeric columns at
 // options.rate, for import benchmarks (options.laps is not used).
 std::string GenerateWideTable(uint64_t targetBytes, const SampleOptions& options = {});
+// The same table with exactly `rows` rows (at least one).
+std::string GenerateWideRows(uint64_t rows, const SampleOptions& options = {});
 
 // Column names of the blocks GenerateSampleOuting writes, units included.
 const std::vector<std::u16string>& SampleFastColumns();

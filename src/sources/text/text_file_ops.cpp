@@ -60,6 +60,10 @@ TextStatus PosixTextFileOps::Open(const std::filesystem::path& path, FileOpenMod
   return {};
 }
 
+TextStatus PosixTextFileOps::Map(int fd, uint64_t size, std::unique_ptr<FileMapping>* out) {
+  return FileMapping::Map(fd, size, out);
+}
+
 TextStatus PosixTextFileOps::Lock(int fd) {
   if (::flock(fd, LOCK_EX | LOCK_NB) == 0) return {};
   if (errno == EWOULDBLOCK) return {TextCode::kFileLocked, "the file is open elsewhere"};

@@ -6,8 +6,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string_view>
 
+#include "sources/text/file_mapping.h"
 #include "sources/text/text_status.h"
 
 namespace velmar {
@@ -36,6 +38,11 @@ class TextFileOps {
   virtual TextStatus Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
   virtual TextStatus SyncDirectory(const std::filesystem::path& dir) = 0;
   virtual TextStatus Remove(const std::filesystem::path& path) = 0;
+  // Maps `size` bytes of the file read-only (see FileMapping). Where this
+  // fails the reader reads the file into memory instead.
+  virtual TextStatus Map(int, uint64_t, std::unique_ptr<FileMapping>*) {
+    return {TextCode::kReadFailed, "files are not mapped here"};
+  }
 };
 
 // The real file system (POSIX calls).
@@ -52,6 +59,7 @@ class PosixTextFileOps : public TextFileOps {
   TextStatus Rename(const std::filesystem::path& from, const std::filesystem::path& to) override;
   TextStatus SyncDirectory(const std::filesystem::path& dir) override;
   TextStatus Remove(const std::filesystem::path& path) override;
+  TextStatus Map(int fd, uint64_t size, std::unique_ptr<FileMapping>* out) override;
 };
 
 // One process-wide PosixTextFileOps.

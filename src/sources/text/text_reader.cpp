@@ -211,7 +211,13 @@ TextStatus ReadTextDataSet(std::string_view bytes, const TextReadOptions& option
 TextStatus ReadTextDataSet(ByteSource& source, const TextReadOptions& options, TextDataSet* out) {
   SourceBytes bytes;
   if (auto st = SourceBytes::Load(source, &bytes); !st.ok()) return st;
-  return ReadTextDataSet(bytes.view(), options, out);
+  TextStatus st = ReadTextDataSet(bytes.view(), options, out);
+  // A mapped file cut under the read: what was read is not the file.
+  if (auto intact = bytes.Intact(); st.ok() && !intact.ok()) {
+    *out = TextDataSet();
+    return intact;
+  }
+  return st;
 }
 
 }  // namespace velmar

@@ -23,10 +23,12 @@ struct TextInfoEntry {
   friend bool operator==(const TextInfoEntry&, const TextInfoEntry&) = default;
 };
 
-// One column of a {ChannelBlock}: the samples in which it had a value. The
-// buffer is one allocation of `count` times in seconds followed by `count`
-// values, the layout a raw channel keeps until its blocks are made, so it can
-// be moved over without a copy (it is freed with free(), see SampleBuffer).
+// One column of a {ChannelBlock}: the samples in which it had a value, times
+// in seconds. Two layouts, both freed with free() (see SampleBuffer):
+//  - `timeData` null: `data` is one allocation of `count` times followed by
+//    `count` values, the layout a raw channel can take over without a copy;
+//  - `timeData` set: it holds the times, which the columns of one block that
+//    kept every row share, and `data` holds the values only.
 struct TextColumn {
   std::u16string header;  // the column name as the file has it
   std::u16string name;    // the header without its unit
@@ -34,11 +36,11 @@ struct TextColumn {
   uint64_t block = 0;     // 0-based index of the {ChannelBlock} in the file
   uint32_t count = 0;
   SampleBuffer data;
+  std::shared_ptr<const double[]> timeData;
 
-  std::span<const double> times() const { return {data.get(), count}; }
-  std::span<const double> values() const { return {data.get() + count, count}; }
-  std::span<double> times() { return {data.get(), count}; }
-  std::span<double> values() { return {data.get() + count, count}; }
+  std::span<const double> times() const { return {timeData ? timeData.get() : data.get(), count}; }
+  std::span<const double> values() const { return {data.get() + (timeData ? 0 : count), count}; }
+  std::span<double> values() { return {data.get() + (timeData ? 0 : count), count}; }
 };
 
 // Category values of events.

@@ -46,7 +46,8 @@ std::string LeadingFieldText(std::u16string_view text) {
 
 bool SameTimes(const TextColumn& a, const TextColumn& b) {
   return a.block == b.block && a.count == b.count &&
-         (a.count == 0 || std::memcmp(a.data.get(), b.data.get(), a.count * sizeof(double)) == 0);
+         (a.count == 0 || a.times().data() == b.times().data() ||
+          std::memcmp(a.times().data(), b.times().data(), a.count * sizeof(double)) == 0);
 }
 
 // Columns of one block with one time base, written as one table.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "faulty_text_file_ops.h"
+#include "sources/text/ascii_file_handles.h"
 #include "sources/text/text_reader.h"
 #include "support/temp_dir.h"
 
@@ -57,6 +58,23 @@ TEST(ByteSource, AFileThatShrinksOrVanishesWhileReadIsTold) {
   TextStatus st = ReadTextDataSet(*source, {}, &data);
   EXPECT_EQ(st.code(), TextCode::kFileChanged);
   EXPECT_EQ(st.result(), STG_E_READFAULT);
+}
+
+TEST(ByteSource, AMappedFileCutWhileReadIsToldNotACrash) {
+  TempDir dir;
+  auto path = dir / "a.txt";
+  std::string bytes = "KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n";
+  for (int i = 0; i < 100000; ++i) bytes += std::to_string(i) + "\t1\r\n";  // many pages
+  WriteWhole(path, bytes);
+  CAsciiFileHandles file(path);
+  ASSERT_TRUE(file.Open(false).ok());
+  ASSERT_TRUE(file.Intact().ok());
+  // Another program cuts the file while it is mapped: the lost pages read
+  // as zeros, and the read is told the file changed.
+  ASSERT_EQ(::truncate(path.c_str(), 100), 0);
+  std::vector<TextColumn> columns;
+  EXPECT_TRUE(file.ReadChannels(&columns).ok());
+  EXPECT_EQ(file.Intact().code(), TextCode::kFileChanged);
 }
 
 }  // namespace

@@ -1,0 +1,192 @@
+// What a user sees: the `velmar` command-line host run end to end, as a
+// process, on a text data set of 300,000 rows x 20 numeric channels in one
+// channel block, against pandas.read_csv of the same file in the same run.
+//
+// Each benchmark starts the host (root, outing factory, outing, channel
+// reads) as a child process and reports its wall time per run (the mean, and
+// the median that the ratios use), its peak resident memory, and the ratio
+// to the peer:
+//   - channels TEXT: every sample of every channel, min and max;
+//   - dump TEXT one channel to a file;
+//   - convert TEXT to .trn, as MB/s of text;
+//   - channels TRN: every sample of the store, as samples/s.
+// The peer is scripts/bench_pandas.py: pandas' own parse time, interpreter
+// start and import excluded, the best of three.
+//
+// Files live in $VELMAR_BENCH_DIR (default /tmp) and are made when missing.
+// $VELMAR_CLI picks another host binary (to compare builds).
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fcntl.h>
+#include <string>
+#include <vector>
+
+#include "sources/text/sample_generator.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr uint64_t kRows = 300000;
+constexpr double kSamples = 20.0 * kRows;
+
+fs::path BenchDir() {
+  const char* dir = std::getenv("VELMAR_BENCH_DIR");
+  return dir ? fs::path(dir) : fs::path("/tmp");
+}
+
+std::string Cli() {
+  const char* cli = std::getenv("VELMAR_CLI");
+  return cli ? cli : VELMAR_CLI_PATH;
+}
+
+const fs::path& TextFile() {
+  static const fs::path path = [] {
+    fs::path p = BenchDir() / "host_bench_300k.txt";
+    std::error_code ec;
+    if (!fs::exists(p, ec)) {
+      if (!velmar::WriteSampleFile(p, velmar::GenerateWideRows(kRows)).ok()) std::abort();
+    }
+    return p;
+  }();
+  return path;
+}
+
+double TextBytes() { return static_cast<double>(fs::file_size(TextFile())); }
+
+struct RunResult {
+  double seconds = 0;
+  double peakBytes = 0;
+  std::string out;  // standard output, when asked for
+};
+
+// Runs argv as a child, its output to `outPath` (or a pipe when empty).
+RunResult RunChild(const std::vector<std::string>& args, const std::string& outPath = "/dev/null") {
+  int pipeFds[2] = {-1, -1};
+  const bool capture = outPath.empty();
+  if (capture && ::pipe(pipeFds) != 0) std::abort();
+  const auto start = Clock::now();
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    int out = capture ? pipeFds[1] : ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ::dup2(out, 1);
+    std::vector<char*> argv;
+    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  RunResult result;
+  if (capture) {
+    ::close(pipeFds[1]);
+    char buf[4096];
+    ssize_t n;
+    while ((n = ::read(pipeFds[0], buf, sizeof buf)) > 0) result.out.append(buf, static_cast<size_t>(n));
+    ::close(pipeFds[0]);
+  }
+  int status = 0;
+  struct rusage usage {};
+  if (::wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    std::fprintf(stderr, "host_bench: %s failed\n", args[0].c_str());
+    std::exit(1);
+  }
+  result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  result.peakBytes = static_cast<double>(usage.ru_maxrss) * 1024.0;
+  return result;
+}
+
+// pandas' parse of the text file, in seconds; measured once per run.
+double PandasSeconds() {
+  static const double seconds = [] {
+    RunResult r =
+        RunChild({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas.py", TextFile().string(), "3"}, "");
+    const size_t open = r.out.find('(');
+    if (open == std::string::npos) std::abort();
+    const double ms = std::strtod(r.out.c_str() + open + 1, nullptr);
+    std::fprintf(stderr, "peer: %s", r.out.c_str());
+    return ms / 1000.0;
+  }();
+  return seconds;
+}
+
+const fs::path& StoreFile() {
+  static const fs::path path = [] {
+    fs::path p = BenchDir() / "host_bench_300k.trn";
+    std::error_code ec;
+    fs::remove(p, ec);
+    RunChild({Cli(), "convert", TextFile().string(), p.string()});
+    return p;
+  }();
+  return path;
+}
+
+// Runs the host `args` once per iteration; reports time and peak memory.
+// The result's time is the median run: other work on a shared machine
+// lengthens single runs, and a median shrugs that off. `before` runs ahead
+// of each, untimed.
+RunResult RunHost(benchmark::State& state, const std::vector<std::string>& args, const std::string& out = "/dev/null",
+                  void (*before)(const std::string&) = nullptr) {
+  RunResult worst;
+  std::vector<double> times;
+  for (auto _ : state) {
+    if (before) before(args.back());
+    RunResult r = RunChild(args, out);
+    state.SetIterationTime(r.seconds);
+    times.push_back(r.seconds);
+    worst.peakBytes = std::max(worst.peakBytes, r.peakBytes);
+  }
+  std::sort(times.begin(), times.end());
+  worst.seconds = times[times.size() / 2];
+  state.counters["median_ms"] = worst.seconds * 1000;
+  state.counters["peak_MiB"] = worst.peakBytes / (1 << 20);
+  return worst;
+}
+
+void BM_ChannelsText(benchmark::State& state) {
+  const double pandas = PandasSeconds();
+  RunResult r = RunHost(state, {Cli(), "channels", TextFile().string()});
+  state.counters["pandas_s"] = pandas;
+  state.counters["x_pandas"] = pandas / r.seconds;  // goal: at least 3
+  // Goal: at most 1.3 x the samples' bytes plus the file's.
+  state.counters["peak_budget_MiB"] = (1.3 * kSamples * sizeof(double) + TextBytes()) / (1 << 20);
+}
+BENCHMARK(BM_ChannelsText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
+
+void BM_DumpText(benchmark::State& state) {
+  const std::string out = (BenchDir() / "host_bench_dump.tsv").string();
+  RunResult r = RunHost(state, {Cli(), "dump", TextFile().string(), "Engine Speed"}, out);  // goal: at most 0.15 s
+  state.counters["pandas_s"] = PandasSeconds();
+  state.counters["x_pandas"] = PandasSeconds() / r.seconds;
+}
+BENCHMARK(BM_DumpText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
+
+void BM_ConvertText(benchmark::State& state) {
+  const std::string out = (BenchDir() / "host_bench_convert.trn").string();
+  RunResult r = RunHost(state, {Cli(), "convert", TextFile().string(), out}, "/dev/null", [](const std::string& file) {
+    std::error_code ec;
+    fs::remove(file, ec);
+  });
+  state.counters["MB_per_s"] = TextBytes() / 1e6 / r.seconds;  // goal: at least 150
+  state.counters["pandas_s"] = PandasSeconds();
+  state.counters["x_pandas"] = PandasSeconds() / r.seconds;
+}
+BENCHMARK(BM_ConvertText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
+
+void BM_ChannelsStore(benchmark::State& state) {
+  RunResult r = RunHost(state, {Cli(), "channels", StoreFile().string()});
+  state.counters["Msamples_per_s"] = kSamples / 1e6 / r.seconds;  // goal: at least 50
+}
+BENCHMARK(BM_ChannelsStore)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
+
+}  // namespace
+
+BENCHMARK_MAIN();

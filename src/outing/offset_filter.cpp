@@ -165,8 +165,13 @@ void CBasicOffsetFilter::MarkAllStale() {
 }
 
 void CBasicOffsetFilter::Replace(DataBlockList blocks) {
-  // A new layout needs a new iterator; old iterators keep the old blocks.
-  Detach(*blocks_);
+  // A new layout needs a new iterator; old iterators keep the old blocks,
+  // which no longer compute. Blocks that stay keep computing.
+  DataBlockList gone;
+  for (const auto& b : *blocks_) {
+    if (std::find(blocks.begin(), blocks.end(), b) == blocks.end()) gone.push_back(b);
+  }
+  Detach(gone);
   iterator_ = nullptr;
   blocks_ = std::make_shared<const DataBlockList>(std::move(blocks));
 }

@@ -19,11 +19,9 @@ void PassOffset(IKivFilter* filter, double offset) {
 
 }  // namespace
 
+// Filters are let go, not emptied: an iterator a client still holds keeps
+// its filter, and so its values, alive.
 CChannelProxy::~CChannelProxy() {
-  for (FilterEntry& entry : clientFilters_) {
-    if (entry.filter) (void)entry.filter->SetInput(nullptr);
-  }
-  if (offsetFilter_) (void)offsetFilter_->SetInput(nullptr);
   while (cacheHeld_ > 0) (void)Unlock();
 }
 

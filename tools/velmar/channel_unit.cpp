@@ -38,6 +38,16 @@ std::u16string TextProperty(IKivPropertySet* set, const std::u16string& name) {
 
 }  // namespace
 
+double BaseUnitOffset(const ChannelUnit& unit, double offset) {
+  if (unit.quantity == kQuantityDimensionless || unit.unit == kBaseUnit) return offset;
+  ComPtr<IKivUnitTable> table = UnitTable();
+  double zero = 0.0, shifted = offset;
+  if (!table || Failed(table->ConvertValue(unit.quantity, unit.unit, kBaseUnit, 0.0, &zero)) ||
+      Failed(table->ConvertValue(unit.quantity, unit.unit, kBaseUnit, offset, &shifted)))
+    return offset;
+  return shifted - zero;
+}
+
 void FromBaseUnit(const ChannelUnit& unit, std::vector<double>& values) {
   if (unit.quantity == kQuantityDimensionless || unit.unit == kBaseUnit) return;
   ComPtr<IKivUnitTable> table = UnitTable();

@@ -23,6 +23,9 @@ struct ChannelUnit {
 // key ("[3]Speed") names its quantity itself; a key of quantity 0, or a plain
 // name, is looked up in the database by name. With `baseUnits`, or without a
 // "Unit", the quantity's base unit.
+// An offset in `unit` as the same step in the quantity's base unit.
+double BaseUnitOffset(const ChannelUnit& unit, double offset);
+
 ChannelUnit FindChannelUnit(IKivVelmar* root, const std::u16string& name, bool baseUnits = true);
 
 // Values in the quantity's base unit, turned into `unit`'s own unit.

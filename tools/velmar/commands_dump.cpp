@@ -7,6 +7,10 @@
 #include "host_error.h"
 #include "output.h"
 #include "sample_table.h"
+#include "channel_samples.h"
+#include "channel_unit.h"
+#include "loaded_outing.h"
+#include "velmar/filter.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {
@@ -19,7 +23,21 @@ struct DumpOptions {
   std::optional<double> to;
   bool json = false;
   bool baseUnits = false;
+  std::optional<double> offset;
 };
+
+// The selection keeps a value offset per channel and its proxy reads through
+// the offset filter. The library's offset is in the base unit; the user's
+// is in the unit shown.
+void SetValueOffset(const LoadedOuting& outing, const std::u16string& name, double offset, bool baseUnits) {
+  UseSessionRoot(outing);  // before the channel is made, so it finds its unit
+  ComPtr<IKivChannel> channel = outing.Channel(name);
+  const ChannelUnit unit = FindChannelUnit(outing.session().root(), outing.ChannelListName(name), baseUnits);
+  const double base = BaseUnitOffset(unit, offset);
+  auto proxy = QueryAs<IKivChannelProxy>(channel.Get());
+  if (!proxy) Fail(outing.file(), "channel \"" + WideToUtf8(name) + "\" takes no value offset");
+  if (KivResult r = proxy->SetValueOffset(base); Failed(r)) outing.FailItem("cannot offset channel", name, r);
+}
 
 TimeWindow Window(const DumpOptions& options) {
   TimeWindow window;
@@ -77,6 +95,7 @@ void Run(const DumpOptions& options, const CommandContext& context) {
   std::vector<ChannelSamples> samples;
   std::vector<TimedValues> columns;
   for (const std::string& name : options.channels) {
+    if (options.offset) SetValueOffset(outing, Utf8ToWide(name), *options.offset, options.baseUnits);
     samples.push_back(ReadChannelSamples(outing, Utf8ToWide(name), !options.baseUnits));
     columns.push_back(SamplesInWindow(samples.back(), window));
   }
@@ -98,6 +117,8 @@ void AddDumpCommand(CLI::App& app, const CommandContext& context) {
   command->add_option("--to", options->to, "Last time, in seconds (inclusive)");
   command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
   command->add_flag("--base-units", options->baseUnits, "Values in each quantity's base unit");
+  command->add_option("--offset", options->offset,
+                      "Add this to every value, read through the selection's offset filter (in the unit shown)");
   command->callback([options, &context] { Run(*options, context); });
 }
 

@@ -63,7 +63,7 @@ class ChangeCounter final : public CTimeRegionFinderNotificationsReceiver {
 Guid FinderClass(const std::string& kind) {
   if (kind == "lap") return CLSID_KivLapFinder;
   if (kind == "segment") return CLSID_KivSegmentFinder;
-  Fail("velmar regions", "the outing finder is not available yet (use --finder lap or segment)");
+  return CLSID_KivOutingFinder;
 }
 
 std::vector<RegionRow> ReadRows(IKivTimeRegions* regions) {

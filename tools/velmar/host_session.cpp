@@ -26,6 +26,7 @@ HostSession::HostSession(std::chrono::milliseconds timeout, bool showProgress)
 }
 
 HostSession::~HostSession() {
+  task_ = nullptr;
   factory_ = nullptr;
   if (root_) (void)root_->Close();
   root_ = nullptr;
@@ -69,6 +70,22 @@ bool HostSession::Settle(const std::string& what) {
   }
   progress_.End();
   return settled;
+}
+
+ComPtr<IKivDataSelection4> HostSession::Select(IKivOuting* outing, const std::string& file) {
+  if (!task_) {
+    ComPtr<IKivTasks> tasks;
+    if (KivResult r = root_->GetTasks(tasks.Put()); Failed(r)) Fail("velmar", "the root has no task list", r);
+    if (KivResult r = tasks->AddTask(task_.Put()); Failed(r)) Fail("velmar", "a task could not be made", r);
+  }
+  DataSelectionList added;
+  if (KivResult r = task_->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added);
+      Failed(r) || added.size() != 1)
+    Fail(file, "a data selection could not be made", Failed(r) ? r : E_FAIL);
+  ComPtr<IKivDataSelection4> selection = added.front();
+  if (KivResult r = selection->Update(kSelectionOuting, outing, nullptr, 0, 0, 0, KIV_FALSE); Failed(r))
+    Fail(file, "the outing could not be selected", r);
+  return selection;
 }
 
 }  // namespace velmar::cli

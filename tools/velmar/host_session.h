@@ -14,6 +14,7 @@
 #include "progress.h"
 #include "velmar/outing.h"
 #include "velmar/outing_factory.h"
+#include "velmar/tasks.h"
 #include "velmar/velmar.h"
 
 namespace velmar::cli {
@@ -37,6 +38,10 @@ class HostSession {
   // False when the session's time limit passed first.
   bool Settle(const std::string& what);
 
+  // A new data selection of the session's task, on `outing`: the host reads
+  // through it, as a host's screens do. Throws HostError.
+  ComPtr<IKivDataSelection4> Select(IKivOuting* outing, const std::string& file);
+
   IKivVelmar* root() const { return root_.Get(); }
   IKivNewOutingFactory5* factory() const { return factory_.Get(); }
   std::chrono::milliseconds timeout() const { return timeout_; }
@@ -49,6 +54,7 @@ class HostSession {
   Progress progress_;
   ComPtr<IKivVelmar> root_;
   ComPtr<IKivNewOutingFactory5> factory_;
+  ComPtr<IKivTask> task_;  // made on the first selection
 };
 
 }  // namespace velmar::cli

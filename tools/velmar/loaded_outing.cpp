@@ -1,6 +1,7 @@
 #include "loaded_outing.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "host_error.h"
 #include "item_wait.h"
@@ -15,7 +16,7 @@ namespace {
 constexpr int kLoadRounds = 4;
 
 template <class Factory>
-NameList NamesOf(IKivOuting* outing) {
+NameList NamesOf(IKivUnknown* outing) {
   NameList names;
   if (auto factory = QueryAs<Factory>(outing)) (void)factory->GetNames(&names);
   return names;
@@ -23,13 +24,19 @@ NameList NamesOf(IKivOuting* outing) {
 
 }  // namespace
 
-LoadedOuting::LoadedOuting(HostSession& session, std::string file)
-    : session_(session), file_(std::move(file)), outing_(session.Open(file_)) {
+LoadedOuting::LoadedOuting(HostSession& session, std::string file) : session_(session), file_(std::move(file)) {
+  selection_ = session.Select(session.Open(file_).Get(), file_);
+  if (selection_->GetOuting(outing_.Put()) != S_OK) Fail(file_, "the outing could not be selected");
   watch_ = std::make_unique<OutingWatch>(outing_.Get(), file_);
   WaitForLoad();
 }
 
-LoadedOuting::~LoadedOuting() { watch_.reset(); }
+LoadedOuting::~LoadedOuting() {
+  watch_.reset();
+  outing_ = nullptr;
+  // Let go of the outing; the selection stays in the task until the session ends.
+  if (selection_) (void)selection_->Update(kSelectionOuting, nullptr, nullptr, 0, 0, 0, KIV_FALSE);
+}
 
 bool LoadedOuting::Loaded() const {
   ComPtr<IKivPropertySet> information;
@@ -47,7 +54,7 @@ void LoadedOuting::WaitForLoad() {
   if (!Loaded()) Fail(file_, "no channels, events or information could be read (not a valid data set?)");
 }
 
-NameList LoadedOuting::ChannelNames() const { return NamesOf<IKivChannelFactory>(outing_.Get()); }
+NameList LoadedOuting::ChannelNames() const { return NamesOf<IKivChannelFactory>(selection_.Get()); }
 NameList LoadedOuting::EventSetNames() const { return NamesOf<IKivEventsFactory>(outing_.Get()); }
 NameList LoadedOuting::ConstantNames() const { return NamesOf<IKivConstantFactory>(outing_.Get()); }
 
@@ -94,7 +101,9 @@ void LoadedOuting::FailItem(const std::string& what, const std::u16string& name,
 
 template <class Factory, class Item>
 ComPtr<Item> LoadedOuting::Item_(const std::u16string& name, const char* kind) const {
-  auto factory = QueryAs<Factory>(outing_.Get());
+  // Channels come from the selection (proxies), everything else from the outing.
+  auto factory = QueryAs<Factory>(std::is_same_v<Factory, IKivChannelFactory> ? static_cast<IKivUnknown*>(selection_.Get())
+                                                                             : static_cast<IKivUnknown*>(outing_.Get()));
   if (!factory) Fail(file_, std::string("this outing has no ") + kind + "s");
   ComPtr<Item> item;
   const KivResult r = ReadWhenReady(session_, outing_.Get(), file_, [&] { return factory->GetItem(name, item.Put()); });
@@ -104,7 +113,11 @@ ComPtr<Item> LoadedOuting::Item_(const std::u16string& name, const char* kind) c
 }
 
 ComPtr<IKivChannel> LoadedOuting::Channel(const std::u16string& name) const {
-  return Item_<IKivChannelFactory, IKivChannel>(ChannelListName(name), "channel");
+  // A selection hands out a proxy for any name; only a listed one has data.
+  const std::u16string listed = ChannelListName(name);
+  const NameList names = ChannelNames();
+  if (std::find(names.begin(), names.end(), listed) == names.end()) Fail(file_, "no channel \"" + WideToUtf8(name) + "\"");
+  return Item_<IKivChannelFactory, IKivChannel>(listed, "channel");
 }
 
 std::u16string LoadedOuting::ChannelListName(const std::u16string& name) const {

@@ -12,6 +12,7 @@
 #include "velmar/blobs.h"
 #include "velmar/channel.h"
 #include "velmar/constants.h"
+#include "velmar/data_selection.h"
 #include "velmar/data_factory.h"
 #include "velmar/events.h"
 #include "velmar/lap_markers.h"
@@ -22,7 +23,9 @@ namespace velmar::cli {
 
 class LoadedOuting {
  public:
-  // Opens `file` through the session's factory and waits for its load.
+  // Opens `file` through the session's factory, selects it in the session's
+  // task and waits for its load. Channels are read through the selection's
+  // proxies; the rest through the selection's own outing object.
   LoadedOuting(HostSession& session, std::string file);
   ~LoadedOuting();
   LoadedOuting(const LoadedOuting&) = delete;
@@ -30,6 +33,7 @@ class LoadedOuting {
 
   const std::string& file() const { return file_; }
   IKivOuting* outing() const { return outing_.Get(); }
+  IKivDataSelection4* selection() const { return selection_.Get(); }
   HostSession& session() const { return session_; }
 
   NameList ChannelNames() const;
@@ -67,6 +71,7 @@ class LoadedOuting {
 
   HostSession& session_;
   std::string file_;
+  ComPtr<IKivDataSelection4> selection_;
   ComPtr<IKivOuting> outing_;
   std::unique_ptr<OutingWatch> watch_;
 };

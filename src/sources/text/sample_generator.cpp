@@ -99,15 +99,35 @@ KivTime PeriodOf(double rate) {
   return std::max<KivTime>(1, std::llround(1e7 / rate));
 }
 
-// One block of the given columns from 0 to end on a grid of period.
+// The logger's clock: whole seconds of the day, from `clock` at the first sample.
+class ClockSampler : public TextGroupSampler {
+ public:
+  ClockSampler(double clock, KivTime end) : clock_(clock), end_(end) {}
+  Result At(KivTime t, double* value) override {
+    if (t > end_) return Result::kNoMore;
+    *value = std::floor(clock_ + static_cast<double>(t) / 1e7);
+    return Result::kValue;
+  }
+
+ private:
+  double clock_;
+  KivTime end_;
+};
+
+constexpr char16_t kClockName[] = u"Global Time";
+constexpr char16_t kClockUnit[] = u"s";
+
+// One block of the given columns from 0 to end on a grid of period, with
+// the clock as its last column when one is given.
 void AppendCarBlock(std::string& out, SampleCar& car, const std::vector<ColumnDef>& defs, KivTime period,
-                    KivTime end) {
+                    KivTime end, TextGroupSampler* clock = nullptr) {
   std::vector<std::unique_ptr<CarSampler>> samplers;
   std::vector<TextGroupChannel> channels;
   for (const auto& d : defs) {
     samplers.push_back(std::make_unique<CarSampler>(car, d.channel, end));
     channels.push_back({d.name, d.unit, 0, end, period, 1.0, 0.0, samplers.back().get()});
   }
+  if (clock) channels.push_back({kClockName, kClockUnit, 0, end, period, 1.0, 0.0, clock});
   (void)AppendChannelGroupBlock(out, channels, 0);  // fails only on arguments made above
 }
 
@@ -181,7 +201,8 @@ std::string GenerateSampleOuting(const SampleOptions& options) {
   AppendSetupConstants(out);
   AppendCarBlock(out, car, FastDefs(), fast, end);
   SampleCar slowCar(o.seed, o.laps);
-  AppendCarBlock(out, slowCar, {std::begin(kSlow), std::end(kSlow)}, slow, end);
+  ClockSampler clock(o.clock, end);
+  AppendCarBlock(out, slowCar, {std::begin(kSlow), std::end(kSlow)}, slow, end, &clock);
   return out;
 }
 
@@ -256,7 +277,11 @@ const std::vector<std::u16string>& SampleFastColumns() {
 }
 
 const std::vector<std::u16string>& SampleSlowColumns() {
-  static const std::vector<std::u16string> names = Headers({std::begin(kSlow), std::end(kSlow)});
+  static const std::vector<std::u16string> names = [] {
+    std::vector<std::u16string> headers = Headers({std::begin(kSlow), std::end(kSlow)});
+    headers.push_back(std::u16string(kClockName) + u"[" + kClockUnit + u"]");
+    return headers;
+  }();
   return names;
 }
 
@@ -271,7 +296,8 @@ TextStatus WriteSampleFile(const std::filesystem::path& path, std::string_view b
 
 KivResult KivWriteSampleOuting(const std::u16string& path, const KivSampleOptions& options, size_t* bytes) {
   if (options.laps < 1 || !(options.rate > 0)) return E_INVALIDARG;
-  const std::string text = GenerateSampleOuting({options.laps, options.rate, options.seed});
+  if (!(options.clock >= 0 && options.clock < 86400)) return E_INVALIDARG;
+  const std::string text = GenerateSampleOuting({options.laps, options.rate, options.seed, options.clock});
   const TextStatus status = WriteSampleFile(std::filesystem::path(WideToUtf8(path)), text);
   if (!status.ok()) return ToKivResult(status.code());
   if (bytes) *bytes = text.size();

@@ -18,13 +18,14 @@ struct SampleOptions {
   int laps = 5;         // flying laps of about 90 s each
   double rate = 100.0;  // Hz of the fast channels; the slow ones run at a tenth
   uint64_t seed = 1;    // pace, noise and the names in the information block
+  double clock = 36000;  // the logger's clock at the first sample, seconds of the day
 };
 
 // An outing: information block (with one key the format does not know),
 // an "End of lap" event at each crossing of the line, constants, a block of
 // fast channels (speed, engine speed, throttle, brake pressure, gear,
 // accelerations, GPS position, distance, map position) and a block of slow ones
-// (temperatures, fuel).
+// (temperatures, fuel, and the logger's "Global Time" clock in whole seconds).
 std::string GenerateSampleOuting(const SampleOptions& options);
 
 // The circuit map of the sample's circuit, as JSON: its length, its

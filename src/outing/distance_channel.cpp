@@ -1,5 +1,7 @@
 #include "outing/distance_channel.h"
 
+#include <algorithm>
+
 #include <string>
 
 #include "velmar/channel_key.h"
@@ -31,19 +33,24 @@ KivResult FindCommonChannel(IKivDataFactory* channels, CommonChannelRole role, C
   if (!CChannelKey::Parse(text, &key)) return badKey;
   auto factory = QueryAs<IKivChannelFactory>(channels);
   if (!factory) return E_NOINTERFACE;
+  // A factory that lists its names answers only for those; a selection's
+  // would hand out a proxy with no channel behind it for any name.
+  NameList listed;
+  (void)channels->GetNames(&listed);
+  auto usable = [&](const std::u16string& name) {
+    return listed.empty() || std::find(listed.begin(), listed.end(), name) != listed.end();
+  };
   // A channel recorded without its quantity is still the one of that name.
-  KivResult r = factory->GetItem(key.text(), channel->Put());
-  for (const std::u16string& name : {CChannelKey(key.name(), 0).text(), key.name()}) {
-    if (Succeeded(r)) break;
+  KivResult r = E_INVALIDARG;
+  for (const std::u16string& name : {key.text(), CChannelKey(key.name(), 0).text(), key.name()}) {
+    if (!usable(name)) continue;
     r = factory->GetItem(name, channel->Put());
+    if (Succeeded(r)) return r;
   }
   // Last, a channel of that name recorded under another quantity.
-  NameList listed;
-  if (Failed(r) && Succeeded(channels->GetNames(&listed))) {
-    for (const std::u16string& name : listed) {
-      CChannelKey other;
-      if (CChannelKey::Parse(name, &other) && other.name() == key.name()) return factory->GetItem(name, channel->Put());
-    }
+  for (const std::u16string& name : listed) {
+    CChannelKey other;
+    if (CChannelKey::Parse(name, &other) && other.name() == key.name()) return factory->GetItem(name, channel->Put());
   }
   return r;
 }

@@ -68,6 +68,18 @@ CDataSelection::~CDataSelection() {
   finderSink_->SetReceiver(nullptr);
 }
 
+void CDataSelection::SetOwner(ISelectionOwner* owner) {
+  owner_ = owner;
+  IKivVelmar* root = owner ? owner->Root() : nullptr;
+  if (!root) return;
+  // Once only: a factory keeps the first root it is given.
+  ComPtr<IKivUnknown> held;
+  if (Succeeded(CSelectionChannelFactory::GetRoot(held.Put()))) return;
+  (void)CSelectionChannelFactory::SetRoot(root);
+  (void)CSelectionEventsFactory::SetRoot(root);
+  (void)CSelectionMediaFactory::SetRoot(root);
+}
+
 void CDataSelection::Close() {
   if (closing_) return;
   closing_ = true;

@@ -50,8 +50,9 @@ class CDataSelection final
  public:
   CDataSelection();
 
-  // The task that holds it (not counted); null when it lets go.
-  void SetOwner(ISelectionOwner* owner) { owner_ = owner; }
+  // The task that holds it (not counted); null when it lets go. The task's
+  // root becomes the root of the selection's factories.
+  void SetOwner(ISelectionOwner* owner);
   // Shut-down: Update is refused, proxies raise nothing more and let go.
   void Close();
 

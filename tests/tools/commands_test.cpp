@@ -298,3 +298,30 @@ TEST_F(CommandsTest, BadArgumentsExitNonZero) {
 
 }  // namespace
 }  // namespace velmar::testing
+
+namespace velmar::testing {
+namespace {
+
+// Two outings logged at once, their clocks 13 s apart, line up on one clock;
+// a value offset reads through the selection's offset filter.
+TEST_F(CommandsTest, AlignShiftsTheLaterClockAndDumpOffsetsThroughTheSelection) {
+  const std::string early = Path("early.txt"), late = Path("late.txt");
+  ASSERT_EQ(Run({"sample", early, "--laps", "1", "--rate", "20", "--clock", "09:00:00"}).exitCode, 0);
+  ASSERT_EQ(Run({"sample", late, "--laps", "1", "--rate", "20", "--clock", "09:00:13", "--seed", "2"}).exitCode, 0);
+  const CliResult aligned = Run({"align", late, early, "--json"});
+  ASSERT_EQ(aligned.exitCode, 0) << aligned.err;
+  const auto json = nlohmann::json::parse(aligned.out);
+  EXPECT_EQ(json["outings"][0]["shift_ticks"].get<int64_t>(), -130000000);
+  EXPECT_EQ(json["outings"][1]["shift_ticks"].get<int64_t>(), 0);
+  EXPECT_NE(Run({"sample", Path("bad.txt"), "--clock", "25:00:00"}).exitCode, 0);
+
+  const CliResult plain = Run({"dump", early, "Throttle", "--to", "0", "--json"});
+  const CliResult shifted = Run({"dump", early, "Throttle", "--to", "0", "--offset", "2", "--json"});
+  ASSERT_EQ(shifted.exitCode, 0) << shifted.err;
+  const double before = nlohmann::json::parse(plain.out)["channels"][0]["values"][0].get<double>();
+  const double after = nlohmann::json::parse(shifted.out)["channels"][0]["values"][0].get<double>();
+  EXPECT_DOUBLE_EQ(after, before + 2);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -30,5 +30,6 @@ void AddConvertCommand(CLI::App& app, const CommandContext& context);
 void AddLapsCommand(CLI::App& app, const CommandContext& context);
 void AddMarkersCommand(CLI::App& app, const CommandContext& context);
 void AddRegionsCommand(CLI::App& app, const CommandContext& context);
+void AddAlignCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -102,16 +102,6 @@ FinderResult ReadFinder(LoadedOuting& outing, IKivTimeRegionFinder3* finder) {
   return result;
 }
 
-// Seconds with seven decimals: a tick exactly.
-std::string SevenDecimals(KivTime time) {
-  const bool negative = time < 0;
-  const uint64_t ticks = negative ? 0 - static_cast<uint64_t>(time) : static_cast<uint64_t>(time);
-  char text[48];
-  std::snprintf(text, sizeof text, "%s%" PRIu64 ".%07" PRIu64, negative ? "-" : "", ticks / 10'000'000,
-                ticks % 10'000'000);
-  return text;
-}
-
 void Run(const RegionsOptions& options, const CommandContext& context) {
   const Guid clsid = FinderClass(options.finder);
   HostSession session(context.timeout(), context.progress());

@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
   AddLapsCommand(app, context);
   AddMarkersCommand(app, context);
   AddRegionsCommand(app, context);
+  AddAlignCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

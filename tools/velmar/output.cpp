@@ -1,6 +1,8 @@
 #include "output.h"
 
 #include <charconv>
+#include <cinttypes>
+#include <cstdio>
 #include <cmath>
 #include <ostream>
 
@@ -77,6 +79,15 @@ void WriteTsvRow(std::ostream& out, const std::vector<std::string>& fields) {
 
 void WriteJson(std::ostream& out, const Json& document) {
   out << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+std::string SevenDecimals(KivTime time) {
+  const bool negative = time < 0;
+  const uint64_t ticks = negative ? 0 - static_cast<uint64_t>(time) : static_cast<uint64_t>(time);
+  char text[48];
+  std::snprintf(text, sizeof text, "%s%" PRIu64 ".%07" PRIu64, negative ? "-" : "", ticks / 10'000'000,
+                ticks % 10'000'000);
+  return text;
 }
 
 }  // namespace velmar::cli

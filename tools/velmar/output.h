@@ -23,6 +23,8 @@ KivTime TicksOfSeconds(double seconds);
 
 // A time in seconds in the library's one text form ("12.5").
 std::string FormatSeconds(KivTime time);
+// Seconds with seven decimals: a tick exactly ("-13.0000000").
+std::string SevenDecimals(KivTime time);
 // A value in ten significant digits; empty for a missing or NaN value.
 std::string FormatValue(std::optional<double> value);
 // The same two forms added to the end of `out`, for bulk output.

@@ -19,6 +19,13 @@ echo "== velmar laps $sample"
 "$cli" laps "$sample"
 echo "== velmar regions $sample --finder segment --map $out/sample.map.json (first lap)"
 "$cli" regions "$sample" --finder segment --map "$out/sample.map.json" | head -8
+echo "== velmar regions $sample --finder outing"
+"$cli" regions "$sample" --finder outing
+echo "== velmar dump $sample Speed --to 0.1 --offset 5 (through a selection's offset filter)"
+"$cli" dump "$sample" Speed --to 0.1 --offset 5
+echo "== velmar align: a second car logged 13 s later on its own clock"
+"$cli" sample "$out/second.txt" --laps 1 --rate 50 --seed 2 --clock 10:00:13 >/dev/null
+"$cli" align "$sample" "$out/second.txt"
 echo "== velmar convert $sample $store"
 if "$cli" convert "$sample" "$store"; then
   echo "== velmar channels $store"

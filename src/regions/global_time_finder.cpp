@@ -148,12 +148,7 @@ KivResult CGlobalTimeFinder::Populate() {
       ReleaseGroup();
       return E_FAIL;
     }
-    const GlobalTimeAnchor& best = GlobalTimeGroupOf(groupKey_).best;
-    KivTime shift = 0;
-    if (anchor_.value > best.value || (anchor_.value == best.value && anchor_.offset < best.offset)) {
-      shift = anchor_.offset - best.offset -
-              static_cast<KivTime>(std::trunc((anchor_.value - best.value) * static_cast<double>(kSecond)));
-    }
+    const KivTime shift = GlobalTimeShift(anchor_, GlobalTimeGroupOf(groupKey_).best);
     mutable_regions().Add(start + shift, end, kRegionName);
     shifted = true;
     result = S_OK;

@@ -1,5 +1,7 @@
 #include "regions/global_time_groups.h"
 
+#include <cmath>
+
 namespace velmar {
 namespace {
 
@@ -35,6 +37,14 @@ void GlobalTimeGroup::Remove(const void* finder) {
   for (const auto& [member, entry] : entries) {
     if (Better(entry, best)) best = entry;
   }
+}
+
+KivTime GlobalTimeShift(const GlobalTimeAnchor& anchor, const GlobalTimeAnchor& reference) {
+  if (!(anchor.value > reference.value || (anchor.value == reference.value && anchor.offset < reference.offset)))
+    return 0;
+  // Ticks of the clock readings' difference, truncated toward zero.
+  return anchor.offset - reference.offset -
+         static_cast<KivTime>(std::trunc((anchor.value - reference.value) * 1e7));
 }
 
 GlobalTimeGroup& GlobalTimeGroupOf(const void* task) { return Table()[task]; }

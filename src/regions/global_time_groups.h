@@ -32,6 +32,11 @@ struct GlobalTimeGroup {
   void Remove(const void* finder);
 };
 
+// How far a member's region starts before (negative) its own start, so
+// that it starts at the reference's first instant: 0 for the reference and
+// for a member whose clock read less (a reference not yet settled).
+KivTime GlobalTimeShift(const GlobalTimeAnchor& anchor, const GlobalTimeAnchor& reference);
+
 // The group of `task`, made when first asked for.
 GlobalTimeGroup& GlobalTimeGroupOf(const void* task);
 // The group of `task`, or null when none was ever made.

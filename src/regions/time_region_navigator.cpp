@@ -199,6 +199,18 @@ void CTimeRegionNavigator::ApplyTaskDefault(IKivDataSelection* selection) {
   }
 }
 
+void CTimeRegionNavigator::AttachSelection(IKivDataSelection* selection) {
+  if (selection == selection_.Get()) return;
+  DropSelection();
+  HoldSelection(selection);
+}
+
+void CTimeRegionNavigator::DetachSelection(IKivDataSelection* selection) {
+  if (selection != selection_.Get()) return;
+  DropTask();
+  DropSelection();
+}
+
 void CTimeRegionNavigator::AttachSaved(IKivDataSelection* selection, KivTime start, KivTime end) {
   if (selection != selection_.Get()) {
     DropSelection();

@@ -47,6 +47,11 @@ class CTimeRegionNavigator final
   KivResult SelectLastCompleteRegion(IKivDataSelection* selection) override;
   KivResult SelectWholeSpan(IKivDataSelection* selection) override;
 
+  // The selection that took this navigator: from now it hears the
+  // selection's outing changes (and hands the new outing to its finder).
+  void AttachSelection(IKivDataSelection* selection);
+  // The selection lets go of this navigator (it closes, or took another).
+  void DetachSelection(IKivDataSelection* selection);
   // A loaded selection's saved span: kept as the span last applied, nothing
   // applied now, and the navigator becomes active.
   void AttachSaved(IKivDataSelection* selection, KivTime start, KivTime end);

@@ -4,6 +4,7 @@
 
 #include "core/fatal_stop.h"
 #include "outing/outing_factory.h"
+#include "regions/time_region_navigator.h"
 #include "velmar/data_factory.h"
 #include "velmar/property_set.h"
 #include "velmar/text.h"
@@ -382,9 +383,14 @@ void CDataSelection::OnOutingEvent() {
 // Navigator, finder, names.
 
 void CDataSelection::AttachNavigator(IKivTimeRegionNavigator* navigator) {
+  // The old navigator holds this selection: it lets go first, so that no
+  // cycle of references outlives the two.
+  if (auto* old = dynamic_cast<CTimeRegionNavigator*>(navigator_.Get())) old->DetachSelection(this);
   if (navigator_) navigatorSink_->Disconnect(navigator_.Get());
   navigator_ = navigator;
   if (navigator_) (void)navigatorSink_->Connect(navigator_.Get());
+  // The library's navigator follows this selection's outing from now on.
+  if (auto* ours = dynamic_cast<CTimeRegionNavigator*>(navigator)) ours->AttachSelection(this);
   ComPtr<IKivTimeRegionFinder> finder;
   if (navigator_) (void)navigator_->GetFinder(finder.Put());
   FollowFinder(finder.Get());

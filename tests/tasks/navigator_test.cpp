@@ -1,0 +1,124 @@
+#include "regions/time_region_navigator.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/async/dispatcher.h"
+#include "platform/async/job_engine.h"
+#include "sources/text/text_outing_source.h"
+#include "support/temp_dir.h"
+#include "tasks/task.h"
+#include "velmar/sample.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+// A task's new selection on a generated outing, with the task's default
+// navigator and lap finder, as a host's screen gets one.
+class NavigatorTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(Succeeded(RegisterTextOutingSource()));
+    ASSERT_EQ(StgCreateMemoryStorage(storage_.Put()), S_OK);
+    ASSERT_EQ(CreateTask(&task_), S_OK);
+    ASSERT_EQ(task_->InitNew(storage_.Get()), S_OK);
+    DataSelectionList added;
+    ASSERT_EQ(task_->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added), S_OK);
+    selection_ = added.front();
+    ASSERT_EQ(selection_->GetNavigator(navigator_.Put()), S_OK);
+    const std::u16string path = Utf8ToWide((dir_ / "a.txt").string());
+    ASSERT_EQ(KivWriteSampleOuting(path, {4, 10.0, 3}), S_OK);
+    ComPtr<IKivOuting> outing;
+    ASSERT_EQ(OpenTextOuting(path, false, &outing), S_OK);
+    ASSERT_EQ(selection_->Update(kSelectionOuting, outing.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+    ASSERT_EQ(navigator_->GetFinder(finder_.Put()), S_OK);
+    // The outing loads on its worker; the finder's regions follow.
+    for (int round = 0; round < 4; ++round) {
+      ComPtr<IKivTimeRegions> regions;
+      (void)finder_->GetRegions(regions.Put());
+      ASSERT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+    }
+    ASSERT_EQ(finder_->GetRegions(regions_.Put()), S_OK);
+  }
+  void TearDown() override {
+    regions_ = nullptr;
+    finder_ = nullptr;
+    navigator_ = nullptr;
+    selection_ = nullptr;
+    task_ = nullptr;
+    EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+  }
+  std::pair<KivTime, KivTime> Span() {
+    KivTime start = 0, end = 0;
+    EXPECT_EQ(selection_->GetStartTime(&start), S_OK);
+    EXPECT_EQ(selection_->GetEndTime(&end), S_OK);
+    return {start, end};
+  }
+  std::pair<KivTime, KivTime> Region(int32_t i) {
+    KivTime start = 0, end = 0;
+    EXPECT_EQ(regions_->GetStart(i, &start), S_OK);
+    EXPECT_EQ(regions_->GetEnd(i, &end), S_OK);
+    return {start, end};
+  }
+  bool Can(KivResult (IKivTimeRegionNavigator::*can)(IKivDataSelection*, KivBool*)) {
+    KivBool answer = KIV_FALSE;
+    EXPECT_EQ((navigator_.Get()->*can)(selection_.Get(), &answer), S_OK);
+    return answer == KIV_TRUE;
+  }
+
+  Dispatcher dispatcher_;
+  Dispatcher::ScopedCurrent current_{dispatcher_};
+  TempDir dir_;
+  ComPtr<IKivStorage> storage_;
+  ComPtr<CTask> task_;
+  ComPtr<IKivDataSelection4> selection_;
+  ComPtr<IKivTimeRegionNavigator> navigator_;
+  ComPtr<IKivTimeRegionFinder> finder_;
+  ComPtr<IKivTimeRegions> regions_;
+};
+
+TEST_F(NavigatorTest, ANewOutingStartsOnTheFastestLapOnceTheLapsAreKnown) {
+  int32_t fastest = 0;
+  ASSERT_EQ(finder_->GetDefaultRegion(&fastest), S_OK);
+  EXPECT_EQ(Span(), Region(fastest)) << "the task's default mode is the finder's default region";
+  std::u16string name, expected;
+  ASSERT_EQ(selection_->GetRegionName(&name), S_OK);
+  ASSERT_EQ(regions_->GetName(fastest, fastest, &expected), S_OK);
+  EXPECT_EQ(name, expected);
+}
+
+TEST_F(NavigatorTest, StepsWalkTheLapsAndStopAtTheEnds) {
+  int32_t count = 0;
+  ASSERT_EQ(regions_->GetCount(&count), S_OK);
+  ASSERT_GE(count, 3);
+  ASSERT_EQ(selection_->Update(kSelectionIncludeAuxiliary, nullptr, nullptr, 0, 0, 0, KIV_TRUE), S_OK);
+  ASSERT_EQ(navigator_->GoFirst(selection_.Get()), S_OK);
+  EXPECT_EQ(Span(), Region(1));
+  EXPECT_FALSE(Can(&IKivTimeRegionNavigator::CanGoPrevious));
+  EXPECT_EQ(navigator_->GoPrevious(selection_.Get()), S_FALSE) << "already there: nothing applied";
+  EXPECT_TRUE(Can(&IKivTimeRegionNavigator::CanGoNext));
+  ASSERT_EQ(navigator_->GoNext(selection_.Get()), S_OK);
+  EXPECT_EQ(Span(), Region(2));
+  ASSERT_EQ(navigator_->GoLast(selection_.Get()), S_OK);
+  EXPECT_EQ(Span(), Region(count));
+  EXPECT_FALSE(Can(&IKivTimeRegionNavigator::CanGoNext));
+  EXPECT_EQ(navigator_->GoNext(nullptr), E_INVALIDARG);
+  KivBool answer = KIV_FALSE;
+  EXPECT_EQ(navigator_->CanGoNext(selection_.Get(), nullptr), E_POINTER);
+  auto empty = MakeKiv<CTimeRegionNavigator>();
+  EXPECT_EQ(empty->CanGoNext(selection_.Get(), &answer), E_UNEXPECTED) << "no finder";
+}
+
+TEST_F(NavigatorTest, TheWholeSpanModeCoversTheRunAndAChangedFinderIsPersisted) {
+  auto navigator2 = QueryAs<IKivTimeRegionNavigator2>(navigator_.Get());
+  ASSERT_EQ(navigator2->SelectWholeSpan(selection_.Get()), S_OK);
+  int32_t count = 0;
+  ASSERT_EQ(regions_->GetCount(&count), S_OK);
+  EXPECT_LE(Region(1).first, Span().first);
+  EXPECT_EQ(Span().second <= Region(count).second, true);
+  EXPECT_EQ(navigator_->SetFinder(finder_.Get()), S_OK) << "the same finder again changes nothing";
+  EXPECT_EQ(navigator_->SetFinder(nullptr), E_INVALIDARG);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -65,4 +65,16 @@ KivResult ReadStreamText(IKivStream* stream, std::u16string* text) {
   return r;
 }
 
+KivResult EndStreamHere(IKivStream* stream) {
+  uint64_t end = 0;
+  if (KivResult r = stream->Seek(0, STREAM_SEEK_CUR, &end); Failed(r)) return r;
+  return stream->SetSize(end);
+}
+
+KivResult RewriteStreamU32(IKivStream* stream, uint32_t value) {
+  if (KivResult r = stream->Seek(0, STREAM_SEEK_SET, nullptr); Failed(r)) return r;
+  if (KivResult r = WriteStreamU32(stream, value); Failed(r)) return r;
+  return EndStreamHere(stream);
+}
+
 }  // namespace velmar

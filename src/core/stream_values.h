@@ -28,6 +28,11 @@ inline constexpr uint32_t kMaxStreamTextBytes = 0x100000;
 // the stream back its position and leaves `text` alone.
 [[nodiscard]] KivResult WriteStreamText(IKivStream* stream, const std::u16string& text);
 [[nodiscard]] KivResult ReadStreamText(IKivStream* stream, std::u16string* text);
+// The stream ends at its seek position (what lay beyond goes).
+[[nodiscard]] KivResult EndStreamHere(IKivStream* stream);
+// The stream is one u32 `value` from its start.
+[[nodiscard]] KivResult RewriteStreamU32(IKivStream* stream, uint32_t value);
+
 // The bytes WriteStreamText writes for `text`.
 uint64_t StreamTextSize(const std::u16string& text);
 

@@ -21,17 +21,6 @@ constexpr uint32_t kStreamMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
 KivResult Rewind(IKivStream* stream) { return stream->Seek(0, STREAM_SEEK_SET, nullptr); }
 
-KivResult EndHere(IKivStream* stream) {
-  uint64_t end = 0;
-  if (KivResult r = stream->Seek(0, STREAM_SEEK_CUR, &end); Failed(r)) return r;
-  return stream->SetSize(end);
-}
-
-KivResult WriteVersionWord(IKivStream* stream, uint32_t version) {
-  if (KivResult r = Rewind(stream); Failed(r)) return r;
-  if (KivResult r = WriteStreamU32(stream, version); Failed(r)) return r;
-  return EndHere(stream);
-}
 
 }  // namespace
 
@@ -69,12 +58,12 @@ KivResult CDataSelection::WriteNavigator() {
   if (KivResult r = Rewind(stream); Failed(r)) return r;
   auto persist = QueryAs<IKivPersistStream>(finder_.Get());
   Guid clsid;
-  if (!persist || Failed(persist->GetClassId(&clsid))) return EndHere(stream);
+  if (!persist || Failed(persist->GetClassId(&clsid))) return EndStreamHere(stream);
   // The identifier's in-memory form, as the platform writes one.
   static_assert(sizeof(Guid) == 16);
   if (KivResult r = WriteStreamBytes(stream, &clsid, sizeof clsid); Failed(r)) return r;
   if (KivResult r = persist->Save(stream, KIV_TRUE); Failed(r)) return r;
-  return EndHere(stream);
+  return EndStreamHere(stream);
 }
 
 KivResult CDataSelection::WriteOffsets() {
@@ -90,7 +79,7 @@ KivResult CDataSelection::WriteOffsets() {
     if (KivResult r = WriteStreamText(stream, name); Failed(r)) return r;
     if (KivResult r = WriteStreamBytes(stream, &offset, sizeof offset); Failed(r)) return r;
   }
-  return EndHere(stream);
+  return EndStreamHere(stream);
 }
 
 KivResult CDataSelection::WritePopUps() {
@@ -100,7 +89,7 @@ KivResult CDataSelection::WritePopUps() {
   if (KivResult r = Rewind(stream); Failed(r)) return r;
   if (KivResult r = WriteStreamU32(stream, kPopUpsVersion); Failed(r)) return r;
   if (KivResult r = WriteStreamBytes(stream, &flag, 1); Failed(r)) return r;
-  return EndHere(stream);
+  return EndStreamHere(stream);
 }
 
 KivResult CDataSelection::CreateStreams(IKivStorage* storage, Streams* out) {
@@ -135,7 +124,7 @@ KivResult CDataSelection::InitNew(IKivStorage* storage) {
   if (KivResult r = CreateStreams(storage, &s); Failed(r)) return r;
   streams_ = std::move(s);
   dirty_ = true;
-  for (KivResult r : {WriteVersionWord(streams_.version.Get(), kSelectionStreamVersion), WriteHeader(0),
+  for (KivResult r : {RewriteStreamU32(streams_.version.Get(), kSelectionStreamVersion), WriteHeader(0),
                       WriteTexts(), WriteNavigator(), WriteOffsets(), WritePopUps()}) {
     if (Failed(r)) return r;
   }
@@ -154,7 +143,7 @@ KivResult CDataSelection::Save(IKivStorage* storage, KivBool sameAsLoad) {
   KivResult r = CreateStreams(storage, &target);
   if (Succeeded(r)) {
     streams_ = std::move(target);
-    for (KivResult w : {WriteVersionWord(streams_.version.Get(), kSelectionStreamVersion), WriteHeader(0),
+    for (KivResult w : {RewriteStreamU32(streams_.version.Get(), kSelectionStreamVersion), WriteHeader(0),
                         WriteTexts(), WriteNavigator(), WriteOffsets(), WritePopUps()}) {
       if (Failed(w) && Succeeded(r)) r = w;
     }
@@ -184,7 +173,7 @@ KivResult CDataSelection::LoadProperties(SelectionProperties* p) {
   if (Failed(Rewind(streams_.version.Get())) || Failed(ReadStreamU32(streams_.version.Get(), &version)))
     return E_FAIL;
   if (version > kSelectionStreamVersion) return STG_E_OLDDLL;
-  if (version < kSelectionStreamVersion && Failed(WriteVersionWord(streams_.version.Get(), kSelectionStreamVersion)))
+  if (version < kSelectionStreamVersion && Failed(RewriteStreamU32(streams_.version.Get(), kSelectionStreamVersion)))
     return E_FAIL;
   return ReadSelectionProperties(streams_.properties.Get(), p);
 }

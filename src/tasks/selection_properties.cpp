@@ -1,8 +1,8 @@
 #include "tasks/selection_properties.h"
 
 #include <array>
-#include <cstring>
 
+#include "core/byte_fields.h"
 #include "core/stream_values.h"
 #include "outing/outing_type_table.h"
 
@@ -11,17 +11,6 @@ namespace {
 
 using Header = std::array<uint8_t, kSelectionHeaderSize>;
 
-template <class T>
-T Get(const Header& h, size_t at) {
-  T v;
-  std::memcpy(&v, h.data() + at, sizeof v);
-  return v;
-}
-
-template <class T>
-void Put(Header& h, size_t at, T v) {
-  std::memcpy(h.data() + at, &v, sizeof v);
-}
 
 // Version 1 names the outing's kind by its row in the type table.
 std::u16string TypeIdOfRow(uint32_t row) {
@@ -38,7 +27,7 @@ KivResult ReadOldTexts(IKivStream* stream, const Header& h, SelectionProperties*
   if (KivResult r = ReadStreamText(stream, &p->regionName); Failed(r)) return r;
   if (KivResult r = ReadStreamText(stream, &p->path); Failed(r)) return r;
   if (p->version == 1) {
-    p->outingId = TypeIdOfRow(Get<uint32_t>(h, 44));
+    p->outingId = TypeIdOfRow(GetField<uint32_t>(h, 44));
     return S_OK;
   }
   if (KivResult r = ReadStreamText(stream, &p->outingId); Failed(r)) return r;
@@ -54,13 +43,13 @@ KivResult ReadSelectionProperties(IKivStream* stream, SelectionProperties* out) 
   if (Failed(stream->Seek(0, STREAM_SEEK_SET, nullptr)) || Failed(ReadStreamBytes(stream, h.data(), h.size())))
     return E_FAIL;
   SelectionProperties p;
-  p.version = Get<uint32_t>(h, 4);
+  p.version = GetField<uint32_t>(h, 4);
   if (p.version == 0) return E_FAIL;
   if (p.version > kSelectionHeaderVersion) return STG_E_OLDDLL;
-  p.colour = Get<uint32_t>(h, 8);
-  p.start = Get<int64_t>(h, 16);
-  p.end = Get<int64_t>(h, 24);
-  p.timeOffset = Get<int64_t>(h, 32);
+  p.colour = GetField<uint32_t>(h, 8);
+  p.start = GetField<int64_t>(h, 16);
+  p.end = GetField<int64_t>(h, 24);
+  p.timeOffset = GetField<int64_t>(h, 32);
   p.includeAuxiliary = h[40] != 0;
   if (p.version < kSelectionHeaderVersion) {
     if (KivResult r = ReadOldTexts(stream, h, &p); Failed(r)) return E_FAIL;
@@ -78,12 +67,12 @@ KivResult ReadSelectionProperties(IKivStream* stream, SelectionProperties* out) 
 KivResult WriteSelectionHeader(IKivStream* stream, const SelectionProperties& p) {
   if (!stream) return E_POINTER;
   Header h{};
-  Put<uint32_t>(h, 0, kSelectionHeaderSize);
-  Put<uint32_t>(h, 4, kSelectionHeaderVersion);
-  Put<uint32_t>(h, 8, p.colour);
-  Put<int64_t>(h, 16, p.start);
-  Put<int64_t>(h, 24, p.end);
-  Put<int64_t>(h, 32, p.timeOffset);
+  PutField<uint32_t>(h, 0, kSelectionHeaderSize);
+  PutField<uint32_t>(h, 4, kSelectionHeaderVersion);
+  PutField<uint32_t>(h, 8, p.colour);
+  PutField<int64_t>(h, 16, p.start);
+  PutField<int64_t>(h, 24, p.end);
+  PutField<int64_t>(h, 32, p.timeOffset);
   h[40] = p.includeAuxiliary ? 1 : 0;
   h[41] = p.clientFlag ? 1 : 0;
   h[42] = p.overrideProperties ? 1 : 0;
@@ -97,9 +86,7 @@ KivResult WriteSelectionTexts(IKivStream* stream, const SelectionProperties& p) 
   for (const std::u16string* text : {&p.regionName, &p.path, &p.outingId, &p.label}) {
     if (KivResult r = WriteStreamText(stream, *text); Failed(r)) return r;
   }
-  uint64_t end = 0;
-  if (KivResult r = stream->Seek(0, STREAM_SEEK_CUR, &end); Failed(r)) return r;
-  return stream->SetSize(end);
+  return EndStreamHere(stream);
 }
 
 }  // namespace velmar

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
+#include "core/byte_fields.h"
 #include "core/stream_values.h"
 
 namespace velmar {
@@ -14,23 +14,6 @@ constexpr uint32_t kListVersion = 1;
 
 using Header = std::array<uint8_t, kTaskHeaderSize>;
 
-template <class T>
-T Get(const Header& h, size_t at) {
-  T v;
-  std::memcpy(&v, h.data() + at, sizeof v);
-  return v;
-}
-
-template <class T>
-void Put(Header& h, size_t at, T v) {
-  std::memcpy(h.data() + at, &v, sizeof v);
-}
-
-KivResult EndHere(IKivStream* stream) {
-  uint64_t end = 0;
-  if (KivResult r = stream->Seek(0, STREAM_SEEK_CUR, &end); Failed(r)) return r;
-  return stream->SetSize(end);
-}
 
 }  // namespace
 
@@ -39,18 +22,18 @@ KivResult ReadTaskProperties(IKivStream* stream, TaskProperties* out) {
   Header h{};
   if (Failed(stream->Seek(0, STREAM_SEEK_SET, nullptr)) || Failed(ReadStreamBytes(stream, h.data(), h.size())))
     return E_FAIL;
-  if (Get<uint32_t>(h, 4) > kTaskHeaderVersion) return STG_E_OLDDLL;
+  if (GetField<uint32_t>(h, 4) > kTaskHeaderVersion) return STG_E_OLDDLL;
   TaskProperties p;
-  p.activeSelection = Get<int32_t>(h, 8);
-  p.colourSeed = Get<uint32_t>(h, 12);
-  p.secondSelection = Get<int32_t>(h, 16);
-  p.currentTime = Get<int64_t>(h, 24);
+  p.activeSelection = GetField<int32_t>(h, 8);
+  p.colourSeed = GetField<uint32_t>(h, 12);
+  p.secondSelection = GetField<int32_t>(h, 16);
+  p.currentTime = GetField<int64_t>(h, 24);
   p.followLive = h[32] != 0;
   p.watchEnabled = h[33] != 0;
-  p.watchMode = Get<uint32_t>(h, 36);
-  p.watchSelection = Get<int32_t>(h, 40);
-  p.defaultRegionMode = Get<uint32_t>(h, 48);
-  p.defaultFinderClass = Get<Guid>(h, 56);
+  p.watchMode = GetField<uint32_t>(h, 36);
+  p.watchSelection = GetField<int32_t>(h, 40);
+  p.defaultRegionMode = GetField<uint32_t>(h, 48);
+  p.defaultFinderClass = GetField<Guid>(h, 56);
   p.watchFollows = h[72] != 0;
   for (std::u16string* text : {&p.name, &p.description, &p.watchFolder}) {
     if (Failed(ReadStreamText(stream, text))) return E_FAIL;
@@ -62,25 +45,25 @@ KivResult ReadTaskProperties(IKivStream* stream, TaskProperties* out) {
 KivResult WriteTaskProperties(IKivStream* stream, const TaskProperties& p) {
   if (!stream) return E_POINTER;
   Header h{};
-  Put<uint32_t>(h, 0, kTaskHeaderSize);
-  Put<uint32_t>(h, 4, kTaskHeaderVersion);
-  Put<int32_t>(h, 8, p.activeSelection);
-  Put<uint32_t>(h, 12, p.colourSeed);
-  Put<int32_t>(h, 16, p.secondSelection);
-  Put<int64_t>(h, 24, p.currentTime);
+  PutField<uint32_t>(h, 0, kTaskHeaderSize);
+  PutField<uint32_t>(h, 4, kTaskHeaderVersion);
+  PutField<int32_t>(h, 8, p.activeSelection);
+  PutField<uint32_t>(h, 12, p.colourSeed);
+  PutField<int32_t>(h, 16, p.secondSelection);
+  PutField<int64_t>(h, 24, p.currentTime);
   h[32] = p.followLive ? 1 : 0;
   h[33] = p.watchEnabled ? 1 : 0;
-  Put<uint32_t>(h, 36, p.watchMode);
-  Put<int32_t>(h, 40, p.watchSelection);
-  Put<uint32_t>(h, 48, p.defaultRegionMode);
-  Put<Guid>(h, 56, p.defaultFinderClass);
+  PutField<uint32_t>(h, 36, p.watchMode);
+  PutField<int32_t>(h, 40, p.watchSelection);
+  PutField<uint32_t>(h, 48, p.defaultRegionMode);
+  PutField<Guid>(h, 56, p.defaultFinderClass);
   h[72] = p.watchFollows ? 1 : 0;
   if (KivResult r = stream->Seek(0, STREAM_SEEK_SET, nullptr); Failed(r)) return r;
   if (KivResult r = WriteStreamBytes(stream, h.data(), h.size()); Failed(r)) return r;
   for (const std::u16string* text : {&p.name, &p.description, &p.watchFolder}) {
     if (KivResult r = WriteStreamText(stream, *text); Failed(r)) return r;
   }
-  return EndHere(stream);
+  return EndStreamHere(stream);
 }
 
 KivResult ReadNameList(IKivStream* stream, NameListStream* out) {
@@ -111,7 +94,7 @@ KivResult WriteNameList(IKivStream* stream, const NameListStream& list) {
   for (const std::u16string& name : list.names) {
     if (KivResult r = WriteStreamText(stream, name); Failed(r)) return r;
   }
-  return EndHere(stream);
+  return EndStreamHere(stream);
 }
 
 }  // namespace velmar

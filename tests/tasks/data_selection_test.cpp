@@ -6,13 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/async/dispatcher.h"
-#include "platform/async/job_engine.h"
-#include "sources/text/text_outing_source.h"
-#include "support/temp_dir.h"
-#include "tasks/task.h"
-#include "velmar/sample.h"
-#include "velmar/text.h"
+#include "selection_fixture.h"
 
 namespace velmar::testing {
 namespace {
@@ -61,34 +55,13 @@ class DataLog final : public CDataNotificationsReceiver {
   ComPtr<CDataNotificationsSink<>> sink_ = MakeKiv<CDataNotificationsSink<>>();
 };
 
-class DataSelectionTest : public ::testing::Test {
+class DataSelectionTest : public SelectionFixture {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(Succeeded(RegisterTextOutingSource()));
-    ASSERT_EQ(StgCreateMemoryStorage(storage_.Put()), S_OK);
-    ASSERT_EQ(CreateTask(&task_), S_OK);
-    ASSERT_EQ(task_->InitNew(storage_.Get()), S_OK);
-    DataSelectionList added;
-    ASSERT_EQ(task_->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added), S_OK);
-    selection_ = added.front();
-  }
-  void TearDown() override {
-    selection_ = nullptr;
-    task_ = nullptr;
-    EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
-  }
-  ComPtr<IKivOuting> Sample(const char* name, uint64_t seed) {
-    const std::u16string path = Utf8ToWide((dir_ / name).string());
-    EXPECT_EQ(KivWriteSampleOuting(path, {1, 10.0, seed}), S_OK);
-    ComPtr<IKivOuting> outing;
-    EXPECT_EQ(OpenTextOuting(path, false, &outing), S_OK);
-    return outing;
-  }
   std::vector<double> Values(IKivChannel* channel) {
     ComPtr<IKivChannelIterator2> iterator;
     KivResult r = channel->GetIterator(iterator.Put());
     for (int round = 0; r == KIV_E_PENDING && round < 5; ++round) {
-      EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+      EXPECT_TRUE(Settle());
       r = channel->GetIterator(iterator.Put());
     }
     if (r != S_OK) return {};
@@ -106,17 +79,10 @@ class DataSelectionTest : public ::testing::Test {
     ComPtr<IKivOuting> outing;
     EXPECT_EQ(selection_->GetOuting(outing.Put()), S_OK);
     (void)QueryAs<IKivChannelFactory>(outing.Get())->GetNames(&names);
-    EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+    EXPECT_TRUE(Settle());
     EXPECT_EQ(QueryAs<IKivChannelFactory>(selection_.Get())->GetNames(&names), S_OK);
     return names;
   }
-
-  Dispatcher dispatcher_;
-  Dispatcher::ScopedCurrent current_{dispatcher_};
-  TempDir dir_;
-  ComPtr<IKivStorage> storage_;
-  ComPtr<CTask> task_;
-  ComPtr<IKivDataSelection4> selection_;
 };
 
 TEST_F(DataSelectionTest, UpdateRaisesItsEventsInOrderAndTheSameSpanIsNoChange) {

@@ -2,41 +2,26 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/async/dispatcher.h"
-#include "platform/async/job_engine.h"
-#include "sources/text/text_outing_source.h"
-#include "support/temp_dir.h"
-#include "tasks/task.h"
-#include "velmar/sample.h"
-#include "velmar/text.h"
+#include "selection_fixture.h"
 
 namespace velmar::testing {
 namespace {
 
 // A task's new selection on a generated outing, with the task's default
 // navigator and lap finder, as a host's screen gets one.
-class NavigatorTest : public ::testing::Test {
+class NavigatorTest : public SelectionFixture {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(Succeeded(RegisterTextOutingSource()));
-    ASSERT_EQ(StgCreateMemoryStorage(storage_.Put()), S_OK);
-    ASSERT_EQ(CreateTask(&task_), S_OK);
-    ASSERT_EQ(task_->InitNew(storage_.Get()), S_OK);
-    DataSelectionList added;
-    ASSERT_EQ(task_->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added), S_OK);
-    selection_ = added.front();
+    SelectionFixture::SetUp();
     ASSERT_EQ(selection_->GetNavigator(navigator_.Put()), S_OK);
-    const std::u16string path = Utf8ToWide((dir_ / "a.txt").string());
-    ASSERT_EQ(KivWriteSampleOuting(path, {4, 10.0, 3}), S_OK);
-    ComPtr<IKivOuting> outing;
-    ASSERT_EQ(OpenTextOuting(path, false, &outing), S_OK);
+    ComPtr<IKivOuting> outing = Sample("a.txt", 3, 4);
     ASSERT_EQ(selection_->Update(kSelectionOuting, outing.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
     ASSERT_EQ(navigator_->GetFinder(finder_.Put()), S_OK);
     // The outing loads on its worker; the finder's regions follow.
     for (int round = 0; round < 4; ++round) {
       ComPtr<IKivTimeRegions> regions;
       (void)finder_->GetRegions(regions.Put());
-      ASSERT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+      ASSERT_TRUE(Settle());
     }
     ASSERT_EQ(finder_->GetRegions(regions_.Put()), S_OK);
   }
@@ -44,9 +29,7 @@ class NavigatorTest : public ::testing::Test {
     regions_ = nullptr;
     finder_ = nullptr;
     navigator_ = nullptr;
-    selection_ = nullptr;
-    task_ = nullptr;
-    EXPECT_TRUE(Async_RunUntilSettled(dispatcher_, std::chrono::seconds(30)));
+    SelectionFixture::TearDown();
   }
   std::pair<KivTime, KivTime> Span() {
     KivTime start = 0, end = 0;
@@ -66,12 +49,6 @@ class NavigatorTest : public ::testing::Test {
     return answer == KIV_TRUE;
   }
 
-  Dispatcher dispatcher_;
-  Dispatcher::ScopedCurrent current_{dispatcher_};
-  TempDir dir_;
-  ComPtr<IKivStorage> storage_;
-  ComPtr<CTask> task_;
-  ComPtr<IKivDataSelection4> selection_;
   ComPtr<IKivTimeRegionNavigator> navigator_;
   ComPtr<IKivTimeRegionFinder> finder_;
   ComPtr<IKivTimeRegions> regions_;

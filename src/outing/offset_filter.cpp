@@ -46,7 +46,6 @@ void Detach(const DataBlockList& blocks) {
 CBasicOffsetFilter::CBasicOffsetFilter() : blocks_(std::make_shared<const DataBlockList>()) {}
 
 CBasicOffsetFilter::~CBasicOffsetFilter() {
-  iterator_ = nullptr;
   Detach(*blocks_);
   blocks_.reset();
   parent_ = nullptr;
@@ -143,8 +142,11 @@ KivResult CBasicOffsetFilter::GetIterator(IKivChannelIterator2** iterator) {
   *iterator = nullptr;
   inputDirty_.Process();
   if (blocks_->empty()) return KIV_E_PENDING;
-  if (!iterator_) iterator_ = MakeKiv<CChannelIterator>(blocks_, ComPtr<IKivUnknown>(PrimaryUnknown()), nullptr);
-  return GiveOut(static_cast<IKivChannelIterator2*>(iterator_.Get()), iterator);
+  // A new iterator over the present blocks; it keeps the filter (which
+  // computes their values) alive, and the filter keeps no iterator, so no
+  // cycle forms.
+  auto made = MakeKiv<CChannelIterator>(blocks_, ComPtr<IKivUnknown>(PrimaryUnknown()), nullptr);
+  return GiveOut(static_cast<IKivChannelIterator2*>(made.Get()), iterator);
 }
 
 KivResult CBasicOffsetFilter::WidenDirtyRange(KivTime* from, KivTime* to) {
@@ -165,14 +167,13 @@ void CBasicOffsetFilter::MarkAllStale() {
 }
 
 void CBasicOffsetFilter::Replace(DataBlockList blocks) {
-  // A new layout needs a new iterator; old iterators keep the old blocks,
-  // which no longer compute. Blocks that stay keep computing.
+  // Iterators out keep the old blocks, which no longer compute; blocks that
+  // stay keep computing.
   DataBlockList gone;
   for (const auto& b : *blocks_) {
     if (std::find(blocks.begin(), blocks.end(), b) == blocks.end()) gone.push_back(b);
   }
   Detach(gone);
-  iterator_ = nullptr;
   blocks_ = std::make_shared<const DataBlockList>(std::move(blocks));
 }
 

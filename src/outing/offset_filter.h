@@ -80,7 +80,6 @@ class CBasicOffsetFilter final : public KivObject<IKivFilter3, IKivChannel>, pri
   uint32_t id_ = 0;
   bool idSet_ = false;
   std::shared_ptr<const DataBlockList> blocks_;
-  ComPtr<CChannelIterator> iterator_;
   InputRanges inputDirty_{*this};
 };
 

@@ -33,7 +33,8 @@ Variant TypedValue(const Json& v) {
 }
 
 TEST(OutingInformation, FastLapOfEachFixtureCase) {
-  for (const Json& c : Fixture("fast_lap.json")["cases"]) {
+  const Json table = Fixture("fast_lap.json");  // kept: the loop walks inside it
+  for (const Json& c : table["cases"]) {
     SCOPED_TRACE(c["name"].get<std::string>());
     FastLapInput in;
     for (const Json& m : c["markers"]) in.markers.push_back(Ticks(m));
@@ -66,7 +67,8 @@ class FileCallback final : public COutingCaptionHelperCallback {
 TEST(OutingInformation, CaptionOfEachFixtureCase) {
   FileCallback callback;
   COutingCaptionHelper helper(&callback);
-  for (const Json& c : Fixture("captions.json")["cases"]) {
+  const Json table = Fixture("captions.json");  // kept: the loop walks inside it
+  for (const Json& c : table["cases"]) {
     SCOPED_TRACE(c.dump());
     auto properties = MakeKiv<CMapProperties>();
     for (const auto& [name, value] : c["properties"].items()) properties->values[Utf8ToWide(name)] = ValueOf(value);
@@ -86,7 +88,8 @@ TEST(OutingInformation, EditChecksOfEachFixtureCase) {
                                                   {"E_INVALIDARG", E_INVALIDARG},
                                                   {"DISP_E_TYPEMISMATCH", DISP_E_TYPEMISMATCH}};
   EXPECT_EQ(COutingInformationPropDef::Table().size(), 19u);
-  for (const Json& c : Fixture("information_edits.json")["cases"]) {
+  const Json table = Fixture("information_edits.json");  // kept: the loop walks inside it
+  for (const Json& c : table["cases"]) {
     SCOPED_TRACE(c.dump());
     const Variant held = c.contains("held") ? TypedValue(c["held"]) : Variant();
     Variant stored;

@@ -37,7 +37,8 @@ TEST(CircuitMap, EveryRefusalNamesItsFaultAndKeepsTheOldContent) {
   auto sink = MakeKiv<CCircuitMapDataNotifications3Sink<>>();
   sink->SetReceiver(&listener);
   ASSERT_TRUE(sink->Connect(static_cast<IKivCircuitMapData2*>(map.Get())));
-  for (const Json& c : Refusals()["cases"]) {
+  const Json refusals = Refusals();  // kept: the loop walks inside it
+  for (const Json& c : refusals["cases"]) {
     std::u16string error;
     EXPECT_EQ(map->LoadJson(c["text"].get<std::string>(), &error), E_INVALIDARG) << c["text"];
     EXPECT_NE(WideToUtf8(error).find(c["error"].get<std::string>()), std::string::npos)

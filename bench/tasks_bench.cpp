@@ -19,6 +19,17 @@
 namespace velmar {
 namespace {
 
+// Every value touched, in four lanes so that the adds do not wait on each
+// other: the readers and the peer pay the same for it.
+double Sum(std::span<const double> values) {
+  double lanes[4] = {0, 0, 0, 0};
+  size_t i = 0;
+  for (; i + 4 <= values.size(); i += 4)
+    for (size_t k = 0; k < 4; ++k) lanes[k] += values[i + k];
+  for (; i < values.size(); ++i) lanes[0] += values[i];
+  return lanes[0] + lanes[1] + lanes[2] + lanes[3];
+}
+
 // One generated outing (20 laps at 100 Hz), in a task's selection, loaded.
 struct Loaded {
   Loaded() {
@@ -54,7 +65,7 @@ struct Loaded {
       ComPtr<IKivDataBlock> block;
       std::span<const double> values;
       if (Failed(blocks->GetBlock(i, block.Put())) || Failed(block->GetValuesReference(&values))) std::abort();
-      for (double v : values) sum += v;
+      sum += Sum(values);
       n += values.size();
     }
     benchmark::DoNotOptimize(sum);
@@ -128,9 +139,7 @@ void BM_PlainOffsetLoop(benchmark::State& state) {
   for (auto _ : state) {
     std::vector<double> out(input.size());
     for (size_t i = 0; i < input.size(); ++i) out[i] = input[i] + 1.5;
-    double sum = 0;
-    for (double v : out) sum += v;
-    benchmark::DoNotOptimize(sum);
+    benchmark::DoNotOptimize(Sum(out));
   }
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * input.size()));
 }

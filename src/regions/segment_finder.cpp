@@ -154,9 +154,14 @@ KivResult CSegmentFinder::AttachOuting(IKivOuting* outing) {
   if (!lapMarkers_) return E_FAIL;
   outing_ = ComPtr<IKivOuting>(outing);
   (void)markerSink_->Connect(outing);
-  // The outing's own channels stand for the selection's until selections
-  // hand out their proxy channels.
+  // The selection that holds the outing reads through its proxies; an
+  // outing in no selection is read through its own channels.
   channelFactory_ = QueryAs<IKivDataFactory>(outing);
+  ComPtr<IKivUnknown> owner;
+  if (auto outingChannels = QueryAs<IKivChannelFactory>(outing);
+      outingChannels && Succeeded(outingChannels->GetParent(owner.Put()))) {
+    if (auto selectionChannels = QueryAs<IKivDataFactory>(owner.Get())) channelFactory_ = selectionChannels;
+  }
   if (channelFactory_ && Succeeded(channelFactory_->GetRoot(root_.Put())) && root_) {
     velmar_ = root_.As<IKivVelmar>();
     if (velmar_) (void)rootSink_->Connect(velmar_.Get());

@@ -244,7 +244,7 @@ KivResult StorageImpl::RenameElement(std::u16string_view oldName, std::u16string
   if (!src) return STG_E_FILENOTFOUND;
   std::shared_ptr<StorageNode> other = work->Find(newName);
   if (other && other != src) return STG_E_FILEALREADYEXISTS;
-  src->name = newName;
+  work->Rename(src, newName);
   NoteChange();
   return S_OK;
 }

@@ -46,20 +46,36 @@ void StorageNode::AssignContents(const StorageNode& other) {
   copies.reserve(other.children.size());
   for (const auto& c : other.children) copies.push_back(c->Clone());
   children = std::move(copies);
+  Reindex();
+}
+
+void StorageNode::Reindex() {
+  index_.clear();
+  for (const auto& c : children) index_.emplace(ToLowerWide(c->name), c);
 }
 
 std::shared_ptr<StorageNode> StorageNode::Find(std::u16string_view child) const {
-  for (const auto& c : children)
-    if (EqualsNoCase(c->name, child)) return c;
-  return nullptr;
+  auto it = index_.find(ToLowerWide(child));
+  return it == index_.end() ? nullptr : it->second;
+}
+
+void StorageNode::Add(std::shared_ptr<StorageNode> child) {
+  index_.emplace(ToLowerWide(child->name), child);
+  children.push_back(std::move(child));
 }
 
 bool StorageNode::Remove(std::u16string_view child) {
-  auto it = std::find_if(children.begin(), children.end(),
-                         [&](const auto& c) { return EqualsNoCase(c->name, child); });
-  if (it == children.end()) return false;
-  children.erase(it);
+  auto found = index_.find(ToLowerWide(child));
+  if (found == index_.end()) return false;
+  children.erase(std::find(children.begin(), children.end(), found->second));
+  index_.erase(found);
   return true;
+}
+
+void StorageNode::Rename(const std::shared_ptr<StorageNode>& child, std::u16string_view name) {
+  index_.erase(ToLowerWide(child->name));
+  child->name = name;
+  index_.emplace(ToLowerWide(child->name), child);
 }
 
 std::string& StorageNode::MutableBytes() {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "velmar/guid.h"
@@ -20,7 +21,7 @@ struct StorageNode {
   bool is_storage = false;
   Guid clsid;                                             // storages
   std::shared_ptr<std::string> bytes;                     // streams, never null
-  std::vector<std::shared_ptr<StorageNode>> children;     // storages
+  std::vector<std::shared_ptr<StorageNode>> children;     // storages; change through Add/Remove/Rename
   bool open = false;  // an object holds this element now (opens are exclusive)
 
   static std::shared_ptr<StorageNode> NewStorage(std::u16string_view name);
@@ -33,9 +34,13 @@ struct StorageNode {
   // node's name and identity.
   void AssignContents(const StorageNode& other);
 
+  // Children by name, any letter case; found through an index, so a
+  // storage of many elements costs no scan per look-up.
   std::shared_ptr<StorageNode> Find(std::u16string_view child) const;
   bool Remove(std::u16string_view child);
-  void Add(std::shared_ptr<StorageNode> child) { children.push_back(std::move(child)); }
+  void Add(std::shared_ptr<StorageNode> child);
+  // Renames a child in place (its identity and contents stay).
+  void Rename(const std::shared_ptr<StorageNode>& child, std::u16string_view name);
 
   const std::string& Bytes() const { return *bytes; }
   // The bytes to change, copied first when another tree shares them.
@@ -43,6 +48,10 @@ struct StorageNode {
 
   // Children in the compound file's order.
   std::vector<const StorageNode*> Ordered() const;
+
+ private:
+  void Reindex();
+  std::unordered_map<std::u16string, std::shared_ptr<StorageNode>> index_;  // by folded name
 };
 
 // S_OK for a name an element may have, else STG_E_INVALIDNAME.

@@ -6,6 +6,7 @@
 #include "regions/regions_classes.h"
 #include "velmar/class_registry.h"
 #include "velmar/classes.h"
+#include "velmar/enumerator.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -28,9 +29,9 @@ class CDataSelections final : public KivObject<IKivDataSelections> {
     return GiveOut(static_cast<IKivDataSelection4*>((*list_)[static_cast<size_t>(index) - 1].Get()), selection);
   }
   KivResult GetEnumerator(IKivUnknown** enumerator) override {
-    if (!enumerator) return E_POINTER;
-    *enumerator = nullptr;
-    return E_NOTIMPL;
+    std::vector<ComPtr<IKivUnknown>> items;
+    for (const auto& selection : *list_) items.emplace_back(static_cast<IKivDataSelection4*>(selection.Get()));
+    return KivMakeEnumerator(std::move(items), enumerator);
   }
 
  private:

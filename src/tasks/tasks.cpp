@@ -3,6 +3,7 @@
 #include "core/stream_values.h"
 #include "tasks/task.h"
 #include "tasks/task_properties.h"
+#include "velmar/enumerator.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -76,7 +77,12 @@ KivResult CTasks::RemoveTask(int32_t index) {
 KivResult CTasks::GetEnumerator(IKivUnknown** enumerator) {
   if (!enumerator) return E_POINTER;
   *enumerator = nullptr;
-  return E_NOTIMPL;
+  std::vector<ComPtr<IKivUnknown>> items;
+  for (const auto& member : tasks_) {
+    ComPtr<IKivTask> task;
+    if (Succeeded(member->GetTask(task.Put()))) items.emplace_back(task.Get());
+  }
+  return KivMakeEnumerator(std::move(items), enumerator);
 }
 
 KivResult CTasks::CanAddTask(KivBool* can) {

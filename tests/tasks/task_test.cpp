@@ -4,6 +4,7 @@
 
 #include "support/fixtures.h"
 #include "tasks/selection_properties.h"
+#include "velmar/enumerator.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
@@ -123,6 +124,20 @@ TEST(TaskTest, StorageNamesAreNeverReusedAndTheTaskLoadsBackAsSaved) {
   EXPECT_EQ(loaded->selection_storage_names(), t.task->selection_storage_names());
   EXPECT_EQ(loaded->selection_count(), 3u);
   EXPECT_EQ(loaded->IsDirty(), S_FALSE);
+  // The selections enumerate in display order, and the enumerator says when it ran out.
+  ComPtr<IKivDataSelections> view;
+  ComPtr<IKivUnknown> made;
+  ASSERT_EQ(loaded->GetSelections(view.Put()), S_OK);
+  ASSERT_EQ(view->GetEnumerator(made.Put()), S_OK);
+  auto enumerator = made.As<IKivEnumUnknown>();
+  IKivUnknown* items[4] = {};
+  uint32_t fetched = 0;
+  EXPECT_EQ(enumerator->Next(4, items, &fetched), S_FALSE);
+  ASSERT_EQ(fetched, 3u);
+  ComPtr<IKivDataSelection4> second;
+  ASSERT_EQ(view->GetItem(2, second.Put()), S_OK);
+  EXPECT_EQ(items[1], static_cast<IKivUnknown*>(second.Get()));
+  for (uint32_t i = 0; i < fetched; ++i) items[i]->Release();
 }
 
 TEST(TaskTest, ARefusedOrRepeatedChangeRaisesNothing) {

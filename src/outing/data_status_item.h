@@ -38,8 +38,15 @@
 
 namespace velmar {
 
+// The notification points of an item: every item raises the internal and
+// the data families; an item with news of its own (a channel proxy's value
+// offset) specialises this to add its family after them.
 template <class Owner>
-using CDataNotificationPoints = IKivNotificationsImpl<Owner, IKivInternalDataNotifications, IKivDataNotifications2>;
+struct DataNotificationPointsOf {
+  using type = IKivNotificationsImpl<Owner, IKivInternalDataNotifications, IKivDataNotifications2>;
+};
+template <class Owner>
+using CDataNotificationPoints = typename DataNotificationPointsOf<Owner>::type;
 
 template <class Owner, class Interface, class... Extra>
 class IKivDataImpl : public KivObject<Interface, IKivData2, CDataNotificationPoints<Owner>, Extra...>,

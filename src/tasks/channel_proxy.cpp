@@ -61,6 +61,9 @@ KivResult CChannelProxy::SetValueOffset(double offset) {
   valueOffset_ = offset;
   OffsetFilters();
   ChangedOverAllTime();
+  ComPtr<IKivUnknown> keep(PrimaryUnknown());
+  FireNotification(&IKivChannelProxyNotifications::OnValueOffsetChanged, static_cast<IKivChannelProxy*>(this),
+                   offset);
   return S_OK;
 }
 

@@ -15,6 +15,14 @@
 
 namespace velmar {
 
+class CChannelProxy;
+// A channel proxy also tells its clients of a new value offset.
+template <>
+struct DataNotificationPointsOf<CChannelProxy> {
+  using type = IKivNotificationsImpl<CChannelProxy, IKivInternalDataNotifications, IKivDataNotifications2,
+                                     IKivChannelProxyNotifications>;
+};
+
 class CChannelProxy final
     : public CDataProxy<CChannelProxy, IKivChannel, IKivChannelProxy, IKivFilterProxy, IKivDataCache> {
  public:

@@ -55,6 +55,25 @@ class DataLog final : public CDataNotificationsReceiver {
   ComPtr<CDataNotificationsSink<>> sink_ = MakeKiv<CDataNotificationsSink<>>();
 };
 
+// Hears a channel proxy's new value offsets.
+class OffsetLog final : public CChannelProxyNotificationsReceiver {
+ public:
+  explicit OffsetLog(IKivChannel* proxy) : proxy_(proxy) {
+    sink_->SetReceiver(this);
+    EXPECT_TRUE(sink_->Connect(proxy));
+  }
+  ~OffsetLog() override {
+    sink_->SetReceiver(nullptr);
+    sink_->Disconnect(proxy_);
+  }
+  void OnValueOffsetChanged(IKivChannelProxy*, double offset) override { offsets.push_back(offset); }
+  std::vector<double> offsets;
+
+ private:
+  IKivChannel* proxy_;
+  ComPtr<CChannelProxyNotificationsSink<>> sink_ = MakeKiv<CChannelProxyNotificationsSink<>>();
+};
+
 class DataSelectionTest : public SelectionFixture {
  protected:
   std::vector<double> Values(IKivChannel* channel) {
@@ -143,7 +162,12 @@ TEST_F(DataSelectionTest, AProxyOutlivesAChangeOfOutingAndKeepsItsValueOffset) {
   ASSERT_FALSE(fromA.empty());
 
   auto offset = QueryAs<IKivChannelProxy>(proxy.Get());
-  ASSERT_EQ(offset->SetValueOffset(1.5), S_OK);
+  {
+    OffsetLog heard(proxy.Get());
+    ASSERT_EQ(offset->SetValueOffset(1.5), S_OK);
+    ASSERT_EQ(offset->SetValueOffset(1.5), S_OK);
+    EXPECT_EQ(heard.offsets, std::vector<double>{1.5}) << "told once, with the new offset";
+  }
   const std::vector<double> shifted = Values(proxy.Get());
   ASSERT_EQ(shifted.size(), fromA.size());
   EXPECT_DOUBLE_EQ(shifted.front(), fromA.front() + 1.5);

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "channel_samples.h"
 #include "commands.h"
 #include "host_error.h"
 #include "output.h"
@@ -27,6 +28,7 @@ void Run(const ConvertOptions& options, const CommandContext& context) {
   KivConvertCounts counts;
   {
     LoadedOuting outing(session, options.in);
+    UseSessionRoot(outing);  // channels made now find their units in the root's database
     const KivResult r = KivConvertToTarn(outing.outing(), Utf8ToWide(options.out),
                                          [&] { return session.Settle(options.in); }, &counts);
     if (Failed(r)) Fail(options.out, "cannot write the data set", r);

@@ -8,7 +8,9 @@
 #include "velmar/data_factory.h"
 #include "velmar/events.h"
 #include "velmar/lap_markers.h"
+#include "velmar/property_factories.h"
 #include "velmar/property_set.h"
+#include "velmar/velmar.h"
 
 namespace velmar {
 namespace {
@@ -55,6 +57,33 @@ bool ReadBlock(IKivDataBlock& block, TarnDataSetBlock* out) {
   return true;
 }
 
+// What the root's channel property database holds for a channel listed by
+// plain name (a text column's header named its unit): its quantity, or for a
+// unit the units component does not know, the unit's text as the user type.
+// Nothing when the factory has no root or the database no such channel.
+void UnitFromDatabase(IKivChannelFactory& factory, TarnDataSetChannel* channel) {
+  ComPtr<IKivUnknown> root;
+  ComPtr<IKivChannelPropertyFactory> properties;
+  auto velmar = Succeeded(factory.GetRoot(root.Put())) ? root.As<IKivVelmar>() : nullptr;
+  if (!velmar || Failed(velmar->GetChannelPropertyFactory(properties.Put())) || !properties) return;
+  uint32_t count = 0;
+  (void)properties->GetKeyCount(&count);
+  for (uint32_t index = 1; index <= count; ++index) {
+    std::u16string keyName;
+    int32_t quantity = 0;
+    if (Failed(properties->GetKey(index, &keyName, &quantity)) || keyName != channel->name) continue;
+    if (quantity > 0) {
+      channel->quantity = static_cast<QuantityId>(quantity);
+      return;
+    }
+    ComPtr<IKivPropertySet> set;
+    Variant userType;
+    if (Succeeded(properties->GetPropertySet(keyName, quantity, set.Put())) && set &&
+        Succeeded(set->GetProperty(u"User type", &userType)) && userType.AsText())
+      channel->userType = *userType.AsText();
+  }
+}
+
 void ReadChannel(IKivChannelFactory& factory, const std::u16string& name, const TarnWaitForData& wait,
                  TarnDataSet* data) {
   ComPtr<IKivChannel> channel;
@@ -69,6 +98,7 @@ void ReadChannel(IKivChannelFactory& factory, const std::u16string& name, const 
   } else {
     out.name = name;
   }
+  if (out.quantity == kQuantityDimensionless) UnitFromDatabase(factory, &out);
   ComPtr<IKivDataBlocks> blocks;
   uint32_t count = 0;
   if (Succeeded(iterator->GetDataBlocks(blocks.Put())) && blocks && Succeeded(blocks->GetCount(&count))) {

@@ -26,7 +26,8 @@ struct IKivLapMarkers : IKivUnknown {
   // E_FAIL until loaded.
   virtual KivResult GetOutingStart(KivTime* time) = 0;
   virtual KivResult GetOutingEnd(KivTime* time) = 0;
-  // S_OK when known, S_FALSE when the car never moved; E_FAIL until loaded.
+  // S_OK when known; S_FALSE when not known (the source keeps no movement),
+  // with the outing's start (first) and end (last); E_FAIL until loaded.
   virtual KivResult GetFirstMovement(KivTime* time) = 0;
   virtual KivResult GetLastMovement(KivTime* time) = 0;
 };

@@ -87,7 +87,12 @@ class CListLapMarkers : public IKivLapMarkers {
     *time = 0;
     const Data* data = LapMarkerData();
     if (!data) return E_FAIL;
-    if (!data->span.movement) return S_FALSE;
+    if (!data->span.movement) {
+      // Not known: the car is taken to move for the whole outing, so that a
+      // reader of the values alone (the outing finder) sees the whole run.
+      *time = first ? data->span.outingStart : data->span.outingEnd;
+      return S_FALSE;
+    }
     *time = first ? data->span.movement->first : data->span.movement->second;
     return S_OK;
   }

@@ -7,8 +7,11 @@
 namespace velmar::store {
 namespace {
 
+// The library refuses a set holding any event without its three texts or its
+// fixed block, so the store takes none: nothing half-usable is written.
 KivResult CheckEvent(const TarnEventRecord& e) {
   if (!e.name || std::u16string_view(e.name).empty() || e.kind > 1) return E_INVALIDARG;
+  if (!e.source || !e.message || !e.fixedData) return E_INVALIDARG;
   if ((e.payload == nullptr) != (e.payloadSize == 0)) return E_INVALIDARG;
   return S_OK;
 }

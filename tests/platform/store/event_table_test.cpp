@@ -17,6 +17,8 @@ TarnEventRecord Event(const char16_t* name, KivTime time, uint32_t kind = 1) {
   e.time = time;
   e.source = u"Analysis";
   e.message = u"message";
+  static const std::array<uint8_t, kTarnEventFixedDataSize> kFixed{};
+  e.fixedData = kFixed.data();
   e.kind = kind;
   return e;
 }
@@ -50,7 +52,12 @@ TEST_F(EventTableTest, EventsRoundTripWithPayloadAndFixedBlock) {
   e.payload = payload.data();
   e.payloadSize = 5;
   e.fixedData = fixed.data();
-  e.message = nullptr;
+  e.message = u"";
+  TarnEventRecord noMessage = e, noBlock = e;
+  noMessage.message = nullptr;
+  noBlock.fixedData = nullptr;
+  Add({noMessage}, E_INVALIDARG);  // every text is required
+  Add({noBlock}, E_INVALIDARG);    // and the fixed block
   auto ids = Add({e});
   ASSERT_EQ(ids.size(), 1u);
   Reopen();
@@ -64,7 +71,7 @@ TEST_F(EventTableTest, EventsRoundTripWithPayloadAndFixedBlock) {
   EXPECT_EQ(r.time, 500);
   EXPECT_EQ(Str(r.name), u"Pit");
   EXPECT_EQ(Str(r.source), u"Analysis");
-  EXPECT_EQ(r.message, nullptr);
+  EXPECT_EQ(Str(r.message), u"");
   ASSERT_EQ(r.payloadSize, 5u);
   EXPECT_EQ(std::vector<uint8_t>(r.payload, r.payload + 5), std::vector<uint8_t>(payload.begin(), payload.end()));
   ASSERT_NE(r.fixedData, nullptr);

@@ -21,7 +21,6 @@ constexpr uint32_t kStreamMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
 KivResult Rewind(IKivStream* stream) { return stream->Seek(0, STREAM_SEEK_SET, nullptr); }
 
-
 }  // namespace
 
 SelectionProperties CDataSelection::Properties() const {

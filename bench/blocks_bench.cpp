@@ -9,11 +9,11 @@
 #include <random>
 #include <vector>
 
-#include "outing/channel_iterator.h"
-#include "outing/data_block_aperiodic.h"
-#include "outing/data_block_periodic.h"
-#include "outing/fast_iterator.h"
-#include "outing/sample_cursor.h"
+#include "outing/blocks/channel_iterator.h"
+#include "outing/blocks/data_block_aperiodic.h"
+#include "outing/blocks/data_block_periodic.h"
+#include "outing/blocks/fast_iterator.h"
+#include "outing/blocks/sample_cursor.h"
 
 namespace velmar {
 namespace {

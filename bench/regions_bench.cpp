@@ -7,8 +7,8 @@
 
 #include <string>
 
-#include "outing/data_block_aperiodic.h"
-#include "outing/data_block_section.h"
+#include "outing/blocks/data_block_aperiodic.h"
+#include "outing/blocks/data_block_section.h"
 #include "regions/circuit_map.h"
 #include "regions/fake_segment_outing.h"
 #include "regions/lap_finder.h"

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "outing/offset_filter.h"
+#include "outing/channels/offset_filter.h"
 #include "platform/async/dispatcher.h"
 #include "platform/async/job_engine.h"
 #include "sources/text/text_outing_source.h"

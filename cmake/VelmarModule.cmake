@@ -3,12 +3,18 @@
 # adding a file needs no CMake edit.
 set(VELMAR_MODULES "" CACHE INTERNAL "")
 
-# velmar_module(<folder> [DEPS <module>...] [LIBS <target>...])
-# <folder> is relative to src/, e.g. "platform" or "sources/text".
+# velmar_module(<folder> [RECURSE] [DEPS <module>...] [LIBS <target>...])
+# <folder> is relative to src/, e.g. "platform" or "sources/text". RECURSE
+# takes the sub-folders into the same library: a folder grouped by concept
+# whose concepts use each other both ways.
 function(velmar_module folder)
-  cmake_parse_arguments(ARG "" "" "DEPS;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "RECURSE" "" "DEPS;LIBS" ${ARGN})
   string(REPLACE "/" "_" name "${folder}")
-  file(GLOB srcs CONFIGURE_DEPENDS
+  set(glob GLOB)
+  if(ARG_RECURSE)
+    set(glob GLOB_RECURSE)
+  endif()
+  file(${glob} srcs CONFIGURE_DEPENDS
        "${PROJECT_SOURCE_DIR}/src/${folder}/*.cpp" "${PROJECT_SOURCE_DIR}/src/${folder}/*.c")
   set(target velmar_${name})
   if(srcs)
@@ -39,17 +45,22 @@ function(velmar_module folder)
   set(VELMAR_MODULES ${VELMAR_MODULES} ${target} CACHE INTERNAL "")
 endfunction()
 
-# velmar_tests(<folder> [THREADED] [DEPS <module>...] [LIBS <target>...])
-# THREADED labels the tests "threaded" so the tsan preset runs them.
-# Every tests/<folder>/*_test.cpp goes into one executable linked with the module.
+# velmar_tests(<folder> [THREADED] [RECURSE] [DEPS <module>...] [LIBS <target>...])
+# THREADED labels the tests "threaded" so the tsan preset runs them; RECURSE
+# mirrors a RECURSE module. Every tests/<folder>/*_test.cpp goes into one
+# executable linked with the module.
 function(velmar_tests folder)
-  cmake_parse_arguments(ARG "THREADED" "" "DEPS;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "THREADED;RECURSE" "" "DEPS;LIBS" ${ARGN})
   string(REPLACE "/" "_" name "${folder}")
-  file(GLOB srcs CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*_test.cpp")
+  set(glob GLOB)
+  if(ARG_RECURSE)
+    set(glob GLOB_RECURSE)
+  endif()
+  file(${glob} srcs CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*_test.cpp")
   if(NOT srcs)
     return()
   endif()
-  file(GLOB helpers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*_helper.cpp")
+  file(${glob} helpers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${folder}/*_helper.cpp")
   set(deps velmar_${name})
   foreach(d IN LISTS ARG_DEPS)
     string(REPLACE "/" "_" dn "${d}")

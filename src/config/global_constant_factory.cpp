@@ -7,9 +7,9 @@
 #include <mutex>
 #include <set>
 
-#include "outing/constant.h"
-#include "outing/constant_stream.h"
-#include "outing/workbook_application.h"
+#include "outing/constants/constant.h"
+#include "outing/constants/constant_stream.h"
+#include "outing/workbook/workbook_application.h"
 #include "velmar/text.h"
 #include "velmar/velmar.h"
 

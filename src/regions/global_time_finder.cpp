@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "outing/distance_channel.h"
+#include "outing/channels/distance_channel.h"
 #include "velmar/data_selection.h"
 #include "velmar/tasks.h"
 

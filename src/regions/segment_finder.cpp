@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "outing/distance_channel.h"
+#include "outing/channels/distance_channel.h"
 #include "regions/segment_helper.h"
 #include "velmar/text.h"
 #include "velmar/velmar.h"

@@ -9,7 +9,7 @@
 
 #include <vector>
 
-#include "outing/offset_filter.h"
+#include "outing/channels/offset_filter.h"
 #include "tasks/data_proxy.h"
 #include "velmar/property_set.h"
 

@@ -14,7 +14,7 @@
 
 #include <string>
 
-#include "outing/data_status_item.h"
+#include "outing/status/data_status_item.h"
 #include "velmar/filter.h"
 
 namespace velmar {

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "core/fatal_stop.h"
-#include "outing/outing_factory.h"
+#include "outing/factory/outing_factory.h"
 #include "regions/time_region_navigator.h"
 #include "velmar/data_factory.h"
 #include "velmar/property_set.h"

@@ -2,7 +2,7 @@
 
 #include "core/stream_values.h"
 #include "regions/time_region_navigator.h"
-#include "outing/outing_factory.h"
+#include "outing/factory/outing_factory.h"
 #include "tasks/data_selection.h"
 #include "velmar/class_registry.h"
 

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "outing/data_factory_impl.h"
+#include "outing/factory/data_factory_impl.h"
 #include "tasks/data_proxy.h"
 #include "velmar/channel_key.h"
 #include "velmar/outing_notifications.h"

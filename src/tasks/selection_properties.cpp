@@ -4,7 +4,7 @@
 
 #include "core/byte_fields.h"
 #include "core/stream_values.h"
-#include "outing/outing_type_table.h"
+#include "outing/factory/outing_type_table.h"
 
 namespace velmar {
 namespace {

@@ -14,7 +14,7 @@
 #include <string>
 
 #include "jobs/job_item.h"
-#include "outing/outing_state_changes.h"
+#include "outing/cache/outing_state_changes.h"
 #include "platform/async/job_engine.h"
 #include "velmar/unknown.h"
 

@@ -4,7 +4,7 @@
 // Client thread only.
 #pragma once
 
-#include "outing/outing_state_changes.h"
+#include "outing/cache/outing_state_changes.h"
 #include "velmar/transaction.h"
 #include "writeback/transaction_state_machine.h"
 

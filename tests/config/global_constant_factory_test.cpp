@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "outing/constant_stream.h"
+#include "outing/constants/constant_stream.h"
 
 namespace velmar {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "config/channel_property_factory.h"
 #include "velmar/quantity_to_color_mapping.h"
-#include "outing/channel_header.h"
+#include "outing/channels/channel_header.h"
 
 namespace velmar::testing {
 namespace {

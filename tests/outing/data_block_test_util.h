@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "outing/channel_iterator.h"
-#include "outing/data_block_aperiodic.h"
-#include "outing/data_block_periodic.h"
+#include "outing/blocks/channel_iterator.h"
+#include "outing/blocks/data_block_aperiodic.h"
+#include "outing/blocks/data_block_periodic.h"
 
 namespace velmar::testing {
 

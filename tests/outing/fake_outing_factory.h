@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/empty_outing.h"
+#include "outing/cache/empty_outing.h"
 #include "velmar/class_registry.h"
 #include "velmar/outing_factory.h"
 #include "velmar/text.h"

@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "jobs/job_thread.h"
-#include "outing/channel_data_cache.h"
-#include "outing/channel_file.h"
-#include "outing/channel_raw.h"
+#include "outing/channels/channel_data_cache.h"
+#include "outing/channels/channel_file.h"
+#include "outing/channels/channel_raw.h"
 
 namespace velmar::testing {
 

@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "jobs/job_item.h"
-#include "outing/file_outing.h"
-#include "outing/file_outing_cache.h"
-#include "outing/outing_data_factory.h"
-#include "outing/outing_on_cache.h"
-#include "outing/outing_state_changes.h"
+#include "outing/cache/file_outing.h"
+#include "outing/cache/file_outing_cache.h"
+#include "outing/factory/outing_data_factory.h"
+#include "outing/cache/outing_on_cache.h"
+#include "outing/cache/outing_state_changes.h"
 #include "platform/async/job_engine.h"
 #include "velmar/data_factory.h"
 #include "velmar/property_set.h"

@@ -7,7 +7,7 @@
 
 #include "jobs/job_thread.h"
 #include "outing/memory_source.h"
-#include "outing/outing_type_table.h"
+#include "outing/factory/outing_type_table.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "fake_lap_outing.h"
-#include "outing/channel_iterator.h"
+#include "outing/blocks/channel_iterator.h"
 #include "velmar/channel.h"
 #include "velmar/data_factory.h"
 

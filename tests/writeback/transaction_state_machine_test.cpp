@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "outing/outing_cache.h"
-#include "outing/outing_cache_registry.h"
+#include "outing/cache/outing_cache.h"
+#include "outing/cache/outing_cache_registry.h"
 #include "platform/async/dispatcher.h"
 #include "velmar/transaction.h"
 

@@ -5,7 +5,7 @@
 
 #include "config/config_classes.h"
 #include "core/velmar.h"
-#include "outing/outing_factory.h"
+#include "outing/factory/outing_factory.h"
 #include "regions/regions_classes.h"
 #include "sources/tarn/tarn_outing.h"
 #include "sources/text/text_outing_source.h"

@@ -3,7 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "outing/outing_impl.h"
+#include "outing/cache/outing_impl.h"
 #include "sources/tarn/tarn_outing_cache.h"
 
 namespace velmar {

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "core/notifications_impl.h"
-#include "outing/data_status.h"
+#include "outing/status/data_status.h"
 #include "sources/tarn/tarn_item_reads.h"
 #include "velmar/blobs.h"
 

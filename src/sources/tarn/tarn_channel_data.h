@@ -10,8 +10,8 @@
 #include <span>
 #include <vector>
 
-#include "outing/channel_sections.h"
-#include "outing/data_block_section.h"
+#include "outing/channels/channel_sections.h"
+#include "outing/blocks/data_block_section.h"
 #include "velmar/tarn_store.h"
 
 namespace velmar {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "outing/event_data.h"
+#include "outing/events/event_data.h"
 #include "velmar/tarn_store.h"
 
 namespace velmar {

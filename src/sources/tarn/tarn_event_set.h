@@ -18,9 +18,9 @@
 #include <string>
 #include <vector>
 
-#include "outing/data_status_item.h"
-#include "outing/event_data.h"
-#include "outing/events.h"
+#include "outing/status/data_status_item.h"
+#include "outing/events/event_data.h"
+#include "outing/events/events.h"
 #include "sources/tarn/tarn_item_reads.h"
 #include "velmar/events.h"
 

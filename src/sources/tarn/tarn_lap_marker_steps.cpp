@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "jobs/job_thread.h"
-#include "outing/distance_channel.h"
+#include "outing/channels/distance_channel.h"
 #include "sources/tarn/tarn_records.h"
 
 namespace velmar {

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "outing/list_lap_markers.h"
+#include "outing/laps/list_lap_markers.h"
 #include "sources/tarn/tarn_lap_data.h"
 #include "sources/tarn/tarn_transactions.h"
 #include "velmar/channel.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "outing/distance_channel.h"
+#include "outing/channels/distance_channel.h"
 #include "sources/tarn/tarn_lap_marker_steps.h"
 #include "sources/tarn/tarn_outing_cache.h"
 

@@ -4,7 +4,7 @@
 // Client thread only.
 #pragma once
 
-#include "outing/list_lap_markers.h"
+#include "outing/laps/list_lap_markers.h"
 #include "sources/tarn/tarn_lap_data.h"
 
 namespace velmar {

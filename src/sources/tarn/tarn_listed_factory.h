@@ -19,7 +19,7 @@
 #include <string>
 #include <utility>
 
-#include "outing/outing_data_factory.h"
+#include "outing/factory/outing_data_factory.h"
 
 namespace velmar {
 

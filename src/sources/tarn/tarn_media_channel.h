@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "outing/data_status_item.h"
+#include "outing/status/data_status_item.h"
 #include "sources/tarn/tarn_item_reads.h"
 #include "sources/tarn/tarn_media_data.h"
 #include "velmar/media.h"

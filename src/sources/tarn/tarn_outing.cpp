@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "outing/outing_source.h"
+#include "outing/cache/outing_source.h"
 
 namespace velmar {
 CTarnOuting::~CTarnOuting() {

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-#include "outing/outing_on_cache.h"
+#include "outing/cache/outing_on_cache.h"
 #include "sources/tarn/tarn_lap_marker_writer.h"
 #include "sources/tarn/tarn_lap_markers.h"
 #include "sources/tarn/tarn_outing_cache.h"

@@ -1,8 +1,8 @@
 #include "sources/tarn/tarn_outing_cache.h"
 
 #include "jobs/job_thread.h"
-#include "outing/file_outing_cache.h"
-#include "outing/temp_file.h"
+#include "outing/cache/file_outing_cache.h"
+#include "outing/cache/temp_file.h"
 #include "sources/tarn/tarn_transactions.h"
 
 namespace velmar {

@@ -25,10 +25,10 @@
 #include <optional>
 #include <string>
 
-#include "outing/channel_data_cache.h"
-#include "outing/create_outing_state_machine.h"
-#include "outing/outing_cache.h"
-#include "outing/outing_cache_registry.h"
+#include "outing/channels/channel_data_cache.h"
+#include "outing/cache/create_outing_state_machine.h"
+#include "outing/cache/outing_cache.h"
+#include "outing/cache/outing_cache_registry.h"
 #include "sources/tarn/tarn_create_job.h"
 #include "sources/tarn/tarn_item_reads.h"
 #include "sources/tarn/tarn_outing_information.h"

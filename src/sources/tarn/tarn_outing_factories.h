@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "outing/channel.h"
-#include "outing/channel_table.h"
-#include "outing/loaded_constant_factory.h"
-#include "outing/outing_data_factory.h"
+#include "outing/channels/channel.h"
+#include "outing/channels/channel_table.h"
+#include "outing/constants/loaded_constant_factory.h"
+#include "outing/factory/outing_data_factory.h"
 #include "sources/tarn/tarn_blob.h"
 #include "sources/tarn/tarn_channel_list.h"
 #include "sources/tarn/tarn_event_set.h"

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "outing/outing_state_changes.h"
+#include "outing/cache/outing_state_changes.h"
 #include "sources/tarn/tarn_channel_list.h"
 #include "sources/tarn/tarn_read_jobs.h"
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "outing/list_lap_markers.h"
+#include "outing/laps/list_lap_markers.h"
 #include "velmar/tarn_store.h"
 #include "velmar/types.h"
 #include "velmar/variant.h"

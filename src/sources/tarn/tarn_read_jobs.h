@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "jobs/job_item.h"
-#include "outing/channel_data_cache.h"
+#include "outing/channels/channel_data_cache.h"
 #include "sources/tarn/tarn_channel_data.h"
 #include "sources/tarn/tarn_channel_list.h"
 #include "sources/tarn/tarn_connection.h"

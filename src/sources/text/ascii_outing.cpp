@@ -1,6 +1,6 @@
 #include "sources/text/ascii_outing.h"
 
-#include "outing/channel_header.h"
+#include "outing/channels/channel_header.h"
 #include "velmar/velmar.h"
 
 #include <algorithm>

@@ -12,12 +12,12 @@
 #include <string>
 #include <vector>
 
-#include "outing/channel_file.h"
-#include "outing/events_factory.h"
-#include "outing/file_outing.h"
-#include "outing/list_lap_markers.h"
-#include "outing/loaded_constant_factory.h"
-#include "outing/outing_data_factory.h"
+#include "outing/channels/channel_file.h"
+#include "outing/events/events_factory.h"
+#include "outing/cache/file_outing.h"
+#include "outing/laps/list_lap_markers.h"
+#include "outing/constants/loaded_constant_factory.h"
+#include "outing/factory/outing_data_factory.h"
 #include "sources/text/ascii_outing_cache.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing.h"

@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "outing/channel_file.h"
-#include "outing/file_outing_cache.h"
-#include "outing/outing_caption_helper.h"
-#include "outing/outing_information_base.h"
-#include "outing/outing_state_changes.h"
+#include "outing/channels/channel_file.h"
+#include "outing/cache/file_outing_cache.h"
+#include "outing/information/outing_caption_helper.h"
+#include "outing/information/outing_information_base.h"
+#include "outing/cache/outing_state_changes.h"
 #include "sources/text/ascii_outing_job_item.h"
 #include "velmar/data_factory.h"
 #include "velmar/guid.h"

@@ -9,7 +9,7 @@
 
 #include <vector>
 
-#include "outing/outing_information_base.h"
+#include "outing/information/outing_information_base.h"
 #include "sources/text/text_format.h"
 
 namespace velmar {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "jobs/job_item.h"
-#include "outing/channel_raw.h"
+#include "outing/channels/channel_raw.h"
 #include "platform/async/job_engine.h"
 #include "sources/text/ascii_file_handles.h"
 #include "sources/text/text_file_ops.h"

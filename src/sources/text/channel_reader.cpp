@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include "outing/channel_header.h"
+#include "outing/channels/channel_header.h"
 #include "sources/text/large_buffer.h"
 #include "sources/text/text_format.h"
 #include "sources/text/text_number.h"

@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "outing/outing_factory.h"
-#include "outing/outing_source.h"
+#include "outing/factory/outing_factory.h"
+#include "outing/cache/outing_source.h"
 #include "sources/text/ascii_outing.h"
 
 namespace velmar {

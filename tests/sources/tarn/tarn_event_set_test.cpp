@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "outing/data_listener.h"
-#include "outing/outing_source.h"
+#include "outing/cache/outing_source.h"
 #include "sources/tarn/tarn_outing.h"
 #include "tarn_test_helper.h"
 #include "velmar/constants.h"

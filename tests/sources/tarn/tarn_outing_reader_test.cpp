@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/empty_outing.h"
+#include "outing/cache/empty_outing.h"
 #include "sources/tarn/tarn_convert.h"
 #include "sources/tarn/tarn_outing.h"
 #include "tarn_test_helper.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "velmar/channel.h"
-#include "outing/outing_source.h"
+#include "outing/cache/outing_source.h"
 #include "tarn_outing_helper.h"
 
 namespace velmar::testing {

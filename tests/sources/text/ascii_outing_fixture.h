@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "faulty_text_file_ops.h"
-#include "outing/outing_cache_registry.h"
+#include "outing/cache/outing_cache_registry.h"
 #include "outing/outing_listener.h"
 #include "platform/async/dispatcher.h"
 #include "platform/async/job_engine.h"

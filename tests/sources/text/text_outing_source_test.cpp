@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "ascii_outing_fixture.h"
-#include "outing/outing_source.h"
+#include "outing/cache/outing_source.h"
 #include "sources/text/text_writer.h"
 
 namespace velmar::testing {

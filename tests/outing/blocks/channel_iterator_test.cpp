@@ -1,0 +1,289 @@
+#include "outing/blocks/channel_iterator.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "outing/data_block_test_util.h"
+
+namespace velmar {
+namespace {
+
+using testing::AsAperiodic;
+using testing::Iterator;
+using testing::PeriodicBlock;
+using testing::Selection;
+
+// Samples 0..40 by 10 (values 0..4), a gap, then 100..120 (values 10..12).
+ComPtr<CChannelIterator> TwoBlocks(bool secondContinuous = true, ComPtr<IKivSelectionRange> selection = nullptr) {
+  return Iterator({PeriodicBlock(0, 10, {0, 1, 2, 3, 4}), PeriodicBlock(100, 10, {10, 11, 12}, secondContinuous)},
+                  std::move(selection));
+}
+
+struct Found {
+  KivResult result;
+  KivTime time;
+  double value;
+};
+
+Found SampleAt(IKivChannelIterator* it, KivTime t, int32_t mode, uint32_t range = kRangeWholeChannel) {
+  Found f{E_UNEXPECTED, -999, -999};
+  f.result = it->GetSampleAtTime(t, mode, range, &f.time, &f.value);
+  return f;
+}
+
+// On TwoBlocks every value is its time / 10.
+TEST(ChannelIterator, SampleSearchAtTheEndsInGapsAndBetweenSamples) {
+  auto it = TwoBlocks();
+  constexpr KivTime kAny = -999;
+  struct Row {
+    KivTime t;
+    int32_t mode;
+    KivResult result;
+    KivTime time;
+  };
+  const Row rows[] = {
+      {120, kFindNextAfter, S_FALSE, 120}, {500, kFindNextAfter, S_FALSE, kAny},  // nothing after the end
+      {0, kFindLastBefore, S_FALSE, kAny}, {-5, kFindLastBefore, S_FALSE, kAny},  // nor before the start
+      {500, kFindLastBefore, S_OK, 120},   {500, kFindNearest, S_OK, 120},   {120, kFindNearest, S_OK, 120},
+      {20, kFindNextAfter, S_OK, 30},      {20, kFindLastBefore, S_OK, 10},  {20, kFindNearest, S_OK, 20},
+      {24, kFindNearest, S_OK, 20},        {25, kFindNearest, S_OK, 30},  // half way: the later
+      {27, kFindLastBefore, S_OK, 20},     {70, kFindNearest, S_OK, 100},  // equal distance: the later block's first
+      {69, kFindNearest, S_OK, 40},        {50, kFindNextAfter, S_OK, 100}, {90, kFindLastBefore, S_OK, 40},
+      {40, kFindNextAfter, S_OK, 100},     {100, kFindLastBefore, S_OK, 40},  // block edges reach the neighbour
+  };
+  for (const Row& row : rows) {
+    Found f = SampleAt(it.Get(), row.t, row.mode);
+    EXPECT_EQ(f.result, row.result) << row.t << " mode " << row.mode;
+    if (row.time != kAny) {
+      EXPECT_EQ(f.time, row.time) << row.t << " mode " << row.mode;
+    }
+    if (f.result == S_OK || row.time != kAny) {
+      EXPECT_EQ(f.value, f.result == S_OK ? static_cast<double>(f.time) / 10 : 0.0) << row.t << " mode " << row.mode;
+    }
+  }
+  uint32_t block = 0;
+  uint32_t index = 9;
+  ASSERT_EQ(it->FindBlock(-50, kFindNearest, 0, &block, &index), S_OK);
+  EXPECT_EQ(block, 1u);
+  EXPECT_EQ(index, 0u);
+  KivTime moved = -50;
+  size_t b = 9;
+  ASSERT_EQ(it->Locate(&moved, kFindNearest, 0, &b, &index), S_OK);
+  EXPECT_EQ(moved, -1) << "the time moves to start - 1";
+  ASSERT_EQ(it->FindBlock(90, kFindNextAfter, 0, &block, &index), S_OK);
+  EXPECT_EQ(block, 2u);
+  EXPECT_EQ(index, 0u);
+  EXPECT_EQ(it->FindBlock(500, kFindNextAfter, 0, &block, &index), S_FALSE);
+  EXPECT_EQ(block, 1u) << "anything but S_OK gives block 1";
+  KivTime t = 0;
+  ASSERT_EQ(it->GetSampleTime(100, kFindNextAfter, 0, &t), S_OK);
+  EXPECT_EQ(t, 110);
+}
+
+TEST(ChannelIterator, SelectionRangeLimitsTheSearch) {
+  auto it = TwoBlocks(true, Selection(5, 50));
+  EXPECT_EQ(SampleAt(it.Get(), 40, kFindNextAfter, kRangeSelection).result, S_FALSE)
+      << "the next block starts past the selection";
+  EXPECT_EQ(SampleAt(it.Get(), 40, kFindNextAfter, kRangeWholeChannel).time, 100);
+  Found f = SampleAt(it.Get(), -100, kFindNearest, kRangeSelection);
+  EXPECT_EQ(f.result, S_OK);
+  EXPECT_EQ(f.time, 10) << "first sample inside the selection";
+
+  auto late = TwoBlocks(true, Selection(60, 500));
+  EXPECT_EQ(SampleAt(late.Get(), 100, kFindLastBefore, kRangeSelection).result, S_FALSE)
+      << "the block before ends before the selection";
+
+  auto narrow = Iterator({PeriodicBlock(0, 10, {0, 1, 2})}, Selection(12, 18));
+  f = SampleAt(narrow.Get(), 5, kFindNearest, kRangeSelection);
+  EXPECT_EQ(f.result, S_FALSE) << "no sample inside the selection";
+  EXPECT_EQ(f.time, 11) << "the time the search ended on";
+
+  auto empty = TwoBlocks(true, Selection(300, 200));
+  EXPECT_EQ(SampleAt(empty.Get(), 20, kFindNearest, kRangeSelection).result, S_FALSE);
+  EXPECT_EQ(SampleAt(TwoBlocks().Get(), 20, kFindNearest, kRangeSelection).result, E_FAIL)
+      << "no selection to limit to";
+}
+
+TEST(ChannelIterator, BadArgumentsAndNoBlocks) {
+  auto it = TwoBlocks();
+  uint32_t block = 7;
+  uint32_t index = 7;
+  EXPECT_EQ(it->FindBlock(10, 3, 0, &block, &index), E_INVALIDARG);
+  EXPECT_EQ(block, 1u);
+  EXPECT_EQ(it->FindBlock(10, -1, 0, &block, &index), E_INVALIDARG);
+  EXPECT_EQ(it->FindBlock(10, 0, 2, &block, &index), E_INVALIDARG);
+  EXPECT_EQ(it->FindBlock(10, 0, 0, nullptr, &index), E_POINTER);
+  double v = 0;
+  EXPECT_EQ(it->GetValueAtTime(10, 3, 0, &v), E_INVALIDARG);
+  EXPECT_EQ(it->GetValueAtTime(10, 0, 2, &v), E_INVALIDARG);
+  KivTime t = 0;
+  EXPECT_EQ(it->FindTimeOfValue(1.0, 3, 0, &t), E_INVALIDARG);
+  EXPECT_EQ(it->FindTimeOfValue(1.0, 7, 0, &t), E_INVALIDARG);
+  EXPECT_EQ(it->GetSampleAtTime(10, 0, 0, nullptr, &v), E_POINTER);
+
+  auto none = Iterator({});
+  EXPECT_EQ(none->FindBlock(10, 0, 0, &block, &index), S_FALSE);
+  EXPECT_EQ(none->GetValueAtTime(10, 2, 0, &v), E_FAIL);
+  EXPECT_EQ(none->GetLastSample(&t, &v), E_FAIL);
+  EXPECT_EQ(none->GetEndTime(&t), E_FAIL);
+  EXPECT_EQ(none->GetLastValue(&v), E_FAIL);
+  EXPECT_EQ(none->FindTimeOfValue(1.0, 2, 0, &t), E_FAIL);
+
+  auto noData = MakeKiv<CChannelIterator>(nullptr, nullptr, nullptr);
+  ComPtr<IKivDataBlocks> blocks;
+  EXPECT_EQ(noData->GetDataBlocks(blocks.Put()), E_FAIL);
+  EXPECT_FALSE(blocks);
+}
+
+TEST(ChannelIterator, ValueAtTheLastSampleAndOneTickLater) {
+  auto it = TwoBlocks();
+  double v = -1;
+  EXPECT_EQ(it->GetValueAtTime(120, kValueExact, 0, &v), S_OK);
+  EXPECT_EQ(v, 12.0);
+  EXPECT_EQ(it->GetValueAtTime(121, kValueInterpolate, 0, &v), E_FAIL);
+  EXPECT_EQ(v, 0.0) << "the out value is cleared first";
+  EXPECT_EQ(it->GetValueAtTime(-1, kValueHold, 0, &v), E_FAIL);
+  EXPECT_EQ(it->GetValueAtTime(15, kValueInterpolate, 0, &v), S_FALSE);
+  EXPECT_DOUBLE_EQ(v, 1.5);
+}
+
+TEST(ChannelIterator, ValueInTheGapOfContinuousBlocksIsInterpolated) {
+  auto it = TwoBlocks(true);
+  double v = 0;
+  EXPECT_EQ(it->GetValueAtTime(70, kValueInterpolate, 0, &v), S_FALSE);
+  EXPECT_DOUBLE_EQ(v, 7.0);
+  EXPECT_EQ(it->GetValueAtTime(70, kValueHold, 0, &v), S_FALSE);
+  EXPECT_EQ(v, 4.0);
+  EXPECT_EQ(it->GetValueAtTime(70, kValueExact, 0, &v), E_FAIL);
+
+  auto broken = TwoBlocks(false);
+  EXPECT_EQ(broken->GetValueAtTime(70, kValueInterpolate, 0, &v), E_FAIL) << "no value across a break";
+
+  auto limited = TwoBlocks(true, Selection(0, 50));
+  EXPECT_EQ(limited->GetValueAtTime(70, kValueInterpolate, kRangeSelection, &v), E_FAIL);
+  EXPECT_EQ(limited->GetValueAtTime(45, kValueInterpolate, kRangeSelection, &v), S_FALSE);
+}
+
+TEST(ChannelIterator, TimeOfValueInBlocksAndAcrossGaps) {
+  KivTime t = 0;
+  auto it = TwoBlocks(true);
+  EXPECT_EQ(it->FindTimeOfValue(2.5, kCrossingInterpolated, 0, &t), S_FALSE);
+  EXPECT_EQ(t, 25);
+  EXPECT_EQ(it->FindTimeOfValue(11.0, kCrossingInterpolated, 0, &t), S_OK);
+  EXPECT_EQ(t, 110);
+  EXPECT_EQ(it->FindTimeOfValue(7.0, kCrossingInterpolated, 0, &t), S_FALSE) << "interpolated over the gap";
+  EXPECT_EQ(t, 70);
+  EXPECT_EQ(it->FindTimeOfValue(7.0, kCrossingSampleBefore, 0, &t), E_FAIL) << "gaps count in mode 2 only";
+  EXPECT_EQ(it->FindTimeOfValue(99.0, kCrossingInterpolated, 0, &t), E_FAIL);
+
+  auto broken = TwoBlocks(false);
+  EXPECT_EQ(broken->FindTimeOfValue(7.0, kCrossingInterpolated, 0, &t), S_OK) << "a break gives the nearer sample";
+  EXPECT_EQ(t, 100) << "equally near: the later";
+  EXPECT_EQ(broken->FindTimeOfValue(6.0, kCrossingInterpolated, 0, &t), S_OK);
+  EXPECT_EQ(t, 40);
+  EXPECT_EQ(broken->FindTimeOfValue(7.0, kCrossingInterpolated | kCrossingAcrossBreaks, 0, &t), S_FALSE);
+  EXPECT_EQ(t, 70);
+
+  auto late = TwoBlocks(true, Selection(105, 200));
+  EXPECT_EQ(late->FindTimeOfValue(2.5, kCrossingInterpolated, kRangeSelection, &t), E_FAIL)
+      << "the search starts at the selection's block";
+  auto early = TwoBlocks(true, Selection(-50, -10));
+  EXPECT_EQ(early->FindTimeOfValue(2.5, kCrossingInterpolated, kRangeSelection, &t), E_FAIL);
+}
+
+TEST(ChannelIterator, LastSampleEndTimeAndLastValue) {
+  auto it = TwoBlocks();
+  KivTime t = 0;
+  double v = 0;
+  ASSERT_EQ(it->GetLastSample(&t, &v), S_OK);
+  EXPECT_EQ(t, 120);
+  EXPECT_EQ(v, 12.0);
+  ASSERT_EQ(it->GetEndTime(&t), S_OK);
+  EXPECT_EQ(t, 120);
+  ASSERT_EQ(it->GetLastValue(&v), S_OK);
+  EXPECT_EQ(v, 12.0);
+  EXPECT_EQ(it->GetLastSample(nullptr, &v), E_POINTER);
+}
+
+TEST(ChannelIterator, PeriodicAndAperiodicBlocksAnswerAlike) {
+  const std::vector<double> a{3, 1, 4, 1, 5, 9, 2};
+  const std::vector<double> b{6, 5, 3};
+  auto periodic = Iterator({PeriodicBlock(0, 10, a), PeriodicBlock(95, 5, b, true)});
+  auto aperiodic = Iterator({AsAperiodic(0, 10, a), AsAperiodic(95, 5, b, true)});
+  for (KivTime t = -20; t <= 130; ++t) {
+    for (int32_t mode = 0; mode <= 2; ++mode) {
+      // Half way between two samples the two spacings break the tie differently.
+      if (mode == kFindNearest && t > 0 && t < 60 && t % 10 == 5) continue;
+      Found p = SampleAt(periodic.Get(), t, mode);
+      Found q = SampleAt(aperiodic.Get(), t, mode);
+      EXPECT_EQ(p.result, q.result) << "t=" << t << " mode=" << mode;
+      EXPECT_EQ(p.time, q.time) << "t=" << t << " mode=" << mode;
+      EXPECT_EQ(p.value, q.value) << "t=" << t << " mode=" << mode;
+    }
+    for (uint32_t mode = kValueHold; mode <= kValueInterpolate; ++mode) {
+      double pv = -1;
+      double qv = -2;
+      EXPECT_EQ(periodic->GetValueAtTime(t, mode, 0, &pv), aperiodic->GetValueAtTime(t, mode, 0, &qv)) << t;
+      EXPECT_DOUBLE_EQ(pv, qv) << "t=" << t;
+    }
+  }
+}
+
+// Brute force over every sample, for comparison with the search.
+struct Sample {
+  KivTime time;
+  double value;
+};
+
+TEST(ChannelIterator, SearchMatchesBruteForceOverManyUnevenBlocks) {
+  std::mt19937 rng(1234);
+  std::vector<ComPtr<IKivDataBlockImplBase>> blocks;
+  std::vector<Sample> all;
+  KivTime t = 1000;
+  for (int k = 0; k < 300; ++k) {
+    t += std::uniform_int_distribution<KivTime>(1, k % 7 == 0 ? 5000 : 30)(rng);  // uneven gaps
+    const auto count = std::uniform_int_distribution<int>(1, k % 11 == 0 ? 400 : 12)(rng);
+    std::vector<double> values;
+    std::vector<KivTime> times;
+    const KivTime interval = std::uniform_int_distribution<KivTime>(1, 9)(rng);
+    for (int i = 0; i < count; ++i) {
+      values.push_back(static_cast<double>(all.size()));
+      times.push_back(k % 2 ? t + i * interval : t);
+      if (k % 2 == 0) t += std::uniform_int_distribution<KivTime>(1, 9)(rng);
+      all.push_back({times.back(), values.back()});
+    }
+    t = times.back();
+    blocks.push_back(k % 2 ? PeriodicBlock(times.front(), interval, values, k % 3 == 0)
+                           : testing::AperiodicBlock(times, values, k % 3 == 0));
+  }
+  auto it = Iterator(blocks);
+  std::uniform_int_distribution<KivTime> when(0, t + 1000);
+  for (int probe = 0; probe < 20000; ++probe) {
+    const KivTime q = when(rng);
+    auto after = std::upper_bound(all.begin(), all.end(), q, [](KivTime x, const Sample& s) { return x < s.time; });
+    auto atOrAfter = std::lower_bound(all.begin(), all.end(), q, [](const Sample& s, KivTime x) { return s.time < x; });
+    Found next = SampleAt(it.Get(), q, kFindNextAfter);
+    if (after == all.end()) {
+      EXPECT_EQ(next.result, S_FALSE) << q;
+    } else {
+      EXPECT_EQ(next.time, after->time) << q;
+    }
+    Found before = SampleAt(it.Get(), q, kFindLastBefore);
+    if (atOrAfter == all.begin()) {
+      EXPECT_EQ(before.result, S_FALSE) << q;
+    } else {
+      EXPECT_EQ(before.time, std::prev(atOrAfter)->time) << q;
+    }
+    Found nearest = SampleAt(it.Get(), q, kFindNearest);
+    ASSERT_EQ(nearest.result, S_OK);
+    KivTime best = kTimeMax;
+    for (auto c : {atOrAfter, atOrAfter == all.begin() ? atOrAfter : std::prev(atOrAfter)}) {
+      if (c != all.end()) best = std::min(best, c->time > q ? c->time - q : q - c->time);
+    }
+    EXPECT_EQ(nearest.time > q ? nearest.time - q : q - nearest.time, best) << q;
+  }
+}
+
+}  // namespace
+}  // namespace velmar

@@ -1,0 +1,137 @@
+#include "outing/blocks/data_block_aperiodic.h"
+
+#include <gtest/gtest.h>
+
+#include "outing/data_block_test_util.h"
+
+namespace velmar {
+namespace {
+
+using testing::AperiodicSection;
+
+const std::vector<KivTime> kTimes{0, 10, 20, 40, 80};
+
+uint32_t Find(KivTime lo, KivTime hi, KivTime t, int32_t mode, KivResult expected = S_OK) {
+  uint32_t index = 99;
+  EXPECT_EQ(FindAperiodicSample(kTimes, lo, hi, t, mode, &index), expected) << "t=" << t << " mode=" << mode;
+  return index;
+}
+
+TEST(AperiodicFindSample, NextAndLastAroundExactSamples) {
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 20, kFindNextAfter), 3u);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 20, kFindLastBefore), 1u);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 30, kFindNextAfter), 3u);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 30, kFindLastBefore), 2u);
+  Find(kTimeMin, kTimeMax, 0, kFindLastBefore, E_FAIL);
+  Find(kTimeMin, kTimeMax, 80, kFindNextAfter, E_FAIL);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 80, kFindNearest), 4u);
+}
+
+TEST(AperiodicFindSample, NearestTieGoesToTheNeighbourTheSearchDidNotEndOn) {
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 30, kFindNearest), 2u) << "ends on 40, gives 20";
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 60, kFindNearest), 3u) << "ends on 80, gives 40";
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 15, kFindNearest), 2u) << "ends on 10, gives 20";
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 31, kFindNearest), 3u);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, 29, kFindNearest), 2u);
+}
+
+TEST(AperiodicFindSample, WindowHoldsTheNeighbourJustOutsideTheBounds) {
+  EXPECT_EQ(Find(15, 45, 12, kFindLastBefore), 1u) << "10 lies below lo but inside the window";
+  EXPECT_EQ(Find(15, 45, 50, kFindNextAfter), 4u) << "80 lies above hi but inside the window";
+  Find(15, 45, 5, kFindNextAfter, E_FAIL);
+  EXPECT_EQ(Find(15, 45, 5, kFindNearest), 1u) << "a failed search still has a nearest sample";
+  EXPECT_EQ(Find(15, 45, 500, kFindNearest), 4u);
+  Find(90, 100, 95, kFindNearest, E_FAIL);  // every sample below lo
+  Find(45, 15, 20, kFindNearest, E_FAIL);  // lo above hi
+}
+
+TEST(AperiodicFindSample, BadArguments) {
+  uint32_t index = 0;
+  EXPECT_EQ(FindAperiodicSample(kTimes, 0, 80, 10, 3, &index), E_INVALIDARG);
+  EXPECT_EQ(FindAperiodicSample(kTimes, 0, 80, 10, -2, &index), E_INVALIDARG);
+  EXPECT_EQ(FindAperiodicSample(kTimes, 0, 80, 10, 0, nullptr), E_POINTER);
+  EXPECT_EQ(FindAperiodicSample({}, 0, 80, 10, 0, &index), E_FAIL);
+}
+
+TEST(AperiodicValueAt, SampleHoldOrLineElseFail) {
+  const std::vector<double> v{0, 1, 2, 4, 8};
+  double value = -1;
+  EXPECT_EQ(AperiodicValueAt(kTimes, v, 40, kValueExact, &value), S_OK);
+  EXPECT_EQ(value, 4);
+  EXPECT_EQ(AperiodicValueAt(kTimes, v, 50, kValueHold, &value), S_FALSE);
+  EXPECT_EQ(value, 4);
+  EXPECT_EQ(AperiodicValueAt(kTimes, v, 50, kValueInterpolate, &value), S_FALSE);
+  EXPECT_EQ(value, 5);
+  EXPECT_EQ(AperiodicValueAt(kTimes, v, 50, kValueExact, &value), E_FAIL);
+  EXPECT_EQ(AperiodicValueAt(kTimes, v, 81, kValueHold, &value), E_FAIL);
+  EXPECT_EQ(AperiodicValueAt(kTimes, v, -1, kValueHold, &value), E_FAIL);
+}
+
+TEST(AperiodicTimeOfValue, CrossingStopsInModesOneAndTwoOnly) {
+  const std::vector<double> v{0, 10, 0, 5, 10};
+  KivTime t = 0;
+  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 5, kCrossingSampleBefore, &t), S_OK);
+  EXPECT_EQ(t, 0);
+  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 5, kCrossingInterpolated, &t), S_OK);
+  EXPECT_EQ(t, 5);
+  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 5, 0, &t), S_OK) << "mode 0 scans on to the equal sample";
+  EXPECT_EQ(t, 40);
+  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 7, 0, &t), E_FAIL);
+}
+
+TEST(CAperiodicOutingDataBlock, OffsetMakesAPrivateArrayAndZeroTakesTheSharedOneBack) {
+  auto section = AperiodicSection({0, 10, 25}, {1, 2, 3});
+  ComPtr<CAperiodicOutingDataBlock> block;
+  ASSERT_EQ(CAperiodicOutingDataBlock::Create(section, 0, 0, false, &block), S_OK);
+  std::span<const KivTime> times;
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_EQ(times.data(), section->Times().data());
+
+  ASSERT_EQ(block->SetTimeOffset(100), S_OK);
+  EXPECT_FALSE(block->timesShared());
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_EQ(std::vector<KivTime>(times.begin(), times.end()), (std::vector<KivTime>{100, 110, 125}));
+  ASSERT_EQ(block->SetTimeOffset(-7), S_OK);
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_EQ(std::vector<KivTime>(times.begin(), times.end()), (std::vector<KivTime>{-7, 3, 18}));
+  EXPECT_EQ(block->StartTime(), -7);
+  EXPECT_EQ(block->EndTime(), 18);
+
+  ASSERT_EQ(block->SetTimeOffset(0), S_OK);
+  EXPECT_TRUE(block->timesShared());
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_EQ(times.data(), section->Times().data());
+  EXPECT_EQ(section->Times().view()[1], 10) << "the shared array never moved";
+}
+
+TEST(CAperiodicOutingDataBlock, IntervalIsZeroAndUnexpected) {
+  auto block = testing::AperiodicBlock({0, 10}, {1, 2});
+  KivTime interval = 5;
+  EXPECT_EQ(block->GetInterval(&interval), E_UNEXPECTED);
+  EXPECT_EQ(interval, 0);
+  KivBool periodic = KIV_TRUE;
+  ASSERT_EQ(block->GetPeriodic(&periodic), S_OK);
+  EXPECT_EQ(periodic, KIV_FALSE);
+  EXPECT_EQ(&block->GetIntervalReference(), &testing::AperiodicBlock({1}, {1})->GetIntervalReference())
+      << "one static zero";
+}
+
+TEST(CAperiodicOutingDataBlock, RefusesAPeriodicSection) {
+  ComPtr<CAperiodicOutingDataBlock> block;
+  EXPECT_EQ(CAperiodicOutingDataBlock::Create(testing::PeriodicSection(0, 1, {1, 2}), 0, 0, false, &block),
+            E_INVALIDARG);
+  ComPtr<IKivDataBlockImplBase> any;
+  EXPECT_EQ(MakeOutingDataBlock(nullptr, 0, 0, false, &any), E_INVALIDARG);
+  EXPECT_EQ(MakeOutingDataBlock(AperiodicSection({1}, {1}), 0, 0, false, nullptr), E_POINTER);
+}
+
+TEST(CAperiodicOutingDataBlock, IndexesAroundATime) {
+  auto block = testing::AperiodicBlock({0, 10, 10, 25}, {1, 2, 3, 4});
+  EXPECT_EQ(block->FirstIndexAtOrAfter(10), 1);
+  EXPECT_EQ(block->LastIndexAtOrBefore(10), 2);
+  EXPECT_EQ(block->FirstIndexAtOrAfter(26), 4);
+  EXPECT_EQ(block->LastIndexAtOrBefore(-1), -1);
+}
+
+}  // namespace
+}  // namespace velmar

@@ -1,0 +1,184 @@
+#include "outing/blocks/data_block_periodic.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "outing/data_block_test_util.h"
+
+namespace velmar {
+namespace {
+
+using testing::PeriodicBlock;
+using testing::PeriodicSection;
+
+// Samples at 100, 110, 120, 130, 140.
+const PeriodicRun kRun{100, 10, 5};
+
+uint32_t Find(KivTime lo, KivTime hi, KivTime t, int32_t mode, KivResult expected = S_OK) {
+  uint32_t index = 99;
+  EXPECT_EQ(FindPeriodicSample(kRun, lo, hi, t, mode, &index), expected) << "t=" << t << " mode=" << mode;
+  return index;
+}
+
+TEST(PeriodicFindSample, NextAfterAnExactSampleIsTheFollowingOne) {
+  EXPECT_EQ(Find(100, 140, 110, kFindNextAfter), 2u);
+  EXPECT_EQ(Find(100, 140, 115, kFindNextAfter), 2u);
+  Find(100, 140, 140, kFindNextAfter, S_FALSE);
+  Find(100, 125, 120, kFindNextAfter, S_FALSE);  // the next sample lies past hi
+}
+
+TEST(PeriodicFindSample, LastBeforeAnExactSampleIsThePrecedingOne) {
+  EXPECT_EQ(Find(100, 140, 110, kFindLastBefore), 0u);
+  EXPECT_EQ(Find(100, 140, 115, kFindLastBefore), 1u);
+  Find(100, 140, 100, kFindLastBefore, S_FALSE);  // nothing before the first sample
+  Find(105, 140, 110, kFindLastBefore, S_FALSE);  // the sample before lies below lo
+  EXPECT_EQ(Find(100, 125, 180, kFindLastBefore), 2u) << "a time above hi gives the last inside";
+}
+
+TEST(PeriodicFindSample, NearestGoesToTheLaterSampleHalfWay) {
+  EXPECT_EQ(Find(100, 140, 115, kFindNearest), 2u);
+  EXPECT_EQ(Find(100, 140, 114, kFindNearest), 1u);
+  EXPECT_EQ(Find(100, 140, 116, kFindNearest), 2u);
+  EXPECT_EQ(Find(100, 140, 130, kFindNearest), 3u);
+}
+
+TEST(PeriodicFindSample, TimesOutsideTheBoundsTurnTowardsThem) {
+  EXPECT_EQ(Find(120, 140, 50, kFindNearest), 2u) << "below lo: the first sample at or after lo";
+  EXPECT_EQ(Find(115, 140, 50, kFindNearest), 2u);
+  EXPECT_EQ(Find(100, 125, 500, kFindNearest), 2u) << "above hi: the last sample at or before hi";
+  EXPECT_EQ(Find(100, 140, 50, kFindNextAfter), 0u);
+}
+
+TEST(PeriodicFindSample, BadModesAndTimesOffTheBlock) {
+  uint32_t index = 0;
+  EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, 3, &index), E_INVALIDARG);
+  EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, -1, &index), E_INVALIDARG);
+  EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, 0, nullptr), E_POINTER);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, kTimeMin, kFindNextAfter), 0u) << "unbounded lo: no overflow";
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, kTimeMax, kFindLastBefore), 4u);
+  Find(kTimeMin, kTimeMax, kTimeMax, kFindNextAfter, S_FALSE);
+  Find(kTimeMin, kTimeMax, kTimeMin, kFindLastBefore, S_FALSE);
+  EXPECT_EQ(Find(kTimeMin, kTimeMax, kTimeMin, kFindNearest), 0u);
+  Find(130, 120, 125, kFindNearest, S_FALSE);  // an empty range
+}
+
+TEST(PeriodicValueAt, SampleHoldOrLine) {
+  const std::vector<double> v{0.0, 10.0, 20.0, 40.0, 80.0};
+  double value = -1;
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 120, kValueExact, &value), S_OK);
+  EXPECT_EQ(value, 20.0);
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 125, kValueHold, &value), S_FALSE);
+  EXPECT_EQ(value, 20.0);
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 125, kValueInterpolate, &value), S_FALSE);
+  EXPECT_EQ(value, 30.0);
+  value = -1;
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 125, kValueExact, &value), S_FALSE);
+  EXPECT_EQ(value, -1) << "no value between samples in exact mode";
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 140, kValueExact, &value), S_OK);
+  EXPECT_EQ(value, 80.0);
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 141, kValueInterpolate, &value), E_FAIL);
+  EXPECT_EQ(PeriodicValueAt(kRun, v, 99, kValueInterpolate, &value), E_FAIL);
+  EXPECT_EQ(PeriodicValueAt(kRun, v, kTimeMin, kValueInterpolate, &value), E_FAIL);
+}
+
+TEST(PeriodicTimeOfValue, FirstMatchOrCrossingThenStops) {
+  const std::vector<double> v{0.0, 10.0, 20.0, 10.0, 0.0};
+  KivTime t = 0;
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 20.0, kCrossingInterpolated, &t), S_OK);
+  EXPECT_EQ(t, 120);
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 5.0, kCrossingSampleBefore, &t), S_FALSE);
+  EXPECT_EQ(t, 100);
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 2.5, kCrossingInterpolated, &t), S_FALSE);
+  EXPECT_EQ(t, 103) << "100 + trunc(2.5 + 0.5)";
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 25.0, kCrossingInterpolated, &t), E_FAIL);
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, std::nan(""), kCrossingInterpolated, &t), E_FAIL);
+}
+
+TEST(PeriodicTimeOfValue, NaNAndInfiniteSamplesAreSafe) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::vector<double> v{std::nan(""), -inf, inf, 3.0, 4.0};
+  KivTime t = 0;
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 1.0, kCrossingInterpolated, &t), S_FALSE);
+  EXPECT_GE(t, 110);
+  EXPECT_LE(t, 120) << "a crossing between infinities stays between their times";
+  const std::vector<double> gaps{std::nan(""), std::nan(""), 2.0, 3.0, 4.0};
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, gaps, 3.5, kCrossingInterpolated, &t), S_FALSE);
+  EXPECT_EQ(t, 135) << "NaN samples are stepped over";
+  EXPECT_EQ(PeriodicTimeOfValue(kRun, gaps, 1.0, kCrossingInterpolated, &t), E_FAIL);
+}
+
+TEST(CPeriodicOutingDataBlock, ReadsTheSectionWithoutCopying) {
+  auto section = PeriodicSection(100, 10, {1, 2, 3});
+  auto block = testing::Block(section);
+  std::span<const double> values;
+  ASSERT_EQ(block->GetValuesReference(&values), S_OK);
+  EXPECT_EQ(values.data(), section->values().data());
+  KivTime interval = 0;
+  EXPECT_EQ(block->GetInterval(&interval), S_OK);
+  EXPECT_EQ(interval, 10);
+  KivBool periodic = 0;
+  ASSERT_EQ(block->GetPeriodic(&periodic), S_OK);
+  EXPECT_EQ(periodic, KIV_TRUE);
+  std::vector<double> copy;
+  ASSERT_EQ(block->GetValues(&copy), S_OK);
+  EXPECT_EQ(copy, (std::vector<double>{1, 2, 3}));
+}
+
+TEST(CPeriodicOutingDataBlock, TimeArrayIsSharedAtOffsetZeroAndPrivateOtherwise) {
+  auto section = PeriodicSection(100, 10, {1, 2, 3});
+  ComPtr<CPeriodicOutingDataBlock> block;
+  ASSERT_EQ(CPeriodicOutingDataBlock::Create(section, 4, 0, true, &block), S_OK);
+  std::span<const KivTime> times;
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_EQ(times.data(), section->Times().data());
+  EXPECT_TRUE(block->timesShared());
+
+  ASSERT_EQ(block->SetTimeOffset(1000), S_OK);
+  EXPECT_EQ(block->StartTime(), 1100);
+  EXPECT_EQ(block->EndTime(), 1120);
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_NE(times.data(), section->Times().data());
+  EXPECT_FALSE(block->timesShared());
+  EXPECT_EQ(std::vector<KivTime>(times.begin(), times.end()), (std::vector<KivTime>{1100, 1110, 1120}));
+
+  ASSERT_EQ(block->SetTimeOffset(0), S_OK);
+  ASSERT_EQ(block->GetTimesReference(&times), S_OK);
+  EXPECT_EQ(times.data(), section->Times().data());
+  EXPECT_EQ(block->blockIndex(), 4u);
+  EXPECT_TRUE(block->continuous());
+}
+
+TEST(CPeriodicOutingDataBlock, RefusesBadInput) {
+  ComPtr<CPeriodicOutingDataBlock> block;
+  EXPECT_EQ(CPeriodicOutingDataBlock::Create(testing::AperiodicSection({1, 2}, {1, 2}), 0, 0, false, &block),
+            E_INVALIDARG);
+  EXPECT_EQ(CPeriodicOutingDataBlock::Create(nullptr, 0, 0, false, &block), E_INVALIDARG);
+  EXPECT_EQ(CPeriodicOutingDataBlock::Create(PeriodicSection(0, 1, {1}), 0, kTimeMax, false, &block),
+            E_INVALIDARG)
+      << "offset onto the unbounded extreme";
+  ASSERT_EQ(CPeriodicOutingDataBlock::Create(PeriodicSection(0, 1, {1}), 0, 0, false, &block), S_OK);
+  EXPECT_EQ(block->SetTimeOffset(kTimeMin), E_INVALIDARG);
+  EXPECT_EQ(block->timeOffset(), 0) << "a refused offset changes nothing";
+  EXPECT_EQ(block->GetStartTime(nullptr), E_POINTER);
+  EXPECT_EQ(block->GetTimes(nullptr), E_POINTER);
+  EXPECT_EQ(block->GetValuesReference(nullptr), E_POINTER);
+  KivTime t = 0;
+  double v = 0;
+  EXPECT_EQ(block->GetSample(1, &t, &v), E_FAIL) << "past the last sample";
+  EXPECT_EQ(block->GetTimeAt(1, &t), E_FAIL);
+}
+
+TEST(CPeriodicOutingDataBlock, IndexesAroundATime) {
+  auto block = PeriodicBlock(100, 10, {1, 2, 3, 4});
+  EXPECT_EQ(block->FirstIndexAtOrAfter(100), 0);
+  EXPECT_EQ(block->FirstIndexAtOrAfter(101), 1);
+  EXPECT_EQ(block->FirstIndexAtOrAfter(131), 4);
+  EXPECT_EQ(block->LastIndexAtOrBefore(99), -1);
+  EXPECT_EQ(block->LastIndexAtOrBefore(119), 1);
+  EXPECT_EQ(block->LastIndexAtOrBefore(kTimeMax), 3);
+}
+
+}  // namespace
+}  // namespace velmar

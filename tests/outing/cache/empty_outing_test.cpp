@@ -1,0 +1,171 @@
+#include "outing/cache/empty_outing.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "outing/cache/outing_cache_registry.h"
+#include "outing/outing_listener.h"
+#include "support/temp_dir.h"
+#include "velmar/lap_markers.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr Guid kTextType = Guid::Literal("{3F4B8C0F-F636-4c4b-A8B3-98BF06470C97}");
+constexpr Guid kMatType = Guid::Literal("{F44BF473-A14F-44c7-B9A0-EDD2DBDABCA7}");
+
+COutingCacheRegistry<CEmptyOutingCache>& Registry() { return COutingCacheRegistry<CEmptyOutingCache>::Instance(); }
+
+class EmptyOutingTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(OpenEmptyOuting(path_, kTextType, false, outing_.Put()), S_OK); }
+  void TearDown() override {
+    outing_ = nullptr;
+    EXPECT_EQ(Registry().Find(path_), nullptr) << "the last outing takes its cache out";
+  }
+
+  TempDir dir_;
+  const std::u16string path_ = Utf8ToWide((dir_ / "missing.txt").string());
+  ComPtr<IKivOuting> outing_;
+};
+
+TEST_F(EmptyOutingTest, DescribesItselfAsTheEmptyOutingOfItsPath) {
+  std::u16string text;
+  EXPECT_EQ(outing_->GetCaption(&text), S_OK);
+  EXPECT_EQ(text, u"<---:---:--->");
+  EXPECT_EQ(outing_->GetFileName(&text), S_OK);
+  EXPECT_EQ(text, path_);
+  uint32_t type = 99;
+  EXPECT_EQ(outing_->GetOutingType(&type), S_OK);
+  EXPECT_EQ(type, 0u);
+  EXPECT_EQ(outing_.As<IKivOuting2>()->GetOutingId(&text), S_OK);
+  EXPECT_EQ(text, u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}") << "the GUID passed in";
+  KivBool overrideProperties = KIV_TRUE;
+  EXPECT_EQ(outing_.As<IKivOuting4>()->GetOverrideProperties(&overrideProperties), S_OK);
+  EXPECT_EQ(overrideProperties, KIV_FALSE);
+  auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
+  outing->cache()->InvalidateCaption();
+  EXPECT_EQ(outing->cache()->GetCaption(), u"<---:---:--->") << "a rebuild writes the same text";
+  EXPECT_FALSE(outing->cache()->caption_dirty());
+}
+
+TEST_F(EmptyOutingTest, HasNothingToGiveCloseOrShift) {
+  OutingListener heard(outing_.Get());
+  IKivPropertySet* information = reinterpret_cast<IKivPropertySet*>(0x1);
+  EXPECT_EQ(outing_->GetOutingInformation(&information), S_FALSE);
+  EXPECT_EQ(information, nullptr);
+  EXPECT_EQ(outing_->CloseData(), S_FALSE);
+  EXPECT_EQ(outing_->CloseData(), S_FALSE);
+  EXPECT_EQ(outing_->SetTimeOffset(10 * kTicksPerSecond), S_FALSE);
+  IKivStatusChannelDefinitions* definitions = nullptr;
+  EXPECT_EQ(outing_.As<IKivOuting3>()->GetStatusChannelDefinitions(&definitions), E_NOTIMPL);
+  EXPECT_THAT(heard.log, IsEmpty()) << "nothing changed, so nothing is told";
+  EXPECT_EQ(static_cast<CEmptyOuting*>(outing_.Get())->time_offset(), 0);
+}
+
+template <class Factory, class Item>
+void ExpectEmptyFactory(IKivOuting* outing) {
+  ComPtr<Factory> factory = QueryAs<Factory>(outing);
+  ASSERT_TRUE(factory);
+  NameList names{u"left over"};
+  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_THAT(names, IsEmpty());
+  EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
+  Item* item = reinterpret_cast<Item*>(0x1);
+  EXPECT_EQ(factory->GetItem(u"Speed", &item), E_FAIL);
+  EXPECT_EQ(item, nullptr);
+  EXPECT_EQ(factory->GetItem(u"", &item), E_FAIL);
+  EXPECT_EQ(factory->GetItem(u"Speed", nullptr), E_POINTER);
+  IKivUnknown* icon = reinterpret_cast<IKivUnknown*>(0x1);
+  EXPECT_EQ(factory->GetIcon(0, 16, &icon), E_FAIL);
+  EXPECT_EQ(icon, nullptr);
+}
+
+TEST_F(EmptyOutingTest, FactoriesListNothingAndGiveNothing) {
+  ExpectEmptyFactory<IKivChannelFactory, IKivChannel>(outing_.Get());
+  ExpectEmptyFactory<IKivEventsFactory, IKivEventSet>(outing_.Get());
+  ExpectEmptyFactory<IKivConstantFactory, IKivConstant>(outing_.Get());
+}
+
+TEST_F(EmptyOutingTest, LapMarkersCountZeroAndHaveNoSpan) {
+  auto laps = outing_.As<IKivLapMarkers>();
+  ASSERT_TRUE(laps);
+  uint32_t count = 7;
+  EXPECT_EQ(laps->GetLapMarkerCount(&count), S_OK);
+  EXPECT_EQ(count, 0u);
+  double origin = 1.5;
+  EXPECT_EQ(laps->GetDistanceOrigin(&origin), S_OK);
+  EXPECT_EQ(origin, 0.0);
+  KivTime time = 5;
+  EXPECT_EQ(laps->GetOutingStart(&time), E_FAIL);
+  EXPECT_EQ(time, 0);
+  EXPECT_EQ(laps->GetOutingEnd(&time), E_FAIL);
+  EXPECT_EQ(laps->GetFirstMovement(&time), E_FAIL);
+  EXPECT_EQ(laps->GetLastMovement(&time), E_FAIL);
+  EXPECT_EQ(laps->GetLapMarkerTime(1, &time), E_FAIL);
+  uint32_t number = 0;
+  EXPECT_EQ(laps->GetLapMarkerNumber(1, &number), E_FAIL);
+  KivBool halt = KIV_TRUE;
+  EXPECT_EQ(laps->IsCarHalt(1, &halt), E_FAIL);
+  EXPECT_EQ(halt, KIV_FALSE);
+  EXPECT_EQ(laps->GetLapMarkerCount(nullptr), E_POINTER);
+  EXPECT_EQ(laps->GetLapMarkerTime(1, nullptr), E_POINTER);
+  EXPECT_EQ(laps->GetOutingStart(nullptr), E_POINTER);
+}
+
+TEST_F(EmptyOutingTest, LapMarkerEditsAreRefused) {
+  auto writer = outing_.As<IKivLapMarkerWriter>();
+  ASSERT_TRUE(writer);
+  EXPECT_EQ(writer->AddLapMarkerAtTime(0), E_INVALIDARG) << "no time lies inside an empty outing";
+  EXPECT_EQ(writer->AddLapMarkerAtDistance(100.0), E_FAIL);
+  EXPECT_EQ(writer->RemoveLapMarker(1), E_FAIL);
+  EXPECT_EQ(writer->ShiftLapMarkers(5.0), E_FAIL);
+  EXPECT_EQ(writer->ResetLapMarkers(), E_FAIL);
+}
+
+TEST_F(EmptyOutingTest, CreateDataSetTestsTheFolderAndAnswersFalse) {
+  auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
+  EXPECT_FALSE(outing->cache()->CreateDataSet());
+  EXPECT_TRUE(std::filesystem::is_empty(dir_.path())) << "the test file went at once; no data set was made";
+}
+
+TEST_F(EmptyOutingTest, RepeatedRequestsForOnePathShareOneCache) {
+  ComPtr<IKivOuting> second;
+  ASSERT_EQ(OpenEmptyOuting(path_, kMatType, true, second.Put()), S_OK);
+  auto* first = static_cast<CEmptyOuting*>(outing_.Get());
+  auto* other = static_cast<CEmptyOuting*>(second.Get());
+  EXPECT_NE(first, other) << "one outing object per request";
+  EXPECT_EQ(first->cache(), other->cache());
+  EXPECT_EQ(first->cache()->client_count(), 2u);
+  std::u16string id;
+  EXPECT_EQ(other->GetOutingId(&id), S_OK);
+  EXPECT_EQ(id, kTextType.ToWide()) << "the cache keeps the id it was made with";
+  KivBool overrideProperties = KIV_FALSE;
+  EXPECT_EQ(other->GetOverrideProperties(&overrideProperties), S_OK);
+  EXPECT_EQ(overrideProperties, KIV_TRUE) << "the flag is the outing object's";
+
+  outing_ = nullptr;
+  EXPECT_EQ(Registry().Find(path_).Get(), other->cache()) << "one client is left";
+  second = nullptr;
+}
+
+TEST_F(EmptyOutingTest, AnotherPathHasAnotherCacheAndAFileTypeCacheIsNoEmptyOne) {
+  ComPtr<IKivOuting> other;
+  ASSERT_EQ(OpenEmptyOuting(path_ + u"2", kTextType, false, other.Put()), S_OK);
+  EXPECT_NE(static_cast<CEmptyOuting*>(other.Get())->cache(), static_cast<CEmptyOuting*>(outing_.Get())->cache());
+  EXPECT_EQ(Registry().Find(path_ + u"2").Get(), static_cast<CEmptyOuting*>(other.Get())->cache());
+}
+
+TEST(OpenEmptyOutingTest, ANullOutIsRefused) {
+  EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
+  EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,209 @@
+#include "outing/channels/channel_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cfenv>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "outing/data_listener.h"
+#include "outing/memory_channel_source.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr KivTime kSecond = kTicksPerSecond;
+const CChannelKey kSpeedKey(u"Speed", 3);
+
+class FileChannelTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(CreateUnitsComponent(&units_), S_OK); }
+  void TearDown() override {
+    for (auto& channel : made_) channel->Detach();  // ends the channel-iterator cycle
+  }
+
+  ComPtr<CFileChannel> Make(const CChannelKey& key, ChannelUnit unit = {}) {
+    auto channel = MakeKiv<CFileChannel>();
+    channel->Bind(key.name(), key, nullptr, source_, unit, units_);
+    made_.push_back(channel);
+    return channel;
+  }
+  static uint32_t Status(IKivChannel* c) {
+    uint32_t s = 99;
+    EXPECT_EQ(c->GetStatus(&s), S_OK);
+    return s;
+  }
+  static uint32_t Detailed(IKivChannel* c) {
+    uint32_t s = 99;
+    EXPECT_EQ(QueryAs<IKivData2>(c)->GetDetailedStatus(&s), S_OK);
+    return s;
+  }
+  static std::vector<KivTime> BlockStarts(IKivChannelIterator2* it) {
+    ComPtr<IKivDataBlocks> blocks;
+    EXPECT_EQ(it->GetDataBlocks(blocks.Put()), S_OK);
+    uint32_t count = 0;
+    EXPECT_EQ(blocks->GetCount(&count), S_OK);
+    std::vector<KivTime> starts;
+    for (uint32_t i = 1; i <= count; ++i) {
+      ComPtr<IKivDataBlock> block;
+      EXPECT_EQ(blocks->GetBlock(i, block.Put()), S_OK);
+      KivTime start = 0;
+      EXPECT_EQ(block->GetStartTime(&start), S_OK);
+      starts.push_back(start);
+    }
+    return starts;
+  }
+
+  ComPtr<IKivUnits> units_;
+  ComPtr<CMemoryRawChannels> source_{new CMemoryRawChannels()};
+  std::vector<ComPtr<CFileChannel>> made_;
+  std::vector<std::string> log_;
+};
+
+TEST_F(FileChannelTest, IteratorReadsScaledValuesOnFirstDemand) {
+  source_->Put(kSpeedKey, {0, 1, 2, 3}, {36, 72, 108, 144});
+  auto channel = Make(kSpeedKey, {kQuantitySpeed, 1});
+  EXPECT_EQ(source_->asked, 0) << "nothing is read before a client asks";
+  EXPECT_EQ(Status(channel.Get()), 1u);
+
+  ComPtr<IKivChannelIterator2> it;
+  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  double value = 0;
+  EXPECT_EQ(it->GetValueAtTime(2 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
+  EXPECT_NEAR(value, 30.0, 1e-9) << "108 km/h read as 30 m/s";
+  EXPECT_EQ(Detailed(channel.Get()), kDetailHasSamples);
+
+  ComPtr<IKivChannelIterator2> again;
+  ASSERT_EQ(channel->GetIterator(again.Put()), S_OK);
+  EXPECT_EQ(again.Get(), it.Get()) << "one iterator per channel";
+  EXPECT_EQ(channel->GetIterator(nullptr), E_POINTER);
+}
+
+TEST_F(FileChannelTest, FloatingPointExceptionsAreMaskedByGetIterator) {
+  source_->Put(kSpeedKey, {0}, {1});
+  auto channel = Make(kSpeedKey);
+  feenableexcept(FE_DIVBYZERO);
+  ComPtr<IKivChannelIterator2> it;
+  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  EXPECT_EQ(fegetexcept(), 0);
+}
+
+TEST_F(FileChannelTest, GapsAreOneContinuousLine) {
+  source_->Put(kSpeedKey, {0, 1, 2, 3, 10, 11, 12}, {0, 1, 2, 3, 10, 11, 12});
+  auto channel = Make(kSpeedKey);
+  ComPtr<IKivChannelIterator2> it;
+  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(0, 10 * kSecond));
+  ASSERT_EQ(channel->blocks()->size(), 2u);
+  EXPECT_FALSE((*channel->blocks())[0]->continuous());
+  EXPECT_TRUE((*channel->blocks())[1]->continuous());
+  double value = 0;
+  EXPECT_EQ(it->GetValueAtTime(5 * kSecond, kValueInterpolate, kRangeWholeChannel, &value), S_FALSE);
+  EXPECT_NEAR(value, 5.0, 1e-9);
+}
+
+TEST_F(FileChannelTest, ColumnWithoutSamplesIsNotAvailableAndSaysSo) {
+  source_->Put(kSpeedKey, {}, {});
+  auto channel = Make(kSpeedKey);
+  CDataListener listener(&log_);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  EXPECT_EQ(Detailed(channel.Get()), kDetailNoSamples);
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(channel->GetIterator(it.Put()), KIV_E_PENDING);
+  EXPECT_FALSE(it);
+  EXPECT_EQ(Status(channel.Get()), 2u);
+  EXPECT_THAT(log_, ElementsAre("changed:9223372036854775807:-9223372036854775808"))
+      << "clients hear once that waiting will not help";
+  EXPECT_EQ(channel->GetIterator(it.Put()), KIV_E_PENDING);
+  EXPECT_EQ(log_.size(), 1u);
+}
+
+TEST_F(FileChannelTest, UnreadableOrMissingColumnIsNotAvailable) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  source_->Put(kSpeedKey, {0, nan}, {1, 2});
+  auto bad = Make(kSpeedKey);
+  auto missing = Make(CChannelKey(u"Nothing", 1));
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(bad->GetIterator(it.Put()), KIV_E_PENDING);
+  EXPECT_EQ(missing->GetIterator(it.Put()), KIV_E_PENDING);
+  EXPECT_EQ(Status(bad.Get()), 2u);
+  EXPECT_EQ(Status(missing.Get()), 2u);
+  EXPECT_EQ(Detailed(missing.Get()), kDetailNoSamples);
+}
+
+TEST_F(FileChannelTest, ChannelsOnOneColumnShareItsSectionsAndFreeTheRawDoubles) {
+  auto raw = source_->Put(kSpeedKey, {0, 1, 2}, {1, 2, 3});
+  auto a = Make(kSpeedKey, {kQuantitySpeed, 1});
+  auto b = Make(kSpeedKey);
+  ComPtr<IKivChannelIterator2> ia, ib;
+  ASSERT_EQ(a->GetIterator(ia.Put()), S_OK);
+  ASSERT_EQ(b->GetIterator(ib.Put()), S_OK);
+  EXPECT_TRUE(raw->built());
+  EXPECT_TRUE(raw->times().empty());
+  EXPECT_EQ(raw->count(), 3u);
+  double va = 0, vb = 0;
+  ASSERT_EQ(ia->GetValueAtTime(0, kValueExact, kRangeWholeChannel, &va), S_OK);
+  ASSERT_EQ(ib->GetValueAtTime(0, kValueExact, kRangeWholeChannel, &vb), S_OK);
+  EXPECT_EQ(va, vb) << "the column is scaled once, by the first channel that reads it";
+}
+
+TEST_F(FileChannelTest, TimeOffsetMovesBlocksAndReportsAWholeRangeChange) {
+  source_->Put(kSpeedKey, {0, 1, 2}, {1, 2, 3});
+  auto channel = Make(kSpeedKey);
+  EXPECT_EQ(channel->SetTimeOffset(5 * kSecond), S_OK) << "before blocks: kept for them";
+  ComPtr<IKivChannelIterator2> it;
+  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(5 * kSecond));
+
+  CDataListener listener(&log_);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  EXPECT_EQ(channel->SetTimeOffset(-kSecond), S_OK);
+  EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(-kSecond));
+  EXPECT_THAT(log_, ElementsAre("changed:-9223372036854775808:9223372036854775807"));
+
+  EXPECT_EQ(channel->SetTimeOffset(kTimeMax - kSecond), E_INVALIDARG);
+  EXPECT_EQ(channel->SetTimeOffset(kTimeMin), E_INVALIDARG);
+  EXPECT_EQ(channel->timeOffset(), -kSecond) << "a refused offset changes nothing";
+  EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(-kSecond));
+  EXPECT_EQ(log_.size(), 1u);
+}
+
+TEST_F(FileChannelTest, DetachTellsTheSinksAndLetsGoOfEverything) {
+  source_->Put(kSpeedKey, {0, 1}, {1, 2});
+  auto channel = Make(kSpeedKey);
+  ComPtr<IKivChannelIterator2> it;
+  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  CDataListener first(&log_, true);
+  CDataListener second(&log_);
+  ASSERT_TRUE(first.Connect(channel.Get(), false));
+  ASSERT_TRUE(second.Connect(channel.Get(), false));
+  channel->Detach();
+  EXPECT_THAT(log_, ElementsAre("1:removed", "removed"));
+  EXPECT_FALSE(channel->has_iterator());
+  EXPECT_FALSE(channel->blocks());
+  // The client's iterator still reads the blocks it holds.
+  double value = 0;
+  EXPECT_EQ(it->GetValueAtTime(kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
+  EXPECT_EQ(value, 2.0);
+}
+
+TEST_F(FileChannelTest, LockCountRefusesAnUnlockTooMany) {
+  auto channel = Make(kSpeedKey);
+  auto cache = QueryAs<IKivDataCache>(channel.Get());
+  ASSERT_TRUE(cache);
+  EXPECT_EQ(cache->Unlock(), KIV_E_NOT_LOCKED);
+  EXPECT_EQ(cache->Lock(), S_OK);
+  EXPECT_EQ(cache->Lock(), S_OK);
+  EXPECT_EQ(cache->Unlock(), S_OK);
+  EXPECT_EQ(cache->Unlock(), S_OK);
+  EXPECT_EQ(cache->Unlock(), KIV_E_NOT_LOCKED);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,202 @@
+#include "outing/channels/channel.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "outing/data_listener.h"
+#include "outing/memory_channel_source.h"
+#include "platform/async/dispatcher.h"
+
+namespace velmar::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Machine = CChannelDataCacheStateMachine;
+
+constexpr auto kLong = 30s;  // only reached when something is broken
+constexpr KivTime kSecond = kTicksPerSecond;
+const CChannelKey kKey(u"Speed", 4);
+const std::string kWholeChange = "changed:-9223372036854775808:9223372036854775807";
+
+// Two sections, the second continuing the first.
+ChannelSections TwoSections() {
+  ChannelSections a, b;
+  EXPECT_EQ(SplitIntoSections(std::vector<double>{0, 1, 2}, std::vector<double>{1, 2, 3}, {}, &a), S_OK);
+  EXPECT_EQ(SplitIntoSections(std::vector<double>{5, 7}, std::vector<double>{5, 7}, {}, &b), S_OK);
+  b[0].continuous = true;
+  a.push_back(b[0]);
+  return a;
+}
+
+class NativeChannelTest : public ::testing::Test {
+ protected:
+  void SetUp() override { script_.Give(TwoSections()); }
+  void TearDown() override {
+    script_.OpenGate();
+    for (auto& channel : made_) channel->Detach();
+    EXPECT_TRUE(Settle());
+  }
+  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
+
+  ComPtr<CChannel> Make(const CChannelKey& key = kKey) {
+    auto channel = MakeKiv<CChannel>();
+    channel->Bind(key.name(), key, nullptr, cache_);
+    made_.push_back(channel);
+    return channel;
+  }
+  static KivResult Iterate(CChannel* channel, ComPtr<IKivChannelIterator2>* it) {
+    return channel->GetIterator(it->Put());
+  }
+  static uint32_t Status(IKivChannel* c) {
+    uint32_t s = 99;
+    EXPECT_EQ(c->GetStatus(&s), S_OK);
+    return s;
+  }
+  Machine* machine() const { return cache_->machine(kKey); }
+
+  Dispatcher d_;
+  Dispatcher::ScopedCurrent current_{d_};
+  MemoryFetchScript script_;
+  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
+  std::vector<ComPtr<CChannel>> made_;
+  std::vector<std::string> log_;
+};
+
+TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextIteratorReads) {
+  auto channel = Make();
+  CDataListener listener(&log_);
+  ASSERT_TRUE(listener.Connect(channel.Get(), true));
+  EXPECT_EQ(Status(channel.Get()), 1u) << "bound channels start available";
+
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  EXPECT_FALSE(it);
+  EXPECT_EQ(machine()->state(), Machine::State::kRunning);
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING) << "asking again starts nothing more";
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(script_.runs(), 1);
+  EXPECT_THAT(script_.keys(), ElementsAre(kKey.text()));
+  EXPECT_THAT(log_, ElementsAre("internal", kWholeChange));
+  EXPECT_EQ(machine()->state(), Machine::State::kDone);
+
+  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
+  ASSERT_EQ(channel->blocks()->size(), 2u);
+  EXPECT_FALSE((*channel->blocks())[0]->continuous());
+  EXPECT_TRUE((*channel->blocks())[1]->continuous()) << "continuity comes from the section";
+  double value = 0;
+  EXPECT_EQ(it->GetValueAtTime(7 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
+  EXPECT_EQ(value, 7.0);
+  uint32_t detail = 0;
+  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
+  EXPECT_EQ(detail, kDetailHasSamples);
+}
+
+TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTold) {
+  script_.Answer({E_FAIL});
+  auto channel = Make();
+  CDataListener listener(&log_);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre(kWholeChange, "failed"));
+  EXPECT_EQ(Status(channel.Get()), 2u);
+  uint32_t detail = 0;
+  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
+  EXPECT_EQ(detail, 2u);
+  EXPECT_EQ(machine()->state(), Machine::State::kIdle);
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(script_.runs(), 1) << "a channel that is not available does not fetch again";
+}
+
+TEST_F(NativeChannelTest, ChannelDetachedDuringAPendingFetchHearsNothingMore) {
+  script_.CloseGate();
+  auto channel = Make();
+  auto other = Make();
+  CDataListener listener(&log_);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(other.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(script_.WaitAtGate(kLong));
+  EXPECT_EQ(script_.runs(), 1) << "one fetch per key, however many channels wait";
+  EXPECT_EQ(machine()->client_count(), 2u);
+
+  channel->Detach();
+  EXPECT_THAT(log_, ElementsAre("removed"));
+  EXPECT_EQ(machine()->client_count(), 1u);
+  script_.OpenGate();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("removed"));
+  EXPECT_EQ(Status(other.Get()), 1u);
+  EXPECT_EQ(Iterate(other.Get(), &it), S_OK);
+}
+
+TEST_F(NativeChannelTest, ChannelAttachedDuringAFetchIsToldWithTheOthers) {
+  script_.CloseGate();
+  auto first = Make();
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(first.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(script_.WaitAtGate(kLong));
+  auto late = Make();
+  CDataListener listener(&log_);
+  ASSERT_TRUE(listener.Connect(late.Get(), false));
+  EXPECT_EQ(Iterate(late.Get(), &it), KIV_E_PENDING);
+  script_.OpenGate();
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(script_.runs(), 1);
+  EXPECT_THAT(log_, ElementsAre(kWholeChange));
+  EXPECT_EQ(Iterate(late.Get(), &it), S_OK);
+}
+
+TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndDiscardedDataIsFetchedAgain) {
+  auto channel = Make();
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
+  channel->SetStatusRange(DataStatus::kUnknown, 0, kSecond);
+  EXPECT_FALSE(channel->has_iterator());
+  EXPECT_FALSE(channel->blocks());
+  ComPtr<IKivChannelIterator2> fresh;
+  ASSERT_EQ(Iterate(channel.Get(), &fresh), S_OK) << "the held sections answer at once";
+  EXPECT_NE(fresh.Get(), it.Get());
+  EXPECT_EQ(script_.runs(), 1);
+  // Discarded data is fetched again.
+  cache_->Discard();
+  EXPECT_EQ(machine()->state(), Machine::State::kIdle);
+  channel->SetStatusRange(DataStatus::kUnknown, TimeRange::Whole());
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(script_.runs(), 2);
+  EXPECT_EQ(Iterate(channel.Get(), &it), S_OK);
+}
+
+TEST_F(NativeChannelTest, TimeOffsetReachesBlocksMadeLater) {
+  auto channel = Make();
+  ASSERT_EQ(channel->SetTimeOffset(3 * kSecond), S_OK);
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
+  KivTime end = 0;
+  EXPECT_EQ(it->GetEndTime(&end), S_OK);
+  EXPECT_EQ(end, 10 * kSecond);
+}
+
+TEST_F(NativeChannelTest, InvalidKeyIsRefused) {
+  auto channel = Make(CChannelKey());
+  ComPtr<IKivChannelIterator2> it;
+  EXPECT_EQ(Iterate(channel.Get(), &it), E_INVALIDARG);
+  EXPECT_EQ(script_.runs(), 0);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,134 @@
+#include "outing/channels/offset_filter.h"
+
+#include <gtest/gtest.h>
+
+#include "outing/data_block_test_util.h"
+
+namespace velmar::testing {
+namespace {
+
+// An input channel over fixed blocks that counts its cache locks.
+class BlockChannel final : public KivObject<IKivChannel, IKivDataCache> {
+ public:
+  DataBlockList blocks;
+  int locks = 0;
+  KivResult GetName(std::u16string* name) override { return (*name = u"[3]Speed", S_OK); }
+  KivResult GetStatus(uint32_t* status) override { return (*status = 1, S_OK); }
+  KivResult GetIterator(IKivChannelIterator2** out) override {
+    auto it = MakeKiv<CChannelIterator>(std::make_shared<const DataBlockList>(blocks), nullptr, nullptr);
+    return GiveOut(static_cast<IKivChannelIterator2*>(it.Get()), out);
+  }
+  KivResult Lock() override { return (++locks, S_OK); }
+  KivResult Unlock() override { return (--locks, S_OK); }
+};
+
+std::vector<double> ReadAll(IKivChannel* channel, uint32_t* blockCount = nullptr) {
+  ComPtr<IKivChannelIterator2> iterator;
+  ComPtr<IKivDataBlocks> blocks;
+  uint32_t count = 0;
+  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
+  if (!iterator) return {};
+  EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
+  EXPECT_EQ(blocks->GetCount(&count), S_OK);
+  if (blockCount) *blockCount = count;
+  std::vector<double> all;
+  for (uint32_t i = 1; i <= count; ++i) {
+    ComPtr<IKivDataBlock> block;
+    std::vector<double> values;
+    EXPECT_EQ(blocks->GetBlock(i, block.Put()), S_OK);
+    EXPECT_EQ(block->GetValues(&values), S_OK);
+    all.insert(all.end(), values.begin(), values.end());
+  }
+  return all;
+}
+
+class OffsetFilterTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    input_->blocks = {PeriodicBlock(0, 10, {1, 2, 3}), AperiodicBlock({100, 105, 130}, {4, 5, 6})};
+    ASSERT_EQ(CreateOffsetFilter(input_.Get(), 0.5, &filter_), S_OK);
+  }
+  ComPtr<BlockChannel> input_ = MakeKiv<BlockChannel>();
+  ComPtr<CBasicOffsetFilter> filter_;
+};
+
+TEST_F(OffsetFilterTest, EverySampleIsTheInputsPlusTheOffsetAtTheSameTime) {
+  uint32_t blocks = 0;
+  EXPECT_EQ(ReadAll(filter_.Get(), &blocks), (std::vector<double>{1.5, 2.5, 3.5, 4.5, 5.5, 6.5}));
+  EXPECT_EQ(blocks, 2u);
+  ComPtr<IKivChannelIterator2> iterator;
+  ASSERT_EQ(filter_->GetIterator(iterator.Put()), S_OK);
+  KivTime t = 0;
+  double v = 0;
+  ASSERT_EQ(iterator->GetSampleAtTime(104, kFindNearest, kRangeWholeChannel, &t, &v), S_OK);
+  EXPECT_EQ(t, 105);
+  EXPECT_EQ(v, 5.5);
+  std::u16string name;
+  ASSERT_EQ(filter_->GetName(&name), S_OK);
+  EXPECT_EQ(name, u"[3]Speed") << "a filter is named as its input";
+  ASSERT_EQ(filter_->SetOffset(0.0), S_OK);
+  EXPECT_EQ(ReadAll(filter_.Get()), (std::vector<double>{1, 2, 3, 4, 5, 6}));
+}
+
+// The filter's first block, as a reader sees it.
+ComPtr<IKivDataBlock> FirstBlock(IKivChannel* channel) {
+  ComPtr<IKivChannelIterator2> iterator;
+  ComPtr<IKivDataBlocks> blocks;
+  ComPtr<IKivDataBlock> block;
+  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
+  EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
+  EXPECT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
+  return block;
+}
+
+TEST_F(OffsetFilterTest, TheSameOffsetKeepsTheBlocksAnotherRebuildsThem) {
+  ComPtr<IKivDataBlock> first = FirstBlock(filter_.Get());
+  ASSERT_EQ(filter_->SetOffset(0.5), S_OK);
+  EXPECT_EQ(FirstBlock(filter_.Get()).Get(), first.Get());
+  ASSERT_EQ(filter_->SetOffset(-1.0), S_OK);
+  EXPECT_NE(FirstBlock(filter_.Get()).Get(), first.Get());
+  EXPECT_EQ(ReadAll(filter_.Get()), (std::vector<double>{0, 1, 2, 3, 4, 5}));
+}
+
+TEST_F(OffsetFilterTest, TheInputIsLockedWhileHeldAndWithoutOneThereIsNoData) {
+  EXPECT_EQ(input_->locks, 1);
+  ASSERT_EQ(filter_->SetInput(input_.Get()), S_OK);
+  EXPECT_EQ(input_->locks, 1) << "the same input again changes nothing";
+  ASSERT_EQ(filter_->SetInput(nullptr), S_OK);
+  EXPECT_EQ(input_->locks, 0);
+  ComPtr<IKivChannelIterator2> iterator;
+  EXPECT_EQ(filter_->GetIterator(iterator.Put()), KIV_E_PENDING);
+  std::u16string name;
+  EXPECT_EQ(filter_->GetName(&name), E_FAIL);
+  ASSERT_EQ(filter_->SetInput(input_.Get()), S_OK);
+  filter_ = nullptr;
+  EXPECT_EQ(input_->locks, 0) << "the last release lets go of the input's cache";
+}
+
+TEST_F(OffsetFilterTest, IdentityIsSetOnceAndParentOnce) {
+  ASSERT_EQ(filter_->SetId(7), S_OK);
+  EXPECT_EQ(filter_->SetId(8), E_UNEXPECTED);
+  uint32_t id = 0;
+  ASSERT_EQ(filter_->GetId(&id), S_OK);
+  EXPECT_EQ(id, 7u);
+  EXPECT_EQ(filter_->SetParent(nullptr), E_INVALIDARG);
+  ASSERT_EQ(filter_->SetParent(input_->PrimaryUnknown()), S_OK);
+  EXPECT_EQ(filter_->SetParent(input_->PrimaryUnknown()), E_UNEXPECTED);
+}
+
+TEST_F(OffsetFilterTest, AChangeWidensToWholeBlocksAndNewInputDataIsMirroredOnTheNextRead) {
+  ASSERT_EQ(ReadAll(filter_.Get()).size(), 6u);
+  KivTime from = 12, to = 15;
+  ASSERT_EQ(filter_->WidenDirtyRange(&from, &to), S_OK);
+  EXPECT_EQ(from, 0);
+  EXPECT_EQ(to, 20) << "the whole first block is to be read again";
+  input_->blocks.push_back(PeriodicBlock(200, 10, {7, 8}));
+  from = 200, to = 210;
+  ASSERT_EQ(filter_->WidenDirtyRange(&from, &to), S_OK);
+  uint32_t blocks = 0;
+  EXPECT_EQ(ReadAll(filter_.Get(), &blocks), (std::vector<double>{1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5}));
+  EXPECT_EQ(blocks, 3u);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,261 @@
+#include "outing/events/event_set.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "outing/events/events_factory.h"
+#include "velmar/data_factory.h"
+
+namespace velmar {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+EventRecordPtr Record(const std::u16string& name, KivTime time, uint32_t category = kEventAddedInAnalysis) {
+  auto record = std::make_shared<CCachedEventData>();
+  record->name = name;
+  record->time = time;
+  record->category = category;
+  record->source = u"Driver";
+  record->message = u"msg " + name;
+  return record;
+}
+
+// Logs the data notifications of an item.
+class ItemLog final : public CDataNotifications2Receiver {
+ public:
+  void OnDataChanged(IKivData*, KivTime from, KivTime to) override {
+    seen.push_back(from == kTimeMin && to == kTimeMax ? "changed:whole" : "changed");
+  }
+  void OnDataRemoved(IKivData*) override { seen.push_back("removed"); }
+  std::vector<std::string> seen;
+};
+
+class SelectionRange final : public KivObject<IKivSelectionRange> {
+ public:
+  SelectionRange(KivTime start, KivTime end) : start_(start), end_(end) {}
+  KivResult GetSelectionRange(KivTime* start, KivTime* end) override {
+    *start = start_;
+    *end = end_;
+    return S_OK;
+  }
+
+ private:
+  KivTime start_, end_;
+};
+
+ComPtr<CEventSet> MakeSet(std::vector<KivTime> times, KivTime offset = 0, ComPtr<IKivSelectionRange> range = {}) {
+  std::vector<EventRecordPtr> records;
+  for (KivTime t : times) records.push_back(Record(u"Pit", t));
+  auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, offset), std::move(range), offset);
+  set->Bind();
+  return set;
+}
+
+ComPtr<IKivEventsIterator> IteratorOf(CEventSet* set) {
+  ComPtr<IKivEventsIterator> iterator;
+  EXPECT_EQ(set->GetIterator(iterator.Put()), S_OK);
+  return iterator;
+}
+
+TEST(EventSet, EventsComeInTimeOrderWithTheirRecordFields) {
+  std::vector<EventRecordPtr> records{Record(u"Pit", 30), Record(u"Pit", 10), Record(u"Pit", 20)};
+  auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, 0), nullptr, 0);
+  set->Bind();
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
+  uint32_t count = 0;
+  ASSERT_EQ(events->GetCount(&count), S_OK);
+  ASSERT_EQ(count, 3u);
+  std::vector<KivTime> times;
+  for (int32_t i = 1; i <= 3; ++i) {
+    ComPtr<IKivEvent> event;
+    ASSERT_EQ(events->GetEvent(i, event.Put()), S_OK);
+    KivTime t = 0;
+    ASSERT_EQ(event->GetTime(&t), S_OK);
+    times.push_back(t);
+  }
+  EXPECT_THAT(times, ElementsAre(10, 20, 30));
+  ComPtr<IKivEvent> first;
+  ASSERT_EQ(events->GetEvent(1, first.Put()), S_OK);
+  std::u16string text;
+  ASSERT_EQ(first->GetName(&text), S_OK);
+  EXPECT_EQ(text, u"Pit");
+  ASSERT_EQ(first->GetSource(&text), S_OK);
+  EXPECT_EQ(text, u"Driver");
+  uint32_t category = 9;
+  ASSERT_EQ(first->GetCategory(&category), S_OK);
+  EXPECT_EQ(category, kEventAddedInAnalysis);
+  EXPECT_EQ(first->GetName(nullptr), E_POINTER);
+}
+
+TEST(EventSet, ListAndEventObjectsFollowTheIndexRules) {
+  auto set = MakeSet({1, 2});
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
+  ComPtr<IKivEvent> event, again;
+  EXPECT_EQ(events->GetEvent(0, event.Put()), DISP_E_BADINDEX);
+  EXPECT_EQ(events->GetEvent(3, event.Put()), DISP_E_BADINDEX);
+  ASSERT_EQ(events->GetEvent(2, event.Put()), S_OK);
+  ASSERT_EQ(events->GetEvent(2, again.Put()), S_OK);
+  EXPECT_EQ(event.Get(), again.Get()) << "the same object while a client holds it";
+  ComPtr<IKivEventsIterator> second;
+  ASSERT_EQ(set->GetIterator(second.Put()), S_OK);
+  EXPECT_EQ(second.Get(), IteratorOf(set.Get()).Get()) << "one iterator per set";
+  EXPECT_EQ(set->GetIterator(nullptr), E_POINTER);
+}
+
+TEST(EventSet, ATextSourceEventHasNoPayload) {
+  auto set = MakeSet({5});
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
+  ComPtr<IKivEvent> event;
+  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
+  std::vector<uint8_t> bytes{1, 2};
+  EXPECT_EQ(event->GetData(&bytes), S_FALSE);
+  EXPECT_TRUE(bytes.empty());
+  EXPECT_EQ(event->GetFixedData(&bytes), S_FALSE);
+}
+
+TEST(EventSet, PayloadsAreCopiedOut) {
+  auto record = std::make_shared<CCachedEventData>();
+  record->name = u"Alarm";
+  record->data = std::vector<uint8_t>{7, 8, 9};
+  record->fixedData.emplace();
+  (*record->fixedData)[31] = 0xAB;
+  auto set = MakeKiv<CEventSet>(u"Alarm", MakeEventReferences({record}, 0), nullptr, 0);
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
+  ComPtr<IKivEvent> event;
+  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
+  std::vector<uint8_t> bytes;
+  ASSERT_EQ(event->GetData(&bytes), S_OK);
+  EXPECT_THAT(bytes, ElementsAre(7, 8, 9));
+  ASSERT_EQ(event->GetFixedData(&bytes), S_OK);
+  ASSERT_EQ(bytes.size(), kEventFixedDataSize);
+  EXPECT_EQ(bytes[31], 0xAB);
+}
+
+TEST(EventSet, AnEmptySetGivesItsListWithSFalse) {
+  auto set = MakeSet({});
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_FALSE);
+  ASSERT_TRUE(events);
+  int32_t index = 5;
+  EXPECT_EQ(IteratorOf(set.Get())->FindEvent(0, 0, 0, &index), S_FALSE);
+  EXPECT_EQ(index, 0);
+  uint32_t detail = 0;
+  ASSERT_EQ(set->GetDetailedStatus(&detail), S_OK);
+  EXPECT_EQ(detail, kDetailNoSamples);
+}
+
+TEST(EventSet, FindEventThroughTheIterator) {
+  auto set = MakeSet({1, 2, 2, 3});
+  auto iterator = IteratorOf(set.Get());
+  int32_t index = 0;
+  ASSERT_EQ(iterator->FindEvent(2, kFindEventNext, 0, &index), S_OK);
+  EXPECT_EQ(index, 4);
+  EXPECT_EQ(iterator->FindEvent(2, 3, 0, &index), E_INVALIDARG);
+  EXPECT_EQ(iterator->FindEvent(2, 0, 2, &index), E_INVALIDARG);
+  EXPECT_EQ(iterator->FindEvent(2, 0, 0, nullptr), E_POINTER);
+  EXPECT_EQ(iterator->FindEvent(2, 0, 1, &index), E_FAIL) << "range 1 needs a selection";
+}
+
+TEST(EventSet, RangeOneIsLimitedToTheSelection) {
+  auto set = MakeSet({0, 10, 20, 30}, 0, ComPtr<IKivSelectionRange>(MakeKiv<SelectionRange>(5, 25).Get()));
+  auto iterator = IteratorOf(set.Get());
+  int32_t index = 0;
+  ASSERT_EQ(iterator->FindEvent(0, kFindEventNearest, 1, &index), S_OK);
+  EXPECT_EQ(index, 2);
+  EXPECT_EQ(iterator->FindEvent(20, kFindEventNext, 1, &index), S_FALSE);
+  ASSERT_EQ(iterator->FindEvent(20, kFindEventNext, 0, &index), S_OK);
+  EXPECT_EQ(index, 4);
+}
+
+TEST(EventSet, ATimeOffsetMovesTheEventsNotTheRecordsAndIsReportedOnceIterated) {
+  std::vector<EventRecordPtr> records{Record(u"Pit", 100)};
+  auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, 0), nullptr, 0);
+  set->Bind();
+  ItemLog log;
+  auto sink = MakeKiv<CDataNotifications2Sink<>>();
+  sink->SetReceiver(&log);
+  ASSERT_TRUE(sink->Connect(set->AsData()));
+  ASSERT_EQ(set->SetTimeOffset(5), S_OK);
+  EXPECT_THAT(log.seen, IsEmpty()) << "without an iterator nothing is told";
+  auto iterator = IteratorOf(set.Get());
+  ASSERT_EQ(set->SetTimeOffset(50), S_OK);
+  EXPECT_THAT(log.seen, ElementsAre("changed:whole"));
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
+  ComPtr<IKivEvent> event;
+  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
+  KivTime t = 0;
+  ASSERT_EQ(event->GetTime(&t), S_OK);
+  EXPECT_EQ(t, 150);
+  EXPECT_EQ(records[0]->time, 100) << "the record stays as loaded";
+  int32_t index = 0;
+  ASSERT_EQ(iterator->FindEvent(150, kFindEventNearest, 0, &index), S_OK);
+  EXPECT_EQ(index, 1);
+  sink->SetReceiver(nullptr);
+  sink->Disconnect(set->AsData());
+}
+
+TEST(EventSet, AnEventOutlivesItsDetachedSet) {
+  auto set = MakeSet({7});
+  ItemLog log;
+  auto sink = MakeKiv<CDataNotifications2Sink<>>();
+  sink->SetReceiver(&log);
+  ASSERT_TRUE(sink->Connect(set->AsData()));
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
+  ComPtr<IKivEvent> event;
+  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
+  events = nullptr;
+  set->Detach();
+  EXPECT_THAT(log.seen, ElementsAre("removed"));
+  sink->SetReceiver(nullptr);
+  sink->Disconnect(set->AsData());
+  set = nullptr;
+  KivTime t = 0;
+  ASSERT_EQ(event->GetTime(&t), S_OK);
+  EXPECT_EQ(t, 7);
+}
+
+// The factory facet on its own object, as an outing holds it.
+class TestEventsFactory final : public KivObject<COutingEventsFactoryBase<>> {};
+
+TEST(EventsFactory, ALoadReplacesEverySetAndReportsRemovedThenAdded) {
+  auto factory = MakeKiv<TestEventsFactory>();
+  EventRecordMap first{{u"Pit", {Record(u"Pit", 1)}}, {u"End of lap", {Record(u"End of lap", 2)}}};
+  NameChanges changes = factory->LoadEventSets(first, nullptr, 0);
+  EXPECT_THAT(changes.removed, IsEmpty());
+  EXPECT_THAT(changes.added, ElementsAre(u"End of lap", u"Pit"));
+  ComPtr<IKivEventSet> pit;
+  ASSERT_EQ(factory->GetItem(u"Pit", pit.Put()), S_OK);
+  ItemLog log;
+  auto sink = MakeKiv<CDataNotifications2Sink<>>();
+  sink->SetReceiver(&log);
+  ASSERT_TRUE(sink->Connect(pit.Get()));
+
+  changes = factory->LoadEventSets({{u"Flag", {Record(u"Flag", 3)}}}, nullptr, 10);
+  EXPECT_THAT(changes.removed, ElementsAre(u"End of lap", u"Pit"));
+  EXPECT_THAT(changes.added, ElementsAre(u"Flag"));
+  EXPECT_THAT(log.seen, ElementsAre("removed")) << "a set that goes tells its clients";
+  ComPtr<IKivEventSet> gone;
+  EXPECT_EQ(factory->GetItem(u"Pit", gone.Put()), E_INVALIDARG);
+  EXPECT_EQ(factory->GetItem(u"Pit", nullptr), E_POINTER);
+  ASSERT_EQ(factory->GetItem(u"Flag", gone.Put()), S_OK);
+  EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 10);
+  NameList names;
+  ASSERT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_THAT(names, ElementsAre(u"Flag"));
+  ASSERT_EQ(factory->SetTimeOffset(20), S_OK);
+  EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 20);
+  EXPECT_THAT(factory->DiscardEventSets(), ElementsAre(u"Flag"));
+  sink->SetReceiver(nullptr);
+  sink->Disconnect(pit.Get());
+}
+
+}  // namespace
+}  // namespace velmar

@@ -1,0 +1,168 @@
+#include "outing/factory/data_factory_impl.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "core/notifications_impl.h"
+#include "velmar/velmar_notifications.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// A stand-alone channel factory whose names come from `source` on FillNames.
+class ListFactory : public KivObject<IKivDataFactoryImpl<int*, IKivChannelFactory>> {
+ public:
+  KivResult GetItem(const std::u16string&, IKivChannel** channel) override {
+    if (!channel) return E_POINTER;
+    *channel = nullptr;
+    return E_NOTIMPL;
+  }
+  NameList source;
+  bool ready = true;  // FillNames finds the data there
+  int fills = 0, parentSets = 0, rootSets = 0;
+  CVelmarNotifications7Receiver* receiver = nullptr;
+  std::vector<ComPtr<IKivDataFactory>> iconSources;
+  using IKivDataFactoryImpl::parent;
+  using IKivDataFactoryImpl::SetListed;
+
+ protected:
+  void FillNames() override {
+    ++fills;
+    if (!ready) return;
+    for (const auto& name : source) items().try_emplace(name, nullptr);
+    SetListed(true);
+  }
+  void OnParentSet() override { ++parentSets; }
+  void OnRootSet() override { ++rootSets; }
+  CVelmarNotifications7Receiver* RootReceiver() override { return receiver; }
+  std::vector<ComPtr<IKivDataFactory>> IconSources() override { return iconSources; }
+};
+
+// A factory that has an icon: it hands out a counted object.
+class IconFactory : public ListFactory {
+ public:
+  KivResult GetIcon(int32_t, int32_t size, IKivUnknown** picture) override {
+    if (size != 32) return E_FAIL;
+    icon = MakeKiv<ListFactory>();
+    return icon.As<IKivUnknown>().CopyTo(picture);
+  }
+  ComPtr<ListFactory> icon;
+};
+
+// A root that raises the root notifications.
+class FakeRoot : public KivObject<IKivNotificationsImpl<FakeRoot, IKivVelmarNotifications7>> {
+ public:
+  void Close() { FireNotification(&IKivVelmarNotifications::Closing, nullptr); }
+  size_t Listeners() { return NotificationPoints().Point<IKivVelmarNotifications7>().ConnectedCount(); }
+};
+
+struct ClosingLog : CVelmarNotificationsReceiverImpl {
+  void Closing(IKivVelmar*) override { ++closings; }
+  int closings = 0;
+};
+
+TEST(DataFactoryImplTest, GetNamesFillsOnceThenGivesTheMapInOrder) {
+  auto factory = MakeKiv<ListFactory>();
+  factory->source = {u"Speed", u"Gear", u"Brake"};
+  NameList names;
+  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_THAT(names, ElementsAre(u"Brake", u"Gear", u"Speed"));
+  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_EQ(factory->fills, 1) << "the list is up to date";
+  factory->SetListed(false);
+  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_EQ(factory->fills, 2);
+  EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
+}
+
+TEST(DataFactoryImplTest, AnUnreadyFillAsksAgainNextTime) {
+  auto factory = MakeKiv<ListFactory>();
+  factory->ready = false;
+  NameList names{u"stale"};
+  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_THAT(names, IsEmpty());
+  factory->ready = true;
+  factory->source = {u"Speed"};
+  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_THAT(names, ElementsAre(u"Speed"));
+  EXPECT_EQ(factory->fills, 2);
+}
+
+TEST(DataFactoryImplTest, ParentIsSetOnceAndClearedOnce) {
+  auto factory = MakeKiv<ListFactory>();
+  auto parent = MakeKiv<ListFactory>();
+  ComPtr<IKivUnknown> got;
+  EXPECT_EQ(factory->GetParent(got.Put()), E_UNEXPECTED);
+  EXPECT_EQ(factory->GetParent(nullptr), E_POINTER);
+  EXPECT_EQ(factory->SetParent(nullptr), E_INVALIDARG) << "nothing to clear";
+  EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), S_OK);
+  EXPECT_EQ(factory->parentSets, 1);
+  EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), E_INVALIDARG) << "one is held";
+  EXPECT_EQ(factory->GetParent(got.Put()), S_OK);
+  EXPECT_EQ(got.Get(), parent->PrimaryUnknown());
+  EXPECT_EQ(factory->SetParent(nullptr), S_OK);
+  EXPECT_EQ(factory->parentSets, 2);
+  EXPECT_EQ(factory->parent(), nullptr);
+}
+
+TEST(DataFactoryImplTest, RootIsSetOnlyOnce) {
+  auto factory = MakeKiv<ListFactory>();
+  auto root = MakeKiv<FakeRoot>();
+  ComPtr<IKivUnknown> got;
+  EXPECT_EQ(factory->GetRoot(got.Put()), E_UNEXPECTED);
+  EXPECT_EQ(factory->SetRoot(nullptr), E_POINTER);
+  EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), S_OK);
+  EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), E_UNEXPECTED);
+  EXPECT_EQ(factory->rootSets, 1);
+  EXPECT_EQ(factory->GetRoot(got.Put()), S_OK);
+  EXPECT_EQ(got.Get(), root->PrimaryUnknown());
+  EXPECT_EQ(root->Listeners(), 0u) << "no receiver, no sink";
+}
+
+TEST(DataFactoryImplTest, TheRootSinkForwardsToTheReceiverUntilTheFactoryGoes) {
+  auto root = MakeKiv<FakeRoot>();
+  ClosingLog log;
+  {
+    auto factory = MakeKiv<ListFactory>();
+    factory->receiver = &log;
+    ASSERT_EQ(factory->SetRoot(root->PrimaryUnknown()), S_OK);
+    EXPECT_EQ(root->Listeners(), 1u);
+    root->Close();
+    EXPECT_EQ(log.closings, 1);
+  }
+  EXPECT_EQ(root->Listeners(), 0u) << "the factory disconnected on its way out";
+  root->Close();
+  EXPECT_EQ(log.closings, 1);
+}
+
+TEST(DataFactoryImplTest, GetIconAsksTheUnderlyingFactoriesInOrder) {
+  auto factory = MakeKiv<ListFactory>();
+  IKivUnknown* picture = reinterpret_cast<IKivUnknown*>(0x1);
+  EXPECT_EQ(factory->GetIcon(0, 16, &picture), E_FAIL) << "nobody to ask";
+  EXPECT_EQ(picture, nullptr);
+  EXPECT_EQ(factory->GetIcon(0, 16, nullptr), E_POINTER);
+
+  auto none = MakeKiv<ListFactory>();
+  auto has = MakeKiv<IconFactory>();
+  factory->iconSources = {none.As<IKivDataFactory>(), has.As<IKivDataFactory>()};
+  EXPECT_EQ(factory->GetIcon(0, 16, &picture), E_FAIL) << "size 16 is nobody's";
+  ComPtr<IKivUnknown> icon;
+  EXPECT_EQ(factory->GetIcon(0, 32, icon.Put()), S_OK);
+  EXPECT_EQ(icon.Get(), has->icon->PrimaryUnknown());
+}
+
+TEST(DataFactoryImplTest, AStandAloneFactoryAnswersForEveryGeneration) {
+  auto factory = MakeKiv<ListFactory>();
+  auto generic = factory.As<IKivDataFactory>();
+  ASSERT_TRUE(generic);
+  EXPECT_EQ(generic.Get(), static_cast<IKivDataFactory*>(factory.Get()));
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "support/fixtures.h"
+
+#include "outing/laps/fast_lap.h"
+#include "outing/information/outing_caption_helper.h"
+#include "outing/information/outing_information_prop_def.h"
+#include "support/map_properties.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+using Json = nlohmann::json;
+
+KivTime Ticks(const Json& seconds) { return std::llround(seconds.get<double>() * 1e7); }
+
+Variant ValueOf(const Json& v) {
+  if (v.is_string()) return Variant::Text(Utf8ToWide(v.get<std::string>()));
+  if (v.is_number_integer()) return Variant::I32(v.get<int32_t>());
+  return Variant::F64(v.get<double>());
+}
+
+// {"text": "Jo"}, {"i32": 4}, {"f64": 2.5}, {"bool": true}
+Variant TypedValue(const Json& v) {
+  if (v.contains("text")) return Variant::Text(Utf8ToWide(v["text"].get<std::string>()));
+  if (v.contains("i32")) return Variant::I32(v["i32"].get<int32_t>());
+  if (v.contains("bool")) return Variant::Bool(v["bool"].get<bool>());
+  return Variant::F64(v["f64"].get<double>());
+}
+
+TEST(OutingInformation, FastLapOfEachFixtureCase) {
+  const Json table = Fixture("fast_lap.json");  // kept: the loop walks inside it
+  for (const Json& c : table["cases"]) {
+    SCOPED_TRACE(c["name"].get<std::string>());
+    FastLapInput in;
+    for (const Json& m : c["markers"]) in.markers.push_back(Ticks(m));
+    in.filter = c.value("filter", false);
+    in.minimum = Ticks(c.value("minimum", Json(0)));
+    if (c.contains("channels")) {
+      in.hasChannels = true;
+      in.channelStart = Ticks(c["channels"][0]);
+      in.channelEnd = Ticks(c["channels"][1]);
+    }
+    if (c.contains("outing")) {
+      in.outingStart = Ticks(c["outing"][0]);
+      in.outingEnd = Ticks(c["outing"][1]);
+    }
+    const FastLap lap = ComputeFastLap(in);
+    EXPECT_EQ(lap.found ? lap.lap : -1, c["lap"].get<int>());
+    EXPECT_EQ(lap.time, Ticks(c["time"]));
+  }
+}
+
+class FileCallback final : public COutingCaptionHelperCallback {
+ public:
+  std::u16string GetDefaultCaption(IKivPropertySet* properties) override {
+    return DefaultCaption(properties, u"ASCII Outing");
+  }
+  std::u16string GetPath() override { return u"/data/runs/f.txt"; }
+  void OnCaptionInvalid() override {}
+};
+
+TEST(OutingInformation, CaptionOfEachFixtureCase) {
+  FileCallback callback;
+  COutingCaptionHelper helper(&callback);
+  const Json table = Fixture("captions.json");  // kept: the loop walks inside it
+  for (const Json& c : table["cases"]) {
+    SCOPED_TRACE(c.dump());
+    auto properties = MakeKiv<CMapProperties>();
+    for (const auto& [name, value] : c["properties"].items()) properties->values[Utf8ToWide(name)] = ValueOf(value);
+    if (c.contains("fast_lap")) {
+      properties->values[u"Fast lap number"] = Variant::I32(c["fast_lap"].get<int32_t>());
+      properties->values[u"Fast lap time"] = Variant::Time(Ticks(c["fast_time"]));
+    }
+    CaptionSettings settings;
+    settings.format = Utf8ToWide(c["format"].get<std::string>());
+    EXPECT_EQ(WideToUtf8(helper.BuildCaption(properties.Get(), settings)), c["caption"].get<std::string>());
+  }
+  EXPECT_EQ(helper.BuildCaption(nullptr, {}), u"ASCII Outing") << "no information at all still has a caption";
+}
+
+TEST(OutingInformation, EditChecksOfEachFixtureCase) {
+  const std::map<std::string, KivResult> codes = {{"S_OK", S_OK},
+                                                  {"E_INVALIDARG", E_INVALIDARG},
+                                                  {"DISP_E_TYPEMISMATCH", DISP_E_TYPEMISMATCH}};
+  EXPECT_EQ(COutingInformationPropDef::Table().size(), 19u);
+  const Json table = Fixture("information_edits.json");  // kept: the loop walks inside it
+  for (const Json& c : table["cases"]) {
+    SCOPED_TRACE(c.dump());
+    const Variant held = c.contains("held") ? TypedValue(c["held"]) : Variant();
+    Variant stored;
+    EXPECT_EQ(COutingInformationPropDef::CheckEdit(Utf8ToWide(c["name"].get<std::string>()), TypedValue(c["value"]),
+                                                   c.contains("held") ? &held : nullptr, &stored),
+              codes.at(c["result"].get<std::string>()));
+    if (c.contains("stored")) {
+      EXPECT_EQ(stored, TypedValue(c["stored"]));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -1,5 +1,5 @@
 # Two commands for a newcomer: `make demo` and `make test`.
-.PHONY: deps build demo test asan asan-test tsan-test bench fuzz clean
+.PHONY: deps build demo test asan asan-test tsan-test coverage bench fuzz clean
 
 PRESET ?= default
 CLI := build/default/tools/velmar/velmar
@@ -28,6 +28,10 @@ tsan-test: deps
 	@cmake --preset tsan >/dev/null
 	@cmake --build --preset tsan
 	@ctest --preset tsan
+
+# Line and branch totals of src/ over the whole suite.
+coverage: deps
+	@bash scripts/coverage.sh
 
 bench: build
 	@for b in build/default/bench/*_bench; do echo "== $$b"; $$b; done

@@ -8,7 +8,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsqlite3-dev libgsf-1-dev libfast-float-dev nlohmann-json3-dev libcli11-dev libfreexl-dev libminizip-dev libexpat1-dev
   clang libclang-rt-14-dev
-  python3 python3-pandas python3-olefile
+  python3 python3-pandas python3-olefile gcovr
 )
 
 missing=()

@@ -30,6 +30,11 @@ void CChannel::OnData(bool ok, KivTime from, KivTime to) {
   if (!ok) NotifyDataFailed();
 }
 
+void CChannel::OnDataDropped() {
+  ComPtr<IKivUnknown> keep(PrimaryUnknown());
+  SetStatusRange(DataStatus::kUnknown, TimeRange::Whole());
+}
+
 void CChannel::OnStatusChanged(DataStatus status, KivTime from, KivTime to) {
   if (status == DataStatus::kUnknown) DropBlocks();
   IKivChannelImpl::OnStatusChanged(status, from, to);

@@ -33,6 +33,9 @@ class CChannel final : public IKivChannelImpl<CChannel, IKivDataCacheImpl>, priv
 
   // The fetch of this channel's data ended (called by the cache's machine).
   void OnData(bool ok, KivTime from, KivTime to) override;
+  // The outing was reloaded: blocks and iterator go, and the sinks hear of a
+  // change over the whole range; the next GetIterator fetches again.
+  void OnDataDropped() override;
 
  protected:
   bool PrepareData() override { return true; }

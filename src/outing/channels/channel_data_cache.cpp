@@ -53,6 +53,17 @@ void CChannelDataCacheStateMachine::Stop() {
   sections_.reset();
 }
 
+void CChannelDataCacheStateMachine::Drop() {
+  ComPtr<CStateMachineEx> keep(this);
+  Stop();
+  const std::vector<CChannelDataClient*> copy = clients_;
+  for (CChannelDataClient* client : copy) {
+    if (!HasClient(client)) continue;
+    ComPtr<IKivUnknown> hold(client->ClientIdentity());
+    client->OnDataDropped();
+  }
+}
+
 void CChannelDataCacheStateMachine::JobCompleted(CJobItem* job) {
   if (!job || job != job_.Get() || state_ != State::kRunning) return;
   // Alive to the end of this call, whatever the clients do.
@@ -143,6 +154,12 @@ void CChannelDataCache::RemoveClient(CChannelDataClient* client) {
 
 void CChannelDataCache::Discard() {
   for (auto& [key, m] : machines_) m->Stop();
+}
+
+void CChannelDataCache::DropAll() {
+  // A client told may ask again at once, which may add machines: map
+  // iterators stay valid across an insertion.
+  for (auto& [key, m] : machines_) m->Drop();
 }
 
 CChannelDataCacheStateMachine* CChannelDataCache::machine(const CChannelKey& key) const {

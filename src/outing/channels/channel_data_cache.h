@@ -11,8 +11,9 @@
 // On a job result of E_JOB_DROPPED (0x80000008: the engine dropped the job)
 // it queues a fresh job at once and tells nobody. Another failure: idle, the
 // job dropped, every client told OnData(false, ...). Success: done, every
-// client told OnData(true, ...). Clients are told over a copy of the set; a
-// client that leaves meanwhile is not called.
+// client told OnData(true, ...). Clients stay in the set once told: a drop of
+// the data after a reload tells them too (OnDataDropped). Clients are told
+// over a copy of the set; a client that leaves meanwhile is not called.
 //
 // Client thread only, except the fetch itself.
 #pragma once
@@ -38,6 +39,8 @@ class CChannelDataClient {
   // The fetch ended: `ok` with the data there, else it failed. (from, to) is
   // the range that changed: the whole range.
   virtual void OnData(bool ok, KivTime from, KivTime to) = 0;
+  // The data it was given is gone (the outing was reloaded): read again.
+  virtual void OnDataDropped() = 0;
   // The client's identity, held across each call.
   virtual IKivUnknown* ClientIdentity() = 0;
 
@@ -87,6 +90,8 @@ class CChannelDataCacheStateMachine final : public CStateMachineEx {
   [[nodiscard]] KivResult Start();
   // Cancels a running fetch and drops what is held: idle.
   void Stop();
+  // Stop, then every client hears OnDataDropped.
+  void Drop();
 
   State state() const { return state_; }
   // The sections once done; null otherwise.
@@ -138,7 +143,10 @@ class CChannelDataCache {
   // The client waits on no machine any more.
   void RemoveClient(CChannelDataClient* client);
   // Stops every machine: held sections go, the next read fetches again.
+  // Nobody is told: for the cache's own end.
   void Discard();
+  // Drops every machine's data and tells its clients: after a reload.
+  void DropAll();
 
   // The machine of `key`; null when none was made.
   CChannelDataCacheStateMachine* machine(const CChannelKey& key) const;

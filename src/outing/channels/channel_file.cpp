@@ -30,12 +30,9 @@ bool CFileChannel::PrepareData() {
 }
 
 KivResult CFileChannel::PrepareBlocks() {
-  const DataStatus evaluated = EvaluateStatus();
-  if (evaluated == DataStatus::kAvailable && blocks()) return S_OK;
-  // Believed available until now: the clients hear that it is not.
-  if (evaluated == DataStatus::kNotAvailable && status() == DataStatus::kAvailable) {
-    SetStatusRange(DataStatus::kNotAvailable, TimeRange::Empty());
-  }
+  // An empty or unreadable column only answers pending: nothing is told from
+  // inside the call.
+  if (EvaluateStatus() == DataStatus::kAvailable && blocks()) return S_OK;
   return KIV_E_PENDING;
 }
 

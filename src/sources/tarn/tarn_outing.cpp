@@ -42,6 +42,7 @@ void CTarnOuting::OnChannelListRead(const TarnChannelMap& channels) {
   TarnChannelListChange change = ApplyChannelList(channels);
   FireItemsRemoved(channel_factory(), kDataKindChannels, change.removed);
   for (const std::u16string& name : change.replaced) FireItemsRemoved(channel_factory(), kDataKindChannels, {name});
+  TellKept(change.kept);
   FireItemsAdded(channel_factory(), kDataKindChannels, change.added);
 }
 

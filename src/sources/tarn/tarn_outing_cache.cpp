@@ -90,7 +90,7 @@ void CTarnOutingCache::CloseData() {
   lapMarkers_->Drop();
   ForEachClient([](ITarnOutingStateChanges& client) { client.OnLapMarkersReset(); });
   channels_->Reload();
-  channelData_->Discard();
+  channelData_->DropAll();
   eventNames_->Reload();
   eventData_.DropAll();
   blobs_->Reload();
@@ -140,7 +140,12 @@ void CTarnOutingCache::RefreshAfterLapChange() {
   ComPtr<CTarnOutingCache> keep(this);
   UpdateFastLap();
   InvalidateCaption();
-  if (information_) AnnounceLoaded();
+  if (!information_) return;
+  AnnounceLoaded();
+  // A write may have changed the outing record too (first lap number,
+  // details): it is read again, the record in hand served meanwhile so the
+  // laps keep their numbers.
+  outing_->Reload();
   ForEachClient([](ITarnOutingStateChanges& client) { client.OnLapMarkersReset(); });
 }
 
@@ -205,7 +210,12 @@ const TarnMediaChannelMap* CTarnOutingCache::MediaChannelList() {
 
 std::unique_ptr<CChannelDataFetch> CTarnOutingCache::MakeChannelFetch(const CChannelKey& key) {
   const CLoadChannelNamesJobItem* list = channels_->results();
-  if (!list) return nullptr;
+  if (!list) {
+    if (channels_->state() == CTarnReadStateMachine<CLoadChannelNamesJobItem>::State::kRunning) {
+      return std::make_unique<CTarnWaitForListFetch>();
+    }
+    return nullptr;
+  }
   auto it = list->channels().find(key.text());
   if (it == list->channels().end()) return nullptr;
   return std::make_unique<CTarnChannelDataFetch>(file_->Connection(), it->second);
@@ -256,8 +266,10 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadOutingJobItem>& m, 
     return;
   }
   unknownVersion_ = false;
+  const bool same = information_ && information_->read()->properties() == m.results()->properties();
   information_ = MakeKiv<CTarnOutingInformation>(ComPtr<CLoadOutingJobItem>(m.results()));
   UpdateFastLap();
+  if (same) return;  // read again after the laps, unchanged: nothing to tell
   InvalidateCaption();
   AnnounceLoaded();
 }
@@ -270,10 +282,10 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CGetLapMarkerDataJobItem
   if (!laps) return;
   const TarnLapSpan& span = laps->data().span;
   ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersChanged(span.outingStart, span.outingEnd); });
-  if (span.movement) {
-    const KivTime first = span.movement->first, last = span.movement->second;
-    ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersShifted(first, last); });
-  }
+  // After every load; a store that keeps no movement gives the outing's span.
+  const KivTime first = span.movement ? span.movement->first : span.outingStart;
+  const KivTime last = span.movement ? span.movement->second : span.outingEnd;
+  ForEachClient([&](ITarnOutingStateChanges& client) { client.OnLapMarkersShifted(first, last); });
 }
 
 // --- Write-back -------------------------------------------------------------------

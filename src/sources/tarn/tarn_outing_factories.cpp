@@ -43,6 +43,12 @@ TarnChannelListChange CTarnOutingChannelFactory::ApplyChannelList(const TarnChan
   return change;
 }
 
+void CTarnOutingChannelFactory::TellKept(const NameList& kept) {
+  for (const std::u16string& name : kept) {
+    if (CChannel* channel = table_.Find(name)) channel->OnDataDropped();
+  }
+}
+
 const TarnChannelEntry* CTarnOutingChannelFactory::Entry(const std::u16string& name) const {
   auto it = entries_.find(name);
   return it == entries_.end() ? nullptr : &it->second;

@@ -39,6 +39,9 @@ class CTarnOutingChannelFactory : public COutingDataFactory<IKivChannel*, IKivCh
   // notification), each name now on another store channel (one each), then
   // every new name (one notification).
   TarnChannelListChange ApplyChannelList(const TarnChannelMap& channels);
+  // Each kept channel that was made hears of a change over the whole range:
+  // the store's data under its name may be new.
+  void TellKept(const NameList& kept);
   // The store channel behind a listed name; null when not listed.
   const TarnChannelEntry* Entry(const std::u16string& name) const;
 

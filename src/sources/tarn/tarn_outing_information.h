@@ -24,6 +24,9 @@ class CTarnOutingInformation final : public KivObject<IKivPropertySet> {
   // or off (`filterEnabled` false: the store's values).
   void SetFastLap(bool filterEnabled, std::optional<TarnFastLap> fastLap);
 
+  // The read it serves.
+  const CLoadOutingJobItem* read() const { return read_.Get(); }
+
   // E_INVALIDARG for a name the outing doesn't have.
   KivResult GetProperty(const std::u16string& name, Variant* value) override;
   // The outing's details change through a transaction: E_ACCESSDENIED.

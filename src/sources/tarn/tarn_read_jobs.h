@@ -86,6 +86,14 @@ class CTarnChannelDataFetch final : public CChannelDataFetch {
   const TarnChannelEntry channel_;
 };
 
+// The fetch of a channel asked for while the channel list is being read
+// again: it asks for a new try, which comes after the list's read on the same
+// thread and so finds the channel listed (or not, and fails).
+class CTarnWaitForListFetch final : public CChannelDataFetch {
+ public:
+  KivResult Fetch(ChannelSections*) override { return E_JOB_DROPPED; }
+};
+
 // An item of a list: id and name (event sets, blobs).
 struct TarnNamedItem {
   uint64_t id = 0;

@@ -34,6 +34,7 @@ class CClient final : public KivObject<IKivSelectionRange>, public CChannelDataC
     log_->push_back(name_ + (ok ? ":ok" : ":failed"));
     if (onData) onData();
   }
+  void OnDataDropped() override { log_->push_back(name_ + ":dropped"); }
   IKivUnknown* ClientIdentity() override { return PrimaryUnknown(); }
   std::function<void()> onData;
 
@@ -121,6 +122,17 @@ TEST_F(ChannelDataCacheTest, StopCancelsAHeldFetchAndNobodyIsTold) {
   script_.OpenGate();
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(ChannelDataCacheTest, DropAfterAReloadTellsEveryClientAndTheNextReadFetchesAgain) {
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(Get(a_.Get()), S_OK);
+  cache_->DropAll();
+  EXPECT_THAT(log_, ElementsAre("a:ok", "a:dropped"));
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(cache_->machine(kKey)->fetches(), 2);
 }
 
 TEST_F(ChannelDataCacheTest, BadArgumentsAreRefused) {

@@ -67,8 +67,10 @@ struct ChannelClient : CChannelDataClient {
     EXPECT_EQ(from, kTimeMin);
     EXPECT_EQ(to, kTimeMax);
   }
+  void OnDataDropped() override { ++dropped; }
   IKivUnknown* ClientIdentity() override { return identity; }
   std::vector<bool> told;
+  int dropped = 0;
   IKivUnknown* identity;
 };
 
@@ -246,10 +248,12 @@ TEST_F(TarnOutingCacheTest, CloseDataReadsTheFileAgainAndDropsItemData) {
   TarnDataSet changed = SampleDataSet();
   changed.channels.push_back(changed.channels[0]);
   changed.channels.back().name = u"Throttle";
+  changed.details[std::u16string(p::kDriverName)] = Variant::Text(u"B. Driver");
   ASSERT_EQ(WriteTarnDataSet(path, changed), S_OK);
   outing_->log.clear();
   cache_->CloseData();
   EXPECT_EQ(data.machine(gear)->state(), CChannelDataCacheStateMachine::State::kIdle) << "samples dropped";
+  EXPECT_EQ(client.dropped, 1) << "and the channel told so";
   EXPECT_FALSE(cache_->loaded());
   EXPECT_EQ(outing_->log, std::vector<std::string>{"laps-reset"});
   ASSERT_TRUE(Settle());
@@ -259,8 +263,13 @@ TEST_F(TarnOutingCacheTest, CloseDataReadsTheFileAgainAndDropsItemData) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(outing_->log,
             (std::vector<std::string>{"laps-reset", "channel-list:3", "information", "laps-reset", "laps-changed",
-                                      "laps-shifted"}));
+                                      "laps-shifted", "information"}))
+      << "the record read again after the laps has a new driver: told once more";
   EXPECT_TRUE(cache_->loaded());
+  ASSERT_EQ(cache_->GetInformation(info.Put()), S_OK);
+  Variant driver;
+  ASSERT_EQ(info->GetProperty(std::u16string(p::kDriverName), &driver), S_OK);
+  EXPECT_EQ(driver, Variant::Text(u"B. Driver"));
   EXPECT_EQ(data.GetChannelData(&client, gear, &sections), S_FALSE) << "read again on demand";
   ASSERT_TRUE(Settle());
   EXPECT_EQ(client.told, (std::vector<bool>{true, true}));
@@ -308,7 +317,7 @@ TEST_F(TarnOutingCacheTest, CreateDataSetMakesTheFileAndTellsTheOutingThatAsked)
   EXPECT_FALSE(cache_->CreateDataSet()) << "one creation per cache";
   ASSERT_TRUE(Settle());
   EXPECT_TRUE(std::filesystem::exists(WideToUtf8(path)));
-  EXPECT_EQ(outing_->log, (std::vector<std::string>{"created:1", "information", "laps-reset", "laps-changed"}));
+  EXPECT_EQ(outing_->log, (std::vector<std::string>{"created:1", "information", "laps-reset", "laps-changed", "laps-shifted"}));
   EXPECT_TRUE(Information());
 }
 

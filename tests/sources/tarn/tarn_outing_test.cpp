@@ -6,6 +6,8 @@
 
 #include "velmar/channel.h"
 #include "outing/cache/outing_source.h"
+#include "outing/data_listener.h"
+#include "sources/tarn/tarn_convert.h"
 #include "tarn_outing_helper.h"
 
 namespace velmar::testing {
@@ -153,6 +155,45 @@ TEST_F(TarnOutingTest, TwoOutingObjectsShareOneCacheAndCloseDataReachesBoth) {
   EXPECT_EQ(listener_->log, std::vector<std::string>{"LapMarkersReset"});
   ASSERT_TRUE(Settle());
   EXPECT_EQ(listener_->log.size(), 1u) << "same channels again: nothing added or removed";
+}
+
+TEST_F(TarnOutingTest, AReloadAfterARewriteServesTheNewSamplesThroughTheKeptChannel) {
+  std::u16string path = Write(SampleDataSet());
+  OpenListened(path);
+  auto channels = Facet<IKivChannelFactory>();
+  NameList names;
+  ASSERT_EQ(channels->GetNames(&names), S_OK);
+  ASSERT_TRUE(Settle());
+  ComPtr<IKivChannel> speed;
+  ASSERT_EQ(channels->GetItem(u"[3]Speed", speed.Put()), S_OK);
+  auto valueAt51 = [&] {
+    ComPtr<IKivChannelIterator2> iterator;
+    if (speed->GetIterator(iterator.Put()) == KIV_E_PENDING) {
+      EXPECT_TRUE(Settle());
+    }
+    double value = 0;
+    EXPECT_EQ(speed->GetIterator(iterator.Put()), S_OK);
+    if (iterator) {
+      EXPECT_EQ(iterator->GetValueAtTime(51 * kS, 0, 0, &value), S_OK);
+    }
+    return value;
+  };
+  EXPECT_EQ(valueAt51(), 50.0);
+  std::vector<std::string> heard;
+  CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(QueryAs<IKivData>(speed.Get()).Get(), false));
+
+  TarnDataSet changed = SampleDataSet();
+  changed.channels[0].blocks[1].values = {41.0, 51.0};
+  ASSERT_EQ(WriteTarnDataSet(path, changed), S_OK);
+  ASSERT_EQ(outing_->CloseData(), S_OK);
+  ASSERT_TRUE(Settle());
+  ComPtr<IKivChannel> again;
+  ASSERT_EQ(channels->GetItem(u"[3]Speed", again.Put()), S_OK);
+  EXPECT_EQ(again.Get(), speed.Get()) << "same store channel: the object is kept";
+  ASSERT_GE(heard.size(), 2u) << "dropped with the reload, then changed again by the new list";
+  for (const std::string& line : heard) EXPECT_EQ(line.rfind("changed:", 0), 0u) << line;
+  EXPECT_EQ(valueAt51(), 51.0) << "the old samples are gone";
 }
 
 TEST_F(TarnOutingTest, TheSourceRegistersForTypeOne) {

@@ -66,6 +66,7 @@ class TarnReadJobsTest : public TarnTest {
   ChannelSections Fetch(const TarnChannelEntry& channel) {
     struct Client : CChannelDataClient {
       void OnData(bool ok, KivTime, KivTime) override { told.push_back(ok); }
+      void OnDataDropped() override {}
       IKivUnknown* ClientIdentity() override { return identity.Get(); }
       std::vector<bool> told;
       ComPtr<IKivUnknown> identity;

@@ -93,17 +93,13 @@ Cell ReadCellSlow(const char* p, const char* e) {
     cell.problem = TextCode::kBraceInToken;
     return cell;
   }
+  if (IsBlankToken(p, end)) return cell;
+  // Whatever atof takes: a token with no number in it ("n/a") reads as 0.
   ParsedNumber n = ParseNumber(std::string_view(p, length));
-  if (!n.converted) {
-    if (!IsBlankToken(p, end)) {
-      cell.kind = CellKind::kFailed;
-      cell.problem = TextCode::kNonNumeric;
-    }
-    return cell;
-  }
   cell.kind = CellKind::kValue;
   cell.value = n.value;
-  if (n.trailing) cell.problem = TextCode::kTrailingCharacters;
+  if (!n.converted) cell.problem = TextCode::kNonNumeric;
+  else if (n.trailing) cell.problem = TextCode::kTrailingCharacters;
   return cell;
 }
 
@@ -142,7 +138,9 @@ void NoteCellProblems(const Cell& cell, uint64_t row, size_t column, Sink& sink)
     case TextCode::kTrailingCharacters:
       sink.Problem(row, TextCode::kTrailingCharacters, "characters after the number are ignored", column);
       break;
-    case TextCode::kNonNumeric: sink.Problem(row, TextCode::kNonNumeric, "the cell is not a number", column); break;
+    case TextCode::kNonNumeric:
+      sink.Problem(row, TextCode::kNonNumeric, "the cell is not a number; it reads as 0", column);
+      break;
     case TextCode::kBraceInToken: sink.Problem(row, TextCode::kBraceInToken, "a brace inside the cell", column); break;
     default: break;
   }
@@ -154,7 +152,7 @@ bool ParseRow(const char* p, const char* e, size_t columns, uint64_t row, Sink& 
   Cell time = ReadCell(p, e);
   if (time.kind != CellKind::kValue) {
     sink.BadTime(row, time.kind == CellKind::kEmpty ? "the row has no time; the block is dropped"
-                                                    : "the row's time is not a number; the block is dropped");
+                                                    : "the row's time can't be read; the block is dropped");
     return false;
   }
   NoteCellProblems(time, row, ProblemList::kNoColumn, sink);
@@ -309,9 +307,9 @@ bool ReadHeader(std::string_view bytes, const TextBlock& block, ProblemList& pro
   while (!cursor.AtEnd()) {
     Token t = cursor.Read(true);
     if (t.error == TokenError::kBrace) {
-      problems.Add(block.firstRowLine, TextCode::kBraceInToken, "a brace inside a column name; the block is unused",
+      problems.Add(block.firstRowLine, TextCode::kBraceInToken, "a brace inside a column name ends the column list",
                    header->names.size());
-      return false;
+      break;
     }
     if (t.truncated)
       problems.Add(block.firstRowLine, TextCode::kTokenTooLong, "a column name over 4095 characters was cut",

@@ -38,12 +38,14 @@ std::optional<double> NumberField(const Token& t, uint64_t line, const ProblemSi
     Report(sink, TextCode::kBraceInToken, line, std::string("a brace inside the ") + what + "; the row is dropped");
     return std::nullopt;
   }
-  ParsedNumber n = ParseNumber(t.text);
-  if (t.error == TokenError::kEmpty || !n.converted) {
-    Report(sink, dropCode, line, std::string("the ") + what + " is not a number; the row is dropped");
+  if (t.error == TokenError::kEmpty) {
+    Report(sink, dropCode, line, std::string("no ") + what + "; the row is dropped");
     return std::nullopt;
   }
-  if (n.trailing)
+  // Whatever atof takes: no number at the start reads as 0.
+  ParsedNumber n = ParseNumber(t.text);
+  if (!n.converted) Report(sink, TextCode::kNonNumeric, line, std::string("the ") + what + " is not a number; it reads as 0");
+  else if (n.trailing)
     Report(sink, TextCode::kTrailingCharacters, line, std::string("characters after the ") + what + " are ignored");
   return n.value;
 }

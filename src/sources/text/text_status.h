@@ -31,7 +31,7 @@ enum class TextCode : uint8_t {
   kNoColumns,          // channel header with no column: block unused
   kShortRow,           // row ends before the last column: later cells skipped
   kLongRow,            // row has cells beyond the last column: ignored
-  kNonNumeric,         // a cell with no number in it: skipped
+  kNonNumeric,         // a number field with no number in it: reads as 0
   kTrailingCharacters, // a number followed by other text: the number stands
   kBadTime,            // a row time that cannot be read: the whole block is dropped
   kTimeNotRising,      // a row time not above the ones before: the row is dropped

@@ -55,15 +55,16 @@ TEST(TextReaderEvents, RowsWithAndWithoutOptionalFields) {
                               "2\tPit\tKivara Added", "3\tNo category", "4\t \bSpaced\t\bOther text\t\tmessage only",
                               "0.00000005\tTick\tX\tS\tM", "5\tName\tCat\t{src}\tmsg", "bad\tName\tCat"}),
                        &problems);
-  ASSERT_EQ(data.events.size(), 5u);
+  ASSERT_EQ(data.events.size(), 6u);
   EXPECT_EQ(data.events[0], (TextEvent{15'000'000, u"End of lap", kEventFromCar, u"Beacon", u"Lap 1"}));
   EXPECT_EQ(data.events[1], (TextEvent{20'000'000, u"Pit", kEventFromAnalysis, u"", u""}));
   EXPECT_EQ(data.events[2], (TextEvent{40'000'000, u"Spaced", kEventFromAnalysis, u"", u"message only"}));
   EXPECT_EQ(data.events[3].time, 1);  // half a tick rounds away from zero
   EXPECT_EQ(data.events[4].source, u"");  // a failed optional field reads as empty
+  EXPECT_EQ(data.events[5].time, 0) << "a time with no number in it is 0, as atof reads it";
   EXPECT_TRUE(problems.Has(TextCode::kEventDropped, 6));
   EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 9));
-  EXPECT_TRUE(problems.Has(TextCode::kEventDropped, 10));
+  EXPECT_TRUE(problems.Has(TextCode::kNonNumeric, 10));
 }
 
 TEST(TextReaderEvents, TheLastBlockCountsAndGroupsKeepTheFirst) {
@@ -84,12 +85,13 @@ TEST(TextReaderConstants, FirstOfANameStandsAndTheLastBlockCounts) {
                               "{ConstantBlock}", "Name\tValue\tComment", "Wing Angle\t12.5\tdeg", "Wing Angle\t13\tlater",
                               "Fuel\t60", "NoValue", "Text\tabc\tx", "Trail\t2kg", "Empty\t\tc"}),
                        &problems);
-  ASSERT_EQ(data.constants.size(), 3u);
+  ASSERT_EQ(data.constants.size(), 4u);
   EXPECT_EQ(data.constants[0], (TextConstant{u"Wing Angle", 12.5, u"deg"}));
   EXPECT_EQ(data.constants[1], (TextConstant{u"Fuel", 60, u""}));
-  EXPECT_EQ(data.constants[2], (TextConstant{u"Trail", 2, u""}));
+  EXPECT_EQ(data.constants[2], (TextConstant{u"Text", 0, u"x"})) << "no number in the value: 0, as atof reads it";
+  EXPECT_EQ(data.constants[3], (TextConstant{u"Trail", 2, u""}));
   EXPECT_TRUE(problems.Has(TextCode::kConstantDropped, 11));
-  EXPECT_TRUE(problems.Has(TextCode::kConstantDropped, 12));
+  EXPECT_TRUE(problems.Has(TextCode::kNonNumeric, 12));
   EXPECT_TRUE(problems.Has(TextCode::kTrailingCharacters, 13));
   EXPECT_TRUE(problems.Has(TextCode::kConstantDropped, 14));
 }

@@ -46,8 +46,8 @@ KivResult ToKivResult(TextCode code) {
     case TextCode::kReadFailed:
     case TextCode::kFileChanged: return STG_E_READFAULT;
     case TextCode::kOutOfMemory: return E_OUTOFMEMORY;
-    case TextCode::kWriteFailed: return STG_E_WRITEFAULT;
-    case TextCode::kDiskFull: return STG_E_MEDIUMFULL;
+    // A failed write is E_FAIL to the caller; the code keeps the cause for the
+    // message.
     case TextCode::kInvalidArgument: return E_INVALIDARG;
     default: return E_FAIL;  // a file that is not a text data set, or a refused write
   }

@@ -95,9 +95,9 @@ void CTarnOutingCache::CloseData() {
   eventData_.DropAll();
   blobs_->Reload();
   blobData_.DropAll();
+  constants_->Reload();
   mediaChannels_->Reload();
   mediaData_.DropAll();
-  constants_->Reload();
   loaded_ = false;
   InvalidateCaption();
 }
@@ -257,11 +257,11 @@ void CTarnOutingCache::ForgetClient(ITarnItemDataClient* client) {
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadOutingJobItem>& m, KivResult status) {
   ComPtr<CTarnOutingCache> keep(this);
   if (Failed(status)) {
-    // The store can't read this file's format: the caption says so.
+    // The store can't read this file's format: the caption says so, and
+    // there is no information to announce.
     if (status == E_BADFILEVERSION && !unknownVersion_) {
       unknownVersion_ = true;
       InvalidateCaption();
-      ForEachClient([](ITarnOutingStateChanges& client) { client.OnInformationChanged(); });
     }
     return;
   }

@@ -65,18 +65,16 @@ class CLapFinder final : public IKivTimeRegionFinderImpl<CLapFinder>,
   std::u16string UnmarkedLapName();
   LapWords Words() const;
 
-  // COutingNotifications2Receiver / CLapMarkersNotifications2Receiver
+  // COutingNotifications2Receiver / CLapMarkersNotifications2Receiver. The
+  // laps are rebuilt when the outing's data comes or changes and when the
+  // markers change; a reset or a reload is followed by those, so it alone
+  // rebuilds nothing. The range notification only walks a live lap ahead.
   void OnInformationChanged(IKivOuting*) override {
     Invalidate();
     AdoptRootMapOnce();
   }
-  void OnOutingReloaded(IKivOuting*) override {
-    Invalidate();
-    AdoptRootMapOnce();
-  }
-  void OnLapMarkersReset() override { Invalidate(); }
   void OnLapMarkersChanged(IKivOuting*, KivTime, KivTime) override { Invalidate(); }
-  void OnLapMarkersShifted(IKivOuting*, KivTime, KivTime) override { Invalidate(); }
+  void OnLapMarkersShifted(IKivOuting*, KivTime from, KivTime to) override { OnLiveRange(from, to); }
   // CCircuitMapDataNotifications2Receiver: the lap time may have changed; the laps stay.
   void OnMapDataChanged(IKivCircuitMapData*) override { ReadPredictedLapTime(); }
   // CVelmarNotificationsReceiver

@@ -78,6 +78,12 @@ class FakeLapOutingT
     this->FireNotification(&IKivLapMarkersNotifications::OnLapMarkersChanged, static_cast<IKivOuting*>(this),
                            start, end);
   }
+  // The range notification, and the two that come with every load.
+  void FireRange(KivTime from, KivTime to) {
+    this->FireNotification(&IKivLapMarkersNotifications2::OnLapMarkersShifted, static_cast<IKivOuting*>(this), from,
+                           to);
+  }
+  void FireReset() { this->FireNotification(&IKivLapMarkersNotifications::OnLapMarkersReset); }
 
  private:
   const FakeMarker* At(uint32_t i) const {

@@ -74,6 +74,19 @@ TEST_F(LapFinderTest, AMarkerEditEmptiesTheLapsAndTheNextReadRebuildsThem) {
   EXPECT_EQ(last, 3) << "the lap after the last marker is not complete";
 }
 
+TEST_F(LapFinderTest, AResetOrARangeOfAStoredOutingRebuildsNothing) {
+  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  ComPtr<IKivTimeRegions> view;
+  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  RegionsListener listener(finder_.Get());
+  outing_->FireReset();
+  outing_->FireRange(0, 50 * kSec);
+  EXPECT_EQ(listener.count, 0);
+  EXPECT_TRUE(finder_->populated());
+  outing_->FireMarkersChanged();
+  EXPECT_EQ(listener.count, 1) << "a load: one rebuild, on the markers' change";
+}
+
 TEST_F(LapFinderTest, AViewKeepsItsFinderAliveAndSetOutingNothingEmptiesIt) {
   ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
   ComPtr<IKivTimeRegions> view;
@@ -152,10 +165,10 @@ TEST_F(LapFinderTest, ALiveOutingsCurrentLapGrowsInTenSecondStepsAheadOfItsData)
   KivTime end = 0;
   ASSERT_EQ(view->GetEnd(2, &end), S_OK);
   RegionsListener listener(finder_.Get());
-  finder_->OnLiveRange(0, 90 * kSec);  // first range: rebuild
+  live->FireRange(0, 90 * kSec);  // first range: rebuild
   ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
   const int heard = listener.count;
-  finder_->OnLiveRange(0, end + kSec);  // grew past the predicted end
+  live->FireRange(0, end + kSec);  // grew past the predicted end
   EXPECT_EQ(listener.count, heard + 1);
   KivTime grown = 0;
   ASSERT_EQ(view->GetEnd(2, &grown), S_OK);

@@ -34,11 +34,15 @@ LockedArray<KivTime> PeriodicTimes(KivTime first, KivTime interval, uint32_t cou
 }
 
 KivResult DataSection::MakePeriodic(LockedArray<double> values, KivTime firstTime, KivTime interval,
-                                    std::shared_ptr<const DataSection>* out) {
+                                    std::shared_ptr<const DataSection>* out, std::optional<KivTime> lastTime) {
   if (!out) return E_POINTER;
   if (values.empty() || values.size() > std::numeric_limits<uint32_t>::max()) return E_INVALIDARG;
   KivTime last = 0;
   if (!PeriodicLastTime(firstTime, interval, values.size(), &last)) return E_INVALIDARG;
+  if (lastTime) {
+    if (*lastTime < firstTime || IsUnboundedTime(*lastTime)) return E_INVALIDARG;
+    last = *lastTime;
+  }
   std::shared_ptr<DataSection> s(new DataSection());
   s->periodic_ = true;
   s->firstTime_ = firstTime;

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <mutex>
 #include <span>
 
@@ -20,10 +21,14 @@ class DataSection {
  public:
   // `values` non-empty (at most 2^32 - 1), `interval` above 0, and every
   // sample time inside the tick range without touching the unbounded
-  // extremes; else E_INVALIDARG.
+  // extremes; else E_INVALIDARG. The last time is first plus interval times
+  // (count - 1), or `lastTime` when a column's own last time is given: the
+  // interval is the rounded first step in seconds, which may stray a tick
+  // from the rounded times.
   [[nodiscard]] static KivResult MakePeriodic(LockedArray<double> values, KivTime firstTime,
                                               KivTime interval,
-                                              std::shared_ptr<const DataSection>* out);
+                                              std::shared_ptr<const DataSection>* out,
+                                              std::optional<KivTime> lastTime = std::nullopt);
   // `times` as many as `values`, never decreasing, no unbounded extreme, and
   // last minus first inside the tick range; else E_INVALIDARG.
   [[nodiscard]] static KivResult MakeAperiodic(LockedArray<double> values, LockedArray<KivTime> times,

@@ -146,6 +146,7 @@ KivResult MakePiece(const Run& run, std::span<const double> seconds, Ticks& tick
   out->first = run.first;
   out->count = run.count;
   out->firstTime = ticks[run.first];
+  out->lastTime = ticks[run.first + run.count - 1];
   if (run.periodic) {
     const std::optional<KivTime> interval = TicksFromSeconds(seconds[run.first + 1] - seconds[run.first]);
     if (!interval || *interval < 0) return E_INVALIDARG;
@@ -172,7 +173,8 @@ KivResult SectionsOf(const std::vector<TimeSplit::Piece>& pieces, ValueSource& v
       std::shared_ptr<const DataSection> section;
       LockedArray<double> taken = values.Take(piece.first, piece.count);
       const KivResult hr = piece.periodic
-                               ? DataSection::MakePeriodic(std::move(taken), piece.firstTime, piece.interval, &section)
+                               ? DataSection::MakePeriodic(std::move(taken), piece.firstTime, piece.interval, &section,
+                                                           piece.lastTime)
                                : DataSection::MakeAperiodic(std::move(taken), piece.times, &section);
       if (Failed(hr)) return hr;
       made.push_back({std::move(section), false});

@@ -64,6 +64,7 @@ class TimeSplit {
     size_t count = 0;
     bool periodic = false;      // then `interval` above 0 ...
     KivTime firstTime = 0;
+    KivTime lastTime = 0;
     KivTime interval = 0;
     LockedArray<KivTime> times;  // ... else the times, shared by every column
   };

@@ -20,7 +20,8 @@ constexpr bool IsUnboundedTime(KivTime t) { return t == kTimeMin || t == kTimeMa
 // result. Inline: a column's split rounds every sample time.
 inline std::optional<KivTime> RoundTicks(double ticks) {
   if (std::isnan(ticks)) return std::nullopt;
-  double r = std::trunc(ticks >= 0.0 ? ticks + 0.5 : ticks - 0.5);
+  // std::round, not trunc(x + 0.5): that turns 0.49999999999999994 into 1.
+  double r = std::round(ticks);
   // 2^63 is exactly representable; every double strictly inside (-2^63, 2^63)
   // converts without overflow.
   constexpr double kLimit = 9223372036854775808.0;

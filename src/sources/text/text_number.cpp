@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "outing/time/time.h"
 #include "sources/text/text_format.h"
 
 namespace velmar {
@@ -59,18 +60,14 @@ ParsedNumber ParseNumber(std::string_view token) {
 
 std::optional<KivTime> SecondsToTicks(double seconds) {
   if (std::isnan(seconds)) return std::nullopt;
-  double ticks = std::round(seconds * 1e7);  // half away from zero
-  constexpr double kLimit = 9.2233720368547748e18;  // largest double below 2^63
-  if (ticks >= kLimit) return kTimeMax - 1;
-  if (ticks <= -kLimit) return kTimeMin + 1;
-  return static_cast<KivTime>(ticks);
+  if (std::optional<KivTime> ticks = TicksFromSeconds(seconds)) return ticks;
+  return seconds > 0 ? kTimeMax - 1 : kTimeMin + 1;  // held inside the finite range
 }
 
 double TicksToSeconds(KivTime time, KivTime base) {
   KivTime diff = 0;
-  if (__builtin_sub_overflow(time, base, &diff))
-    return (static_cast<double>(time) - static_cast<double>(base)) / 1e7;
-  return static_cast<double>(diff) / 1e7;
+  if (__builtin_sub_overflow(time, base, &diff)) return SecondsFromTicks(time) - SecondsFromTicks(base);
+  return SecondsFromTicks(diff);
 }
 
 }  // namespace velmar

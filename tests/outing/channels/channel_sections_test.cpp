@@ -47,6 +47,13 @@ TEST(ChannelSectionsTest, TwoSamplesArePeriodicAtAnySpacingAndOneIsAperiodic) {
   EXPECT_THAT(Split({7}), ElementsAre("A70000000"));
   EXPECT_THAT(Split({0, 1, 2, 9}), ElementsAre("P0+10000000x3", "A90000000"));
   EXPECT_THAT(Split({0, 1, 2, 9, 20}), ElementsAre("P0+10000000x3", "P90000000+110000000x2"));
+  // The step in seconds rounds to 1 tick, the times to 0 and 2: the last
+  // time is the rounded last sample's, not first plus the step.
+  ChannelSections two;
+  ASSERT_EQ(SplitIntoSections(std::vector<double>{0.00000004, 0.00000015}, std::vector<double>{1, 2}, {}, &two), S_OK);
+  ASSERT_EQ(two.size(), 1u);
+  EXPECT_EQ(two[0].data->interval(), 1);
+  EXPECT_EQ(two[0].data->lastTime(), 2);
 }
 
 TEST(ChannelSectionsTest, UnequalRunEndsTwoSamplesBeforeEqualSpacingIsFirstSeen) {

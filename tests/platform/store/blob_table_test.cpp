@@ -8,12 +8,8 @@
 namespace velmar::testing {
 namespace {
 
-class BlobTableTest : public StoreTest {
+class BlobTableTest : public NewStoreTest {
  protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
   RecordList<TarnBlobRecord> Content(uint64_t id, KivResult expected = S_OK) {
     ComPtr<IKivTarnBlobDataRecords> records;
     EXPECT_EQ(List<IKivTarnBlobs>()->GetBlobData(kDefaultWaitLimit, id, records.Put()), expected);

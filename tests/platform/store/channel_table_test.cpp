@@ -12,12 +12,8 @@
 namespace velmar::testing {
 namespace {
 
-class ChannelTableTest : public StoreTest {
+class ChannelTableTest : public NewStoreTest {
  protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
   std::vector<uint64_t> AddChannels(std::vector<TarnChannelDescription> records, KivResult expected = S_OK) {
     auto handle = Handle();
     std::vector<uint64_t> ids;

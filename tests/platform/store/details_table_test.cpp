@@ -8,11 +8,10 @@
 namespace velmar::testing {
 namespace {
 
-class DetailsTableTest : public StoreTest {
+class DetailsTableTest : public NewStoreTest {
  protected:
   void SetUp() override {
-    StoreTest::SetUp();
-    Create();
+    NewStoreTest::SetUp();
     handle_ = Handle();
     writer_ = Writer<IKivTarnDetailsWriter>(handle_);
   }

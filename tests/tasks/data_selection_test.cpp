@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "selection_fixture.h"
+#include "support/scoped_sink.h"
 
 namespace velmar::testing {
 namespace {
@@ -14,14 +15,7 @@ namespace {
 // Logs the selection's events by name, in order.
 class SelectionLog final : public CDataSelectionNotifications4Receiver {
  public:
-  explicit SelectionLog(IKivDataSelection* selection) : selection_(selection) {
-    sink_->SetReceiver(this);
-    EXPECT_TRUE(sink_->Connect(selection));
-  }
-  ~SelectionLog() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(selection_);
-  }
+  explicit SelectionLog(IKivDataSelection* selection) : sink_(this, selection) {}
   void OnColourChanged(IKivDataSelection*, uint32_t) override { log.push_back("colour"); }
   void OnOutingChanged(IKivDataSelection*) override { log.push_back("outing"); }
   void OnSpanChanged(IKivDataSelection*) override { log.push_back("span"); }
@@ -32,46 +26,29 @@ class SelectionLog final : public CDataSelectionNotifications4Receiver {
   std::vector<std::string> log;
 
  private:
-  IKivDataSelection* selection_;
-  ComPtr<CDataSelectionNotifications4Sink<>> sink_ = MakeKiv<CDataSelectionNotifications4Sink<>>();
+  ScopedSink<CDataSelectionNotifications4Sink<>, IKivDataSelection> sink_;
 };
 
 // Counts a proxy's data changes.
 class DataLog final : public CDataNotificationsReceiver {
  public:
-  explicit DataLog(IKivData* item) : item_(item) {
-    sink_->SetReceiver(this);
-    EXPECT_TRUE(sink_->Connect(item));
-  }
-  ~DataLog() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(item_);
-  }
+  explicit DataLog(IKivData* item) : sink_(this, item) {}
   void OnDataChanged(IKivData*, KivTime, KivTime) override { ++changes; }
   int changes = 0;
 
  private:
-  IKivData* item_;
-  ComPtr<CDataNotificationsSink<>> sink_ = MakeKiv<CDataNotificationsSink<>>();
+  ScopedSink<CDataNotificationsSink<>, IKivData> sink_;
 };
 
 // Hears a channel proxy's new value offsets.
 class OffsetLog final : public CChannelProxyNotificationsReceiver {
  public:
-  explicit OffsetLog(IKivChannel* proxy) : proxy_(proxy) {
-    sink_->SetReceiver(this);
-    EXPECT_TRUE(sink_->Connect(proxy));
-  }
-  ~OffsetLog() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(proxy_);
-  }
+  explicit OffsetLog(IKivChannel* proxy) : sink_(this, proxy) {}
   void OnValueOffsetChanged(IKivChannelProxy*, double offset) override { offsets.push_back(offset); }
   std::vector<double> offsets;
 
  private:
-  IKivChannel* proxy_;
-  ComPtr<CChannelProxyNotificationsSink<>> sink_ = MakeKiv<CChannelProxyNotificationsSink<>>();
+  ScopedSink<CChannelProxyNotificationsSink<>, IKivChannel> sink_;
 };
 
 class DataSelectionTest : public SelectionFixture {

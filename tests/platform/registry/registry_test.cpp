@@ -1,10 +1,10 @@
 #include "velmar/registry.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include "platform/registry/registry_file.h"
 #include "support/faulty_file_ops.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 namespace velmar {
@@ -113,7 +113,9 @@ TEST_F(RegistryKeyTest, BadPathsAreRefused) {
   RegistryKey key;
   EXPECT_EQ(RegistryKey::Create(file_, u"Software\\\\Halvane", &key), E_INVALIDARG);
   EXPECT_EQ(RegistryKey::Create(file_, u"Software\\", &key), E_INVALIDARG);
+  EXPECT_EQ(RegistryKey::Create(file_, u"\\Software", &key), E_INVALIDARG);
   EXPECT_EQ(RegistryKey::Create(file_, std::u16string(256, u'k'), &key), E_INVALIDARG);
+  EXPECT_EQ(RegistryKey::Create(file_, std::u16string(255, u'k'), &key), S_OK) << "the longest name";
   EXPECT_EQ(RegistryKey::Open(nullptr, u"Software", &key), E_INVALIDARG);
   EXPECT_EQ(RegistryKey::Open(file_, u"Software", nullptr), E_POINTER);
   RegistryKey closed;
@@ -189,22 +191,7 @@ TEST_F(RegistryKeyTest, AFailedWriteKeepsTheOldValueAndFile) {
   EXPECT_EQ(files, 0);
 }
 
-// Sets an environment variable for the life of the object.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    ::setenv(name, value.c_str(), 1);
-  }
-  ~ScopedEnv() {
-    if (old_) ::setenv(name_, old_->c_str(), 1);
-    else ::unsetenv(name_);
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using testing::ScopedEnv;
 
 TEST(RegistryHiveTest, EnvironmentChoosesEachHivesFile) {
   testing::TempDir dir;

@@ -28,16 +28,6 @@ TEST(RegistryTreeTest, JsonRoundTripKeepsEveryTypeAndNamesThatDifferInCase) {
   EXPECT_EQ(k->FindValue(u"bytes")->data, RegData(std::vector<uint8_t>{}));
 }
 
-TEST(RegistryTreeTest, SplitKeyPath) {
-  EXPECT_EQ(SplitKeyPath(u"")->size(), 0u);
-  EXPECT_EQ(*SplitKeyPath(u"A\\B c\\D"), (std::vector<std::u16string>{u"A", u"B c", u"D"}));
-  EXPECT_FALSE(SplitKeyPath(u"\\A"));
-  EXPECT_FALSE(SplitKeyPath(u"A\\"));
-  EXPECT_FALSE(SplitKeyPath(u"A\\\\B"));
-  EXPECT_TRUE(SplitKeyPath(std::u16string(255, u'x')));
-  EXPECT_FALSE(SplitKeyPath(std::u16string(256, u'x')));
-}
-
 TEST(RegistryTreeTest, RemoveIgnoresCase) {
   RegNode root;
   root.FindOrAddKey(u"Alpha");

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "support/fixtures.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 
@@ -77,48 +78,44 @@ TEST(CfbCodecTest, OutputReadsBackThroughOlefile) {
             "220CFBCF-DD19-4DF9-9817-4CC0D0DCFEC9\n9000\n");
 }
 
-// A compound file laid out by hand as other writers lay it out: a real
-// directory tree (not a list), a mini stream, one FAT sector.
+// A compound file laid out by hand as other writers lay it out; the layout
+// is in the fixture, field by field.
 std::string HandMadeFile() {
-  std::string f(512 * 5, '\0');
-  auto u16 = [&](size_t at, uint16_t v) { std::memcpy(&f[at], &v, 2); };
-  auto u32 = [&](size_t at, uint32_t v) { std::memcpy(&f[at], &v, 4); };
-  const char sig[] = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
-  std::memcpy(&f[0], sig, 8);
-  u16(0x18, 0x3E); u16(0x1A, 3); u16(0x1C, 0xFFFE); u16(0x1E, 9); u16(0x20, 6);
-  u32(0x2C, 1);           // FAT sectors
-  u32(0x30, 1);           // first directory sector
-  u32(0x38, 4096);        // mini stream cutoff
-  u32(0x3C, 3);           // first mini FAT sector
-  u32(0x40, 1);           // mini FAT sectors
-  u32(0x44, 0xFFFFFFFE);  // no DIFAT sectors
-  for (int i = 0; i < 109; ++i) u32(0x4C + 4 * i, i == 0 ? 0 : 0xFFFFFFFF);
-  auto sector = [](int n) { return size_t(512) * (n + 1); };
-  // FAT: 0 itself, 1 directory, 2 mini stream, 3 mini FAT.
-  for (int i = 0; i < 128; ++i) u32(sector(0) + 4 * i, 0xFFFFFFFF);
-  u32(sector(0), 0xFFFFFFFD);
-  for (int i = 1; i <= 3; ++i) u32(sector(0) + 4 * i, 0xFFFFFFFE);
-  auto entry = [&](int index, std::u16string name, uint8_t type, uint32_t left, uint32_t right,
-                   uint32_t child, uint32_t start, uint32_t size, const Guid& clsid) {
-    size_t at = sector(1) + 128 * index;
-    for (size_t i = 0; i < name.size(); ++i) u16(at + 2 * i, name[i]);
-    u16(at + 64, static_cast<uint16_t>(2 * (name.size() + 1)));
-    f[at + 66] = static_cast<char>(type);
-    f[at + 67] = 1;  // black
-    u32(at + 68, left); u32(at + 72, right); u32(at + 76, child);
-    u32(at + 80, clsid.data1); u16(at + 84, clsid.data2); u16(at + 86, clsid.data3);
-    std::memcpy(&f[at + 88], clsid.data4.data(), 8);
-    u32(at + 116, start); u32(at + 120, size);
-  };
-  const uint32_t none = 0xFFFFFFFF;
-  entry(0, u"Root Entry", 5, none, none, 1, 2, 128, kRootClass);
-  entry(1, u"Version", 2, 2, none, none, 0, 4, GUID_NULL);  // "Tasks" sorts before it
-  entry(2, u"Tasks", 1, none, none, 3, 0, 0, kTasksClass);
-  entry(3, u"Task List", 2, none, none, none, 1, 10, GUID_NULL);
-  std::memcpy(&f[sector(2)], "\x06\0\0\0", 4);
-  std::memcpy(&f[sector(2) + 64], "ten bytes!", 10);
-  for (int i = 0; i < 128; ++i) u32(sector(3) + 4 * i, i < 2 ? 0xFFFFFFFE : 0xFFFFFFFF);
-  return f;
+  const nlohmann::json f = testing::Fixture("platform/storage/hand_made_cfb.json");
+  std::string bytes(f["size"].get<size_t>(), '\0');
+  auto put = [&](size_t at, auto v) { std::memcpy(&bytes[at], &v, sizeof v); };
+  for (const auto& r : f["u32_fill"])
+    for (size_t i = 0; i < r["count"].get<size_t>(); ++i)
+      put(r["at"].get<size_t>() + 4 * i, r["value"].get<uint32_t>());
+  for (const auto& r : f["hex"]) {
+    const std::string hex = r["bytes"];
+    for (size_t i = 0; i < hex.size() / 2; ++i)
+      bytes[r["at"].get<size_t>() + i] = static_cast<char>(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
+  }
+  for (const auto& r : f["u16"])
+    for (size_t i = 0; i < r["values"].size(); ++i) put(r["at"].get<size_t>() + 2 * i, r["values"][i].get<uint16_t>());
+  for (const auto& r : f["u32"])
+    for (size_t i = 0; i < r["values"].size(); ++i) put(r["at"].get<size_t>() + 4 * i, r["values"][i].get<uint32_t>());
+  for (size_t n = 0; n < f["entries"].size(); ++n) {
+    const auto& e = f["entries"][n];
+    const size_t at = f["directory"].get<size_t>() + 128 * n;
+    const std::u16string name = Utf8ToWide(e["name"].get<std::string>());
+    for (size_t i = 0; i < name.size(); ++i) put(at + 2 * i, static_cast<uint16_t>(name[i]));
+    put(at + 64, static_cast<uint16_t>(2 * (name.size() + 1)));
+    bytes[at + 66] = static_cast<char>(e["type"].get<int>());
+    bytes[at + 67] = 1;  // black
+    put(at + 68, e["left"].get<uint32_t>());
+    put(at + 72, e["right"].get<uint32_t>());
+    put(at + 76, e["child"].get<uint32_t>());
+    const Guid clsid = e.contains("clsid") ? *Guid::Parse(e["clsid"].get<std::string>()) : GUID_NULL;
+    put(at + 80, clsid.data1);
+    put(at + 84, clsid.data2);
+    put(at + 86, clsid.data3);
+    std::memcpy(&bytes[at + 88], clsid.data4.data(), 8);
+    put(at + 116, e["start"].get<uint32_t>());
+    put(at + 120, e["size"].get<uint32_t>());
+  }
+  return bytes;
 }
 
 TEST(CfbCodecTest, ReadsAFileLaidOutByAnotherWriter) {

@@ -23,22 +23,5 @@ TEST(StorageNodeTest, CloneDoesNotCarryOpenMarks) {
   EXPECT_FALSE(root->Clone()->Find(u"Tasks")->open);
 }
 
-TEST(StorageNodeTest, NameRules) {
-  EXPECT_EQ(CheckElementName(u"Version"), S_OK);
-  EXPECT_EQ(CheckElementName(std::u16string(31, u'x')), S_OK);
-  EXPECT_EQ(CheckElementName(std::u16string(32, u'x')), STG_E_INVALIDNAME);
-  EXPECT_EQ(CheckElementName(std::u16string(u"a\0b", 3)), STG_E_INVALIDNAME);
-  EXPECT_EQ(CheckElementName(u"\xDC00x"), STG_E_INVALIDNAME);  // low surrogate first
-  EXPECT_EQ(CheckElementName(u"\xD83D"), STG_E_INVALIDNAME);   // high surrogate alone
-  EXPECT_EQ(CheckElementName(u"\U0001F3C1"), S_OK);
-  EXPECT_EQ(CheckElementName(u"\x05SummaryInformation"), S_OK);
-}
-
-TEST(StorageNodeTest, CompoundFileOrder) {
-  EXPECT_TRUE(CfbNameLess(u"Zz", u"aaa"));     // shorter first
-  EXPECT_TRUE(CfbNameLess(u"abc", u"ABD"));    // then letters, any case
-  EXPECT_FALSE(CfbNameLess(u"ABC", u"abc"));
-}
-
 }  // namespace
 }  // namespace velmar

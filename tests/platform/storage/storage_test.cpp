@@ -152,10 +152,10 @@ TEST_F(StorageTest, NamesFollowTheCompoundFileRules) {
   const std::u16string longest(31, u'n');
   EXPECT_EQ(PutStream(root_.Get(), longest, "31"), S_OK);
   EXPECT_EQ(PutStream(root_.Get(), std::u16string(32, u'n'), "32"), STG_E_INVALIDNAME);
-  for (auto bad : {u"", u"a/b", u"a\\b", u"a:b", u"a!b"})
-    EXPECT_EQ(PutStream(root_.Get(), bad, "x"), STG_E_INVALIDNAME) << WideToUtf8(bad);
-  EXPECT_EQ(PutStream(root_.Get(), std::u16string(1, u'\xD800'), "x"), STG_E_INVALIDNAME);
+  const std::u16string bad[] = {u"", u"a/b", u"a\\b", u"a:b", u"a!b", u"\xD800", u"\xDC00x", {u"a\0b", 3}};
+  for (const auto& name : bad) EXPECT_EQ(PutStream(root_.Get(), name, "x"), STG_E_INVALIDNAME) << WideToUtf8(name);
   EXPECT_EQ(PutStream(root_.Get(), u"\U0001F3C1 flag", "x"), S_OK);  // a whole surrogate pair
+  EXPECT_EQ(PutStream(root_.Get(), u"\x05SummaryInformation", "x"), S_OK);
   EXPECT_EQ(GetStream(root_.Get(), u"\U0001F3C1 FLAG"), "x");
 }
 

@@ -8,29 +8,27 @@
 namespace velmar::testing {
 namespace {
 
-class BlobTableTest : public StoreTest {
+class BlobTableTest : public NewStoreTest {
  protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
   RecordList<TarnBlobRecord> Content(uint64_t id, KivResult expected = S_OK) {
     ComPtr<IKivTarnBlobDataRecords> records;
     EXPECT_EQ(List<IKivTarnBlobs>()->GetBlobData(kDefaultWaitLimit, id, records.Put()), expected);
     return Hold(std::move(records));
+  }
+  TarnBlobRecord Blob(const char16_t* name) {
+    TarnBlobRecord blob{};
+    blob.type = &type_;
+    blob.name = name;
+    return blob;
   }
   const Guid type_ = Guid::Literal("{1B4D7A8E-0C55-4F0B-9D3E-6A2F1C8B7E90}");
 };
 
 TEST_F(BlobTableTest, BlobsRoundTripWithTypeNameAndContent) {
   const uint8_t bytes[] = {0, 1, 2, 255};
-  TarnBlobRecord blobs[2] = {};
-  blobs[0].type = &type_;
-  blobs[0].name = u"Status definitions";
+  TarnBlobRecord blobs[2] = {Blob(u"Status definitions"), Blob(u"Empty")};
   blobs[0].data = bytes;
   blobs[0].size = 4;
-  blobs[1].type = &type_;
-  blobs[1].name = u"Empty";
   std::vector<uint64_t> ids;
   {
     auto handle = Handle();
@@ -56,9 +54,7 @@ TEST_F(BlobTableTest, BlobsRoundTripWithTypeNameAndContent) {
 }
 
 TEST_F(BlobTableTest, ModifyReplacesContentAndKeepsWhatIsNotGiven) {
-  TarnBlobRecord blob{};
-  blob.type = &type_;
-  blob.name = u"B";
+  TarnBlobRecord blob = Blob(u"B");
   std::vector<uint64_t> ids;
   {
     auto handle = Handle();
@@ -84,9 +80,7 @@ TEST_F(BlobTableTest, ModifyReplacesContentAndKeepsWhatIsNotGiven) {
 }
 
 TEST_F(BlobTableTest, RemoveAndRefusals) {
-  TarnBlobRecord blob{};
-  blob.type = &type_;
-  blob.name = u"B";
+  TarnBlobRecord blob = Blob(u"B");
   std::vector<uint64_t> ids;
   {
     auto handle = Handle();

@@ -19,13 +19,7 @@ TarnConstantRecord Constant(const char16_t* name, double value, const char16_t* 
   return c;
 }
 
-class ConstantTableTest : public StoreTest {
- protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
-};
+using ConstantTableTest = NewStoreTest;
 
 TEST_F(ConstantTableTest, ConstantsRoundTripInTheOrderAdded) {
   TarnConstantRecord records[] = {Constant(u"Mass", 642.5, nullptr, u"kg"), Constant(u"Setup", 0, u"|")};
@@ -47,7 +41,7 @@ TEST_F(ConstantTableTest, ConstantsRoundTripInTheOrderAdded) {
   EXPECT_EQ(list[1].unit, nullptr);
 }
 
-TEST_F(ConstantTableTest, ModifyAndRemoveById) {
+TEST_F(ConstantTableTest, ModifyAndRemoveByIdAndRefuseNamelessOnes) {
   TarnConstantRecord records[] = {Constant(u"A", 1), Constant(u"B", 2)};
   std::vector<uint64_t> ids;
   {
@@ -62,6 +56,9 @@ TEST_F(ConstantTableTest, ModifyAndRemoveById) {
     changed.id = ids[0];
     changed.name = nullptr;
     EXPECT_EQ(writer->ModifyConstants(1, &changed), E_INVALIDARG);
+    std::vector<uint64_t> none;
+    EXPECT_EQ(writer->AddConstants(1, &changed, &none), E_INVALIDARG) << "a constant needs a name";
+    EXPECT_TRUE(none.empty());
     ASSERT_EQ(writer->RemoveConstants(1, &ids[1]), S_OK);
     EXPECT_EQ(writer->RemoveConstants(1, &ids[1]), E_INVALIDARG);
   }
@@ -72,14 +69,6 @@ TEST_F(ConstantTableTest, ModifyAndRemoveById) {
   EXPECT_EQ(list[0].value, 10);
   EXPECT_EQ(Str(list[0].text), u"=B*5");
   EXPECT_EQ(Str(list[0].unit), u"N");
-}
-
-TEST_F(ConstantTableTest, NamelessConstantIsRefused) {
-  auto handle = Handle();
-  TarnConstantRecord c = Constant(nullptr, 1);
-  std::vector<uint64_t> ids;
-  EXPECT_EQ(Writer<IKivTarnConstantWriter>(handle)->AddConstants(1, &c, &ids), E_INVALIDARG);
-  EXPECT_TRUE(ids.empty());
 }
 
 }  // namespace

@@ -23,12 +23,8 @@ TarnEventRecord Event(const char16_t* name, KivTime time, uint32_t kind = 1) {
   return e;
 }
 
-class EventTableTest : public StoreTest {
+class EventTableTest : public NewStoreTest {
  protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
   std::vector<uint64_t> Add(std::vector<TarnEventRecord> events, KivResult expected = S_OK) {
     auto handle = Handle();
     std::vector<uint64_t> ids;

@@ -16,11 +16,10 @@ TarnLapMarker Marker(KivTime base, uint8_t crossing = 1, double origin = 12.5) {
   return m;
 }
 
-class LapMarkerTableTest : public StoreTest {
+class LapMarkerTableTest : public NewStoreTest {
  protected:
   void SetUp() override {
-    StoreTest::SetUp();
-    Create();
+    NewStoreTest::SetUp();
     auto handle = Handle();
     auto writer = Writer<IKivTarnLapMarkerWriter>(handle);
     TarnLapMarker recorded[] = {Marker(300), Marker(100), Marker(200, 0)};

@@ -8,12 +8,8 @@
 namespace velmar::testing {
 namespace {
 
-class MediaTableTest : public StoreTest {
+class MediaTableTest : public NewStoreTest {
  protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
   RecordList<TarnMediaClipRecord> Clips(uint64_t channel, KivTime from = kTimeMin, KivTime to = kTimeMax,
                                         KivResult expected = S_OK) {
     ComPtr<IKivTarnMediaClipRecords> records;

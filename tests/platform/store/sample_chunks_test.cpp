@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "platform/store/store_test_helper.h"
+#include "support/fixtures.h"
 
 namespace velmar::testing {
 namespace {
@@ -21,11 +22,10 @@ constexpr int32_t kCount = 3 * kSamplesPerChunk + 17;
 
 KivTime TimeOf(int32_t i) { return kStart + i * kPeriod; }
 
-class SampleChunksTest : public StoreTest {
+class SampleChunksTest : public NewStoreTest {
  protected:
   void SetUp() override {
-    StoreTest::SetUp();
-    Create();
+    NewStoreTest::SetUp();
     channel_ = AddChannel(u"Speed", 7);
     values_.resize(kCount);
     std::iota(values_.begin(), values_.end(), 0.0);
@@ -83,58 +83,51 @@ TEST_F(SampleChunksTest, WholePeriodicBlockComesBackAsOneRecord) {
   EXPECT_EQ(end, TimeOf(kCount - 1));
 }
 
-TEST_F(SampleChunksTest, PeriodicWindowsAtChunkBoundaries) {
-  AddPeriodic();
-  const int32_t n = kSamplesPerChunk;
-  // First and last sample of a chunk, alone.
-  ExpectPeriodicWindow(TimeOf(n), TimeOf(n), n, n);
-  ExpectPeriodicWindow(TimeOf(n - 1), TimeOf(n - 1), n - 1, n - 1);
-  // The last of one chunk and the first of the next.
-  ExpectPeriodicWindow(TimeOf(n - 1), TimeOf(n), n - 1, n);
-  // Across two boundaries.
-  ExpectPeriodicWindow(TimeOf(n - 5), TimeOf(2 * n + 5), n - 5, 2 * n + 5);
-  // Bounds between samples round inwards.
-  ExpectPeriodicWindow(TimeOf(10) + 1, TimeOf(20) - 1, 11, 19);
-  // The very first and very last samples.
-  ExpectPeriodicWindow(kTimeMin, kStart, 0, 0);
-  ExpectPeriodicWindow(TimeOf(kCount - 1), kTimeMax, kCount - 1, kCount - 1);
-}
+// Each file: one block of kCount samples, periodic or at uneven times (or at
+// the "times" given), and windows read from it with the samples they give
+// (none without "first").
+// A bound is "min", "max" or [chunks, samples, nudge]: the time of sample
+// chunks * kSamplesPerChunk + samples, moved by nudge ticks.
+class SampleWindows : public SampleChunksTest, public ::testing::WithParamInterface<std::filesystem::path> {};
 
-TEST_F(SampleChunksTest, WindowsWithoutSamplesAreEmpty) {
-  AddPeriodic();
-  EXPECT_TRUE(Data(channel_, kTimeMin, kStart - 1).empty());
-  EXPECT_TRUE(Data(channel_, TimeOf(kCount - 1) + 1, kTimeMax).empty());
-  EXPECT_TRUE(Data(channel_, TimeOf(5) + 1, TimeOf(6) - 1).empty());
-  // (largest, smallest) reads as empty.
-  EXPECT_TRUE(Data(channel_, kTimeMax, kTimeMin).empty());
-}
-
-TEST_F(SampleChunksTest, AperiodicWindowsAtChunkBoundaries) {
-  // Irregular times: gaps that grow with the index.
+TEST_P(SampleWindows, CutAtAndAcrossChunkBoundaries) {
+  const nlohmann::json c = ReadFixture(GetParam());
+  const bool periodic = c["periodic"];
   std::vector<int64_t> times(kCount);
-  for (int32_t i = 0; i < kCount; ++i) times[i] = -5000 + int64_t{i} * 10 + (i % 7) * (i % 7);
+  for (int32_t i = 0; i < kCount; ++i) times[i] = periodic ? TimeOf(i) : -5000 + int64_t{i} * 10 + (i % 7) * (i % 7);
   std::sort(times.begin(), times.end());
-  Add(channel_, {Aperiodic(times.data(), values_.data(), kCount)});
+  if (c.contains("times")) times = c["times"].get<std::vector<int64_t>>();
+  const auto count = static_cast<int32_t>(times.size());
+  Add(channel_, {periodic ? Periodic(kStart, &kPeriod, values_.data(), count)
+                          : Aperiodic(times.data(), values_.data(), count)});
   Reopen();
-  auto check = [&](KivTime from, KivTime to, int32_t first, int32_t last) {
-    auto data = Data(channel_, from, to);
-    ASSERT_EQ(data.size(), 1u) << first << ".." << last;
-    EXPECT_EQ(data[0].periodic, 0);
-    EXPECT_EQ(data[0].firstTime, times[first]);
-    EXPECT_EQ(data[0].times[0], data[0].firstTime);
-    EXPECT_EQ(std::vector<int64_t>(data[0].times, data[0].times + data[0].count),
-              std::vector<int64_t>(times.begin() + first, times.begin() + last + 1));
-    EXPECT_EQ(Values(data[0]), Range(first, last));
+  auto index = [](const nlohmann::json& at) { return at[0].get<int32_t>() * kSamplesPerChunk + at[1].get<int32_t>(); };
+  auto time = [&](const nlohmann::json& at) {
+    if (at.is_string()) return at == "min" ? kTimeMin : kTimeMax;
+    return times[index(at)] + (at.size() > 2 ? at[2].get<int64_t>() : 0);
   };
-  const int32_t n = kSamplesPerChunk;
-  check(kTimeMin, kTimeMax, 0, kCount - 1);
-  check(times[n], times[n], n, n);
-  check(times[n - 1], times[n - 1], n - 1, n - 1);
-  check(times[n - 3], times[3 * n + 2], n - 3, 3 * n + 2);
-  check(times[40] + 1, times[50], 41, 50);
-  EXPECT_TRUE(Data(channel_, kTimeMin, times[0] - 1).empty());
-  EXPECT_TRUE(Data(channel_, times[kCount - 1] + 1, kTimeMax).empty());
+  for (const auto& w : c["windows"]) {
+    auto data = Data(channel_, time(w["from"]), time(w["to"]));
+    if (!w.contains("first")) {
+      EXPECT_TRUE(data.empty()) << w.dump();
+      continue;
+    }
+    ASSERT_EQ(data.size(), 1u) << w.dump();
+    const int32_t first = index(w["first"]), last = index(w["last"]);
+    EXPECT_EQ(data[0].channelId, channel_);
+    EXPECT_EQ(data[0].periodic, periodic ? 1 : 0);
+    EXPECT_EQ(data[0].firstTime, times[first]) << w.dump();
+    if (periodic) {
+      EXPECT_EQ(data[0].times[0], kPeriod);
+    } else {
+      EXPECT_EQ(std::vector<int64_t>(data[0].times, data[0].times + data[0].count),
+                std::vector<int64_t>(times.begin() + first, times.begin() + last + 1)) << w.dump();
+    }
+    EXPECT_EQ(Values(data[0]), Range(first, last)) << w.dump();
+  }
 }
+
+INSTANTIATE_TEST_SUITE_P(Cases, SampleWindows, FixtureCases("platform/store/sample_windows"), FixtureName);
 
 TEST_F(SampleChunksTest, BlocksStayApartAndKeepTheirFlag) {
   TarnChannelData a = Periodic(0, &kPeriod, values_.data(), 10);
@@ -247,20 +240,6 @@ TEST_F(SampleChunksTest, ClearAndReplaceChannelData) {
   ASSERT_EQ(data.size(), 1u);
   EXPECT_EQ(data[0].firstTime, 50);
   EXPECT_EQ(Values(data[0]), Range(7, 8));
-}
-
-TEST_F(SampleChunksTest, ExtremeWindowBoundsDoNotOverflow) {
-  std::vector<int64_t> times = {kTimeMin + 1, -1, 0, kTimeMax - 1};
-  Add(channel_, {Aperiodic(times.data(), values_.data(), 4)});
-  Reopen();
-  auto count = [&](KivTime from, KivTime to) {
-    auto data = Data(channel_, from, to);
-    return data.size() == 1 ? data[0].count : -1;
-  };
-  EXPECT_EQ(count(kTimeMin, kTimeMax), 4);
-  EXPECT_EQ(count(kTimeMin, kTimeMin + 1), 1);
-  EXPECT_EQ(count(kTimeMax - 1, kTimeMax), 1);
-  EXPECT_EQ(count(0, kTimeMax), 2);
 }
 
 }  // namespace

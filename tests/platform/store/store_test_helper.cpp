@@ -37,59 +37,43 @@ ComPtr<IKivTarnWriteHandle> StoreTest::Handle(uint32_t waitLimit) {
 }
 
 namespace {
-template <class Record, class I, class Fn>
-RecordList<Record> Fetch(I* list, Fn&& read) {
+// Reads a list through `read`, which takes the wait limit first and the
+// records last.
+template <class Record, class I, class L, class... Params, class... Args>
+RecordList<Record> Fetch(const ComPtr<L>& list, KivResult (I::*read)(uint32_t, Params...), Args&&... args) {
   ComPtr<IKivTarnRecords<Record>> object;
-  EXPECT_EQ(read(list, object.Put()), S_OK);
+  EXPECT_EQ((list.Get()->*read)(kDefaultWaitLimit, std::forward<Args>(args)..., object.Put()), S_OK);
   return Hold(std::move(object));
 }
 }  // namespace
 
 RecordList<TarnOutingRecord> StoreTest::Details() {
-  return Fetch<TarnOutingRecord>(List<IKivTarnOutingDetails>().Get(),
-                                 [](auto* l, auto** out) { return l->GetDetails(kDefaultWaitLimit, out); });
+  return Fetch<TarnOutingRecord>(List<IKivTarnOutingDetails>(), &IKivTarnOutingDetails::GetDetails);
 }
-
 RecordList<TarnChannelDescription> StoreTest::Channels() {
-  return Fetch<TarnChannelDescription>(List<IKivTarnChannels>().Get(),
-                                       [](auto* l, auto** out) { return l->GetChannelList(kDefaultWaitLimit, out); });
+  return Fetch<TarnChannelDescription>(List<IKivTarnChannels>(), &IKivTarnChannels::GetChannelList);
 }
-
 RecordList<TarnChannelData> StoreTest::Data(uint64_t channel, KivTime from, KivTime to) {
-  return Fetch<TarnChannelData>(List<IKivTarnChannels>().Get(), [&](auto* l, auto** out) {
-    return l->GetChannelData(kDefaultWaitLimit, channel, from, to, out);
-  });
+  return Fetch<TarnChannelData>(List<IKivTarnChannels>(), &IKivTarnChannels::GetChannelData, channel, from, to);
 }
-
 RecordList<TarnEventName> StoreTest::EventNames() {
-  return Fetch<TarnEventName>(List<IKivTarnEvents>().Get(),
-                              [](auto* l, auto** out) { return l->GetEventNames(kDefaultWaitLimit, out); });
+  return Fetch<TarnEventName>(List<IKivTarnEvents>(), &IKivTarnEvents::GetEventNames);
 }
-
 RecordList<TarnEventRecord> StoreTest::Events(std::vector<uint64_t> ids, KivTime from, KivTime to) {
-  return Fetch<TarnEventRecord>(List<IKivTarnEvents>().Get(), [&](auto* l, auto** out) {
-    return l->GetEventData(kDefaultWaitLimit, static_cast<uint32_t>(ids.size()), ids.data(), from, to, out);
-  });
+  return Fetch<TarnEventRecord>(List<IKivTarnEvents>(), &IKivTarnEvents::GetEventData,
+                                static_cast<uint32_t>(ids.size()), ids.data(), from, to);
 }
-
 RecordList<TarnLapMarker> StoreTest::LapMarkers() {
-  return Fetch<TarnLapMarker>(List<IKivTarnLapMarkers>().Get(),
-                              [](auto* l, auto** out) { return l->GetLapMarkers(kDefaultWaitLimit, out); });
+  return Fetch<TarnLapMarker>(List<IKivTarnLapMarkers>(), &IKivTarnLapMarkers::GetLapMarkers);
 }
-
 RecordList<TarnBlobDescription> StoreTest::Blobs() {
-  return Fetch<TarnBlobDescription>(List<IKivTarnBlobs>().Get(),
-                                    [](auto* l, auto** out) { return l->GetBlobList(kDefaultWaitLimit, out); });
+  return Fetch<TarnBlobDescription>(List<IKivTarnBlobs>(), &IKivTarnBlobs::GetBlobList);
 }
-
 RecordList<TarnConstantRecord> StoreTest::Constants() {
-  return Fetch<TarnConstantRecord>(List<IKivTarnConstants>().Get(),
-                                   [](auto* l, auto** out) { return l->GetConstants(kDefaultWaitLimit, out); });
+  return Fetch<TarnConstantRecord>(List<IKivTarnConstants>(), &IKivTarnConstants::GetConstants);
 }
-
 RecordList<TarnMediaChannelRecord> StoreTest::MediaChannels() {
-  return Fetch<TarnMediaChannelRecord>(List<IKivTarnMedia>().Get(),
-                                       [](auto* l, auto** out) { return l->GetMediaChannels(kDefaultWaitLimit, out); });
+  return Fetch<TarnMediaChannelRecord>(List<IKivTarnMedia>(), &IKivTarnMedia::GetMediaChannels);
 }
 
 uint64_t StoreTest::AddChannel(const char16_t* tag, uint32_t sampleType) {

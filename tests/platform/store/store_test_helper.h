@@ -87,6 +87,15 @@ class StoreTest : public ::testing::Test {
   ComPtr<IKivTarnStore> store_;
 };
 
+// A store whose file is made afresh for each test.
+class NewStoreTest : public StoreTest {
+ protected:
+  void SetUp() override {
+    StoreTest::SetUp();
+    Create();
+  }
+};
+
 // A channel description with every field set to something recognisable.
 TarnChannelDescription Description(const char16_t* tag, uint32_t sampleType);
 

@@ -150,18 +150,6 @@ TEST_F(TarnStoreInterfaces, MainObjectAnswersForEveryListInTheQueryOrder) {
   EXPECT_EQ(store_->QueryInterface(IKivTarnWriteHandle::iid, none.PutVoid()), E_NOINTERFACE);
 }
 
-TEST_F(TarnStoreInterfaces, WriteHandleAnswersForEveryWriter) {
-  Create();
-  auto handle = Handle();
-  const Guid writers[] = {IKivTarnDetailsWriter::iid,  IKivTarnLapMarkerWriter::iid, IKivTarnBlobWriter::iid,
-                          IKivTarnEventWriter::iid,    IKivTarnChannelWriter::iid,   IKivTarnConstantWriter::iid,
-                          IKivTarnMediaWriter::iid};
-  for (const Guid& iid : writers) {
-    ComPtr<IKivUnknown> w;
-    EXPECT_EQ(handle->QueryInterface(iid, w.PutVoid()), S_OK) << iid.ToString();
-  }
-}
-
 TEST_F(TarnStoreInterfaces, NullOutArgumentsGivePointerErrors) {
   Create();
   KivTime t = 0;

@@ -30,12 +30,8 @@ TarnConstantRecord Constant(const char16_t* name, double value) {
   return c;
 }
 
-class WriteHandleTest : public StoreTest {
+class WriteHandleTest : public NewStoreTest {
  protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Create();
-  }
   static KivResult AddConstant(const ComPtr<IKivTarnWriteHandle>& handle, const char16_t* name) {
     TarnConstantRecord c = Constant(name, 1);
     std::vector<uint64_t> ids;

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 namespace velmar {
@@ -12,42 +12,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Sets or clears an environment variable for one test and puts it back after.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    if (value) {
-      ::setenv(name, value, 1);
-    } else {
-      ::unsetenv(name);
-    }
-  }
-  ~ScopedEnv() {
-    if (old_) {
-      ::setenv(name_, old_->c_str(), 1);
-    } else {
-      ::unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
-
-// Runs a test body from another working directory.
-class ScopedCwd {
- public:
-  explicit ScopedCwd(const fs::path& dir) : old_(fs::current_path()) { fs::current_path(dir); }
-  ~ScopedCwd() { fs::current_path(old_); }
-
- private:
-  fs::path old_;
-};
+using testing::ScopedCwd;
+using testing::ScopedEnv;
 
 TEST(UnitsFile, ShippedTableLoadsFromAnyWorkingDirectory) {
-  ScopedEnv env(kUnitsFileVariable, nullptr);
+  ScopedEnv env(kUnitsFileVariable, std::nullopt);
   testing::TempDir dir;
   ScopedCwd cwd(dir.path());
   UnitCatalog c;
@@ -61,7 +30,7 @@ TEST(UnitsFile, ShippedTableLoadsFromAnyWorkingDirectory) {
 TEST(UnitsFile, VariableNamesTheOnlyCandidate) {
   testing::TempDir dir;
   fs::path file = dir / "mine.json";
-  ScopedEnv env(kUnitsFileVariable, file.c_str());
+  ScopedEnv env(kUnitsFileVariable, file.string());
   auto candidates = UnitsFileCandidates();
   ASSERT_EQ(candidates.size(), 1u);
   EXPECT_EQ(candidates[0], file);

@@ -51,10 +51,11 @@ std::optional<double> NumberField(const Token& t, uint64_t line, const ProblemSi
 }
 
 // A text field. A required one that fails drops the row (false); an optional
-// one that is absent or fails reads as empty.
+// one that is absent or fails reads as empty. Event fields skip the blanks
+// before them; a constant's comment keeps its own.
 bool TextField(TokenCursor& cursor, bool required, uint64_t line, const ProblemSink& sink, TextCode dropCode,
-               const char* what, std::u16string* out) {
-  cursor.SkipBlanks();
+               const char* what, std::u16string* out, bool skipBlanks = true) {
+  if (skipBlanks) cursor.SkipBlanks();
   if (cursor.AtEnd()) {
     if (required) Report(sink, dropCode, line, std::string("no ") + what + "; the row is dropped");
     return !required;
@@ -116,7 +117,8 @@ std::optional<TextConstant> ReadConstantRow(std::string_view row, uint64_t line,
   if (!value) return std::nullopt;
   c.value = *value;
   if (!cursor.AtEnd() &&
-      !TextField(cursor, false, line, sink, TextCode::kConstantDropped, "constant comment", &c.comment))
+      !TextField(cursor, false, line, sink, TextCode::kConstantDropped, "constant comment", &c.comment,
+                 /*skipBlanks=*/false))
     return std::nullopt;
   return c;
 }

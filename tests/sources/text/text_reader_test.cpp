@@ -82,11 +82,11 @@ TEST(TextReaderEvents, TheLastBlockCountsAndGroupsKeepTheFirst) {
 TEST(TextReaderConstants, FirstOfANameStandsAndTheLastBlockCounts) {
   Problems problems;
   auto data = MustRead(Lines({"KivaraASCIIDataSet", "{ConstantBlock}", "Name\tValue\tComment", "Old\t1", "",
-                              "{ConstantBlock}", "Name\tValue\tComment", "Wing Angle\t12.5\tdeg", "Wing Angle\t13\tlater",
+                              "{ConstantBlock}", "Name\tValue\tComment", "Wing Angle\t12.5\t  deg", "Wing Angle\t13\tlater",
                               "Fuel\t60", "NoValue", "Text\tabc\tx", "Trail\t2kg", "Empty\t\tc"}),
                        &problems);
   ASSERT_EQ(data.constants.size(), 4u);
-  EXPECT_EQ(data.constants[0], (TextConstant{u"Wing Angle", 12.5, u"deg"}));
+  EXPECT_EQ(data.constants[0], (TextConstant{u"Wing Angle", 12.5, u"  deg"})) << "a comment keeps its leading blanks";
   EXPECT_EQ(data.constants[1], (TextConstant{u"Fuel", 60, u""}));
   EXPECT_EQ(data.constants[2], (TextConstant{u"Text", 0, u"x"})) << "no number in the value: 0, as atof reads it";
   EXPECT_EQ(data.constants[3], (TextConstant{u"Trail", 2, u""}));

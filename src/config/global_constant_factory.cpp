@@ -153,6 +153,12 @@ KivResult CGlobalConstantFactory::OpenStreams(IKivStorage* storage) {
   return S_OK;
 }
 
+KivResult CGlobalConstantFactory::GetClassId(Guid* clsid) {
+  if (!clsid) return E_POINTER;
+  *clsid = CLSID_KivGlobalConstantFactory;
+  return S_OK;
+}
+
 KivResult CGlobalConstantFactory::InitNew(IKivStorage* storage) {
   if (!storage) return E_POINTER;
   if (storage_) return E_UNEXPECTED;
@@ -188,7 +194,8 @@ KivResult CGlobalConstantFactory::Load(IKivStorage* storage) {
   return S_OK;
 }
 
-KivResult CGlobalConstantFactory::Save(IKivStorage* storage, bool sameAsLoad) {
+KivResult CGlobalConstantFactory::Save(IKivStorage* storage, KivBool sameAsLoadFlag) {
+  const bool sameAsLoad = FromKivBool(sameAsLoadFlag);
   if (sameAsLoad || !storage || storage == storage_.Get()) {
     if (!data_) return E_UNEXPECTED;
     const KivResult r = WriteConstantData(data_.Get(), cache_ ? cache_->Records() : std::vector<ConstantRecord>{});

@@ -14,6 +14,7 @@
 
 #include "core/velmar_parts.h"
 #include "velmar/class_registry.h"
+#include "velmar/persist.h"
 #include "velmar/storage.h"
 #include "velmar/tasks.h"
 
@@ -30,7 +31,7 @@ struct IKivTaskListMember : IKivUnknown {
   virtual KivResult FindEventName(const std::u16string& name, KivBool* found) = 0;
 };
 
-class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
+class CTasks final : public KivObject<IKivTasks, IKivTasksInternal, IKivPersistStorage> {
  public:
   KivResult GetCount(int32_t* count) override;
   KivResult GetItem(int32_t index, IKivTask** task) override;
@@ -44,6 +45,18 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
   KivResult SetDataFactoryList(const ActiveDataFactories& factories) override;
   KivResult FindChannelName(const std::u16string& name, KivBool* found) override;
   KivResult FindEventName(const std::u16string& name, KivBool* found) override;
+
+  // IKivPersistStorage: the list in the "Tasks" storage of the settings
+  // file. InitNew moves the tasks made before into it. Save to another
+  // storage copies everything; the tasks keep writing where they were
+  // loaded.
+  KivResult GetClassId(Guid* clsid) override;
+  KivResult IsDirty() override;
+  KivResult InitNew(IKivStorage* storage) override;
+  KivResult Load(IKivStorage* storage) override;
+  KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
+  KivResult SaveCompleted(IKivStorage* storage) override;
+  KivResult HandsOffStorage() override;
 
   IKivVelmar* Root() const { return root_; }
   const ActiveDataFactories& DataFactoryList() const { return factories_; }
@@ -62,6 +75,7 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
   ActiveDataFactories factories_;
   ComPtr<IKivStorage> storage_;
   ComPtr<IKivStream> list_;
+  bool attached_ = false;  // storage_ is in the settings file, not in memory
   uint32_t written_ = 0;
   std::vector<std::u16string> names_;
 };

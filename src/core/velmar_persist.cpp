@@ -39,12 +39,12 @@ KivResult WriteU32Stream(IKivStorage* storage, const char16_t* name, uint32_t va
   return RewriteStreamU32(out->Get(), value);
 }
 
-// The first failure of a chain of steps, as E_FAIL.
+// The code of the first failed step of a chain, or S_OK.
 template <class... Steps>
 KivResult Chain(Steps&&... steps) {
   KivResult r = S_OK;
   ((r = Succeeded(r) ? steps() : r), ...);
-  return Failed(r) ? E_FAIL : S_OK;
+  return Failed(r) ? r : S_OK;
 }
 
 KivResult CommitStream(IKivStream* stream) { return stream ? stream->Commit(STGC_DEFAULT) : S_OK; }
@@ -357,7 +357,8 @@ KivResult CVelmar::Save(IKivStorage* storage, KivBool sameAsLoad) {
   if (!storage) return E_POINTER;
   if (!storage_) return E_UNEXPECTED;
   const bool same = FromKivBool(sameAsLoad) || storage == storage_.Get();
-  return same ? SaveSameFile() : SaveOtherFile(storage);
+  const KivResult r = same ? SaveSameFile() : SaveOtherFile(storage);
+  return Failed(r) ? E_FAIL : r;
 }
 
 KivResult CVelmar::SaveSameFile() {

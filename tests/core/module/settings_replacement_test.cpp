@@ -1,5 +1,5 @@
 // Replacing a database in the settings file, with one storage step failed at
-// a time (cases in tests/data/settings/replacement_steps.json): before the
+// a time (cases in tests/data/settings_replacement/steps.json): before the
 // point of no return the old database stays and the call gives E_FAIL;
 // after it the process ends with that step's text.
 #include <gtest/gtest.h>
@@ -53,7 +53,7 @@ struct Replacement {
 };
 
 TEST(SettingsReplacement, EachFailedStepKeepsTheOldDatabaseOrStopsWithItsText) {
-  for (const auto& c : testing::Fixture("settings/replacement_steps.json")["cases"]) {
+  for (const auto& c : testing::Fixture("settings_replacement/steps.json")["cases"]) {
     const std::string database = c["database"];
     SCOPED_TRACE(c["fault"].get<std::string>());
     Replacement replacement;

@@ -16,6 +16,21 @@ constexpr KivResult kRetry = static_cast<KivResult>(0x80000008);
 constexpr uint32_t kSampleTypes = 8;
 constexpr int32_t kMostDecimalPlaces = 100;
 
+// Hands each record of one of the store's lists to `each`.
+template <class Reader, class Record, class Each>
+KivResult ForEachRecord(IKivTarnStore* store, KivResult (Reader::*list)(uint32_t, IKivTarnRecords<Record>**),
+                        Each each) {
+  auto reader = QueryAs<Reader>(store);
+  ComPtr<IKivTarnRecords<Record>> records;
+  if (!reader) return E_NOINTERFACE;
+  if (KivResult r = (reader.Get()->*list)(kDefaultWaitLimit, records.Put()); Failed(r)) return r;
+  uint32_t count = 0;
+  const Record* items = nullptr;
+  if (KivResult r = records->GetRecords(&count, &items); Failed(r)) return r;
+  for (uint32_t i = 0; i < count; ++i) each(items[i]);
+  return S_OK;
+}
+
 // The store's lists, copied on "DAE_Thread"; the store goes there too.
 class CPropertyImportJob final : public CJobItemEx {
  public:
@@ -39,32 +54,16 @@ class CPropertyImportJob final : public CJobItemEx {
   }
 
   KivResult ReadChannels(IKivTarnStore* store) {
-    auto reader = QueryAs<IKivTarnChannels>(store);
-    ComPtr<IKivTarnChannelRecords> records;
-    if (!reader) return E_NOINTERFACE;
-    if (KivResult r = reader->GetChannelList(kDefaultWaitLimit, records.Put()); Failed(r)) return r;
-    uint32_t count = 0;
-    const TarnChannelDescription* items = nullptr;
-    if (KivResult r = records->GetRecords(&count, &items); Failed(r)) return r;
-    for (uint32_t i = 0; i < count; ++i) {
-      const TarnChannelDescription& d = items[i];
+    return ForEachRecord(store, &IKivTarnChannels::GetChannelList, [&](const TarnChannelDescription& d) {
       channels.push_back({d.tagName ? d.tagName : u"", d.userType ? d.userType : u"", d.displayMaximum,
                           d.displayMinimum, d.rangeHigh, d.rangeLow, static_cast<int32_t>(d.decimalPlaces),
                           d.quantityId, d.unitId, d.colour, d.sampleType, d.autoscale != 0});
-    }
-    return S_OK;
+    });
   }
 
   KivResult ReadEvents(IKivTarnStore* store) {
-    auto reader = QueryAs<IKivTarnEvents>(store);
-    ComPtr<IKivTarnEventNameRecords> records;
-    if (!reader) return E_NOINTERFACE;
-    if (KivResult r = reader->GetEventNames(kDefaultWaitLimit, records.Put()); Failed(r)) return r;
-    uint32_t count = 0;
-    const TarnEventName* items = nullptr;
-    if (KivResult r = records->GetRecords(&count, &items); Failed(r)) return r;
-    for (uint32_t i = 0; i < count; ++i) events.emplace_back(items[i].name ? items[i].name : u"");
-    return S_OK;
+    return ForEachRecord(store, &IKivTarnEvents::GetEventNames,
+                         [&](const TarnEventName& e) { events.emplace_back(e.name ? e.name : u""); });
   }
 
   std::u16string path_;

@@ -7,6 +7,8 @@
 #include "support/settings_file_support.h"
 #include "velmar/circuit_map.h"
 #include "velmar/classes.h"
+#include "velmar/colour_table.h"
+#include "velmar/favorites.h"
 #include "velmar/property_factories.h"
 #include "velmar/tasks.h"
 #include "velmar/text.h"
@@ -32,6 +34,13 @@ TEST(SettingsFile, ARootSavesAndAnotherLoadsEverythingItHolds) {
   ASSERT_EQ(testing::MakeMap(&map), S_OK);
   ASSERT_EQ(first.root->SetCircuitMapData(map.Get()), S_OK);
   ASSERT_EQ(first.root->SetOutingCaptionFormat(u"%driver%"), S_OK);
+  // Edits of the small objects rewrite their streams at once.
+  ComPtr<IKivFavorites> favorites;
+  ComPtr<IKivColourTable> palette;
+  ASSERT_EQ(first.root->GetFavorites(favorites.Put()), S_OK);
+  ASSERT_EQ(favorites->Add(u"Runs", u"file:///runs"), S_OK);
+  ASSERT_EQ(first.root->GetColourTable(palette.Put()), S_OK);
+  ASSERT_EQ(palette->Clear(), S_OK);
   ASSERT_EQ(first.persist->Save(first.storage.Get(), KIV_TRUE), S_OK);
 
   SettingsRoot second(first.Bytes());
@@ -50,6 +59,12 @@ TEST(SettingsFile, ARootSavesAndAnotherLoadsEverythingItHolds) {
   std::u16string caption;
   ASSERT_EQ(second.root->GetOutingCaptionFormat(&caption), S_OK);
   EXPECT_EQ(caption, u"%driver%");
+  ASSERT_EQ(second.root->GetFavorites(favorites.Put()), S_OK);
+  ASSERT_EQ(favorites->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 1);
+  ASSERT_EQ(second.root->GetColourTable(palette.Put()), S_OK);
+  ASSERT_EQ(palette->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 0);
   EXPECT_EQ(second.persist->IsDirty(), S_FALSE);
 }
 

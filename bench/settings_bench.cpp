@@ -41,7 +41,7 @@ void Fill(IKivVelmar8* root, int keys) {
     ComPtr<IKivTask> task;
     DataSelectionList added;
     if (Failed(tasks->AddTask(task.Put())) ||
-        Failed(task->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 10, &added)))
+        Failed(task->Update(kTaskAddSelections, nullptr, 10, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added)))
       std::abort();
   }
   ComPtr<IKivChannelPropertyFactory> channels;

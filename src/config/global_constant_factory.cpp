@@ -159,9 +159,7 @@ KivResult CGlobalConstantFactory::GetClassId(Guid* clsid) {
   return S_OK;
 }
 
-KivResult CGlobalConstantFactory::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CGlobalConstantFactory::InitNewStorage(IKivStorage* storage) {
   KivResult r = WriteVersion(storage);
   ComPtr<IKivStream> data;
   if (Succeeded(r)) r = storage->CreateStream(kDataStream, kOpenMode | STGM_CREATE, data.Put());
@@ -172,9 +170,7 @@ KivResult CGlobalConstantFactory::InitNew(IKivStorage* storage) {
   return S_OK;
 }
 
-KivResult CGlobalConstantFactory::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CGlobalConstantFactory::LoadStorage(IKivStorage* storage) {
   if (Failed(ReadVersion(storage))) return E_FAIL;
   if (const KivResult r = OpenStreams(storage); Failed(r)) return r;
   std::vector<ConstantRecord> records;

@@ -19,6 +19,7 @@
 
 #include "core/global_constants_cache.h"
 #include "core/notifications_impl.h"
+#include "core/persist_storage_impl.h"
 #include "core/velmar_parts.h"
 #include "velmar/constants.h"
 #include "velmar/data_factory.h"
@@ -29,7 +30,7 @@
 namespace velmar {
 
 class CGlobalConstantFactory final
-    : public KivObject<IKivConstantFactory2, IKivGlobalConstantFactoryInternal, IKivPersistStorage,
+    : public KivObject<IKivConstantFactory2, IKivGlobalConstantFactoryInternal, IPersistStorageKivImpl<CGlobalConstantFactory>,
                        IKivNotificationsImpl<CGlobalConstantFactory, IKivDataFactoryNotifications>>,
       private CConstantsCacheOwner {
  public:
@@ -62,8 +63,6 @@ class CGlobalConstantFactory final
   // than 1, a bad stream or a name stored twice (the cache is then left as
   // it was); the records then take the cache's place.
   KivResult GetClassId(Guid* clsid) override;
-  KivResult InitNew(IKivStorage* storage) override;
-  KivResult Load(IKivStorage* storage) override;
   // Writes both streams; into a different storage when not the one held.
   KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   // Holds `storage` (opening its streams) from now on; null keeps the one held.
@@ -80,6 +79,11 @@ class CGlobalConstantFactory final
   void OnConstantsRemoved(const ConstantNames& names) override;
   void OnConstantsChanged(const ConstantNames& names) override;
   void OnConstantsAdded(const ConstantNames& names) override;
+
+  friend class IPersistStorageKivImpl<CGlobalConstantFactory>;
+  bool HoldsStorage() const { return storage_.Get() != nullptr; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
 
   IKivDataFactory* Self() { return static_cast<IKivConstantFactory*>(this); }
   [[nodiscard]] KivResult OpenStreams(IKivStorage* storage);

@@ -112,9 +112,7 @@ KivResult CQuantityToColorMapping::GetClassId(Guid* clsid) {
   return S_OK;
 }
 
-KivResult CQuantityToColorMapping::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (stream_) return E_UNEXPECTED;
+KivResult CQuantityToColorMapping::InitNewStorage(IKivStorage* storage) {
   ComPtr<IKivStream> stream;
   KivResult r = storage->CreateStream(kQuantityToColorMappingStream, kStreamMode | STGM_CREATE, stream.Put());
   if (Succeeded(r)) r = Write(stream.Get());
@@ -124,9 +122,7 @@ KivResult CQuantityToColorMapping::InitNew(IKivStorage* storage) {
   return S_OK;
 }
 
-KivResult CQuantityToColorMapping::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (stream_) return E_UNEXPECTED;
+KivResult CQuantityToColorMapping::LoadStorage(IKivStorage* storage) {
   ComPtr<IKivStream> stream;
   if (KivResult r = storage->OpenStream(kQuantityToColorMappingStream, kStreamMode, stream.Put()); Failed(r)) {
     return r;

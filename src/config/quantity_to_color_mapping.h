@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/notifications_impl.h"
+#include "core/persist_storage_impl.h"
 #include "core/velmar_parts.h"
 #include "velmar/persist.h"
 #include "velmar/quantity_to_color_mapping.h"
@@ -25,7 +26,7 @@ inline constexpr char16_t kQuantityToColorMappingStream[] = u"QuantityToColorMap
 
 class CQuantityToColorMapping final
     : public KivObject<IKivQuantityToColorMapping, IKivImportable, IKivQuantityToColorMappingInternal,
-                       IKivPersistStorage,
+                       IPersistStorageKivImpl<CQuantityToColorMapping>,
                        IKivNotificationsImpl<CQuantityToColorMapping, IKivQuantityToColorMappingNotifications>> {
  public:
   static constexpr uint32_t kDefaultColour = 0xFF0000;
@@ -44,8 +45,6 @@ class CQuantityToColorMapping final
   // E_FAIL for a short stream; entries of unknown quantities are skipped.
   KivResult GetClassId(Guid* clsid) override;
   KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
-  KivResult InitNew(IKivStorage* storage) override;
-  KivResult Load(IKivStorage* storage) override;
   KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   KivResult SaveCompleted(IKivStorage* storage) override;
   KivResult HandsOffStorage() override;
@@ -53,6 +52,11 @@ class CQuantityToColorMapping final
   size_t QuantityCount() const { return colours_.size(); }
 
  private:
+  friend class IPersistStorageKivImpl<CQuantityToColorMapping>;
+  bool HoldsStorage() const { return stream_.Get() != nullptr; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
+
   using Entries = std::vector<std::pair<int32_t, uint32_t>>;
   // The known quantities whose stored colour differs from the one held.
   static KivResult ReadChanges(IKivStream* stream, const std::map<int32_t, uint32_t>& held, Entries* changed);

@@ -20,6 +20,7 @@
 #include "core/database_replacement.h"
 #include "core/display_settings.h"
 #include "core/notifications_impl.h"
+#include "core/persist_storage_impl.h"
 #include "core/velmar_global_state.h"
 #include "core/velmar_parts.h"
 #include "core/velmar_settings.h"
@@ -33,7 +34,7 @@
 
 namespace velmar {
 
-class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IKivPersistStorage,
+class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersistStorageKivImpl<CVelmar>,
                                        IKivNotificationsImpl<CVelmar, IKivVelmarNotifications7>>,
                       public CChannelPropertyFactoryNotifications2Receiver,
                       public CEventPropertyFactoryNotificationsReceiver,
@@ -132,8 +133,6 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IKivPers
   // lays everything out anew in another. The host commits the file.
   KivResult GetClassId(Guid* clsid) override;
   KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
-  KivResult InitNew(IKivStorage* storage) override;
-  KivResult Load(IKivStorage* storage) override;
   KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   KivResult SaveCompleted(IKivStorage* storage) override;
   KivResult HandsOffStorage() override;
@@ -177,6 +176,10 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IKivPers
   void ControlPropertyChanged();
 
   // The settings file, in velmar_persist.cpp.
+  friend class IPersistStorageKivImpl<CVelmar>;
+  bool HoldsStorage() const { return storage_.Get() != nullptr; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
   [[nodiscard]] KivResult InitNewSmallObjects();
   [[nodiscard]] KivResult InitNewDatabases();
   [[nodiscard]] KivResult InitNewSharedElements();

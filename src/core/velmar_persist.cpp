@@ -83,9 +83,7 @@ KivResult CVelmar::SaveGroups(IKivStream* stream) {
 
 // InitNew.
 
-KivResult CVelmar::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CVelmar::InitNewStorage(IKivStorage* storage) {
   FlagScope scope(initialising_);
   storage_ = storage;
   return Chain([&] { return InitNewSmallObjects(); }, [&] { return InitNewDatabases(); },
@@ -176,9 +174,7 @@ KivResult CVelmar::InitNewDataFactories(IKivStorage* target, const DataFactoryLi
 
 // Load.
 
-KivResult CVelmar::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CVelmar::LoadStorage(IKivStorage* storage) {
   ComPtr<IKivStream> version;
   uint32_t fileVersion = 0;
   if (Failed(OpenElementStream(storage, n::kVersion, &version)) || Failed(ReadStreamU32(version.Get(), &fileVersion))) {

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "core/persist_storage_impl.h"
 #include "core/velmar_parts.h"
 #include "velmar/class_registry.h"
 #include "velmar/persist.h"
@@ -31,7 +32,7 @@ struct IKivTaskListMember : IKivUnknown {
   virtual KivResult FindEventName(const std::u16string& name, KivBool* found) = 0;
 };
 
-class CTasks final : public KivObject<IKivTasks, IKivTasksInternal, IKivPersistStorage> {
+class CTasks final : public KivObject<IKivTasks, IKivTasksInternal, IPersistStorageKivImpl<CTasks>> {
  public:
   KivResult GetCount(int32_t* count) override;
   KivResult GetItem(int32_t index, IKivTask** task) override;
@@ -52,8 +53,6 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal, IKivPersistS
   // loaded.
   KivResult GetClassId(Guid* clsid) override;
   KivResult IsDirty() override;
-  KivResult InitNew(IKivStorage* storage) override;
-  KivResult Load(IKivStorage* storage) override;
   KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   KivResult SaveCompleted(IKivStorage* storage) override;
   KivResult HandsOffStorage() override;
@@ -65,6 +64,10 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal, IKivPersistS
   KivResult Append(IKivTaskListMember* task);
 
  private:
+  friend class IPersistStorageKivImpl<CTasks>;
+  bool HoldsStorage() const { return attached_; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
   bool InRange(int32_t index) const { return index >= 1 && static_cast<size_t>(index) <= tasks_.size(); }
   [[nodiscard]] KivResult EnsureStorage();
   [[nodiscard]] KivResult WriteList();

@@ -27,9 +27,7 @@ KivResult CTasks::IsDirty() {
   return S_FALSE;
 }
 
-KivResult CTasks::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (attached_) return E_UNEXPECTED;
+KivResult CTasks::InitNewStorage(IKivStorage* storage) {
   if (storage_) {
     // Tasks made before the file came: their storages move into it.
     list_ = nullptr;
@@ -43,9 +41,8 @@ KivResult CTasks::InitNew(IKivStorage* storage) {
   return WriteList();
 }
 
-KivResult CTasks::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (attached_ || !tasks_.empty()) return E_UNEXPECTED;
+KivResult CTasks::LoadStorage(IKivStorage* storage) {
+  if (!tasks_.empty()) return E_UNEXPECTED;
   ComPtr<IKivStream> list;
   if (KivResult r = storage->OpenStream(kListStream, kMode, list.Put()); Failed(r)) return r;
   NameListStream names;

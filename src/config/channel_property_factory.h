@@ -11,7 +11,9 @@
 #include <utility>
 
 #include "config/key_property_set.h"
+#include "config/property_database_store.h"
 #include "core/notifications_impl.h"
+#include "velmar/persist.h"
 #include "velmar/property_factories.h"
 
 namespace velmar {
@@ -20,7 +22,7 @@ namespace velmar {
 inline constexpr uint32_t kDefaultChannelColour = 0xFF0000;
 
 class CChannelPropertyFactory final
-    : public KivObject<IKivChannelPropertyFactory,
+    : public KivObject<IKivChannelPropertyFactory, IKivPersistStorage,
                        IKivNotificationsImpl<CChannelPropertyFactory, IKivChannelPropertyFactoryNotifications2>> {
  public:
   ~CChannelPropertyFactory() override;
@@ -38,13 +40,29 @@ class CChannelPropertyFactory final
   KivResult GetQuantityToColorMapping(IKivQuantityToColorMapping** mapping) override;
   KivResult SetQuantityToColorMapping(IKivQuantityToColorMapping* mapping) override;
 
+  // IKivPersistStorage: the keys in the storage's "Properties" stream, each
+  // as its name and i32 quantity. Load replaces every key and raises
+  // nothing; a damaged stream keeps the keys held.
+  KivResult GetClassId(Guid* clsid) override;
+  KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
+  KivResult InitNew(IKivStorage* storage) override;
+  KivResult Load(IKivStorage* storage) override;
+  KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
+  KivResult SaveCompleted(IKivStorage* storage) override;
+  KivResult HandsOffStorage() override;
+
  private:
   using Key = std::pair<std::u16string, int32_t>;
   IKivChannelPropertyFactory* Self() { return this; }
   uint32_t ColourOf(int32_t quantity);
+  ComPtr<CKeyPropertySet> MakeSet(const std::u16string& name, int32_t quantity, PropertyList start);
+  std::string Serialise() const;
+  void Changed() { dirty_ = true; }
 
   std::map<Key, ComPtr<CKeyPropertySet>> keys_;
   ComPtr<IKivQuantityToColorMapping> mapping_;
+  CPropertyDatabaseStore store_;
+  bool dirty_ = false;
 };
 
 }  // namespace velmar

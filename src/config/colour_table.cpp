@@ -50,4 +50,29 @@ KivResult CColourTable::SetParentCallback(CColourTableParentCallback* parent) {
   return S_OK;
 }
 
+KivResult CColourTable::Reset() {
+  colours_ = DefaultColours();
+  return S_OK;
+}
+
+KivResult CColourTable::Load(IKivStream* stream) {
+  colours_.clear();
+  if (!stream) return Reset();
+  return CatchSerialise([&] {
+    const auto version = ReadValue<uint16_t>(stream);
+    if (version > kStreamVersion) throw CSerialiseException{STG_E_OLDDLL};
+    if (version == 0) return;
+    const auto count = ReadValue<uint32_t>(stream);
+    for (uint32_t i = 0; i < count; ++i) colours_.push_back(ReadValue<uint32_t>(stream));
+  });
+}
+
+KivResult CColourTable::Save(IKivStream* stream) {
+  return CatchSerialise([&] {
+    WriteValue<uint16_t>(stream, kStreamVersion);
+    WriteValue<uint32_t>(stream, static_cast<uint32_t>(colours_.size()));
+    if (!colours_.empty()) WriteExact(stream, colours_.data(), static_cast<uint32_t>(colours_.size() * 4));
+  });
+}
+
 }  // namespace velmar

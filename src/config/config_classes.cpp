@@ -7,9 +7,11 @@
 #include "config/favorites.h"
 #include "config/global_constant_factory.h"
 #include "config/group_factory.h"
+#include "config/property_factory_helpers.h"
 #include "config/priorities.h"
 #include "config/quantity_to_color_mapping.h"
 #include "config/real_time_settings.h"
+#include "velmar/classes.h"
 #include "velmar/units.h"
 
 namespace velmar {
@@ -49,6 +51,10 @@ KivResult RegisterConfigClasses(ClassRegistry& registry) {
       Add<CEventPropertyFactory>(registry, CLSID_KivEventPropertyFactory, nullptr,
                                  u"Event Property Factory"),
       Add<CGroupFactory>(registry, CLSID_KivGroupFactory, nullptr, u"Group Factory"),
+      Add<CChannelPropertyFactoryHelper>(registry, CLSID_KivChannelPropertyFactoryHelper,
+                                         u"KivVelmar.ChannelPropertyFactoryHelper.1", u"Channel Property Factory Helper"),
+      Add<CEventPropertyFactoryHelper>(registry, CLSID_KivEventPropertyFactoryHelper,
+                                       u"KivVelmar.EventPropertyFactoryHelper.1", u"Event Property Factory Helper"),
   };
   for (KivResult r : results) {
     if (Failed(r)) return r;

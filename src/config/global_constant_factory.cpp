@@ -153,9 +153,13 @@ KivResult CGlobalConstantFactory::OpenStreams(IKivStorage* storage) {
   return S_OK;
 }
 
-KivResult CGlobalConstantFactory::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CGlobalConstantFactory::GetClassId(Guid* clsid) {
+  if (!clsid) return E_POINTER;
+  *clsid = CLSID_KivGlobalConstantFactory;
+  return S_OK;
+}
+
+KivResult CGlobalConstantFactory::InitNewStorage(IKivStorage* storage) {
   KivResult r = WriteVersion(storage);
   ComPtr<IKivStream> data;
   if (Succeeded(r)) r = storage->CreateStream(kDataStream, kOpenMode | STGM_CREATE, data.Put());
@@ -166,9 +170,7 @@ KivResult CGlobalConstantFactory::InitNew(IKivStorage* storage) {
   return S_OK;
 }
 
-KivResult CGlobalConstantFactory::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CGlobalConstantFactory::LoadStorage(IKivStorage* storage) {
   if (Failed(ReadVersion(storage))) return E_FAIL;
   if (const KivResult r = OpenStreams(storage); Failed(r)) return r;
   std::vector<ConstantRecord> records;
@@ -188,7 +190,8 @@ KivResult CGlobalConstantFactory::Load(IKivStorage* storage) {
   return S_OK;
 }
 
-KivResult CGlobalConstantFactory::Save(IKivStorage* storage, bool sameAsLoad) {
+KivResult CGlobalConstantFactory::Save(IKivStorage* storage, KivBool sameAsLoadFlag) {
+  const bool sameAsLoad = FromKivBool(sameAsLoadFlag);
   if (sameAsLoad || !storage || storage == storage_.Get()) {
     if (!data_) return E_UNEXPECTED;
     const KivResult r = WriteConstantData(data_.Get(), cache_ ? cache_->Records() : std::vector<ConstantRecord>{});

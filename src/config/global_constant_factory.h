@@ -19,16 +19,18 @@
 
 #include "core/global_constants_cache.h"
 #include "core/notifications_impl.h"
+#include "core/persist_storage_impl.h"
 #include "core/velmar_parts.h"
 #include "velmar/constants.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing_notifications.h"
+#include "velmar/persist.h"
 #include "velmar/storage.h"
 
 namespace velmar {
 
 class CGlobalConstantFactory final
-    : public KivObject<IKivConstantFactory2, IKivGlobalConstantFactoryInternal,
+    : public KivObject<IKivConstantFactory2, IKivGlobalConstantFactoryInternal, IPersistStorageKivImpl<CGlobalConstantFactory>,
                        IKivNotificationsImpl<CGlobalConstantFactory, IKivDataFactoryNotifications>>,
       private CConstantsCacheOwner {
  public:
@@ -60,16 +62,15 @@ class CGlobalConstantFactory final
   // E_UNEXPECTED while a storage is held. Load: E_FAIL for a version other
   // than 1, a bad stream or a name stored twice (the cache is then left as
   // it was); the records then take the cache's place.
-  [[nodiscard]] KivResult InitNew(IKivStorage* storage);
-  [[nodiscard]] KivResult Load(IKivStorage* storage);
+  KivResult GetClassId(Guid* clsid) override;
   // Writes both streams; into a different storage when not the one held.
-  [[nodiscard]] KivResult Save(IKivStorage* storage, bool sameAsLoad);
+  KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   // Holds `storage` (opening its streams) from now on; null keeps the one held.
-  [[nodiscard]] KivResult SaveCompleted(IKivStorage* storage);
+  KivResult SaveCompleted(IKivStorage* storage) override;
   // Lets go of the storage and its streams.
-  [[nodiscard]] KivResult HandsOffStorage();
+  KivResult HandsOffStorage() override;
   // S_OK when dirty, S_FALSE when not. Every change is written at once.
-  KivResult IsDirty() const { return S_FALSE; }
+  KivResult IsDirty() override { return S_FALSE; }
 
   const std::shared_ptr<CGlobalConstantsCache>& Cache() const { return cache_; }
 
@@ -78,6 +79,11 @@ class CGlobalConstantFactory final
   void OnConstantsRemoved(const ConstantNames& names) override;
   void OnConstantsChanged(const ConstantNames& names) override;
   void OnConstantsAdded(const ConstantNames& names) override;
+
+  friend class IPersistStorageKivImpl<CGlobalConstantFactory>;
+  bool HoldsStorage() const { return storage_.Get() != nullptr; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
 
   IKivDataFactory* Self() { return static_cast<IKivConstantFactory*>(this); }
   [[nodiscard]] KivResult OpenStreams(IKivStorage* storage);

@@ -1,5 +1,7 @@
 #include "core/common_channels_store.h"
 
+#include "core/persisted_object.h"
+
 namespace velmar {
 
 const std::array<std::u16string_view, CCommonChannelsStore::kRoleCount>& CCommonChannelsStore::Defaults() {
@@ -36,6 +38,36 @@ bool CCommonChannelsStore::NamesChannel(std::u16string_view name) const {
     if (channel == name) return true;
   }
   return false;
+}
+
+namespace {
+
+// How many roles each stream version knew.
+size_t RolesOfVersion(uint32_t version) {
+  static constexpr size_t kRoles[] = {0, 6, 11, 12, 16};
+  return kRoles[version];
+}
+
+}  // namespace
+
+KivResult CCommonChannelsStore::Read(IKivStream* stream) {
+  std::array<std::u16string, kRoleCount> read;
+  const KivResult r = CatchSerialise([&] {
+    const auto version = ReadValue<uint32_t>(stream);
+    if (version > kStreamVersion) throw CSerialiseException{STG_E_OLDDLL};
+    if (version == 0) throw CSerialiseException{E_FAIL};
+    const size_t known = RolesOfVersion(version);
+    for (size_t i = 0; i < kRoleCount; ++i) read[i] = i < known ? ReadText(stream) : std::u16string(Defaults()[i]);
+  });
+  if (Succeeded(r)) texts_ = std::move(read);
+  return r;
+}
+
+KivResult CCommonChannelsStore::Write(IKivStream* stream) const {
+  return CatchSerialise([&] {
+    WriteValue<uint32_t>(stream, kStreamVersion);
+    for (const auto& text : texts_) WriteText(stream, text);
+  });
 }
 
 void CCommonChannelsStore::ResetToDefaults() {

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "velmar/result.h"
+#include "velmar/storage.h"
 
 namespace velmar {
 
@@ -44,6 +45,13 @@ class CCommonChannelsStore {
 
   // Whether some role names a channel of that name (the part after "[q]").
   bool NamesChannel(std::u16string_view name) const;
+
+  // The "Common Channels" stream: u32 version (4), then the texts in role
+  // order; an older version holds the roles it knew, the rest take their
+  // defaults. Read: STG_E_OLDDLL above 4; a failure keeps the texts held.
+  static constexpr uint32_t kStreamVersion = 4;
+  [[nodiscard]] KivResult Read(IKivStream* stream);
+  [[nodiscard]] KivResult Write(IKivStream* stream) const;
 
   // Back to the defaults, not read from a file, not written to one: the
   // state of a process that has no root.

@@ -9,17 +9,30 @@
 namespace velmar {
 namespace {
 
-void DefaultFatalStop(const std::u16string& message) {
-  constexpr const char* kBang = "!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!\n";
-  std::fprintf(stderr, "%s!!!!!! TerminateWithStackTrace !!!!!!\n%s%s\n%s", kBang, kBang,
-               WideToUtf8(message).c_str(), kBang);
-  std::fflush(stderr);
-  std::_Exit(kFatalExitCode);
-}
-
 std::mutex& RoutineMutex() {
   static std::mutex mu;
   return mu;
+}
+
+KivFatalStopCallback& HostCallback() {
+  static KivFatalStopCallback callback;  // guarded by RoutineMutex
+  return callback;
+}
+
+void DefaultFatalStop(const std::u16string& message) {
+  constexpr const char* kBang = "!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!";
+  const std::string text = WideToUtf8(message);
+  // The debug output, then the user.
+  std::fprintf(stderr, "%s\n!!!!!! TerminateWithStackTrace !!!!!!\n%s\n%s\n%s\n", kBang, kBang, text.c_str(), kBang);
+  std::fprintf(stderr, "Fatal Error: %s\n", text.c_str());
+  std::fflush(stderr);
+  KivFatalStopCallback callback;
+  {
+    std::lock_guard lock(RoutineMutex());
+    callback = HostCallback();
+  }
+  if (callback) callback(u"Fatal Error", message);
+  std::_Exit(kFatalExitCode);
 }
 
 FatalStopRoutine& Routine() {
@@ -41,6 +54,11 @@ void FatalStop(const std::u16string& message) {
 void SetFatalStopRoutine(FatalStopRoutine routine) {
   std::lock_guard lock(RoutineMutex());
   Routine() = routine ? std::move(routine) : FatalStopRoutine(DefaultFatalStop);
+}
+
+void KivSetFatalStopCallback(KivFatalStopCallback callback) {
+  std::lock_guard lock(RoutineMutex());
+  HostCallback() = std::move(callback);
 }
 
 }  // namespace velmar

@@ -1,6 +1,9 @@
 // The one way out for a non-recoverable situation (a settings stream that
-// can no longer be written): the text goes to the log and the process ends
-// with code 3142. Tests replace the routine to see the text instead.
+// can no longer be written): five lines on the debug output, the message to
+// the user (standard error, and the host's callback of velmar/fatal_stop.h),
+// and the process ends with code 3142. Tests replace the routine to see the
+// text instead; a replaced routine may return, and the caller then gives
+// E_FAIL.
 //
 // Any thread.
 #pragma once
@@ -8,9 +11,11 @@
 #include <functional>
 #include <string>
 
+#include "velmar/fatal_stop.h"
+
 namespace velmar {
 
-inline constexpr int kFatalExitCode = 3142;
+inline constexpr int kFatalExitCode = kKivFatalExitCode;
 
 using FatalStopRoutine = std::function<void(const std::u16string& message)>;
 

@@ -4,6 +4,8 @@
 #include "core/velmar.h"
 
 #include "core/data_factory_branding.h"
+#include "core/persisted_object.h"
+#include "core/settings_file.h"
 #include "platform/async/job_engine.h"
 #include "velmar/colour_table.h"
 #include "velmar/common_channels.h"
@@ -303,10 +305,22 @@ IKivStream* CVelmar::OpenStream(OwnedStream which) const {
 KivResult CVelmar::RewriteOwnedStream(OwnedStream which) {
   IKivStream* stream = OpenStream(which);
   if (!stream) return E_FAIL;  // no settings file attached
-  if (Failed(stream->Seek(0, STREAM_SEEK_SET, nullptr)) || Failed(stream->SetSize(0))) return E_FAIL;
-  // The objects' stream writers join with the settings file; until then an
-  // open stream can't be written.
-  return E_NOTIMPL;
+  switch (which) {
+    case OwnedStream::kSettings:
+      return RewriteStream(stream, [&](IKivStream* s) { ThrowIfFailed(WriteSettingsStream(s, settings_)); });
+    case OwnedStream::kPriorities:
+      return SaveSmallObject(priorities_.Get(), stream);
+    case OwnedStream::kFavorites:
+      return SaveSmallObject(favorites_.Get(), stream);
+    case OwnedStream::kColourTable:
+      return SaveSmallObject(colourTable_.Get(), stream);
+    case OwnedStream::kCommonChannels:
+      if (!shared_.commonChannels) return E_FAIL;
+      return RewriteStream(stream, [&](IKivStream* s) { ThrowIfFailed(shared_.commonChannels->Write(s)); });
+    case OwnedStream::kRealTimeSettings:
+      return SaveOptionalStream(realTimeSettings_.Get(), stream);
+  }
+  return E_FAIL;
 }
 
 template <class I>

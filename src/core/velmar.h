@@ -16,13 +16,17 @@
 #include <vector>
 
 #include "core/data_factory_list.h"
+#include "core/data_factory_store.h"
+#include "core/database_replacement.h"
 #include "core/display_settings.h"
 #include "core/notifications_impl.h"
+#include "core/persist_storage_impl.h"
 #include "core/velmar_global_state.h"
 #include "core/velmar_parts.h"
 #include "core/velmar_settings.h"
 #include "velmar/class_registry.h"
 #include "velmar/outing_notifications.h"
+#include "velmar/persist.h"
 #include "velmar/property_factories.h"
 #include "velmar/storage.h"
 #include "velmar/velmar.h"
@@ -30,7 +34,7 @@
 
 namespace velmar {
 
-class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2,
+class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersistStorageKivImpl<CVelmar>,
                                        IKivNotificationsImpl<CVelmar, IKivVelmarNotifications7>>,
                       public CChannelPropertyFactoryNotifications2Receiver,
                       public CEventPropertyFactoryNotificationsReceiver,
@@ -123,9 +127,19 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2,
   bool IsChannelNameInUse(const std::u16string& name, uint32_t* reason);
   bool IsEventNameInUse(const std::u16string& name, uint32_t* reason);
 
+  // IKivPersistStorage: the settings file. InitNew lays out a new file,
+  // Load reads one of version 1 to 6 (bringing an older one up to date in
+  // place), Save writes to the same storage (committing each element) or
+  // lays everything out anew in another. The host commits the file.
+  KivResult GetClassId(Guid* clsid) override;
+  KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
+  KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
+  KivResult SaveCompleted(IKivStorage* storage) override;
+  KivResult HandsOffStorage() override;
+
   // Marks the settings file dirty, unless InitNew or Load is running.
   void MarkDirty() override;
-  bool IsDirty() const { return dirty_; }
+  bool HasUnsavedChanges() const { return dirty_; }
   // The settings file was saved.
   void ClearDirty() { dirty_ = false; }
   bool IsClosed() const { return closed_; }
@@ -160,6 +174,38 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2,
   [[nodiscard]] KivResult ApplyToAllRoots(DataFactoryRecords wanted);
   // Stores a control property change: managed tools, repaint, dirty.
   void ControlPropertyChanged();
+
+  // The settings file, in velmar_persist.cpp.
+  friend class IPersistStorageKivImpl<CVelmar>;
+  bool HoldsStorage() const { return storage_.Get() != nullptr; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult InitNewSmallObjects();
+  [[nodiscard]] KivResult InitNewDatabases();
+  [[nodiscard]] KivResult InitNewSharedElements();
+  [[nodiscard]] KivResult InitNewDataFactories(IKivStorage* target, const DataFactoryListContent& list);
+  [[nodiscard]] KivResult LoadSmallObjects(uint32_t version);
+  [[nodiscard]] KivResult LoadSettingsStream(uint32_t version);
+  [[nodiscard]] KivResult LoadDatabases(uint32_t version);
+  [[nodiscard]] KivResult LoadSharedElements();
+  [[nodiscard]] KivResult LoadCircuitMap(uint32_t version);
+  [[nodiscard]] KivResult LoadDataFactories();
+  [[nodiscard]] KivResult SaveSameFile();
+  [[nodiscard]] KivResult SaveOtherFile(IKivStorage* target);
+  [[nodiscard]] KivResult OpenElements(IKivStorage* storage);
+  [[nodiscard]] KivResult SaveSmallObject(IKivUnknown* object, IKivStream* stream);
+  [[nodiscard]] KivResult SaveOptionalStream(IKivUnknown* object, IKivStream* stream);
+  [[nodiscard]] KivResult SaveGroups(IKivStream* stream);
+  [[nodiscard]] KivResult WriteMap(IKivStorage* storage);
+  void ReleaseElements();
+  void InstallCircuitMap(ComPtr<IKivCircuitMapData> map);
+
+  // Replacements of a database in the settings file, in velmar_replace.cpp.
+  template <class I, class Sink, class Notification>
+  [[nodiscard]] KivResult ReplaceDatabase(I* incoming, ComPtr<I>& held, Sink* sink, ComPtr<IKivStorage>& open,
+                                          const DatabaseReplacement& texts, const Guid& storageClass,
+                                          Notification notification);
+  [[nodiscard]] KivResult StoreCircuitMap();
 
   // Streams of the settings file the root rewrites.
   enum class OwnedStream { kSettings, kPriorities, kFavorites, kColourTable, kCommonChannels, kRealTimeSettings };
@@ -236,6 +282,14 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2,
   ComPtr<IKivStream> colourTableStream_;
   ComPtr<IKivStream> commonChannelsStream_;
   ComPtr<IKivStream> realTimeSettingsStream_;
+  ComPtr<IKivStream> versionStream_;
+  ComPtr<IKivStream> groupsStream_;
+  ComPtr<IKivStorage> tasksStorage_;
+  ComPtr<IKivStorage> channelPropertiesStorage_;
+  ComPtr<IKivStorage> eventPropertiesStorage_;
+  ComPtr<IKivStorage> constantsStorage_;
+  ComPtr<IKivStorage> circuitMapStorage_;
+  CDataFactoryStore factoryStore_;
   DataFactoryListStorage* dataFactoryStorage_ = nullptr;
 
   bool dirty_ = true;

@@ -8,40 +8,6 @@
 
 namespace velmar {
 
-// Databases: each replacement goes through the settings file, so none can
-// happen before one is attached.
-
-KivResult CVelmar::SetChannelPropertyFactory(IKivChannelPropertyFactory* factory) {
-  if (!factory) return E_INVALIDARG;
-  if (!storage_) return E_FAIL;
-  return E_NOTIMPL;  // the replacement's commit rule joins with the settings file
-}
-
-KivResult CVelmar::SetEventPropertyFactory(IKivEventPropertyFactory* factory) {
-  if (!factory) return E_INVALIDARG;
-  if (!storage_) return E_FAIL;
-  return E_NOTIMPL;
-}
-
-KivResult CVelmar::SetGroupFactory(IKivGroupFactory* factory) {
-  if (!factory) return E_INVALIDARG;
-  if (!storage_) return E_FAIL;
-  return E_NOTIMPL;
-}
-
-// The map is held at once; keeping it in the settings file follows the
-// file's own commit.
-KivResult CVelmar::SetCircuitMapData(IKivCircuitMapData* map) {
-  if (map == circuitMapData_.Get()) return S_FALSE;
-  if (circuitMapData_) circuitMapSink_->Disconnect(circuitMapData_.Get());
-  circuitMapData_ = ComPtr<IKivCircuitMapData>(map);
-  if (circuitMapData_) (void)circuitMapSink_->Connect(circuitMapData_.Get());
-  MarkDirty();
-  ComPtr<IKivUnknown> keep(PrimaryUnknown());
-  (void)FireNotification(&IKivVelmarNotifications::CircuitMapDataChanged, AsVelmar(), map);
-  return S_OK;
-}
-
 // The Settings stream: caption format and the spare settings.
 
 KivResult CVelmar::GetOutingCaptionFormat(std::u16string* format) {

@@ -12,8 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "core/persist_storage_impl.h"
 #include "core/velmar_parts.h"
 #include "velmar/class_registry.h"
+#include "velmar/persist.h"
 #include "velmar/storage.h"
 #include "velmar/tasks.h"
 
@@ -30,7 +32,7 @@ struct IKivTaskListMember : IKivUnknown {
   virtual KivResult FindEventName(const std::u16string& name, KivBool* found) = 0;
 };
 
-class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
+class CTasks final : public KivObject<IKivTasks, IKivTasksInternal, IPersistStorageKivImpl<CTasks>> {
  public:
   KivResult GetCount(int32_t* count) override;
   KivResult GetItem(int32_t index, IKivTask** task) override;
@@ -45,6 +47,16 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
   KivResult FindChannelName(const std::u16string& name, KivBool* found) override;
   KivResult FindEventName(const std::u16string& name, KivBool* found) override;
 
+  // IKivPersistStorage: the list in the "Tasks" storage of the settings
+  // file. InitNew moves the tasks made before into it. Save to another
+  // storage copies everything; the tasks keep writing where they were
+  // loaded.
+  KivResult GetClassId(Guid* clsid) override;
+  KivResult IsDirty() override;
+  KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
+  KivResult SaveCompleted(IKivStorage* storage) override;
+  KivResult HandsOffStorage() override;
+
   IKivVelmar* Root() const { return root_; }
   const ActiveDataFactories& DataFactoryList() const { return factories_; }
   // Appends a task made elsewhere (the task's own loading); it takes the
@@ -52,6 +64,10 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
   KivResult Append(IKivTaskListMember* task);
 
  private:
+  friend class IPersistStorageKivImpl<CTasks>;
+  bool HoldsStorage() const { return attached_; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
   bool InRange(int32_t index) const { return index >= 1 && static_cast<size_t>(index) <= tasks_.size(); }
   [[nodiscard]] KivResult EnsureStorage();
   [[nodiscard]] KivResult WriteList();
@@ -62,6 +78,7 @@ class CTasks final : public KivObject<IKivTasks, IKivTasksInternal> {
   ActiveDataFactories factories_;
   ComPtr<IKivStorage> storage_;
   ComPtr<IKivStream> list_;
+  bool attached_ = false;  // storage_ is in the settings file, not in memory
   uint32_t written_ = 0;
   std::vector<std::u16string> names_;
 };

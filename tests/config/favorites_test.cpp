@@ -19,13 +19,18 @@ TEST(Favorites, AnEmptyListAnswersBadIndexesWithEmptyTexts) {
   EXPECT_EQ(favorites->Modify(1, u"a", u"file:///b"), DISP_E_BADINDEX);
 }
 
-TEST(Favorites, AnEmptyLocationIsRefusedAndURLComparisonIsNotHereYet) {
+TEST(Favorites, LocationsCompareAsURLsWhateverTheirDisplayTexts) {
   auto favorites = MakeKiv<CFavorites>();
   EXPECT_EQ(favorites->Add(u"Name", u""), E_INVALIDARG);
-  EXPECT_EQ(favorites->Add(u"Name", u"file:///data/"), E_NOTIMPL);
-  int32_t count = -1;
-  ASSERT_EQ(favorites->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0);
+  ASSERT_EQ(favorites->Add(u"Data", u"file:///data/"), S_OK);
+  EXPECT_EQ(favorites->Add(u"Other", u"FILE:///data"), KIV_E_FAVOURITE_EXISTS);
+  ASSERT_EQ(favorites->Add(u"Runs", u"file:///runs"), S_OK);
+  EXPECT_EQ(favorites->Modify(1, u"DATA", u"file:///data"), S_FALSE) << "only the case of the text changed";
+  EXPECT_EQ(favorites->Modify(1, u"Data", u"file:///runs/"), KIV_E_FAVOURITE_DUPLICATE);
+  EXPECT_EQ(favorites->Modify(1, u"Laps", u"file:///laps"), S_OK);
+  std::u16string display, location;
+  ASSERT_EQ(favorites->GetItem(1, &display, &location), S_OK);
+  EXPECT_EQ(display + location, u"Lapsfile:///laps");
 }
 
 }  // namespace

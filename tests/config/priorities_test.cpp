@@ -45,5 +45,28 @@ TEST(Priorities, AnEmptyListAndItsLimit) {
   EXPECT_EQ(priorities->Add(1, nullptr), E_POINTER);
 }
 
+TEST(Priorities, EightAtMostAndARemovedIdComesBackWithDefaults) {
+  auto priorities = MakeKiv<CPriorities>();
+  ASSERT_EQ(priorities->Reset(), S_OK);
+  ComPtr<IKivPriority> p;
+  ASSERT_EQ(priorities->GetById(1, p.Put()), S_OK);
+  ASSERT_EQ(p->SetName(u"trace"), S_OK);
+  ASSERT_EQ(priorities->Reset(), S_OK);
+  std::u16string name;
+  ASSERT_EQ(p->GetName(&name), S_OK);
+  EXPECT_EQ(name, u"trace") << "Reset leaves a list that holds priorities";
+  EXPECT_EQ(priorities->Add(0, p.Put()), DISP_E_BADINDEX);
+  EXPECT_EQ(priorities->Add(2, p.Put()), DISP_E_BADINDEX);
+  for (int32_t id = 5; id <= 8; ++id) ASSERT_EQ(priorities->Add(id, p.Put()), S_OK);
+  EXPECT_EQ(priorities->Add(9, p.Put()), KIV_E_PRIORITIES_FULL);
+  ASSERT_EQ(priorities->Remove(1), S_OK);
+  ASSERT_EQ(priorities->Add(1, p.Put()), S_OK);
+  uint32_t colour = 0;
+  ASSERT_EQ(p->GetName(&name), S_OK);
+  ASSERT_EQ(p->GetForeColor(&colour), S_OK);
+  EXPECT_EQ(name, u"priority 1");
+  EXPECT_EQ(colour, 0xFF0000u);
+}
+
 }  // namespace
 }  // namespace velmar

@@ -26,6 +26,35 @@ TEST(QuantityToColorMapping, AChangeNeedsTheSettingsFile) {
   EXPECT_EQ(mapping->Import(nullptr), E_POINTER);
 }
 
+TEST(QuantityToColorMapping, AChangeIsWrittenAndAnImportTellsEachChangedQuantity) {
+  ComPtr<IKivStorage> file, other;
+  ASSERT_EQ(StgCreateMemoryStorage(file.Put()), S_OK);
+  ASSERT_EQ(StgCreateMemoryStorage(other.Put()), S_OK);
+  auto source = MakeKiv<CQuantityToColorMapping>();
+  ASSERT_EQ(source->InitNew(other.Get()), S_OK);
+  ASSERT_EQ(source->SetColour(7, 0x00FF00), S_OK);
+  ASSERT_EQ(source->SetColour(3, 0x0000FF), S_OK);
+  ASSERT_EQ(source->HandsOffStorage(), S_OK);
+
+  auto mapping = MakeKiv<CQuantityToColorMapping>();
+  ASSERT_EQ(mapping->InitNew(file.Get()), S_OK);
+  struct Log : CQuantityToColorMappingNotificationsReceiver {
+    std::vector<int32_t> changed;
+    void ColourChanged(int32_t quantity, uint32_t) override { changed.push_back(quantity); }
+  } log;
+  auto sink = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
+  sink->SetReceiver(&log);
+  IKivQuantityToColorMapping* face = mapping.Get();
+  ASSERT_TRUE(sink->Connect(face));
+  EXPECT_EQ(mapping->SetColour(3, 0xFF0000), S_FALSE) << "the colour held: nothing told";
+  ASSERT_EQ(mapping->Import(other.Get()), S_OK);
+  EXPECT_EQ(log.changed, (std::vector<int32_t>{3, 7})) << "in ascending order";
+  uint32_t colour = 0;
+  ASSERT_EQ(mapping->GetColour(7, &colour), S_OK);
+  EXPECT_EQ(colour, 0x00FF00u);
+  sink->Disconnect(face);
+}
+
 TEST(QuantityToColorMapping, ClosingReachesEveryListener) {
   auto mapping = MakeKiv<CQuantityToColorMapping>();
   struct Log : CQuantityToColorMappingNotificationsReceiver {

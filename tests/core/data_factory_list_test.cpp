@@ -41,13 +41,13 @@ TEST_F(DataFactoryListTest, AddingCreatesTheFactoryGivesItTheRootAndNamesItsStor
                                      "factoryA.IKivDataFactoryRootSite::SetRoot(set)"));
   EXPECT_EQ(NameOf(kFactoryA), u"DataFactory_1");
   EXPECT_EQ(root_->DataFactories().NextFactoryId(), 1u);
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   ASSERT_EQ(TestTasks::last->factories.size(), 1u) << "the tasks take the new list";
   EXPECT_EQ(TestTasks::last->factories[0].record, DataFactoryRecord::Native(kFactoryA));
   root_->ClearDirty();
   EXPECT_EQ(Root()->AddDataFactory(kFactoryA), S_FALSE);
   EXPECT_EQ(Active().size(), 1u);
-  EXPECT_FALSE(root_->IsDirty());
+  EXPECT_FALSE(root_->HasUnsavedChanges());
 }
 
 TEST_F(DataFactoryListTest, OnlyDataFactoriesThatAreNotMandatoryOrExcludedMayBeAdded) {
@@ -118,7 +118,7 @@ TEST_F(DataFactoryListTest, ActiveFactoriesReportReloadAndGoWithClose) {
   ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
   root_->ClearDirty();
   FactoryAt(0)->ReportNames();
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   PartLog().clear();
   EXPECT_EQ(Root()->ReloadExternalData(), S_OK);
   EXPECT_THAT(PartLog(), ElementsAre("constants.ReloadSpreadsheetConstants", "factoryA.Reload", "factoryB.Reload"));

@@ -49,8 +49,8 @@ TEST_F(VelmarGlobalStateTest, ACommonChannelChangeMarksEveryRootDirtyAndEachRais
   root_->ClearDirty();
   second->ClearDirty();
   ASSERT_EQ(second->SharedStores().commonChannels->Set(11, u"[6]GPS Time"), S_OK);
-  EXPECT_TRUE(root_->IsDirty());
-  EXPECT_TRUE(second->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
+  EXPECT_TRUE(second->HasUnsavedChanges());
   EXPECT_THAT(log_, ElementsAre("first.CommonChannelsChanged", "second.CommonChannelsChanged"));
   EXPECT_EQ(second->Close(), S_OK);
 }

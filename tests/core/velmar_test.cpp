@@ -33,7 +33,7 @@ TEST_F(VelmarTest, ConstructionMakesTheOwnedObjectsInOrderAndWiresThem) {
   EXPECT_EQ(TestTasks::last->root, static_cast<IKivVelmar*>(Root()));
   EXPECT_EQ(root_->ExtentWidth(), 846);
   EXPECT_EQ(root_->ExtentHeight(), 846);
-  EXPECT_TRUE(root_->IsDirty()) << "a new root has a file to save";
+  EXPECT_TRUE(root_->HasUnsavedChanges()) << "a new root has a file to save";
   EXPECT_EQ(LiveVelmarRootCount(), 1u);
   EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 1u);
 }
@@ -201,17 +201,17 @@ TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFileAndDatabaseChangesOnlyMark
   EXPECT_EQ(TestPriorities::last->Edit(), E_FAIL);
   EXPECT_EQ(TestColourTable::last->Edit(), E_FAIL);
   EXPECT_THAT(log_, IsEmpty()) << "a stream that can't be rewritten raises nothing";
-  EXPECT_FALSE(root_->IsDirty());
+  EXPECT_FALSE(root_->HasUnsavedChanges());
   TestMapping::last->Edit();
-  EXPECT_TRUE(root_->IsDirty()) << "the mapping's callback only marks dirty";
+  EXPECT_TRUE(root_->HasUnsavedChanges()) << "the mapping's callback only marks dirty";
   EXPECT_THAT(log_, IsEmpty());
   // Database changes only mark dirty, too.
   root_->ClearDirty();
   TestChannelProperties::last->ReportChange();
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   root_->ClearDirty();
   TestGroups::last->ReportChange();
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   EXPECT_THAT(log_, IsEmpty());
 }
 
@@ -234,10 +234,10 @@ TEST_F(VelmarTest, ACircuitMapIsHeldAndTheChangeIsRaisedOncePerMap) {
   ComPtr<IKivCircuitMapData> held;
   ASSERT_EQ(Root()->GetCircuitMapData(held.Put()), S_OK);
   EXPECT_EQ(held.Get(), data);
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   root_->ClearDirty();
   map->Change();
-  EXPECT_TRUE(root_->IsDirty()) << "the map's own change marks the settings dirty";
+  EXPECT_TRUE(root_->HasUnsavedChanges()) << "the map's own change marks the settings dirty";
   ASSERT_EQ(Root()->SetCircuitMapData(nullptr), S_OK);
   EXPECT_EQ(Root()->GetCircuitMapData(held.Put()), S_FALSE);
   EXPECT_THAT(log_, ElementsAre("CircuitMapDataChanged", "CircuitMapDataChanged"));
@@ -247,10 +247,10 @@ TEST_F(VelmarTest, ChangeCallbacksMarkDirtyAndRaise) {
   Listen<CVelmarNotificationsSink<>>("");
   root_->ClearDirty();
   TestRealTimeSettings::last->Change();
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   root_->ClearDirty();
   ASSERT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_OK);
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   EXPECT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_FALSE);
   EXPECT_THAT(log_, ElementsAre("RealTimeSettingsChanged", "CommonChannelsChanged"));
 }
@@ -283,12 +283,12 @@ TEST_F(VelmarTest, ControlColoursAndFont) {
 
   root_->ClearDirty();
   EXPECT_EQ(root_->SetGridColor(0xD0D0D0), S_OK);
-  EXPECT_FALSE(root_->IsDirty()) << "an unchanged grid colour does nothing at all";
+  EXPECT_FALSE(root_->HasUnsavedChanges()) << "an unchanged grid colour does nothing at all";
   EXPECT_EQ(root_->SetBackColor(0xFFFFFF), S_OK);
-  EXPECT_TRUE(root_->IsDirty()) << "the back colour setter stores even the same value";
+  EXPECT_TRUE(root_->HasUnsavedChanges()) << "the back colour setter stores even the same value";
   root_->ClearDirty();
   EXPECT_EQ(root_->SetGridColor(0x101010), S_OK);
-  EXPECT_TRUE(root_->IsDirty());
+  EXPECT_TRUE(root_->HasUnsavedChanges());
   ASSERT_EQ(root_->GetGridColor(&colour), S_OK);
   EXPECT_EQ(colour, 0x101010u);
 

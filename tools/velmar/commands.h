@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 
 #include <CLI/CLI.hpp>
 
@@ -12,6 +13,7 @@ namespace velmar::cli {
 struct CommandContext {
   double timeoutSeconds = 120.0;  // the longest wait for the library's worker threads
   bool noProgress = false;        // never a progress line, even on a terminal
+  std::string settingsFile;       // the root's settings file (--settings); none when empty
 
   bool progress() const { return !noProgress; }
   std::chrono::milliseconds timeout() const {
@@ -20,6 +22,7 @@ struct CommandContext {
 };
 
 void AddInfoCommand(CLI::App& app, const CommandContext& context);
+void AddSettingsCommand(CLI::App& app, const CommandContext& context);
 void AddChannelsCommand(CLI::App& app, const CommandContext& context);
 void AddDumpCommand(CLI::App& app, const CommandContext& context);
 void AddEventsCommand(CLI::App& app, const CommandContext& context);

@@ -64,7 +64,7 @@ std::vector<Aligned> Align(HostSession& session, const std::vector<std::unique_p
 }
 
 void Run(const AlignOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   std::vector<std::unique_ptr<LoadedOuting>> outings;
   std::vector<ComPtr<IKivTimeRegionFinder>> finders;
   for (const std::string& file : options.files) {

@@ -45,7 +45,7 @@ std::vector<std::string> ChannelRow(const std::u16string& name, const ChannelUni
 }
 
 void Run(const ChannelsOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   Json list = Json::array();
   if (!options.json) WriteTsvRow(std::cout, {"name", "unit", "samples", "rate", "min", "max"});

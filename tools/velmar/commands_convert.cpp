@@ -24,7 +24,7 @@ void Run(const ConvertOptions& options, const CommandContext& context) {
   if (HostSession::TypeIdForFile(options.out) != kTarnOutingTypeId.ToWide()) {
     Fail(options.out, "the output must be a native store file ending in .trn");
   }
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   KivConvertCounts counts;
   {
     LoadedOuting outing(session, options.in);

@@ -90,7 +90,7 @@ void WriteTsvDump(const std::vector<ChannelSamples>& samples, const std::vector<
 
 void Run(const DumpOptions& options, const CommandContext& context) {
   const TimeWindow window = Window(options);
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   std::vector<ChannelSamples> samples;
   std::vector<TimedValues> columns;

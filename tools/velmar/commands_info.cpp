@@ -128,7 +128,7 @@ void WriteTsvInfo(const InfoOptions& options, const LoadedOuting& outing, const 
 }
 
 void Run(const InfoOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   const OutingCounts counts = Count(outing);
   if (options.json) {

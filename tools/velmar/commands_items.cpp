@@ -17,7 +17,7 @@ struct ItemsOptions {
 };
 
 void RunEvents(const ItemsOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   const std::vector<EventRow> rows = ReadEvents(outing);
   if (options.json) {
@@ -40,7 +40,7 @@ void RunEvents(const ItemsOptions& options, const CommandContext& context) {
 }
 
 void RunConstants(const ItemsOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   const std::vector<ConstantRow> rows = ReadConstants(outing);
   if (options.json) {
@@ -56,7 +56,7 @@ void RunConstants(const ItemsOptions& options, const CommandContext& context) {
 }
 
 void RunBlobs(const ItemsOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   const std::vector<BlobRow> rows = ReadBlobs(outing);
   if (options.json) {

@@ -69,7 +69,7 @@ std::string LapTime(const LapRow& row) {
 }
 
 void Run(const LapsOptions& options, const CommandContext& context) {
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   if (!options.map.empty()) UseCircuitMap(session, options.map);
   LoadedOuting outing(session, options.file);
   const std::vector<LapRow> rows = ReadLaps(outing);

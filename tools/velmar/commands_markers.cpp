@@ -69,7 +69,7 @@ void Run(const MarkersOptions& options, const CommandContext& context) {
   if (options.action == "add" && options.seconds.has_value() == options.metres.has_value()) {
     Fail(options.file, "markers add takes one of --time and --distance");
   }
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   auto writer = QueryAs<IKivLapMarkerWriter>(outing.outing());
   auto transaction = QueryAs<IKivTransaction>(outing.outing());

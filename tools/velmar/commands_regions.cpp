@@ -104,7 +104,7 @@ FinderResult ReadFinder(LoadedOuting& outing, IKivTimeRegionFinder3* finder) {
 
 void Run(const RegionsOptions& options, const CommandContext& context) {
   const Guid clsid = FinderClass(options.finder);
-  HostSession session(context.timeout(), context.progress());
+  HostSession session(context.timeout(), context.progress(), context.settingsFile);
   if (!options.map.empty()) UseCircuitMap(session, options.map);
   LoadedOuting outing(session, options.file);
   (void)outing.LapMarkers();

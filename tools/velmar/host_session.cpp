@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kSlice{100};
 
 }  // namespace
 
-HostSession::HostSession(std::chrono::milliseconds timeout, bool showProgress)
+HostSession::HostSession(std::chrono::milliseconds timeout, bool showProgress, const std::string& settingsFile)
     : timeout_(timeout), progress_(showProgress && Progress::StderrIsTerminal()) {
   if (KivResult r = KivCreateInstance(CLSID_KivVelmar, &root_); Failed(r)) {
     Fail("velmar", "the root object could not be made", r);
@@ -23,11 +23,13 @@ HostSession::HostSession(std::chrono::milliseconds timeout, bool showProgress)
   if (KivResult r = KivCreateInstance(CLSID_KivOutingFactory, &factory_); Failed(r)) {
     Fail("velmar", "the outing factory could not be made", r);
   }
+  if (!settingsFile.empty()) settings_ = std::make_unique<SettingsFile>(root_.Get(), settingsFile);
 }
 
 HostSession::~HostSession() {
   task_ = nullptr;
   factory_ = nullptr;
+  settings_.reset();
   if (root_) (void)root_->Close();
   root_ = nullptr;
   // Jobs still in flight hold caches; let them come back and end.

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "progress.h"
+#include "settings_file.h"
 #include "velmar/outing.h"
 #include "velmar/outing_factory.h"
 #include "velmar/tasks.h"
@@ -22,8 +23,9 @@ namespace velmar::cli {
 class HostSession {
  public:
   // Registers the library's classes and sources (once per process), creates
-  // the root and the outing factory. Throws HostError.
-  HostSession(std::chrono::milliseconds timeout, bool showProgress);
+  // the root and the outing factory, and gives the root its settings file
+  // when one is named. Throws HostError.
+  HostSession(std::chrono::milliseconds timeout, bool showProgress, const std::string& settingsFile = {});
   ~HostSession();
   HostSession(const HostSession&) = delete;
   HostSession& operator=(const HostSession&) = delete;
@@ -43,6 +45,8 @@ class HostSession {
   ComPtr<IKivDataSelection4> Select(IKivOuting* outing, const std::string& file);
 
   IKivVelmar* root() const { return root_.Get(); }
+  // The root's settings file; null when none was named.
+  SettingsFile* settings() const { return settings_.get(); }
   IKivNewOutingFactory5* factory() const { return factory_.Get(); }
   std::chrono::milliseconds timeout() const { return timeout_; }
 
@@ -55,6 +59,7 @@ class HostSession {
   ComPtr<IKivVelmar> root_;
   ComPtr<IKivNewOutingFactory5> factory_;
   ComPtr<IKivTask> task_;  // made on the first selection
+  std::unique_ptr<SettingsFile> settings_;
 };
 
 }  // namespace velmar::cli

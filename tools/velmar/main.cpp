@@ -17,6 +17,8 @@ int main(int argc, char** argv) {
   app.add_option("--timeout", context.timeoutSeconds, "Longest wait for a load, in seconds")
       ->check(CLI::PositiveNumber);
   app.add_flag("--no-progress", context.noProgress, "Never draw the progress line on stderr");
+  app.add_option("--settings", context.settingsFile,
+                 "Settings file (.kvs) the root loads, made with the defaults when missing");
   AddInfoCommand(app, context);
   AddChannelsCommand(app, context);
   AddDumpCommand(app, context);
@@ -29,6 +31,7 @@ int main(int argc, char** argv) {
   AddMarkersCommand(app, context);
   AddRegionsCommand(app, context);
   AddAlignCommand(app, context);
+  AddSettingsCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

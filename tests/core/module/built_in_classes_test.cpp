@@ -10,6 +10,7 @@
 #include "velmar/classes.h"
 #include "velmar/text.h"
 #include "velmar/data_selection.h"
+#include "velmar/property_helpers.h"
 #include "velmar/time_regions.h"
 
 namespace velmar {
@@ -25,6 +26,8 @@ const std::map<Guid, Guid>& MadeNow() {
       {CLSID_KivSegmentFinder, IKivTimeRegionFinder3::iid},
       {CLSID_KivGlobalTimeFinder, IKivTimeRegionFinder3::iid},
       {CLSID_KivTimeRegionNavigator, IKivTimeRegionNavigator2::iid},
+      {CLSID_KivChannelPropertyFactoryHelper, IKivChannelPropertyFactoryHelper::iid},
+      {CLSID_KivEventPropertyFactoryHelper, IKivEventPropertyFactoryHelper::iid},
   };
   return made;
 }

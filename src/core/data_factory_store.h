@@ -1,0 +1,42 @@
+// The "Data Factories" storage of the settings file as the data factory
+// list sees it: the list stream rewritten on every change, and one
+// sub-storage (native factories, class {612EA50A-...}) or stream (managed
+// tools) per storage name, made when a factory first needs it.
+//
+// Client thread only.
+#pragma once
+
+#include "core/data_factory_list.h"
+#include "core/settings_file.h"
+
+namespace velmar {
+
+class CDataFactoryStore final : public DataFactoryListStorage {
+ public:
+  // Holds the storage and its open list stream.
+  void Attach(ComPtr<IKivStorage> storage, ComPtr<IKivStream> list);
+  void Release();
+  bool Attached() const { return storage_.Get() != nullptr; }
+  IKivStorage* Storage() const { return storage_.Get(); }
+  IKivStream* List() const { return list_.Get(); }
+
+  [[nodiscard]] KivResult Store(CDataFactoryList& list) override;
+
+  // The list's content as it stands.
+  static DataFactoryListContent ContentOf(const CDataFactoryList& list);
+  // Each active native factory that persists saves into its sub-storage;
+  // into `target` (a new "Data Factories") when given, copying the old
+  // sub-storage of one that doesn't persist.
+  [[nodiscard]] KivResult SaveFactories(const CDataFactoryList& list, IKivStorage* target) const;
+  // Deletes each element that is neither the version, the list, nor a
+  // storage name the list knows.
+  void RemoveUnknownElements(const CDataFactoryList& list) const;
+
+ private:
+  [[nodiscard]] KivResult EnsureElement(const DataFactoryRecord& record, const std::u16string& name) const;
+
+  ComPtr<IKivStorage> storage_;
+  ComPtr<IKivStream> list_;
+};
+
+}  // namespace velmar

@@ -11,6 +11,7 @@
 #include <string>
 #include <type_traits>
 
+#include "core/stream_values.h"
 #include "velmar/guid.h"
 #include "velmar/result.h"
 #include "velmar/storage.h"
@@ -67,6 +68,19 @@ KivResult RewriteStream(IKivStream* stream, F&& write) {
     ThrowIfFailed(stream->Seek(0, STREAM_SEEK_SET, nullptr));
     ThrowIfFailed(stream->SetSize(0));
     write(stream);
+  });
+}
+
+// Writes `stream` again from its start and cuts it where the writing ended:
+// the stores that report their own changes (common channels, real-time
+// settings) keep their old bytes until the new ones are in.
+template <class F>
+KivResult OverwriteStream(IKivStream* stream, F&& write) {
+  if (!stream) return E_FAIL;
+  return CatchSerialise([&] {
+    ThrowIfFailed(stream->Seek(0, STREAM_SEEK_SET, nullptr));
+    write(stream);
+    ThrowIfFailed(EndStreamHere(stream));
   });
 }
 

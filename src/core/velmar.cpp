@@ -316,7 +316,7 @@ KivResult CVelmar::RewriteOwnedStream(OwnedStream which) {
       return SaveSmallObject(colourTable_.Get(), stream);
     case OwnedStream::kCommonChannels:
       if (!shared_.commonChannels) return E_FAIL;
-      return RewriteStream(stream, [&](IKivStream* s) { ThrowIfFailed(shared_.commonChannels->Write(s)); });
+      return OverwriteStream(stream, [&](IKivStream* s) { ThrowIfFailed(shared_.commonChannels->Write(s)); });
     case OwnedStream::kRealTimeSettings:
       return SaveOptionalStream(realTimeSettings_.Get(), stream);
   }

@@ -72,7 +72,7 @@ KivResult CVelmar::SaveSmallObject(IKivUnknown* object, IKivStream* stream) {
 KivResult CVelmar::SaveOptionalStream(IKivUnknown* object, IKivStream* stream) {
   auto persist = QueryAs<IKivPersistStream>(object);
   if (!persist) return S_OK;
-  return RewriteStream(stream, [&](IKivStream* s) { ThrowIfFailed(persist->Save(s, KIV_TRUE)); });
+  return OverwriteStream(stream, [&](IKivStream* s) { ThrowIfFailed(persist->Save(s, KIV_TRUE)); });
 }
 
 KivResult CVelmar::SaveGroups(IKivStream* stream) {

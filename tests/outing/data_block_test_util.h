@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "outing/blocks/channel_iterator.h"
 #include "outing/blocks/data_block_aperiodic.h"
@@ -76,6 +80,24 @@ inline ComPtr<CChannelIterator> Iterator(std::vector<ComPtr<IKivDataBlockImplBas
 
 inline ComPtr<IKivSelectionRange> Selection(KivTime start, KivTime end) {
   return MakeKiv<FixedSelection>(start, end);
+}
+
+// A search case of a fixture: "next after", "last before" or "nearest".
+inline int32_t SearchMode(const nlohmann::json& name) {
+  static const std::map<std::string, int32_t> modes{
+      {"next after", kFindNextAfter}, {"last before", kFindLastBefore}, {"nearest", kFindNearest}};
+  return modes.at(name.get<std::string>());
+}
+
+// A time of a fixture: ticks, or "min" and "max" for the unbounded ends.
+inline KivTime FixtureTime(const nlohmann::json& v) {
+  if (v == "min") return kTimeMin;
+  if (v == "max") return kTimeMax;
+  return v.get<KivTime>();
+}
+
+inline KivResult SearchResult(const nlohmann::json& name) {
+  return name == "S_OK" ? S_OK : name == "S_FALSE" ? S_FALSE : E_FAIL;
 }
 
 }  // namespace velmar::testing

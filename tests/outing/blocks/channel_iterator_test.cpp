@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
+#include <string>
+
+#include "support/fixtures.h"
 
 #include "outing/data_block_test_util.h"
 
@@ -35,31 +39,16 @@ Found SampleAt(IKivChannelIterator* it, KivTime t, int32_t mode, uint32_t range 
 // On TwoBlocks every value is its time / 10.
 TEST(ChannelIterator, SampleSearchAtTheEndsInGapsAndBetweenSamples) {
   auto it = TwoBlocks();
-  constexpr KivTime kAny = -999;
-  struct Row {
-    KivTime t;
-    int32_t mode;
-    KivResult result;
-    KivTime time;
-  };
-  const Row rows[] = {
-      {120, kFindNextAfter, S_FALSE, 120}, {500, kFindNextAfter, S_FALSE, kAny},  // nothing after the end
-      {0, kFindLastBefore, S_FALSE, kAny}, {-5, kFindLastBefore, S_FALSE, kAny},  // nor before the start
-      {500, kFindLastBefore, S_OK, 120},   {500, kFindNearest, S_OK, 120},   {120, kFindNearest, S_OK, 120},
-      {20, kFindNextAfter, S_OK, 30},      {20, kFindLastBefore, S_OK, 10},  {20, kFindNearest, S_OK, 20},
-      {24, kFindNearest, S_OK, 20},        {25, kFindNearest, S_OK, 30},  // half way: the later
-      {27, kFindLastBefore, S_OK, 20},     {70, kFindNearest, S_OK, 100},  // equal distance: the later block's first
-      {69, kFindNearest, S_OK, 40},        {50, kFindNextAfter, S_OK, 100}, {90, kFindLastBefore, S_OK, 40},
-      {40, kFindNextAfter, S_OK, 100},     {100, kFindLastBefore, S_OK, 40},  // block edges reach the neighbour
-  };
-  for (const Row& row : rows) {
-    Found f = SampleAt(it.Get(), row.t, row.mode);
-    EXPECT_EQ(f.result, row.result) << row.t << " mode " << row.mode;
-    if (row.time != kAny) {
-      EXPECT_EQ(f.time, row.time) << row.t << " mode " << row.mode;
+  const std::map<std::string, int32_t> modes{
+      {"next after", kFindNextAfter}, {"last before", kFindLastBefore}, {"nearest", kFindNearest}};
+  for (const auto table = testing::Fixture("outing/sample_search.json"); const auto& row : table["cases"]) {
+    Found f = SampleAt(it.Get(), row[0].get<KivTime>(), modes.at(row[1].get<std::string>()));
+    EXPECT_EQ(f.result, row[2] == "S_OK" ? S_OK : S_FALSE) << row;
+    if (!row[3].is_null()) {
+      EXPECT_EQ(f.time, row[3].get<KivTime>()) << row;
     }
-    if (f.result == S_OK || row.time != kAny) {
-      EXPECT_EQ(f.value, f.result == S_OK ? static_cast<double>(f.time) / 10 : 0.0) << row.t << " mode " << row.mode;
+    if (f.result == S_OK || !row[3].is_null()) {
+      EXPECT_EQ(f.value, f.result == S_OK ? static_cast<double>(f.time) / 10 : 0.0) << row;
     }
   }
   uint32_t block = 0;

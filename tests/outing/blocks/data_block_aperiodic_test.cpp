@@ -3,46 +3,29 @@
 #include <gtest/gtest.h>
 
 #include "outing/data_block_test_util.h"
+#include "support/fixtures.h"
 
 namespace velmar {
 namespace {
 
 using testing::AperiodicSection;
+using testing::FixtureTime;
+using testing::SearchMode;
+using testing::SearchResult;
 
 const std::vector<KivTime> kTimes{0, 10, 20, 40, 80};
 
-uint32_t Find(KivTime lo, KivTime hi, KivTime t, int32_t mode, KivResult expected = S_OK) {
-  uint32_t index = 99;
-  EXPECT_EQ(FindAperiodicSample(kTimes, lo, hi, t, mode, &index), expected) << "t=" << t << " mode=" << mode;
-  return index;
-}
-
-TEST(AperiodicFindSample, NextAndLastAroundExactSamples) {
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 20, kFindNextAfter), 3u);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 20, kFindLastBefore), 1u);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 30, kFindNextAfter), 3u);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 30, kFindLastBefore), 2u);
-  Find(kTimeMin, kTimeMax, 0, kFindLastBefore, E_FAIL);
-  Find(kTimeMin, kTimeMax, 80, kFindNextAfter, E_FAIL);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 80, kFindNearest), 4u);
-}
-
-TEST(AperiodicFindSample, NearestTieGoesToTheNeighbourTheSearchDidNotEndOn) {
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 30, kFindNearest), 2u) << "ends on 40, gives 20";
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 60, kFindNearest), 3u) << "ends on 80, gives 40";
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 15, kFindNearest), 2u) << "ends on 10, gives 20";
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 31, kFindNearest), 3u);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, 29, kFindNearest), 2u);
-}
-
-TEST(AperiodicFindSample, WindowHoldsTheNeighbourJustOutsideTheBounds) {
-  EXPECT_EQ(Find(15, 45, 12, kFindLastBefore), 1u) << "10 lies below lo but inside the window";
-  EXPECT_EQ(Find(15, 45, 50, kFindNextAfter), 4u) << "80 lies above hi but inside the window";
-  Find(15, 45, 5, kFindNextAfter, E_FAIL);
-  EXPECT_EQ(Find(15, 45, 5, kFindNearest), 1u) << "a failed search still has a nearest sample";
-  EXPECT_EQ(Find(15, 45, 500, kFindNearest), 4u);
-  Find(90, 100, 95, kFindNearest, E_FAIL);  // every sample below lo
-  Find(45, 15, 20, kFindNearest, E_FAIL);  // lo above hi
+TEST(AperiodicFindSample, EachFixtureCase) {
+  for (const auto table = testing::Fixture("outing/aperiodic_find.json"); const auto& c : table["cases"]) {
+    uint32_t index = 99;
+    EXPECT_EQ(FindAperiodicSample(kTimes, FixtureTime(c[0]), FixtureTime(c[1]), FixtureTime(c[2]), SearchMode(c[3]),
+                                  &index),
+              SearchResult(c[4]))
+        << c;
+    if (!c[5].is_null()) {
+      EXPECT_EQ(index, c[5].get<uint32_t>()) << c;
+    }
+  }
 }
 
 TEST(AperiodicFindSample, BadArguments) {

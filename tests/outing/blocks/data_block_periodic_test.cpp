@@ -6,62 +6,35 @@
 #include <limits>
 
 #include "outing/data_block_test_util.h"
+#include "support/fixtures.h"
 
 namespace velmar {
 namespace {
 
+using testing::FixtureTime;
 using testing::PeriodicBlock;
+using testing::SearchMode;
+using testing::SearchResult;
 using testing::PeriodicSection;
 
 // Samples at 100, 110, 120, 130, 140.
 const PeriodicRun kRun{100, 10, 5};
 
-uint32_t Find(KivTime lo, KivTime hi, KivTime t, int32_t mode, KivResult expected = S_OK) {
-  uint32_t index = 99;
-  EXPECT_EQ(FindPeriodicSample(kRun, lo, hi, t, mode, &index), expected) << "t=" << t << " mode=" << mode;
-  return index;
-}
-
-TEST(PeriodicFindSample, NextAfterAnExactSampleIsTheFollowingOne) {
-  EXPECT_EQ(Find(100, 140, 110, kFindNextAfter), 2u);
-  EXPECT_EQ(Find(100, 140, 115, kFindNextAfter), 2u);
-  Find(100, 140, 140, kFindNextAfter, S_FALSE);
-  Find(100, 125, 120, kFindNextAfter, S_FALSE);  // the next sample lies past hi
-}
-
-TEST(PeriodicFindSample, LastBeforeAnExactSampleIsThePrecedingOne) {
-  EXPECT_EQ(Find(100, 140, 110, kFindLastBefore), 0u);
-  EXPECT_EQ(Find(100, 140, 115, kFindLastBefore), 1u);
-  Find(100, 140, 100, kFindLastBefore, S_FALSE);  // nothing before the first sample
-  Find(105, 140, 110, kFindLastBefore, S_FALSE);  // the sample before lies below lo
-  EXPECT_EQ(Find(100, 125, 180, kFindLastBefore), 2u) << "a time above hi gives the last inside";
-}
-
-TEST(PeriodicFindSample, NearestGoesToTheLaterSampleHalfWay) {
-  EXPECT_EQ(Find(100, 140, 115, kFindNearest), 2u);
-  EXPECT_EQ(Find(100, 140, 114, kFindNearest), 1u);
-  EXPECT_EQ(Find(100, 140, 116, kFindNearest), 2u);
-  EXPECT_EQ(Find(100, 140, 130, kFindNearest), 3u);
-}
-
-TEST(PeriodicFindSample, TimesOutsideTheBoundsTurnTowardsThem) {
-  EXPECT_EQ(Find(120, 140, 50, kFindNearest), 2u) << "below lo: the first sample at or after lo";
-  EXPECT_EQ(Find(115, 140, 50, kFindNearest), 2u);
-  EXPECT_EQ(Find(100, 125, 500, kFindNearest), 2u) << "above hi: the last sample at or before hi";
-  EXPECT_EQ(Find(100, 140, 50, kFindNextAfter), 0u);
-}
-
-TEST(PeriodicFindSample, BadModesAndTimesOffTheBlock) {
+TEST(PeriodicFindSample, EachFixtureCase) {
+  for (const auto table = testing::Fixture("outing/periodic_find.json"); const auto& c : table["cases"]) {
+    uint32_t index = 99;
+    EXPECT_EQ(FindPeriodicSample(kRun, FixtureTime(c[0]), FixtureTime(c[1]), FixtureTime(c[2]), SearchMode(c[3]),
+                                 &index),
+              SearchResult(c[4]))
+        << c;
+    if (!c[5].is_null()) {
+      EXPECT_EQ(index, c[5].get<uint32_t>()) << c;
+    }
+  }
   uint32_t index = 0;
   EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, 3, &index), E_INVALIDARG);
   EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, -1, &index), E_INVALIDARG);
   EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, 0, nullptr), E_POINTER);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, kTimeMin, kFindNextAfter), 0u) << "unbounded lo: no overflow";
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, kTimeMax, kFindLastBefore), 4u);
-  Find(kTimeMin, kTimeMax, kTimeMax, kFindNextAfter, S_FALSE);
-  Find(kTimeMin, kTimeMax, kTimeMin, kFindLastBefore, S_FALSE);
-  EXPECT_EQ(Find(kTimeMin, kTimeMax, kTimeMin, kFindNearest), 0u);
-  Find(130, 120, 125, kFindNearest, S_FALSE);  // an empty range
 }
 
 TEST(PeriodicValueAt, SampleHoldOrLine) {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "outing/cache/outing_cache_registry.h"
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "support/temp_dir.h"
 #include "velmar/lap_markers.h"
 #include "velmar/text.h"

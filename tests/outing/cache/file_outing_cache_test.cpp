@@ -11,7 +11,7 @@
 
 #include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "platform/async/dispatcher.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"

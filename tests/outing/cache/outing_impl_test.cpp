@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "outing/cache/empty_outing.h"
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "velmar/lap_markers.h"
 
 namespace velmar::testing {

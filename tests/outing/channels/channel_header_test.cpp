@@ -2,30 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fixtures.h"
+#include "velmar/text.h"
+
 namespace velmar::testing {
 namespace {
 
-HeaderName H(std::u16string name, std::u16string unit, bool hasUnit) { return {name, unit, hasUnit}; }
-
-TEST(ChannelHeaderTest, UnitIsSplitOffTheEnd) {
-  EXPECT_EQ(SplitHeaderName(u"Speed[km/h]"), H(u"Speed", u"km/h", true));
-  EXPECT_EQ(SplitHeaderName(u"Speed"), H(u"Speed", u"", false));
-  EXPECT_EQ(SplitHeaderName(u"Speed[]"), H(u"Speed", u"", true));
-  EXPECT_EQ(SplitHeaderName(u"[m]"), H(u"", u"m", true));
-  EXPECT_EQ(SplitHeaderName(u""), H(u"", u"", false));
-}
-
-TEST(ChannelHeaderTest, BracketsLeftInTheNameBecomeUnderscores) {
-  EXPECT_EQ(SplitHeaderName(u"a[b]c"), H(u"a_b_c", u"", false));
-  EXPECT_EQ(SplitHeaderName(u"Tyre[FL][degC]"), H(u"Tyre_FL_", u"degC", true));
-  EXPECT_EQ(SplitHeaderName(u"x]"), H(u"x_", u"", false)) << "a ']' with no '[' is no unit";
-  EXPECT_EQ(SplitHeaderName(u"]"), H(u"_", u"", false));
-  EXPECT_EQ(SplitHeaderName(u"a[b"), H(u"a_b", u"", false));
-}
-
-TEST(ChannelHeaderTest, NestedBracketsAreMatched) {
-  EXPECT_EQ(SplitHeaderName(u"v[m[2]]"), H(u"v", u"m[2]", true));
-  EXPECT_EQ(SplitHeaderName(u"a[b[c]"), H(u"a_b", u"c", true));
+// Brackets left in the name become underscores; nested ones are matched.
+TEST(ChannelHeaderTest, SplitOfEachFixtureCase) {
+  for (const auto table = Fixture("outing/header_names.json"); const auto& c : table["cases"]) {
+    const HeaderName expected{Utf8ToWide(c[1].get<std::string>()), Utf8ToWide(c[2].get<std::string>()),
+                              c[3].get<bool>()};
+    EXPECT_EQ(SplitHeaderName(Utf8ToWide(c[0].get<std::string>())), expected) << c[0];
+  }
 }
 
 TEST(ChannelHeaderTest, UnitTextIsLookedUpInTheTable) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fixtures.h"
+#include "velmar/text.h"
+
 namespace velmar::testing {
 namespace {
 
@@ -20,28 +23,16 @@ TEST(ChannelKeyTest, MadeFromNameAndIdReplacesBracketsAndParsesBack) {
   EXPECT_EQ(parsed, key);
 }
 
-TEST(ChannelKeyTest, ParseReadsTheIdLikeAtoi) {
-  CChannelKey key;
-  ASSERT_TRUE(CChannelKey::Parse(u"[12x]Speed", &key));
-  EXPECT_EQ(key.id(), 12u);
-  EXPECT_EQ(key.name(), u"Speed");
-  ASSERT_TRUE(CChannelKey::Parse(u"[]Speed", &key));
-  EXPECT_EQ(key.id(), 0u);
-  ASSERT_TRUE(CChannelKey::Parse(u"[4294967295]", &key));
-  EXPECT_EQ(key.id(), 4294967295u);
-  EXPECT_EQ(key.name(), u"");
-  // A name may itself hold "]": the first one closes the id.
-  ASSERT_TRUE(CChannelKey::Parse(u"[3]a]b", &key));
-  EXPECT_EQ(key.name(), u"a]b");
-}
-
-TEST(ChannelKeyTest, TextOfAnyOtherShapeIsNoKey) {
-  CChannelKey key(u"x", 1);
-  EXPECT_FALSE(CChannelKey::Parse(u"Speed", &key));
-  EXPECT_FALSE(key.valid()) << "a failed parse leaves no key behind";
-  EXPECT_FALSE(CChannelKey::Parse(u"[7Speed", &key));
-  EXPECT_FALSE(CChannelKey::Parse(u"", &key));
-  EXPECT_FALSE(CChannelKey::Parse(u" [7]Speed", &key));
+TEST(ChannelKeyTest, ParseOfEachFixtureCase) {
+  for (const auto table = Fixture("outing/channel_keys.json"); const auto& c : table["cases"]) {
+    CChannelKey key(u"x", 1);
+    ASSERT_EQ(CChannelKey::Parse(Utf8ToWide(c[0].get<std::string>()), &key), c[1].get<bool>()) << c;
+    EXPECT_EQ(key.valid(), c[1].get<bool>()) << "a failed parse leaves no key behind: " << c;
+    if (c[1].get<bool>()) {
+      EXPECT_EQ(key.id(), c[2].get<uint32_t>()) << c;
+      EXPECT_EQ(WideToUtf8(key.name()), c[3].get<std::string>()) << c;
+    }
+  }
   EXPECT_FALSE(CChannelKey::Parse(u"[7]x", nullptr));
   EXPECT_FALSE(CChannelKey().valid());
 }

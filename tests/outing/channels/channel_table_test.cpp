@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "outing/data_listener.h"
+#include "support/data_listener.h"
 #include "outing/memory_channel_source.h"
 
 namespace velmar::testing {

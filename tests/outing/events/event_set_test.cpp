@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "outing/events/events_factory.h"
+#include "outing/data_block_test_util.h"
+#include "support/data_listener.h"
 #include "velmar/data_factory.h"
 
 namespace velmar {
@@ -22,28 +24,7 @@ EventRecordPtr Record(const std::u16string& name, KivTime time, uint32_t categor
   return record;
 }
 
-// Logs the data notifications of an item.
-class ItemLog final : public CDataNotifications2Receiver {
- public:
-  void OnDataChanged(IKivData*, KivTime from, KivTime to) override {
-    seen.push_back(from == kTimeMin && to == kTimeMax ? "changed:whole" : "changed");
-  }
-  void OnDataRemoved(IKivData*) override { seen.push_back("removed"); }
-  std::vector<std::string> seen;
-};
-
-class SelectionRange final : public KivObject<IKivSelectionRange> {
- public:
-  SelectionRange(KivTime start, KivTime end) : start_(start), end_(end) {}
-  KivResult GetSelectionRange(KivTime* start, KivTime* end) override {
-    *start = start_;
-    *end = end_;
-    return S_OK;
-  }
-
- private:
-  KivTime start_, end_;
-};
+const std::string kChangedWhole = "changed:" + std::to_string(kTimeMin) + ":" + std::to_string(kTimeMax);
 
 ComPtr<CEventSet> MakeSet(std::vector<KivTime> times, KivTime offset = 0, ComPtr<IKivSelectionRange> range = {}) {
   std::vector<EventRecordPtr> records;
@@ -163,7 +144,7 @@ TEST(EventSet, FindEventThroughTheIterator) {
 }
 
 TEST(EventSet, RangeOneIsLimitedToTheSelection) {
-  auto set = MakeSet({0, 10, 20, 30}, 0, ComPtr<IKivSelectionRange>(MakeKiv<SelectionRange>(5, 25).Get()));
+  auto set = MakeSet({0, 10, 20, 30}, 0, testing::Selection(5, 25));
   auto iterator = IteratorOf(set.Get());
   int32_t index = 0;
   ASSERT_EQ(iterator->FindEvent(0, kFindEventNearest, 1, &index), S_OK);
@@ -177,15 +158,14 @@ TEST(EventSet, ATimeOffsetMovesTheEventsNotTheRecordsAndIsReportedOnceIterated) 
   std::vector<EventRecordPtr> records{Record(u"Pit", 100)};
   auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, 0), nullptr, 0);
   set->Bind();
-  ItemLog log;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&log);
-  ASSERT_TRUE(sink->Connect(set->AsData()));
+  std::vector<std::string> log;
+  testing::CDataListener listener(&log);
+  ASSERT_TRUE(listener.Connect(set->AsData(), /*internal=*/false));
   ASSERT_EQ(set->SetTimeOffset(5), S_OK);
-  EXPECT_THAT(log.seen, IsEmpty()) << "without an iterator nothing is told";
+  EXPECT_THAT(log, IsEmpty()) << "without an iterator nothing is told";
   auto iterator = IteratorOf(set.Get());
   ASSERT_EQ(set->SetTimeOffset(50), S_OK);
-  EXPECT_THAT(log.seen, ElementsAre("changed:whole"));
+  EXPECT_THAT(log, ElementsAre(kChangedWhole));
   ComPtr<IKivEvents> events;
   ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
   ComPtr<IKivEvent> event;
@@ -197,25 +177,22 @@ TEST(EventSet, ATimeOffsetMovesTheEventsNotTheRecordsAndIsReportedOnceIterated) 
   int32_t index = 0;
   ASSERT_EQ(iterator->FindEvent(150, kFindEventNearest, 0, &index), S_OK);
   EXPECT_EQ(index, 1);
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(set->AsData());
+  listener.Disconnect();
 }
 
 TEST(EventSet, AnEventOutlivesItsDetachedSet) {
   auto set = MakeSet({7});
-  ItemLog log;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&log);
-  ASSERT_TRUE(sink->Connect(set->AsData()));
+  std::vector<std::string> log;
+  testing::CDataListener listener(&log);
+  ASSERT_TRUE(listener.Connect(set->AsData(), /*internal=*/false));
   ComPtr<IKivEvents> events;
   ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
   ComPtr<IKivEvent> event;
   ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
   events = nullptr;
   set->Detach();
-  EXPECT_THAT(log.seen, ElementsAre("removed"));
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(set->AsData());
+  EXPECT_THAT(log, ElementsAre("removed"));
+  listener.Disconnect();
   set = nullptr;
   KivTime t = 0;
   ASSERT_EQ(event->GetTime(&t), S_OK);
@@ -233,15 +210,14 @@ TEST(EventsFactory, ALoadReplacesEverySetAndReportsRemovedThenAdded) {
   EXPECT_THAT(changes.added, ElementsAre(u"End of lap", u"Pit"));
   ComPtr<IKivEventSet> pit;
   ASSERT_EQ(factory->GetItem(u"Pit", pit.Put()), S_OK);
-  ItemLog log;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&log);
-  ASSERT_TRUE(sink->Connect(pit.Get()));
+  std::vector<std::string> log;
+  testing::CDataListener listener(&log);
+  ASSERT_TRUE(listener.Connect(pit.Get(), /*internal=*/false));
 
   changes = factory->LoadEventSets({{u"Flag", {Record(u"Flag", 3)}}}, nullptr, 10);
   EXPECT_THAT(changes.removed, ElementsAre(u"End of lap", u"Pit"));
   EXPECT_THAT(changes.added, ElementsAre(u"Flag"));
-  EXPECT_THAT(log.seen, ElementsAre("removed")) << "a set that goes tells its clients";
+  EXPECT_THAT(log, ElementsAre("removed")) << "a set that goes tells its clients";
   ComPtr<IKivEventSet> gone;
   EXPECT_EQ(factory->GetItem(u"Pit", gone.Put()), E_INVALIDARG);
   EXPECT_EQ(factory->GetItem(u"Pit", nullptr), E_POINTER);
@@ -253,8 +229,6 @@ TEST(EventsFactory, ALoadReplacesEverySetAndReportsRemovedThenAdded) {
   ASSERT_EQ(factory->SetTimeOffset(20), S_OK);
   EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 20);
   EXPECT_THAT(factory->DiscardEventSets(), ElementsAre(u"Flag"));
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(pit.Get());
 }
 
 }  // namespace

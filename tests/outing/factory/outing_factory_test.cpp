@@ -13,7 +13,7 @@
 
 #include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "outing/cache/outing_source.h"
 #include "platform/async/dispatcher.h"
 #include "platform/registry/registry_file.h"

@@ -13,17 +13,6 @@ TEST(OutingTypeTableTest, EachRowIsItsOwnOutingType) {
   }
 }
 
-TEST(OutingTypeTableTest, RowsCarryTheirExtensionsLabelsAndRealTimeFlag) {
-  const OutingTypeRow& spreadsheet = OutingTypeRowOf(OutingType::kSpreadsheet);
-  ASSERT_EQ(spreadsheet.extensions.size(), 2u);
-  EXPECT_EQ(spreadsheet.extensions[1], u"xlsx");
-  EXPECT_EQ(spreadsheet.main_extension(), u"xls");
-  const OutingTypeRow& live = OutingTypeRowOf(OutingType::kRealTime);
-  EXPECT_TRUE(live.realTime);
-  EXPECT_TRUE(live.main_extension().empty());
-  EXPECT_FALSE(OutingTypeRowOf(OutingType::kTarn).realTime);
-}
-
 TEST(OutingTypeTableTest, AnUnknownOrNullGuidFindsRowZero) {
   EXPECT_FALSE(FindOutingTypeRow(GUID_NULL).known());
   EXPECT_FALSE(FindOutingTypeRow(Guid::Literal("{8B1F3E5A-0C2D-4E6F-9A7B-1C3D5E7F9A0B}")).known());

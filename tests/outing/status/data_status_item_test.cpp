@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "outing/blocks/data_blocks.h"
-#include "outing/data_listener.h"
+#include "support/data_listener.h"
 
 namespace velmar::testing {
 namespace {

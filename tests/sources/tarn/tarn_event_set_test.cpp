@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/data_listener.h"
+#include "support/data_listener.h"
 #include "outing/cache/outing_source.h"
 #include "sources/tarn/tarn_outing.h"
 #include "tarn_test_helper.h"

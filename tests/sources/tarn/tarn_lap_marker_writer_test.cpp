@@ -11,7 +11,7 @@
 #include "platform/store/store_factory.h"
 #include "tasks/tasks.h"
 #include "outing/channels/distance_channel.h"
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "outing/cache/outing_on_cache.h"
 #include "sources/tarn/tarn_lap_marker_steps.h"
 #include "sources/tarn/tarn_outing.h"

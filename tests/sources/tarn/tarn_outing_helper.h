@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "sources/tarn/tarn_outing.h"
 #include "tarn_test_helper.h"
 

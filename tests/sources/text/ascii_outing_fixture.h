@@ -12,7 +12,7 @@
 
 #include "faulty_text_file_ops.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "outing/outing_listener.h"
+#include "support/outing_listener.h"
 #include "platform/async/dispatcher.h"
 #include "platform/async/job_engine.h"
 #include "sources/text/ascii_outing.h"

@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <random>
+#include <string>
 
+#include "support/fixtures.h"
 #include "text_test_util.h"
+#include "velmar/text.h"
 
 namespace velmar {
 namespace {
@@ -25,116 +29,44 @@ std::vector<TextColumn> ReadBlocks(const std::string& body, Problems* problems =
   return columns;
 }
 
-TEST(ChannelReader, ColumnsWithNamesUnitsAndSamples) {
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tSpeed[km/h]\tGear", "0.0\t100.5\t3", "0.01\t101\t4"}));
-  ASSERT_EQ(cols.size(), 2u);
-  EXPECT_EQ(cols[0].header, u"Speed[km/h]");
-  EXPECT_EQ(cols[0].name, u"Speed");
-  EXPECT_EQ(cols[0].unit, u"km/h");
-  EXPECT_EQ(Times(cols[0]), (V{0.0, 0.01}));
-  EXPECT_EQ(Values(cols[0]), (V{100.5, 101}));
-  EXPECT_EQ(cols[1].name, u"Gear");
-  EXPECT_EQ(cols[1].unit, u"");
-  EXPECT_EQ(Values(cols[1]), (V{3, 4}));
+bool HasNamed(const Problems& problems, const std::string& name, uint64_t line) {
+  for (const auto& p : problems.items) {
+    if (TextCodeName(p.code) == name && p.line == line) return true;
+  }
+  return false;
 }
 
-TEST(ChannelReader, EveryBlockCountsInFileOrder) {
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA", "0\t1", "", "{EventBlock}", "h", "", "{ChannelBlock}",
-                                "Time\tB\tA", "5\t2\t3"}));
-  ASSERT_EQ(cols.size(), 3u);
-  EXPECT_EQ(cols[0].name, u"A");
-  EXPECT_EQ(cols[0].block, 0u);
-  EXPECT_EQ(cols[1].name, u"B");
-  EXPECT_EQ(cols[2].name, u"A");  // the same name again: the load decides, the reader keeps both
-  EXPECT_EQ(cols[2].block, 1u);
-  EXPECT_EQ(Times(cols[2]), (V{5}));
-}
+// Each case: the block's lines, the columns read and the problems reported.
+class ChannelBlockCase : public ::testing::TestWithParam<std::filesystem::path> {};
 
-TEST(ChannelReader, AnEmptyCellCostsOnlyItsColumn) {
+TEST_P(ChannelBlockCase, ReadsItsColumnsAndReportsItsProblems) {
+  const auto c = testing::ReadFixture(GetParam());
+  std::string body;
+  for (const auto& line : c["lines"]) body += line.get<std::string>() + "\r\n";
   Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB\tC", "1\t10\t20\t30", "2\t11\t\t31", "3\t12\t22\t"}),
-                         &problems);
-  ASSERT_EQ(cols.size(), 3u);
-  EXPECT_EQ(Times(cols[0]), (V{1, 2, 3}));
-  EXPECT_EQ(Times(cols[1]), (V{1, 3}));
-  EXPECT_EQ(Values(cols[1]), (V{20, 22}));
-  EXPECT_EQ(Times(cols[2]), (V{1, 2}));
-  EXPECT_EQ(Values(cols[2]), (V{30, 31}));
-  EXPECT_TRUE(problems.items.empty());  // empty cells are allowed
+  auto cols = ReadBlocks(body, &problems);
+  ASSERT_EQ(cols.size(), c["columns"].size());
+  for (size_t i = 0; i < cols.size(); ++i) {
+    const auto& want = c["columns"][i];
+    EXPECT_EQ(WideToUtf8(cols[i].name), want["name"].get<std::string>()) << i;
+    // Header, unit and block are checked where the case gives them.
+    EXPECT_EQ(WideToUtf8(cols[i].header), want.value("header", WideToUtf8(cols[i].header))) << i;
+    EXPECT_EQ(WideToUtf8(cols[i].unit), want.value("unit", WideToUtf8(cols[i].unit))) << i;
+    EXPECT_EQ(cols[i].block, want.value("block", cols[i].block)) << i;
+    EXPECT_EQ(Times(cols[i]), want["times"].get<V>()) << i;
+    EXPECT_EQ(Values(cols[i]), want["values"].get<V>()) << i;
+  }
+  for (const auto& p : c.value("problems", nlohmann::json::array())) {
+    EXPECT_TRUE(HasNamed(problems, p[0], p[1])) << p;
+  }
+  for (const auto& p : c.value("absent", nlohmann::json::array())) {
+    EXPECT_FALSE(HasNamed(problems, p[0], p[1])) << p;
+  }
+  EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }
 
-TEST(ChannelReader, RowsWhoseTimeDoesNotRiseAreLost) {
-  Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA", "1\t1", "2\t2", "2\t3", "3\t4"}), &problems);
-  EXPECT_EQ(Times(cols[0]), (V{1, 2, 3}));
-  EXPECT_EQ(Values(cols[0]), (V{1, 2, 4}));
-  EXPECT_TRUE(problems.Has(TextCode::kTimeNotRising, 6));
-
-  cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA", "1\t1", "3\t2", "2\t3", "4\t4"}));
-  EXPECT_EQ(Times(cols[0]), (V{1, 3, 4}));
-  EXPECT_EQ(Values(cols[0]), (V{1, 2, 4}));
-}
-
-TEST(ChannelReader, HeaderWithoutTabOrColumnsLeavesTheBlockUnused) {
-  Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time A", "1\t2", "", "{ChannelBlock}", "Time\t", "1\t2", "",
-                                "{ChannelBlock}", "", "{ChannelBlock}", "Time\tOK", "1\t2"}),
-                         &problems);
-  ASSERT_EQ(cols.size(), 1u);
-  EXPECT_EQ(cols[0].name, u"OK");
-  EXPECT_TRUE(problems.Has(TextCode::kHeaderWithoutTab, 3));
-  EXPECT_TRUE(problems.Has(TextCode::kNoColumns, 7));
-  EXPECT_TRUE(problems.Has(TextCode::kNoColumns, 10));
-}
-
-TEST(ChannelReader, ABraceInAColumnNameEndsTheColumnList) {
-  Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB{x\tC", "1\t2\t3\t4", "", "{ChannelBlock}",
-                                "Time\t{B}", "1\t2"}),
-                         &problems);
-  ASSERT_EQ(cols.size(), 1u) << "the columns before the brace stand; none before it: the block is unused";
-  EXPECT_EQ(cols[0].name, u"A");
-  EXPECT_EQ(Values(cols[0]), (V{2}));
-  EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 3));
-  EXPECT_TRUE(problems.Has(TextCode::kNoColumns, 7));
-}
-
-TEST(ChannelReader, ShortAndLongRowsAreReportedWithTheirLine) {
-  Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB", "1\t10", "2\t11\t21\t99", "3\t12\t22\t"}), &problems);
-  EXPECT_EQ(Times(cols[0]), (V{1, 2, 3}));
-  EXPECT_EQ(Times(cols[1]), (V{2, 3}));
-  EXPECT_TRUE(problems.Has(TextCode::kShortRow, 4));
-  EXPECT_TRUE(problems.Has(TextCode::kLongRow, 5));
-  EXPECT_FALSE(problems.Has(TextCode::kLongRow, 6));  // a trailing TAB holds nothing
-}
-
-TEST(ChannelReader, CellsReadAsAtofDoesAndNonNumericOnesAsZero) {
-  Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA", "1\tabc", "2\t12abc", "3\t 7", "4\t0x10", "5\t ",
-                                "6\t{1}"}),
-                         &problems);
-  EXPECT_EQ(Times(cols[0]), (V{1, 2, 3, 4}));
-  EXPECT_EQ(Values(cols[0]), (V{0, 12, 7, 16}));
-  EXPECT_TRUE(problems.Has(TextCode::kNonNumeric, 4));
-  EXPECT_TRUE(problems.Has(TextCode::kTrailingCharacters, 5));
-  EXPECT_FALSE(problems.Has(TextCode::kTrailingCharacters, 6));
-  EXPECT_FALSE(problems.Has(TextCode::kNonNumeric, 8));  // a blank cell is an empty one
-  EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 9));
-}
-
-TEST(ChannelReader, ATimeWithNoNumberIsZeroAndOnlyAnUnreadableOneDropsItsBlock) {
-  Problems problems;
-  auto cols = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA", "1\t1", "x\t2", "3\t3", "", "{ChannelBlock}", "Time\tB",
-                                "1\t5", "2{x}\t6", "", "{ChannelBlock}", "Time\tC", "1\t7"}),
-                         &problems);
-  ASSERT_EQ(cols.size(), 2u);
-  EXPECT_EQ(cols[0].name, u"A");
-  EXPECT_EQ(Times(cols[0]), (V{1, 3})) << "\"x\" is time 0, not above 1: that row alone goes";
-  EXPECT_TRUE(problems.Has(TextCode::kNonNumeric, 5));
-  EXPECT_TRUE(problems.Has(TextCode::kBadTime, 11));
-  EXPECT_EQ(cols[1].name, u"C");
-}
+INSTANTIATE_TEST_SUITE_P(Cases, ChannelBlockCase, testing::FixtureCases("sources/channel_blocks"),
+                         testing::FixtureName);
 
 TEST(ChannelReader, BareLfAndCrLfReadAlike) {
   auto crlf = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB", "1\t2\t3", "2\t\t4"}));

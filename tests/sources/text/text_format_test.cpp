@@ -2,38 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fixtures.h"
 #include "velmar/text.h"
 
 namespace velmar {
 namespace {
 
-TEST(TextFormatEscape, LineBreaksAndLiteralMarksBothWays) {
-  struct Case {
-    std::string raw, escaped;
-  } cases[] = {
-      {"plain", "plain"},
-      {"two\r\nlines", "two$%$^lines"},
-      {"costs $%", "costs $$%"},
-      {"up $^ down", "up $$^ down"},
-      {"\r", "$%"},
-      {"$$%", "$$$%"},
-      {"$%\r", "$$%$%"},
-      {"$", "$"},
-      {"a$b", "a$b"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(EscapeValue(c.raw), c.escaped) << c.raw;
-    EXPECT_EQ(UnescapeValue(c.escaped), c.raw) << c.escaped;
+TEST(TextFormatEscape, EachFixtureCase) {
+  const auto table = testing::Fixture("sources/escaped_values.json");
+  for (const auto& c : table["both_ways"]) {
+    EXPECT_EQ(EscapeValue(c[0].get<std::string>()), c[1].get<std::string>()) << c;
+    EXPECT_EQ(UnescapeValue(c[1].get<std::string>()), c[0].get<std::string>()) << c;
   }
-}
-
-TEST(TextFormatEscape, ReadingUndoesLineBreaksBeforeDoubledMarks) {
-  // "$%" after a "$" is not a line break; the doubled mark then becomes single.
-  EXPECT_EQ(UnescapeValue("$$%"), "$%");
-  EXPECT_EQ(UnescapeValue("$$^"), "$^");
-  EXPECT_EQ(UnescapeValue("$%$%"), "\r\r");
-  EXPECT_EQ(UnescapeValue("$$%$%"), "$%\r");
-  EXPECT_EQ(UnescapeValue("$^x"), "\nx");
+  for (const auto& c : table["read_only"]) {
+    EXPECT_EQ(UnescapeValue(c[0].get<std::string>()), c[1].get<std::string>()) << c;
+  }
 }
 
 TEST(TextFormatFields, TokenEndersAndBracesAreReplaced) {

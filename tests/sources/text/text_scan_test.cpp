@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fixtures.h"
 #include "text_test_util.h"
 
 namespace velmar {
@@ -10,35 +11,14 @@ namespace {
 using testing::Lines;
 using testing::Problems;
 
-TextCode MagicCode(std::string_view bytes, bool* versioned = nullptr) {
-  bool v = false;
-  TextStatus st = CheckMagic(bytes, &v);
-  if (versioned) *versioned = v;
-  return st.code();
-}
-
-TEST(TextScanMagic, AcceptsBothMagics) {
-  bool versioned = true;
-  EXPECT_EQ(MagicCode("KivaraASCIIDataSet\r\n", &versioned), TextCode::kOk);
-  EXPECT_FALSE(versioned);
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet\r\nVersion\t2\r\n", &versioned), TextCode::kOk);
-  EXPECT_TRUE(versioned);
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet\nVersion\t2"), TextCode::kOk);  // bare LF, no final break
-}
-
-TEST(TextScanMagic, RefusesOtherVersionsAndOtherFiles) {
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet\r\nVersion\t3\r\n"), TextCode::kBadVersion);
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet\r\nVersion\t23\r\n"), TextCode::kBadVersion);
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet\r\n\r\n"), TextCode::kBadVersion);
-  EXPECT_EQ(MagicCode("kivaraasciidataset\r\n"), TextCode::kNoMagic);  // case exact
-  EXPECT_EQ(MagicCode("Time\tSpeed\r\n"), TextCode::kNoMagic);
-}
-
-TEST(TextScanMagic, TellsTruncation) {
-  EXPECT_EQ(MagicCode(""), TextCode::kTruncated);
-  EXPECT_EQ(MagicCode("KivaraASC"), TextCode::kTruncated);
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet"), TextCode::kTruncated);
-  EXPECT_EQ(MagicCode("KivaraVersionedASCIIDataSet\r\nVers"), TextCode::kTruncated);
+TEST(TextScanMagic, EachFixtureCase) {
+  for (const auto table = testing::Fixture("sources/magics.json"); const auto& c : table["cases"]) {
+    bool versioned = false;
+    EXPECT_EQ(TextCodeName(CheckMagic(c[0].get<std::string>(), &versioned).code()), c[1].get<std::string>()) << c;
+    if (!c[2].is_null()) {
+      EXPECT_EQ(versioned, c[2].get<bool>()) << c;
+    }
+  }
 }
 
 TEST(TextScan, FindsBlocksRowsAndLines) {

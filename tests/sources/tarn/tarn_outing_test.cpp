@@ -6,7 +6,7 @@
 
 #include "velmar/channel.h"
 #include "outing/cache/outing_source.h"
-#include "outing/data_listener.h"
+#include "support/data_listener.h"
 #include "sources/tarn/tarn_convert.h"
 #include "tarn_outing_helper.h"
 

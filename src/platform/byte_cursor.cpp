@@ -31,6 +31,13 @@ bool ByteReader::Text(std::u16string* text) {
   return true;
 }
 
+bool ByteReader::Raw(void* out, size_t size) {
+  if (!ok_ || size > left()) return Fail();
+  std::memcpy(out, bytes_.data() + at_, size);
+  at_ += size;
+  return true;
+}
+
 bool ByteReader::Bytes(size_t count, std::vector<uint8_t>* out) {
   if (!ok_ || count > left()) return Fail();
   out->assign(bytes_.begin() + static_cast<std::ptrdiff_t>(at_), bytes_.begin() + static_cast<std::ptrdiff_t>(at_ + count));

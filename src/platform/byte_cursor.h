@@ -31,6 +31,8 @@ class ByteReader {
   bool F64(double* value) { return Fixed(value); }
   // A text as UTF-16; fails on a length beyond the limit or the bytes left.
   bool Text(std::u16string* text);
+  // `size` bytes copied to `out`.
+  bool Raw(void* out, size_t size);
   // `count` raw bytes.
   bool Bytes(size_t count, std::vector<uint8_t>* out);
   // A count of records of at least `recordSize` bytes each: fails when the

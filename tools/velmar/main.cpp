@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   AddMarkersCommand(app, context);
   AddRegionsCommand(app, context);
   AddAlignCommand(app, context);
+  AddRtServeCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

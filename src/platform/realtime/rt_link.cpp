@@ -13,6 +13,9 @@ namespace {
 
 using asio::ip::tcp;
 
+// The in-process hello is answered before Call returns; the wait never runs.
+constexpr int kWaitHello = 1000;
+
 // What every link shares: numbered calls waiting for their replies, and the
 // push handler.
 class CallTable {
@@ -229,7 +232,10 @@ KivResult ConnectTcpLink(const std::string& host, uint16_t port, std::chrono::mi
 }
 
 std::unique_ptr<RtLink> ConnectInProcessLink(std::shared_ptr<RtServer> server) {
-  return std::make_unique<InProcessLink>(std::move(server));
+  auto link = std::make_unique<InProcessLink>(std::move(server));
+  std::vector<uint8_t> reply;
+  (void)link->Call(RtType::kHello, Encode(HelloMsg{}), &reply, std::chrono::milliseconds(kWaitHello));
+  return link;
 }
 
 }  // namespace velmar::rt

@@ -39,8 +39,8 @@ class RtLink {
 // (the server refused, no one listens, another protocol version).
 [[nodiscard]] KivResult ConnectTcpLink(const std::string& host, uint16_t port, std::chrono::milliseconds wait,
                                        std::unique_ptr<RtLink>* link);
-// A link to a server in this process: requests and pushes still go through
-// the frame and message codec.
+// A link to a server in this process, the hello exchanged: requests and
+// pushes still go through the frame and message codec.
 std::unique_ptr<RtLink> ConnectInProcessLink(std::shared_ptr<RtServer> server);
 
 }  // namespace velmar::rt

@@ -15,13 +15,10 @@ std::pair<uint32_t, uint32_t> SampleWindow(const WireBlock& block, KivTime from,
   if (count == 0 || block.times.empty()) return {0, 0};
   if (block.periodic) {
     const KivTime period = std::max<KivTime>(block.times.front(), 1);
-    auto index = [&](KivTime t, bool up) -> int64_t {
-      const KivTime d = t - block.firstTime;
-      if (d <= 0) return 0;
-      return up ? (d + period - 1) / period : d / period + 1;
-    };
-    const int64_t first = std::min<int64_t>(index(from, true), count);
-    const int64_t end = to < block.firstTime ? 0 : std::min<int64_t>(index(to, false), count);
+    const KivTime last = block.LastTime();
+    // Compared before subtracting: the window's ends may be the extremes.
+    const int64_t first = from <= block.firstTime ? 0 : from > last ? count : (from - block.firstTime + period - 1) / period;
+    const int64_t end = to < block.firstTime ? 0 : to >= last ? count : (to - block.firstTime) / period + 1;
     return {static_cast<uint32_t>(first), static_cast<uint32_t>(std::max(first, end))};
   }
   const auto begin = block.times.begin();

@@ -32,5 +32,6 @@ void AddMarkersCommand(CLI::App& app, const CommandContext& context);
 void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 void AddAlignCommand(CLI::App& app, const CommandContext& context);
 void AddRtServeCommand(CLI::App& app, const CommandContext& context);
+void AddFollowCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

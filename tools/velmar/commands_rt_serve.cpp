@@ -1,6 +1,5 @@
 // velmar rt-serve FILE: replays a recorded outing as live telemetry on a
-// real-time server of our own, until SIGINT or SIGTERM (or the end of the
-// outing, without --loop). A data set that is not a native store file is
+// real-time server of our own, until SIGINT or SIGTERM. A data set that is not a native store file is
 // first written to a temporary one, as `velmar convert` writes it.
 #include <unistd.h>
 
@@ -78,10 +77,16 @@ void Run(const RtServeOptions& options, const CommandContext& context) {
   std::signal(SIGINT, AskStop);
   std::signal(SIGTERM, AskStop);
   std::cout << WideToUtf8(server->address()) << std::endl;
-  while (!stopAsked && !server->finished()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  bool endTold = false;
+  while (!stopAsked) {  // after the end the server goes on serving what it holds
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    if (server->finished() && !endTold) {
+      std::cerr << "rt-serve: end of outing, " << server->samples_sent() << " samples sent; serving until stopped\n";
+      endTold = true;
+    }
+  }
   server->Stop();
-  std::cerr << "rt-serve: " << server->samples_sent() << " samples sent" << (server->finished() ? ", end of outing" : "")
-            << "\n";
+  std::cerr << "rt-serve: stopped, " << server->samples_sent() << " samples sent\n";
 }
 
 }  // namespace

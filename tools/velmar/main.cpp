@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   AddRegionsCommand(app, context);
   AddAlignCommand(app, context);
   AddRtServeCommand(app, context);
+  AddFollowCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

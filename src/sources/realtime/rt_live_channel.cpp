@@ -56,7 +56,7 @@ KivResult RtLiveChannel::Read(const Reader& reader) {
     const KivResult r = reader(description_.id, from, to, &wire);
     if (Failed(r)) {  // what was not read stays stale for the next read
       dirty_.insert(dirty_.end(), ranges.begin() + static_cast<std::ptrdiff_t>(i), ranges.end());
-      return r;
+      return blocks_.blocks().empty() ? r : S_OK;  // what is held stays readable
     }
     std::vector<RtHeldBlock> held;
     for (const auto& block : wire) {

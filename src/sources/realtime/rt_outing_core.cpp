@@ -197,6 +197,30 @@ KivResult CRTOutingCore::OutingRange(KivTime* start, KivTime* end) const {
   return S_OK;
 }
 
+ComPtr<CStatusChannelDefinitions> CRTOutingCore::StatusChannelDefinitions() {
+  if (definitions_) return definitions_;
+  std::vector<WireBlob> blobs, blob;
+  std::vector<WireChannel> channels;
+  std::vector<uint8_t> bytes;
+  if (Succeeded(Call(RtType::kGetBlobList, {}, &blobs)) && Succeeded(Call(RtType::kGetChannelList, {}, &channels))) {
+    const auto found = std::find_if(blobs.begin(), blobs.end(),
+                                    [](const WireBlob& b) { return b.type == kStatusDefinitionsBlobType; });
+    if (found != blobs.end() && Succeeded(Call(RtType::kGetBlobData, Encode(IdMsg{found->id}), &blob)) &&
+        !blob.empty()) {
+      bytes = std::move(blob.front().data);
+    }
+  }
+  // A live server has no units table: the largest quantity id is its channels' own.
+  std::vector<StatusChannelRecord> records;
+  int32_t largest = 0;
+  for (const auto& c : channels) {
+    records.push_back({c.displayName, c.tagName, c.quantityId});
+    largest = std::max(largest, c.quantityId);
+  }
+  definitions_ = StatusChannelDefinitionsFromBlob(bytes, BuildStatusChannelMap(records, largest));
+  return definitions_;
+}
+
 KivResult CRTOutingCore::GetHistoryMode(KivBool* keepAll) {
   if (!keepAll) return E_POINTER;
   if (!outingCreated_) return E_FAIL;
@@ -259,6 +283,7 @@ void CRTOutingCore::OnReset() {
 
 void CRTOutingCore::CloseData() {
   ReadChannelList();
+  definitions_ = nullptr;
   std::vector<WireNamed> names;
   eventNames_.clear();
   if (Succeeded(Call(RtType::kGetEventNames, {}, &names))) {

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "config/status_channel_definitions.h"
 #include "platform/realtime/rt_link.h"
 #include "sources/realtime/rt_address.h"
 #include "sources/realtime/rt_connection_state.h"
@@ -83,6 +84,9 @@ class CRTOutingCore {
   // 0x80004005 while the range is empty.
   KivResult OutingRange(KivTime* start, KivTime* end) const;
   const std::map<std::u16string, std::u16string>& information() const { return pairs_; }
+  // Built on the first call from the server's definitions blob and channel
+  // list, then kept (until a reset); an empty tree when anything fails.
+  ComPtr<CStatusChannelDefinitions> StatusChannelDefinitions();
 
   // --- History mode, the read-only transaction ---------------------------
   KivResult GetHistoryMode(KivBool* keepAll);
@@ -139,6 +143,7 @@ class CRTOutingCore {
   std::map<std::u16string, RtLiveChannel> channels_;  // by display name
   std::map<uint64_t, std::u16string> channelNames_;   // by id
   std::map<uint64_t, std::u16string> eventNames_;
+  ComPtr<CStatusChannelDefinitions> definitions_;
 };
 
 }  // namespace velmar

@@ -146,6 +146,29 @@ TEST_F(RtOutingCoreTest, NothingCanBeWrittenAndLapMarkersAreToldOnce) {
   EXPECT_EQ(core_->GetCaption(), u"<002:005:001>");
 }
 
+TEST_F(RtOutingCoreTest, StatusDefinitionsComeFromTheServersBlob) {
+  WireChannel speed;
+  speed.id = 7;
+  speed.displayName = u"Speed";
+  speed.tagName = u"SPD";
+  speed.quantityId = 3;
+  server_->data().SetChannels({speed});
+  const auto blob = WriteStatusDefinitionsBlob({{u"Speed", 9, {}}, {u"Other", 1, {}}});
+  server_->data().SetBlobs({WireBlob{1, Guid{}, u"x", {1}}, WireBlob{2, kStatusDefinitionsBlobType, u"defs", blob}});
+  Make(u"rt://127.0.0.1:1/Pit");
+  core_->ChannelNames();
+  const auto tree = core_->StatusChannelDefinitions();
+  int32_t count = 0;
+  ASSERT_EQ(tree->GetCount(&count), S_OK);
+  ASSERT_EQ(count, 1);
+  ComPtr<IKivStatusChannelDefinition> definition;
+  std::u16string key;
+  ASSERT_EQ(tree->GetItem(1, definition.Put()), S_OK);
+  ASSERT_EQ(definition->GetChannelKeyText(&key), S_OK);
+  EXPECT_EQ(key, u"[3]SPD");
+  EXPECT_EQ(core_->StatusChannelDefinitions().Get(), tree.Get()) << "kept";
+}
+
 TEST_F(RtOutingCoreTest, FollowsAServerOnLoopbackAndShowsItsLoss) {
   RtTcpServer tcp(server_);
   std::string error;

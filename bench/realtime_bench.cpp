@@ -39,17 +39,26 @@ class SendTimes {
   void Told(KivTime to) {
     std::lock_guard lock(mutex_);
     const auto found = sent_.find(to);
-    if (found != sent_.end()) delays_.push_back(std::chrono::duration<double, std::milli>(Clock::now() - found->second).count());
+    if (found == sent_.end()) return;
+    const double delay = std::chrono::duration<double, std::milli>(Clock::now() - found->second).count();
+    (found->second < steadyFrom_ ? warmup_ : delays_).push_back(delay);
   }
-  std::vector<double> delays() {
+  // Sends before `from` count as the warm-up (the first reads of every channel).
+  void SteadyFrom(Clock::time_point from) {
     std::lock_guard lock(mutex_);
-    return delays_;
+    steadyFrom_ = from;
+  }
+  std::vector<double> delays(bool warmup = false) {
+    std::lock_guard lock(mutex_);
+    return warmup ? warmup_ : delays_;
   }
 
  private:
   std::mutex mutex_;
   std::map<KivTime, Clock::time_point> sent_;
   std::vector<double> delays_;
+  std::vector<double> warmup_;
+  Clock::time_point steadyFrom_;
 };
 
 class Reader final : public IRtOutingEvents {
@@ -133,6 +142,7 @@ void BM_LiveReplayIntoOneClient(benchmark::State& state) {
     std::thread feed([&] { Feed(*server, times, stop); });
     const KivClientThread client = KivClientThread::Current();
     const auto begin = Clock::now();
+    times.SteadyFrom(begin + std::chrono::seconds(1));
     KivTime firstRead = kTimeMax;
     KivTime lastRead = kTimeMin;
     while (Clock::now() - begin < std::chrono::seconds(static_cast<int>(state.range(0)))) {
@@ -158,8 +168,11 @@ void BM_LiveReplayIntoOneClient(benchmark::State& state) {
     const double samples = lastRead > firstRead ? double(lastRead) / kPeriod * kChannels : 0;
     state.counters["samples_per_s"] = samples / seconds;
     state.counters["delay_median_ms"] = at(0.5);
+    state.counters["delay_p90_ms"] = at(0.9);
     state.counters["delay_p99_ms"] = at(0.99);
     state.counters["notifications"] = static_cast<double>(delays.size());
+    auto warmup = times.delays(true);
+    state.counters["warmup_max_ms"] = warmup.empty() ? 0.0 : *std::max_element(warmup.begin(), warmup.end());
     state.counters["peak_rss_mb"] = PeakRssMb();
   }
 }

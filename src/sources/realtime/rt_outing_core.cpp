@@ -261,7 +261,8 @@ void CRTOutingCore::OnMessage(const Frame& frame) {
     case RtType::kEventData: return Succeeded(Decode(p, &ranges)) ? OnEventData(ranges) : void();
     case RtType::kLapMarker: return Succeeded(Decode(p, &marker)) ? OnLapMarker(marker) : void();
     case RtType::kChannelsDiscarded: return Succeeded(Decode(p, &times)) ? OnChannelsDiscarded(times.first) : void();
-    default: return;  // events discarded: the event sets read what the server holds
+    case RtType::kEventsDiscarded: return Succeeded(Decode(p, &times)) ? OnEventsDiscarded(times.first) : void();
+    default: return;
   }
 }
 
@@ -284,11 +285,10 @@ void CRTOutingCore::OnReset() {
 void CRTOutingCore::CloseData() {
   ReadChannelList();
   definitions_ = nullptr;
-  std::vector<WireNamed> names;
   eventNames_.clear();
-  if (Succeeded(Call(RtType::kGetEventNames, {}, &names))) {
-    for (const auto& n : names) eventNames_[n.id] = n.name;
-  }
+  eventSets_.clear();
+  ReadEventNames();
+  lowestEventTime_ = kTimeMin;
   laps_.reset();
   events_->OnLapMarkersReset();
   events_->OnInformationChanged();
@@ -375,17 +375,42 @@ void CRTOutingCore::OnChannelData(const DataRangesMsg& ranges) {
   }
 }
 
+void CRTOutingCore::ReadEventNames() {
+  std::vector<WireNamed> names;
+  if (Failed(Call(RtType::kGetEventNames, {}, &names))) return;
+  for (const auto& n : names) eventNames_[n.id] = n.name;
+}
+
 void CRTOutingCore::OnEventData(const DataRangesMsg& ranges) {
   for (const auto& item : ranges.items) {
-    if (!eventNames_.count(item.id)) {
-      std::vector<WireNamed> names;
-      if (Succeeded(Call(RtType::kGetEventNames, {}, &names))) {
-        for (const auto& n : names) eventNames_[n.id] = n.name;
-      }
-    }
+    if (!eventNames_.count(item.id)) ReadEventNames();
     const auto name = eventNames_.find(item.id);
-    if (name != eventNames_.end()) events_->OnEventDataChanged(name->second, item.from, item.to);
+    if (name == eventNames_.end()) continue;
+    if (const auto told = eventSets_[name->second].OnData(item.from, item.to)) {
+      events_->OnEventDataChanged(name->second, told->first, told->second);
+    }
   }
+}
+
+KivResult CRTOutingCore::ReadEvents(const std::u16string& name, const std::vector<WireEvent>** events) {
+  if (Failed(Connect()) && !outingCreated_) return E_FAIL;
+  if (eventNames_.empty()) ReadEventNames();
+  const auto id = std::find_if(eventNames_.begin(), eventNames_.end(), [&](const auto& n) { return n.second == name; });
+  if (id == eventNames_.end()) return E_FAIL;
+  RtLiveEventSet& set = eventSets_[name];
+  const KivResult r = set.Read([this, id = id->first](KivTime from, KivTime to, std::vector<WireEvent>* out) {
+    return Call(RtType::kGetEventData, Encode(RangeRequestMsg{{id}, from, to}), out);
+  });
+  if (events) *events = &set.events();
+  return r;
+}
+
+void CRTOutingCore::OnEventsDiscarded(KivTime time) {
+  if (time <= lowestEventTime_) return;
+  for (auto& [name, set] : eventSets_) {
+    if (set.Discard(time)) events_->OnEventDataChanged(name, kTimeMin, time);
+  }
+  lowestEventTime_ = time;
 }
 
 void CRTOutingCore::OnLapMarker(const LapMarkerMsg& marker) {

@@ -23,6 +23,7 @@
 #include "sources/realtime/rt_address.h"
 #include "sources/realtime/rt_connection_state.h"
 #include "sources/realtime/rt_live_channel.h"
+#include "sources/realtime/rt_live_event_set.h"
 #include "velmar/client_thread.h"
 #include "velmar/real_time_settings.h"
 
@@ -79,6 +80,9 @@ class CRTOutingCore {
   // The blocks of a channel: S_OK, KIV_E_PENDING with none yet, E_FAIL for
   // a name not known.
   KivResult ReadChannel(const std::u16string& name, const RtBlockList** blocks);
+  // The events of a set: S_OK, KIV_E_PENDING with none yet (all are then
+  // asked for), E_FAIL for a name not known.
+  KivResult ReadEvents(const std::u16string& name, const std::vector<rt::WireEvent>** events);
   // The lap markers, read afresh after each marker message.
   KivResult LapMarkers(std::vector<rt::WireLapMarker>* markers);
   // 0x80004005 while the range is empty.
@@ -113,6 +117,8 @@ class CRTOutingCore {
   void OnEventData(const rt::DataRangesMsg& ranges);
   void OnLapMarker(const rt::LapMarkerMsg& marker);
   void OnChannelsDiscarded(KivTime time);
+  void OnEventsDiscarded(KivTime time);
+  void ReadEventNames();
   // Reads the channel list and reconciles the channels held.
   void ReadChannelList();
   void ReadDetails();
@@ -143,6 +149,8 @@ class CRTOutingCore {
   std::map<std::u16string, RtLiveChannel> channels_;  // by display name
   std::map<uint64_t, std::u16string> channelNames_;   // by id
   std::map<uint64_t, std::u16string> eventNames_;
+  std::map<std::u16string, RtLiveEventSet> eventSets_;
+  KivTime lowestEventTime_ = kTimeMin;
   ComPtr<CStatusChannelDefinitions> definitions_;
 };
 

@@ -15,8 +15,8 @@ using asio::ip::tcp;
 // the server's one socket thread; Send comes from any thread.
 class TcpSession final : public RtSession, public std::enable_shared_from_this<TcpSession> {
  public:
-  TcpSession(tcp::socket socket, std::shared_ptr<RtServer> server)
-      : socket_(std::move(socket)), server_(std::move(server)) {}
+  TcpSession(tcp::socket socket, std::shared_ptr<RtServer> server, size_t maxQueued)
+      : socket_(std::move(socket)), server_(std::move(server)), maxQueued_(maxQueued) {}
 
   void Begin() {
     std::error_code ignored;
@@ -28,7 +28,7 @@ class TcpSession final : public RtSession, public std::enable_shared_from_this<T
   bool Send(std::vector<uint8_t> frame) override {
     std::lock_guard lock(mutex_);
     if (closed_) return false;
-    if (queued_ + frame.size() > kMaxQueuedBytes) {  // a client that stopped reading: drop it
+    if (queued_ + frame.size() > maxQueued_) {  // a client that stopped reading: drop it
       closed_ = true;
       asio::post(socket_.get_executor(), [self = shared_from_this()] { self->Shut(); });
       return false;
@@ -110,6 +110,7 @@ class TcpSession final : public RtSession, public std::enable_shared_from_this<T
 
   tcp::socket socket_;
   std::shared_ptr<RtServer> server_;
+  const size_t maxQueued_;
   std::array<uint8_t, 64 * 1024> buffer_{};
   FrameDecoder decoder_;
   std::mutex mutex_;
@@ -125,12 +126,13 @@ struct RtTcpServer::Impl {
   asio::io_context io;
   tcp::acceptor acceptor{io};
   std::shared_ptr<RtServer> server;
+  size_t maxQueued = kMaxQueuedBytes;
   std::vector<std::weak_ptr<TcpSession>> sessions;  // socket thread only
 
   void Accept() {
     acceptor.async_accept([this](std::error_code ec, tcp::socket socket) {
       if (ec) return;  // the acceptor was closed
-      auto session = std::make_shared<TcpSession>(std::move(socket), server);
+      auto session = std::make_shared<TcpSession>(std::move(socket), server, maxQueued);
       std::erase_if(sessions, [](const auto& s) { return s.expired(); });
       sessions.push_back(session);
       session->Begin();
@@ -147,7 +149,8 @@ struct RtTcpServer::Impl {
   }
 };
 
-RtTcpServer::RtTcpServer(std::shared_ptr<RtServer> server) : server_(std::move(server)) {}
+RtTcpServer::RtTcpServer(std::shared_ptr<RtServer> server, size_t maxQueuedBytes)
+    : server_(std::move(server)), maxQueuedBytes_(maxQueuedBytes) {}
 
 RtTcpServer::~RtTcpServer() { Stop(); }
 
@@ -155,6 +158,7 @@ KivResult RtTcpServer::Start(const std::string& address, uint16_t port, std::str
   if (impl_) return S_FALSE;
   auto impl = std::make_unique<Impl>();
   impl->server = server_;
+  impl->maxQueued = maxQueuedBytes_;
   std::error_code ec;
   const tcp::endpoint endpoint(asio::ip::make_address(address, ec), port);
   if (!ec) impl->acceptor.open(endpoint.protocol(), ec);

@@ -22,7 +22,8 @@ inline constexpr size_t kMaxQueuedBytes = 64u << 20;
 
 class RtTcpServer {
  public:
-  explicit RtTcpServer(std::shared_ptr<RtServer> server);
+  // `maxQueuedBytes`: what one connection may have unsent before it is dropped.
+  explicit RtTcpServer(std::shared_ptr<RtServer> server, size_t maxQueuedBytes = kMaxQueuedBytes);
   ~RtTcpServer();
   RtTcpServer(const RtTcpServer&) = delete;
   RtTcpServer& operator=(const RtTcpServer&) = delete;
@@ -37,6 +38,7 @@ class RtTcpServer {
  private:
   struct Impl;
   std::shared_ptr<RtServer> server_;
+  size_t maxQueuedBytes_;
   std::unique_ptr<Impl> impl_;
   std::thread thread_;
   uint16_t port_ = 0;

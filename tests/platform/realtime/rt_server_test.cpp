@@ -127,7 +127,7 @@ TEST(RtServerTest, AnInProcessLinkGoesThroughTheSameCodec) {
 
 TEST(RtServerTest, AClientThatStopsReadingIsDroppedAndBadBytesCloseTheSession) {
   auto server = ServerWithOneChannel();
-  RtTcpServer tcp(server);
+  RtTcpServer tcp(server, 4u << 20);
   std::string error;
   ASSERT_EQ(tcp.Start("127.0.0.1", 0, &error), S_OK) << error;
   asio::io_context io;
@@ -140,7 +140,7 @@ TEST(RtServerTest, AClientThatStopsReadingIsDroppedAndBadBytesCloseTheSession) {
   asio::write(quiet, asio::buffer(bytes));
   while (server->session_count() == 0 || !server->data().Channels().size()) std::this_thread::yield();
   InformationMsg big;
-  big.pairs.assign(2000, {std::u16string(200, u'x'), std::u16string(200, u'y')});
+  big.pairs.assign(500, {std::u16string(200, u'x'), std::u16string(200, u'y')});
   server->data().SetInformation(big.pairs);
   for (int i = 0; i < 400 && server->session_count() > 0; ++i) server->PushInformation();
   EXPECT_EQ(server->session_count(), 0u) << "the queue is bounded";

@@ -68,15 +68,7 @@ class Reader final : public IRtOutingEvents {
     if (to != kTimeMax) times_->Told(to);
     stale_.insert(channel);
   }
-  void OnInformationChanged() override {}
-  void OnChannelsRemoved(const std::vector<std::u16string>&) override {}
   void OnChannelsAdded(const std::vector<std::u16string>& names) override { stale_.insert(names.begin(), names.end()); }
-  void OnEventDataChanged(const std::u16string&, KivTime, KivTime) override {}
-  void OnLapMarkersReset() override {}
-  void OnLapMarkersChanged(KivTime, KivTime) override {}
-  void OnLapMarkersShifted(KivTime, KivTime) override {}
-  void OnDataClosed() override {}
-  void OnTransactionMessage(const std::u16string&) override {}
   std::set<std::u16string> stale_;
 
  private:

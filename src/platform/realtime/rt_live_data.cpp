@@ -64,30 +64,12 @@ void LiveData::Clear() {
   samples_ = 0;
 }
 
-void LiveData::SetDetails(WireDetails details) {
-  std::lock_guard lock(mutex_);
-  details_ = std::move(details);
-}
-void LiveData::SetChannels(std::vector<WireChannel> channels) {
-  std::lock_guard lock(mutex_);
-  channels_ = std::move(channels);
-}
-void LiveData::SetEventNames(std::vector<WireNamed> names) {
-  std::lock_guard lock(mutex_);
-  eventNames_ = std::move(names);
-}
-void LiveData::SetConstants(std::vector<WireConstant> constants) {
-  std::lock_guard lock(mutex_);
-  constants_ = std::move(constants);
-}
-void LiveData::SetBlobs(std::vector<WireBlob> blobs) {
-  std::lock_guard lock(mutex_);
-  blobs_ = std::move(blobs);
-}
-void LiveData::SetInformation(Pairs pairs) {
-  std::lock_guard lock(mutex_);
-  information_ = std::move(pairs);
-}
+void LiveData::SetDetails(WireDetails details) { Store(details_, std::move(details)); }
+void LiveData::SetChannels(std::vector<WireChannel> channels) { Store(channels_, std::move(channels)); }
+void LiveData::SetEventNames(std::vector<WireNamed> names) { Store(eventNames_, std::move(names)); }
+void LiveData::SetConstants(std::vector<WireConstant> constants) { Store(constants_, std::move(constants)); }
+void LiveData::SetBlobs(std::vector<WireBlob> blobs) { Store(blobs_, std::move(blobs)); }
+void LiveData::SetInformation(Pairs pairs) { Store(information_, std::move(pairs)); }
 void LiveData::SetMovementRange(KivTime first, KivTime last) {
   std::lock_guard lock(mutex_);
   movement_.emplace(first, last);
@@ -144,10 +126,7 @@ std::vector<WireDetails> LiveData::Details() const {
   std::lock_guard lock(mutex_);
   return {details_};
 }
-std::vector<WireChannel> LiveData::Channels() const {
-  std::lock_guard lock(mutex_);
-  return channels_;
-}
+std::vector<WireChannel> LiveData::Channels() const { return Copy(channels_); }
 
 KivResult LiveData::ChannelData(uint64_t id, KivTime from, KivTime to, std::vector<WireBlock>* blocks) const {
   std::lock_guard lock(mutex_);
@@ -165,10 +144,7 @@ KivResult LiveData::ChannelData(uint64_t id, KivTime from, KivTime to, std::vect
   return S_OK;
 }
 
-std::vector<WireNamed> LiveData::EventNames() const {
-  std::lock_guard lock(mutex_);
-  return eventNames_;
-}
+std::vector<WireNamed> LiveData::EventNames() const { return Copy(eventNames_); }
 
 std::vector<WireEvent> LiveData::Events(const std::vector<uint64_t>& nameIds, KivTime from, KivTime to) const {
   std::lock_guard lock(mutex_);
@@ -180,14 +156,8 @@ std::vector<WireEvent> LiveData::Events(const std::vector<uint64_t>& nameIds, Ki
   return out;
 }
 
-std::vector<WireLapMarker> LiveData::LapMarkers() const {
-  std::lock_guard lock(mutex_);
-  return laps_;
-}
-std::vector<WireConstant> LiveData::Constants() const {
-  std::lock_guard lock(mutex_);
-  return constants_;
-}
+std::vector<WireLapMarker> LiveData::LapMarkers() const { return Copy(laps_); }
+std::vector<WireConstant> LiveData::Constants() const { return Copy(constants_); }
 
 std::vector<WireBlob> LiveData::BlobList() const {
   std::lock_guard lock(mutex_);
@@ -208,10 +178,7 @@ KivResult LiveData::BlobData(uint64_t id, std::vector<WireBlob>* blob) const {
   return E_INVALIDARG;
 }
 
-LiveData::Pairs LiveData::Information() const {
-  std::lock_guard lock(mutex_);
-  return information_;
-}
+LiveData::Pairs LiveData::Information() const { return Copy(information_); }
 
 KivResult LiveData::MovementRange(KivTime* first, KivTime* last) const {
   std::lock_guard lock(mutex_);
@@ -227,13 +194,7 @@ KivResult LiveData::Range(KivTime* start, KivTime* end) const {
   return range_ ? S_OK : S_FALSE;
 }
 
-bool LiveData::history_mode() const {
-  std::lock_guard lock(mutex_);
-  return historyMode_;
-}
-void LiveData::set_history_mode(bool keepAll) {
-  std::lock_guard lock(mutex_);
-  historyMode_ = keepAll;
-}
+bool LiveData::history_mode() const { return Copy(historyMode_); }
+void LiveData::set_history_mode(bool keepAll) { Store(historyMode_, keepAll); }
 
 }  // namespace velmar::rt

@@ -65,6 +65,18 @@ class LiveData {
   void set_history_mode(bool keepAll);
 
  private:
+  // A field set or copied under the lock.
+  template <class T>
+  void Store(T& field, T value) {
+    std::lock_guard lock(mutex_);
+    field = std::move(value);
+  }
+  template <class T>
+  T Copy(const T& field) const {
+    std::lock_guard lock(mutex_);
+    return field;
+  }
+
   mutable std::mutex mutex_;
   WireDetails details_;
   std::vector<WireChannel> channels_;

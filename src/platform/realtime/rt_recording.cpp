@@ -3,21 +3,13 @@
 #include <algorithm>
 #include <span>
 
-#include "velmar/tarn_store.h"
+#include "platform/store/record_items.h"
 
 namespace velmar::rt {
 
 namespace {
 
 std::u16string Text(const char16_t* text) { return text ? std::u16string(text) : std::u16string(); }
-
-template <class Record>
-std::span<const Record> Items(const ComPtr<IKivTarnRecords<Record>>& records) {
-  uint32_t count = 0;
-  const Record* items = nullptr;
-  if (!records || Failed(records->GetRecords(&count, &items)) || !items) return {};
-  return {items, count};
-}
 
 template <class Interface>
 ComPtr<Interface> Face(IKivTarnStore* store) {

@@ -43,18 +43,7 @@ class LiveFollower final : public KivLiveFollower, private IRtOutingEvents {
   }
 
  private:
-  // The follower reads again when asked; it needs none of the notifications.
-  void OnInformationChanged() override {}
-  void OnChannelDataChanged(const std::u16string&, KivTime, KivTime) override {}
-  void OnChannelsRemoved(const std::vector<std::u16string>&) override {}
-  void OnChannelsAdded(const std::vector<std::u16string>&) override {}
-  void OnEventDataChanged(const std::u16string&, KivTime, KivTime) override {}
-  void OnLapMarkersReset() override {}
-  void OnLapMarkersChanged(KivTime, KivTime) override {}
-  void OnLapMarkersShifted(KivTime, KivTime) override {}
-  void OnDataClosed() override {}
-  void OnTransactionMessage(const std::u16string&) override {}
-
+  // The follower reads again when asked; it acts on none of the notifications.
   CRTOutingCore core_;
 };
 

@@ -29,22 +29,23 @@
 
 namespace velmar {
 
-// What the outing raises, in the order the rules run.
+// What the outing raises, in the order the rules run. A listener overrides
+// what it acts on; the rest does nothing.
 class IRtOutingEvents {
  public:
   // The state changed, or a status or information message came (captions
   // are to be read again).
-  virtual void OnInformationChanged() = 0;
-  virtual void OnChannelDataChanged(const std::u16string& channel, KivTime from, KivTime to) = 0;
-  virtual void OnChannelsRemoved(const std::vector<std::u16string>& names) = 0;
-  virtual void OnChannelsAdded(const std::vector<std::u16string>& names) = 0;
-  virtual void OnEventDataChanged(const std::u16string& eventSet, KivTime from, KivTime to) = 0;
-  virtual void OnLapMarkersReset() = 0;
-  virtual void OnLapMarkersChanged(KivTime start, KivTime end) = 0;
-  virtual void OnLapMarkersShifted(KivTime first, KivTime last) = 0;
+  virtual void OnInformationChanged() {}
+  virtual void OnChannelDataChanged(const std::u16string& /*channel*/, KivTime /*from*/, KivTime /*to*/) {}
+  virtual void OnChannelsRemoved(const std::vector<std::u16string>& /*names*/) {}
+  virtual void OnChannelsAdded(const std::vector<std::u16string>& /*names*/) {}
+  virtual void OnEventDataChanged(const std::u16string& /*eventSet*/, KivTime /*from*/, KivTime /*to*/) {}
+  virtual void OnLapMarkersReset() {}
+  virtual void OnLapMarkersChanged(KivTime /*start*/, KivTime /*end*/) {}
+  virtual void OnLapMarkersShifted(KivTime /*first*/, KivTime /*last*/) {}
   // Everything was read again (the third outing notification).
-  virtual void OnDataClosed() = 0;
-  virtual void OnTransactionMessage(const std::u16string& text) = 0;
+  virtual void OnDataClosed() {}
+  virtual void OnTransactionMessage(const std::u16string& /*text*/) {}
 
  protected:
   ~IRtOutingEvents() = default;

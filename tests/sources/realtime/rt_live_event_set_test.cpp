@@ -11,7 +11,8 @@ namespace {
 // ["data", from, to, told or null], ["read", event times the server holds,
 // "ok" or "pending"], ["discard", time, any went, events left].
 TEST(RtLiveEventSetTest, TellsEachNewRangeOnceAndReadsWhatIsPending) {
-  for (const auto& c : Fixture("realtime/event_ranges.json")["cases"]) {
+  const auto table = Fixture("realtime/event_ranges.json");
+  for (const auto& c : table["cases"]) {
     RtLiveEventSet set;
     for (const auto& op : c["ops"]) {
       const std::string kind = op[0];

@@ -143,6 +143,15 @@ TEST_F(RtOutingCoreTest, NothingCanBeWrittenAndLapMarkersAreToldOnce) {
   server_->PushLapMarker(1, 500);
   Deliver();
   EXPECT_EQ(told_.Count("laps reset"), 2u) << "one at the reset, one for the new marker";
+  server_->PushTimeRange(7, 7);
+  server_->PushTimeRange(0, 990);
+  server_->PushTimeRange(100, 500);
+  Deliver();
+  KivTime start = 0, end = 0;
+  ASSERT_EQ(core_->OutingRange(&start, &end), S_OK);
+  EXPECT_EQ(start, 0) << "a range that shrinks changes nothing";
+  EXPECT_EQ(end, 990);
+  EXPECT_EQ(told_.Count("laps changed"), 2u) << "the first range (one tick), then the wider one";
   EXPECT_EQ(core_->GetCaption(), u"<002:005:001>");
 }
 

@@ -109,17 +109,19 @@ class TcpLink final : public RtLink {
     return S_OK;
   }
 
-  KivResult Call(RtType type, std::vector<uint8_t> payload, std::vector<uint8_t>* reply,
-                 std::chrono::milliseconds wait) override {
-    if (calls_.lost()) return kRtConnectionLost;
+  uint32_t Begin(RtType type, std::vector<uint8_t> payload) override {
+    if (calls_.lost()) return 0;
     const uint32_t id = calls_.Open();
     auto bytes = std::make_shared<std::vector<uint8_t>>(EncodeFrame(Frame{type, id, std::move(payload)}));
     asio::post(io_, [this, bytes] {
       std::error_code ec;
-      asio::write(socket_, asio::buffer(*bytes), ec);  // the socket thread writes the few small requests itself
+      asio::write(socket_, asio::buffer(*bytes), ec);  // the socket thread writes the small requests itself
       if (ec) calls_.Lose();
     });
-    return calls_.Wait(id, reply, wait);
+    return id;
+  }
+  KivResult Finish(uint32_t id, std::vector<uint8_t>* reply, std::chrono::milliseconds wait) override {
+    return id == 0 ? kRtConnectionLost : calls_.Wait(id, reply, wait);
   }
 
   void SetPushHandler(PushHandler handler) override { calls_.SetHandler(std::move(handler)); }
@@ -199,14 +201,17 @@ class InProcessLink final : public RtLink {
   }
   ~InProcessLink() override { Close(); }
 
-  KivResult Call(RtType type, std::vector<uint8_t> payload, std::vector<uint8_t>* reply,
-                 std::chrono::milliseconds wait) override {
-    if (calls_.lost()) return kRtConnectionLost;
+  uint32_t Begin(RtType type, std::vector<uint8_t> payload) override {
+    if (calls_.lost()) return 0;
     const uint32_t id = calls_.Open();
     FrameDecoder decoder;  // the request goes through the bytes, as on a socket
-    if (!decoder.Feed(EncodeFrame(Frame{type, id, std::move(payload)}))) return E_FAIL;
-    if (auto frame = decoder.Next()) server_->Handle(session_, *frame);
-    return calls_.Wait(id, reply, wait);
+    if (decoder.Feed(EncodeFrame(Frame{type, id, std::move(payload)}))) {
+      if (auto frame = decoder.Next()) server_->Handle(session_, *frame);
+    }
+    return id;
+  }
+  KivResult Finish(uint32_t id, std::vector<uint8_t>* reply, std::chrono::milliseconds wait) override {
+    return id == 0 ? kRtConnectionLost : calls_.Wait(id, reply, wait);
   }
   void SetPushHandler(PushHandler handler) override { calls_.SetHandler(std::move(handler)); }
   void Close() override {

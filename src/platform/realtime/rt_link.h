@@ -26,10 +26,19 @@ using PushHandler = std::function<void(Frame frame)>;
 class RtLink {
  public:
   virtual ~RtLink() = default;
-  // The reply's payload, or a failure of the link (kRtConnectionLost, or
-  // E_FAIL when `wait` ran out).
-  [[nodiscard]] virtual KivResult Call(RtType type, std::vector<uint8_t> payload, std::vector<uint8_t>* reply,
-                                       std::chrono::milliseconds wait) = 0;
+  // Sends a request without waiting: its number for Finish, 0 when the
+  // link is lost. Several may be in flight (a client reading many channels
+  // pays one round trip, not one each).
+  virtual uint32_t Begin(RtType type, std::vector<uint8_t> payload) = 0;
+  // The reply's payload of a request Begin sent, or a failure of the link
+  // (kRtConnectionLost, or E_FAIL when `wait` ran out).
+  [[nodiscard]] virtual KivResult Finish(uint32_t id, std::vector<uint8_t>* reply, std::chrono::milliseconds wait) = 0;
+  // Both at once.
+  [[nodiscard]] KivResult Call(RtType type, std::vector<uint8_t> payload, std::vector<uint8_t>* reply,
+                               std::chrono::milliseconds wait) {
+    const uint32_t id = Begin(type, std::move(payload));
+    return id == 0 ? kRtConnectionLost : Finish(id, reply, wait);
+  }
   // Set before the outing is created; never called after Close returns.
   virtual void SetPushHandler(PushHandler handler) = 0;
   virtual void Close() = 0;

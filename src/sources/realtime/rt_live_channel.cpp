@@ -38,7 +38,7 @@ std::optional<RtLiveChannel::Range> RtLiveChannel::OnData(KivTime from, KivTime 
   return Range{from, to};
 }
 
-KivResult RtLiveChannel::Read(const Reader& reader) {
+std::vector<RtLiveChannel::Range> RtLiveChannel::TakeStale() {
   if (!opened_) {
     opened_ = true;
     wholeDirty_ = true;
@@ -50,25 +50,39 @@ KivResult RtLiveChannel::Read(const Reader& reader) {
   } else {
     ranges.swap(dirty_);
   }
-  for (size_t i = 0; i < ranges.size(); ++i) {
-    const auto [from, to] = ranges[i];
-    std::vector<rt::WireBlock> wire;
-    const KivResult r = reader(description_.id, from, to, &wire);
-    if (Failed(r)) {  // what was not read stays stale for the next read
-      dirty_.insert(dirty_.end(), ranges.begin() + static_cast<std::ptrdiff_t>(i), ranges.end());
-      return blocks_.blocks().empty() ? r : S_OK;  // what is held stays readable
-    }
-    std::vector<RtHeldBlock> held;
-    for (const auto& block : wire) {
-      if (auto one = HeldBlock(block)) held.push_back(std::move(*one));
-    }
-    if (!held.empty() && held.back().LastTime() >= from) {
-      blocks_.Insert(std::move(held));
-      wholeDirty_ = false;
-    }
+  return ranges;
+}
+
+void RtLiveChannel::Apply(const Range& range, KivResult result, std::vector<rt::WireBlock>& blocks) {
+  if (Failed(result)) {  // stays stale for the next read
+    if (!wholeDirty_) dirty_.push_back(range);
+    return;
   }
+  std::vector<RtHeldBlock> held;
+  for (const auto& block : blocks) {
+    if (auto one = HeldBlock(block)) held.push_back(std::move(*one));
+  }
+  if (!held.empty() && held.back().LastTime() >= range.first) {
+    blocks_.Insert(std::move(held));
+    wholeDirty_ = false;
+  }
+}
+
+KivResult RtLiveChannel::EndRead(KivResult result) {
   blocks_.MergeIfDue();
-  return blocks_.blocks().empty() ? KIV_E_PENDING : S_OK;
+  if (!blocks_.blocks().empty()) return S_OK;  // what is held stays readable
+  return Failed(result) ? result : KIV_E_PENDING;
+}
+
+KivResult RtLiveChannel::Read(const Reader& reader) {
+  KivResult result = S_OK;
+  for (const Range& range : TakeStale()) {
+    std::vector<rt::WireBlock> wire;
+    const KivResult r = reader(description_.id, range.first, range.second, &wire);
+    Apply(range, r, wire);
+    if (Failed(r)) result = r;
+  }
+  return EndRead(result);
 }
 
 bool RtLiveChannel::Discard(KivTime time) {

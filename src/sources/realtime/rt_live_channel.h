@@ -32,8 +32,15 @@ class RtLiveChannel {
   // must be told now.
   std::optional<Range> OnData(KivTime from, KivTime to);
   // Reads what is stale and merges it in: S_OK with blocks held,
-  // KIV_E_PENDING with none, or the server's failure.
+  // KIV_E_PENDING with none, or the server's failure (what is held stays
+  // readable: S_OK with blocks).
   KivResult Read(const Reader& reader);
+  // The same in three steps, for reads of many channels at once: the ranges
+  // to read (the channel counts as opened and read from now); the outcome of
+  // each; then the merge and the answer.
+  std::vector<Range> TakeStale();
+  void Apply(const Range& range, KivResult result, std::vector<rt::WireBlock>& blocks);
+  KivResult EndRead(KivResult result);
   // Drops the blocks that end before `time`; true when any went.
   bool Discard(KivTime time);
 

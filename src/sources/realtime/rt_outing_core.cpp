@@ -179,6 +179,43 @@ KivResult CRTOutingCore::ReadChannel(const std::u16string& name, const RtBlockLi
   return r;
 }
 
+std::vector<KivResult> CRTOutingCore::ReadChannels(const std::vector<std::u16string>& names) {
+  struct InFlight {
+    RtLiveChannel* channel = nullptr;
+    std::vector<RtLiveChannel::Range> ranges;
+    std::vector<uint32_t> ids;
+  };
+  std::vector<KivResult> results(names.size(), E_FAIL);
+  if (Failed(Connect()) && !outingCreated_) return results;
+  if (channels_.empty()) ReadChannelList();
+  std::vector<InFlight> reads(names.size());
+  for (size_t i = 0; i < names.size(); ++i) {
+    const auto found = channels_.find(names[i]);
+    if (found == channels_.end()) continue;
+    reads[i].channel = &found->second;
+    reads[i].ranges = found->second.TakeStale();
+    for (const auto& [from, to] : reads[i].ranges) {
+      reads[i].ids.push_back(link_ ? link_->Begin(RtType::kGetChannelData,
+                                                 Encode(RangeRequestMsg{{found->second.description().id}, from, to}))
+                                   : 0);
+    }
+  }
+  for (size_t i = 0; i < names.size(); ++i) {
+    if (!reads[i].channel) continue;
+    KivResult result = S_OK;
+    for (size_t j = 0; j < reads[i].ids.size(); ++j) {
+      std::vector<uint8_t> reply;
+      std::vector<WireBlock> blocks;
+      KivResult r = link_ ? link_->Finish(reads[i].ids[j], &reply, kWait) : E_FAIL;
+      if (Succeeded(r)) r = DecodeReply(reply, &blocks);
+      reads[i].channel->Apply(reads[i].ranges[j], r, blocks);
+      if (Failed(r)) result = r;
+    }
+    results[i] = reads[i].channel->EndRead(result);
+  }
+  return results;
+}
+
 KivResult CRTOutingCore::LapMarkers(std::vector<WireLapMarker>* markers) {
   if (!laps_) {
     std::vector<WireLapMarker> read;

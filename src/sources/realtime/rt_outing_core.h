@@ -84,6 +84,10 @@ class CRTOutingCore {
   // The events of a set: S_OK, KIV_E_PENDING with none yet (all are then
   // asked for), E_FAIL for a name not known.
   KivResult ReadEvents(const std::u16string& name, const std::vector<rt::WireEvent>** events);
+  // Reads the channels named at once, their requests all in flight
+  // together (one round trip for all); what ReadChannel would answer for
+  // each, in order (E_FAIL for a name not known).
+  std::vector<KivResult> ReadChannels(const std::vector<std::u16string>& names);
   // The lap markers, read afresh after each marker message.
   KivResult LapMarkers(std::vector<rt::WireLapMarker>* markers);
   // 0x80004005 while the range is empty.

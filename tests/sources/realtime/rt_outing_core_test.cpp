@@ -111,6 +111,7 @@ TEST_F(RtOutingCoreTest, OneChangeIsToldPerReadHoweverFastTheDataComes) {
   Deliver();
   EXPECT_EQ(told_.Count("data Speed 2000 2090"), 1u);
   EXPECT_EQ(told_.Count("data Speed 2100 2190"), 0u) << "twenty messages, one notification";
+  EXPECT_EQ(core_->ReadChannels({u"Speed", u"Nope"}), (std::vector<KivResult>{S_OK, E_FAIL})) << "reads in flight together";
   ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
   EXPECT_EQ(blocks->blocks().size(), 1u) << "merged past the limit";
   EXPECT_EQ(blocks->blocks().back().LastTime(), 3990);

@@ -93,9 +93,16 @@ KivResult CRTOutingCore::ConnectLink() {
     SetState(RtConnectionState::kConnectRefused, false);
     return E_FAIL;
   }
-  // A list names hosts; ours are reached on the settings' port.
-  const std::u16string host = single ? address.host : (!list.mainHost.empty() ? list.mainHost : *list.others.begin());
-  KivResult r = makeLink_(host, single ? address.port : static_cast<uint16_t>(port), &link_);
+  // A list names hosts, reached on the settings' port: the main host first,
+  // then the others in turn until one answers.
+  std::vector<std::u16string> hosts = {single ? address.host : list.mainHost};
+  if (!single) hosts.insert(hosts.end(), list.others.begin(), list.others.end());
+  KivResult r = E_FAIL;
+  for (const auto& host : hosts) {
+    if (host.empty()) continue;
+    r = makeLink_(host, single ? address.port : static_cast<uint16_t>(port), &link_);
+    if (Succeeded(r)) break;
+  }
   if (Succeeded(r)) {
     r = single ? Call(RtType::kConnect, Encode(ConnectMsg{address.host, address.port, address.name}))
                : Call(RtType::kConnectList,

@@ -103,6 +103,10 @@ class CRTOutingCore {
   KivResult CommitTransaction();
   KivResult RollbackTransaction() const { return KIV_E_RT_ROLLBACK; }
 
+  // Reads everything again (the outing's CloseData): the channel list, the
+  // event names, the lap markers; clients hear OnDataClosed.
+  void Reload() { CloseData(); }
+
   // --- The server's messages, on the client thread ------------------------
   void OnMessage(const rt::Frame& frame);
 

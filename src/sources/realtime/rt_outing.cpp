@@ -1,0 +1,41 @@
+#include "sources/realtime/rt_outing.h"
+
+#include "config/real_time_settings.h"
+#include "outing/outing_source.h"
+
+namespace velmar {
+
+CRTOuting::CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties)
+    : COutingOnCache(std::move(cache), overrideProperties),
+      // The user's settings (registry values, stream defaults): the root's own
+      // object is not reachable from here yet.
+      core_(std::make_unique<CRTOutingCore>(this->cache()->path(),
+                                            ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get()),
+                                            TcpLinkMaker(), &events_)) {}
+
+KivResult CRTOuting::OutingInformation(IKivPropertySet** information) {
+  (void)information;
+  return S_FALSE;  // no information object yet: the caption carries the details
+}
+
+KivResult CRTOuting::CloseOutingData() {
+  core_->Reload();
+  return S_OK;
+}
+
+KivResult CRTOuting::StatusChannelDefinitions(IKivStatusChannelDefinitions** definitions) {
+  const ComPtr<CStatusChannelDefinitions> tree = core_->StatusChannelDefinitions();
+  *definitions = tree.Get();
+  (*definitions)->AddRef();
+  return S_OK;
+}
+
+void CRTOuting::FireReloaded() {
+  FireNotification(&IKivOutingNotifications2::OnOutingReloaded, static_cast<IKivOuting*>(this));
+}
+
+KivResult RegisterRealtimeOutingSource() {
+  return RegisterOutingSource(OutingType::kRealTime, std::make_shared<COutingSource<CRTOuting>>());
+}
+
+}  // namespace velmar

@@ -1,0 +1,60 @@
+#include "sources/realtime/rt_outing.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/realtime/rt_tcp_server.h"
+#include "velmar/outing_notifications.h"
+#include "velmar/status_channel_definitions.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+constexpr Guid kRealTimeType = Guid::Literal("{2A7C4E91-6B3D-4F58-8E12-9D0C5B7A3E64}");
+
+ComPtr<CRTOuting> Open(const std::u16string& address) {
+  ComPtr<CRTOuting> outing;
+  EXPECT_EQ(OpenOutingOnCache<CRTOuting>(
+                address, false, [&] { return MakeKiv<CRTOutingCache>(address, kRealTimeType); }, &outing),
+            S_OK);
+  return outing;
+}
+
+TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
+  auto server = std::make_shared<rt::RtServer>(u"Pit");
+  rt::WireDetails details;
+  details.sessionNumber = 4;
+  details.outingNumber = 3;
+  server->data().SetDetails(details);
+  rt::RtTcpServer tcp(server);
+  std::string error;
+  ASSERT_EQ(tcp.Start("127.0.0.1", 0, &error), S_OK) << error;
+  const auto outing = Open(u"rt://127.0.0.1:" + Utf8ToWide(std::to_string(tcp.port())) + u"/Pit");
+  uint32_t type = 0;
+  ASSERT_EQ(outing->GetOutingType(&type), S_OK);
+  EXPECT_EQ(type, 4u);
+  EXPECT_EQ(outing->SetTimeOffset(10), E_FAIL);
+  EXPECT_EQ(outing->SetHistoryMode(KIV_TRUE), S_FALSE) << "kept for the first reset";
+  std::u16string caption;
+  ASSERT_EQ(outing->GetCaption(&caption), S_OK);
+  EXPECT_EQ(caption, u"<---:---:--->");
+  KivClientThread::Current().RunUntil([&] { return server->data().history_mode(); }, std::chrono::seconds(10));
+  EXPECT_TRUE(server->data().history_mode()) << "taken at the reset";
+  ASSERT_EQ(outing->GetCaption(&caption), S_OK);
+  EXPECT_EQ(caption, u"<004:003:?\?\?>");
+  EXPECT_EQ(outing->Begin(), S_OK);
+  EXPECT_EQ(outing->Commit(), S_OK);
+  EXPECT_EQ(outing->Rollback(), static_cast<KivResult>(0x8004F00F));
+  ComPtr<IKivStatusChannelDefinitions> tree;
+  ASSERT_EQ(outing->GetStatusChannelDefinitions(tree.Put()), S_OK);
+  int32_t count = -1;
+  ASSERT_EQ(tree->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 0) << "no definitions blob: an empty tree, not an error";
+  tcp.Stop();
+  KivClientThread::Current().RunUntil([&] { return !outing->core().connected(); }, std::chrono::seconds(10));
+  ASSERT_EQ(outing->GetCaption(&caption), S_OK);
+  EXPECT_EQ(caption, u"Failed to create outing");
+}
+
+}  // namespace
+}  // namespace velmar::testing

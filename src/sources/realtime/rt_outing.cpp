@@ -13,6 +13,16 @@ CRTOuting::CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties)
                                             ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get()),
                                             TcpLinkMaker(), &events_)) {}
 
+CRTOuting::~CRTOuting() { DropChannels(); }
+
+void CRTOuting::ChannelsGone(const NameList& names) {
+  FireItemsRemoved(channel_factory(), kDataKindChannels, RemoveChannels(names));
+}
+
+void CRTOuting::ChannelsCame(const NameList& names) {
+  FireItemsAdded(channel_factory(), kDataKindChannels, AddChannels(names));
+}
+
 KivResult CRTOuting::OutingInformation(IKivPropertySet** information) {
   (void)information;
   return S_FALSE;  // no information object yet: the caption carries the details

@@ -2,12 +2,13 @@
 // 4), over CRTOutingCore. Its cache, CRTOutingCache, holds only the path
 // and the type; the connection, its state and the data are the object's.
 //
-// What it offers today: caption and connection state, status channel
-// definitions, history mode (IKivRealtimeOuting), the refusing transaction
-// (IKivTransaction) and the outing's notifications (information, lap
-// markers, reloads, the transaction message). Channels, event sets, lap
-// markers and information objects are read through the core
-// (KivLiveFollower gives a host that view) until their facets come.
+// What it offers today: caption and connection state, its channels (read on
+// demand, one change per read), status channel definitions, history mode
+// (IKivRealtimeOuting), the refusing transaction (IKivTransaction) and the
+// outing's notifications (information, channel lists, lap markers, reloads,
+// the transaction message). Event sets, lap markers and information objects
+// are read through the core (KivLiveFollower gives a host that view) until
+// their facets come.
 //
 // Client thread only.
 #pragma once
@@ -16,6 +17,7 @@
 
 #include "outing/outing_cache.h"
 #include "outing/outing_on_cache.h"
+#include "sources/realtime/rt_channel.h"
 #include "sources/realtime/rt_outing_core.h"
 #include "velmar/time_regions.h"
 #include "velmar/transaction.h"
@@ -37,9 +39,11 @@ class CRTOutingCache final : public COutingCacheBase<CRTOutingCache, COutingStat
   KivTime fastLapMinimumTime_ = 0;
 };
 
-class CRTOuting final : public COutingOnCache<CRTOutingCache, IKivRealtimeOuting, IKivTransaction> {
+class CRTOuting final
+    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, IKivRealtimeOuting, IKivTransaction> {
  public:
   CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties);
+  ~CRTOuting() override;
 
   // IKivRealtimeOuting
   KivResult GetHistoryMode(KivBool* keepAll) override { return core_->GetHistoryMode(keepAll); }
@@ -57,6 +61,7 @@ class CRTOuting final : public COutingOnCache<CRTOutingCache, IKivRealtimeOuting
   std::u16string OutingCaption() override { return core_->GetCaption(); }
   KivResult ApplyTimeOffset(KivTime) override { return E_FAIL; }
   KivResult StatusChannelDefinitions(IKivStatusChannelDefinitions** definitions) override;
+  CRTOutingCore& LiveCore() override { return *core_; }
 
  private:
   // The core's events as this outing's notifications.
@@ -69,12 +74,20 @@ class CRTOuting final : public COutingOnCache<CRTOutingCache, IKivRealtimeOuting
     void OnLapMarkersShifted(KivTime first, KivTime last) override { outing_->OnLapMarkersShifted(first, last); }
     void OnDataClosed() override { outing_->FireReloaded(); }
     void OnTransactionMessage(const std::u16string& text) override { outing_->OnTransactionStatus(text); }
+    void OnChannelDataChanged(const std::u16string& channel, KivTime from, KivTime to) override {
+      outing_->OnLiveData(channel, from, to);
+    }
+    void OnChannelsRemoved(const std::vector<std::u16string>& names) override { outing_->ChannelsGone(names); }
+    void OnChannelsAdded(const std::vector<std::u16string>& names) override { outing_->ChannelsCame(names); }
 
    private:
     CRTOuting* outing_;
   };
 
   void FireReloaded();
+  void ChannelsGone(const NameList& names);
+  void ChannelsCame(const NameList& names);
+  IKivDataFactory* channel_factory() { return static_cast<CRTOutingChannelFactory*>(this)->AsDataFactory(); }
 
   Events events_{this};
   std::unique_ptr<CRTOutingCore> core_;

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/realtime/rt_tcp_server.h"
+#include "velmar/channel.h"
+#include "velmar/data_block.h"
+#include "velmar/data_factory.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/status_channel_definitions.h"
 #include "velmar/text.h"
@@ -26,6 +29,11 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   details.sessionNumber = 4;
   details.outingNumber = 3;
   server->data().SetDetails(details);
+  rt::WireChannel speed;
+  speed.id = 7;
+  speed.displayName = u"Speed";
+  server->data().SetChannels({speed});
+  server->data().AddBlock(rt::WireBlock{7, 7, 1, 0, 0, {10}, std::vector<uint8_t>(8 * 50, 0)});
   rt::RtTcpServer tcp(server);
   std::string error;
   ASSERT_EQ(tcp.Start("127.0.0.1", 0, &error), S_OK) << error;
@@ -42,6 +50,18 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   EXPECT_TRUE(server->data().history_mode()) << "taken at the reset";
   ASSERT_EQ(outing->GetCaption(&caption), S_OK);
   EXPECT_EQ(caption, u"<004:003:?\?\?>");
+  auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing.Get()));
+  ASSERT_TRUE(channels);
+  ComPtr<IKivChannel> channel;
+  ComPtr<IKivChannelIterator2> iterator;
+  ComPtr<IKivDataBlocks> blocks;
+  uint32_t blockCount = 0;
+  EXPECT_EQ(channels->GetItem(u"Nope", channel.Put()), E_FAIL);
+  ASSERT_EQ(channels->GetItem(u"Speed", channel.Put()), S_OK);
+  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK) << "read on the client thread, at once";
+  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
+  ASSERT_EQ(blocks->GetCount(&blockCount), S_OK);
+  EXPECT_EQ(blockCount, 1u);
   EXPECT_EQ(outing->Begin(), S_OK);
   EXPECT_EQ(outing->Commit(), S_OK);
   EXPECT_EQ(outing->Rollback(), static_cast<KivResult>(0x8004F00F));

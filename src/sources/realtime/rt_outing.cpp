@@ -40,6 +40,18 @@ KivResult CRTOuting::StatusChannelDefinitions(IKivStatusChannelDefinitions** def
   return S_OK;
 }
 
+const RtLapData* CRTOuting::LapMarkerData() {
+  KivTime start = 0, end = 0;
+  if (Failed(core_->OutingRange(&start, &end))) return nullptr;
+  lapData_.span.outingStart = start;
+  lapData_.span.outingEnd = end;
+  KivTime first = 0, last = 0;
+  lapData_.span.movement.reset();
+  if (core_->MovementRange(&first, &last) == S_OK) lapData_.span.movement.emplace(first, last);
+  if (Failed(core_->LapMarkers(&lapData_.markers))) return nullptr;
+  return &lapData_;
+}
+
 void CRTOuting::FireReloaded() {
   FireNotification(&IKivOutingNotifications2::OnOutingReloaded, static_cast<IKivOuting*>(this));
 }

@@ -4,9 +4,10 @@
 //
 // What it offers today: caption and connection state, its channels (read on
 // demand, one change per read), status channel definitions, history mode
-// (IKivRealtimeOuting), the refusing transaction (IKivTransaction) and the
-// outing's notifications (information, channel lists, lap markers, reloads,
-// the transaction message). Event sets, lap markers and information objects
+// (IKivRealtimeOuting), lap markers (IKivLapMarkers), the refusing
+// transaction (IKivTransaction) and the outing's notifications (information,
+// channel lists, lap markers, reloads, the transaction message). Event sets
+// and information objects
 // are read through the core (KivLiveFollower gives a host that view) until
 // their facets come.
 //
@@ -18,6 +19,7 @@
 #include "outing/outing_cache.h"
 #include "outing/outing_on_cache.h"
 #include "sources/realtime/rt_channel.h"
+#include "sources/realtime/rt_lap_markers.h"
 #include "sources/realtime/rt_outing_core.h"
 #include "velmar/time_regions.h"
 #include "velmar/transaction.h"
@@ -40,7 +42,8 @@ class CRTOutingCache final : public COutingCacheBase<CRTOutingCache, COutingStat
 };
 
 class CRTOuting final
-    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, IKivRealtimeOuting, IKivTransaction> {
+    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTLapMarkers, IKivRealtimeOuting,
+                            IKivTransaction> {
  public:
   CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties);
   ~CRTOuting() override;
@@ -62,6 +65,9 @@ class CRTOuting final
   KivResult ApplyTimeOffset(KivTime) override { return E_FAIL; }
   KivResult StatusChannelDefinitions(IKivStatusChannelDefinitions** definitions) override;
   CRTOutingCore& LiveCore() override { return *core_; }
+  // The markers and ranges as the core has them now; null while no range
+  // has been told.
+  const RtLapData* LapMarkerData() override;
 
  private:
   // The core's events as this outing's notifications.
@@ -90,6 +96,7 @@ class CRTOuting final
   IKivDataFactory* channel_factory() { return static_cast<CRTOutingChannelFactory*>(this)->AsDataFactory(); }
 
   Events events_{this};
+  RtLapData lapData_;
   std::unique_ptr<CRTOutingCore> core_;
 };
 

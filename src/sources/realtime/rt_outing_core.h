@@ -92,6 +92,12 @@ class CRTOutingCore {
   KivResult LapMarkers(std::vector<rt::WireLapMarker>* markers);
   // 0x80004005 while the range is empty.
   KivResult OutingRange(KivTime* start, KivTime* end) const;
+  // S_FALSE while the movement is not known (first not below last).
+  KivResult MovementRange(KivTime* first, KivTime* last) const {
+    *first = firstMovement_;
+    *last = lastMovement_;
+    return firstMovement_ < lastMovement_ ? S_OK : S_FALSE;
+  }
   const std::map<std::u16string, std::u16string>& information() const { return pairs_; }
   // Built on the first call from the server's definitions blob and channel
   // list, then kept (until a reset); an empty tree when anything fails.

@@ -6,6 +6,7 @@
 #include "velmar/channel.h"
 #include "velmar/data_block.h"
 #include "velmar/data_factory.h"
+#include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/status_channel_definitions.h"
 #include "velmar/text.h"
@@ -49,7 +50,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   KivClientThread::Current().RunUntil([&] { return server->data().history_mode(); }, std::chrono::seconds(10));
   EXPECT_TRUE(server->data().history_mode()) << "taken at the reset";
   ASSERT_EQ(outing->GetCaption(&caption), S_OK);
-  EXPECT_EQ(caption, u"<004:003:?\?\?>");
+  EXPECT_EQ(caption, u"<004:003:?\?\?>") << "no lap marker yet";
   auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing.Get()));
   ASSERT_TRUE(channels);
   ComPtr<IKivChannel> channel;
@@ -62,6 +63,21 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
   ASSERT_EQ(blocks->GetCount(&blockCount), S_OK);
   EXPECT_EQ(blockCount, 1u);
+  auto laps = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing.Get()));
+  ASSERT_TRUE(laps);
+  KivTime time = 0;
+  EXPECT_EQ(laps->GetOutingStart(&time), E_FAIL) << "no range told yet";
+  server->data().AddLapMarker(rt::WireLapMarker{1, 300, 0, 0, 1, 1});
+  server->PushLapMarker(1, 300);
+  server->PushTimeRange(0, 490);
+  KivClientThread::Current().RunUntil([&] { return laps->GetOutingEnd(&time) == S_OK; }, std::chrono::seconds(10));
+  EXPECT_EQ(time, 490);
+  uint32_t markers = 0;
+  ASSERT_EQ(laps->GetLapMarkerCount(&markers), S_OK);
+  EXPECT_EQ(markers, 1u);
+  ASSERT_EQ(laps->GetLapMarkerTime(1, &time), S_OK);
+  EXPECT_EQ(time, 300);
+  EXPECT_EQ(laps->GetFirstMovement(&time), S_FALSE) << "the server knows no movement";
   EXPECT_EQ(outing->Begin(), S_OK);
   EXPECT_EQ(outing->Commit(), S_OK);
   EXPECT_EQ(outing->Rollback(), static_cast<KivResult>(0x8004F00F));

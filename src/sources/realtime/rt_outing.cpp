@@ -2,6 +2,7 @@
 
 #include "config/real_time_settings.h"
 #include "outing/outing_source.h"
+#include "sources/realtime/rt_outing_information.h"
 
 namespace velmar {
 
@@ -24,8 +25,13 @@ void CRTOuting::ChannelsCame(const NameList& names) {
 }
 
 KivResult CRTOuting::OutingInformation(IKivPropertySet** information) {
-  (void)information;
-  return S_FALSE;  // no information object yet: the caption carries the details
+  if (!core_->details()) {
+    (void)core_->GetCaption();  // builds the properties, and so connects
+    if (!core_->details()) return S_FALSE;
+  }
+  // Rebuilt each time: the pairs change with every information and status message.
+  *information = MakeKiv<CRTOutingInformation>(*core_->details(), core_->information()).Detach();
+  return S_OK;
 }
 
 KivResult CRTOuting::CloseOutingData() {

@@ -6,10 +6,10 @@
 // demand, one change per read), status channel definitions, history mode
 // (IKivRealtimeOuting), lap markers (IKivLapMarkers), the refusing
 // transaction (IKivTransaction) and the outing's notifications (information,
-// channel lists, lap markers, reloads, the transaction message). Event sets
-// and information objects
-// are read through the core (KivLiveFollower gives a host that view) until
-// their facets come.
+// channel lists, lap markers, reloads, the transaction message), and its
+// information object (details and the server's pairs). Event sets, constants
+// and blobs are read through the core (KivLiveFollower gives a host that
+// view) until their facets come.
 //
 // Client thread only.
 #pragma once

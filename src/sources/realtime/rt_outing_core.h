@@ -99,6 +99,8 @@ class CRTOutingCore {
     return firstMovement_ < lastMovement_ ? S_OK : S_FALSE;
   }
   const std::map<std::u16string, std::u16string>& information() const { return pairs_; }
+  // The server's details record once read (the first caption or reset reads it).
+  const std::optional<rt::WireDetails>& details() const { return details_; }
   // Built on the first call from the server's definitions blob and channel
   // list, then kept (until a reset); an empty tree when anything fails.
   ComPtr<CStatusChannelDefinitions> StatusChannelDefinitions();

@@ -8,6 +8,7 @@
 #include "velmar/data_factory.h"
 #include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
+#include "velmar/property_set.h"
 #include "velmar/status_channel_definitions.h"
 #include "velmar/text.h"
 
@@ -30,6 +31,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   details.sessionNumber = 4;
   details.outingNumber = 3;
   server->data().SetDetails(details);
+  server->data().SetInformation({{u"SOURCE", u"Logger 7"}});
   rt::WireChannel speed;
   speed.id = 7;
   speed.displayName = u"Speed";
@@ -51,6 +53,14 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   EXPECT_TRUE(server->data().history_mode()) << "taken at the reset";
   ASSERT_EQ(outing->GetCaption(&caption), S_OK);
   EXPECT_EQ(caption, u"<004:003:?\?\?>") << "no lap marker yet";
+  ComPtr<IKivPropertySet> information;
+  ASSERT_EQ(outing->GetOutingInformation(information.Put()), S_OK);
+  Variant value;
+  ASSERT_EQ(information->GetProperty(u"Session number", &value), S_OK);
+  EXPECT_EQ(value.ToDouble().value_or(0), 4);
+  ASSERT_EQ(information->GetProperty(u"System", &value), S_OK) << "\"Source\" in any case is stored as \"System\"";
+  EXPECT_EQ(*value.AsText(), u"Logger 7");
+  EXPECT_EQ(information->SetProperty(u"System", value), E_ACCESSDENIED);
   auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing.Get()));
   ASSERT_TRUE(channels);
   ComPtr<IKivChannel> channel;

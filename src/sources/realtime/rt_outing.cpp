@@ -14,7 +14,10 @@ CRTOuting::CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties)
                                             ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get()),
                                             TcpLinkMaker(), &events_)) {}
 
-CRTOuting::~CRTOuting() { DropChannels(); }
+CRTOuting::~CRTOuting() {
+  DropChannels();
+  DropEventSets();
+}
 
 void CRTOuting::ChannelsGone(const NameList& names) {
   FireItemsRemoved(channel_factory(), kDataKindChannels, RemoveChannels(names));

@@ -7,9 +7,8 @@
 // (IKivRealtimeOuting), lap markers (IKivLapMarkers), the refusing
 // transaction (IKivTransaction) and the outing's notifications (information,
 // channel lists, lap markers, reloads, the transaction message), and its
-// information object (details and the server's pairs). Event sets, constants
-// and blobs are read through the core (KivLiveFollower gives a host that
-// view) until their facets come.
+// information object (details and the server's pairs), and its event sets
+// (what is pending read on demand). Constants and blobs have no facet yet.
 //
 // Client thread only.
 #pragma once
@@ -19,6 +18,7 @@
 #include "outing/outing_cache.h"
 #include "outing/outing_on_cache.h"
 #include "sources/realtime/rt_channel.h"
+#include "sources/realtime/rt_event_set.h"
 #include "sources/realtime/rt_lap_markers.h"
 #include "sources/realtime/rt_outing_core.h"
 #include "velmar/time_regions.h"
@@ -42,8 +42,8 @@ class CRTOutingCache final : public COutingCacheBase<CRTOutingCache, COutingStat
 };
 
 class CRTOuting final
-    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTLapMarkers, IKivRealtimeOuting,
-                            IKivTransaction> {
+    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTOutingEventsFactory, CRTLapMarkers,
+                            IKivRealtimeOuting, IKivTransaction> {
  public:
   CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties);
   ~CRTOuting() override;
@@ -85,6 +85,9 @@ class CRTOuting final
     }
     void OnChannelsRemoved(const std::vector<std::u16string>& names) override { outing_->ChannelsGone(names); }
     void OnChannelsAdded(const std::vector<std::u16string>& names) override { outing_->ChannelsCame(names); }
+    void OnEventDataChanged(const std::u16string& set, KivTime from, KivTime to) override {
+      outing_->OnLiveEvents(set, from, to);
+    }
 
    private:
     CRTOuting* outing_;

@@ -436,6 +436,13 @@ void CRTOutingCore::OnEventData(const DataRangesMsg& ranges) {
   }
 }
 
+std::vector<std::u16string> CRTOutingCore::EventSetNames() {
+  if (Succeeded(Connect()) && eventNames_.empty()) ReadEventNames();
+  std::vector<std::u16string> names;
+  for (const auto& [id, name] : eventNames_) names.push_back(name);
+  return names;
+}
+
 KivResult CRTOutingCore::ReadEvents(const std::u16string& name, const std::vector<WireEvent>** events) {
   if (Failed(Connect()) && !outingCreated_) return E_FAIL;
   if (eventNames_.empty()) ReadEventNames();

@@ -81,6 +81,8 @@ class CRTOutingCore {
   // The blocks of a channel: S_OK, KIV_E_PENDING with none yet, E_FAIL for
   // a name not known.
   KivResult ReadChannel(const std::u16string& name, const RtBlockList** blocks);
+  // The names of the event sets, read when none is known yet.
+  std::vector<std::u16string> EventSetNames();
   // The events of a set: S_OK, KIV_E_PENDING with none yet (all are then
   // asked for), E_FAIL for a name not known.
   KivResult ReadEvents(const std::u16string& name, const std::vector<rt::WireEvent>** events);

@@ -6,6 +6,7 @@
 #include "velmar/channel.h"
 #include "velmar/data_block.h"
 #include "velmar/data_factory.h"
+#include "velmar/events.h"
 #include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/property_set.h"
@@ -37,6 +38,13 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   speed.displayName = u"Speed";
   server->data().SetChannels({speed});
   server->data().AddBlock(rt::WireBlock{7, 7, 1, 0, 0, {10}, std::vector<uint8_t>(8 * 50, 0)});
+  server->data().SetEventNames({rt::WireNamed{5, u"Pit"}});
+  rt::WireEvent pit;
+  pit.id = 1;
+  pit.time = 100;
+  pit.name = u"Pit";
+  pit.nameId = 5;
+  server->data().AddEvent(pit);
   rt::RtTcpServer tcp(server);
   std::string error;
   ASSERT_EQ(tcp.Start("127.0.0.1", 0, &error), S_OK) << error;
@@ -73,6 +81,13 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
   ASSERT_EQ(blocks->GetCount(&blockCount), S_OK);
   EXPECT_EQ(blockCount, 1u);
+  auto events = QueryAs<IKivEventsFactory>(static_cast<IKivOuting*>(outing.Get()));
+  ASSERT_TRUE(events);
+  ComPtr<IKivEventSet> set;
+  ComPtr<IKivEventsIterator> eventIterator;
+  ASSERT_EQ(events->GetItem(u"Pit", set.Put()), S_OK);
+  EXPECT_EQ(set->GetIterator(eventIterator.Put()), KIV_E_PENDING) << "nothing held: everything is asked for";
+  EXPECT_EQ(set->GetIterator(eventIterator.Put()), S_OK);
   auto laps = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing.Get()));
   ASSERT_TRUE(laps);
   KivTime time = 0;

@@ -85,7 +85,19 @@ class CallTable {
   PushHandler handler_;
 };
 
-class TcpLink final : public RtLink {
+// What both links share: their table of calls, and the push handler.
+class TableLink : public RtLink {
+ public:
+  KivResult Finish(uint32_t id, std::vector<uint8_t>* reply, std::chrono::milliseconds wait) override {
+    return id == 0 ? kRtConnectionLost : calls_.Wait(id, reply, wait);
+  }
+  void SetPushHandler(PushHandler handler) override { calls_.SetHandler(std::move(handler)); }
+
+ protected:
+  CallTable calls_;
+};
+
+class TcpLink final : public TableLink {
  public:
   TcpLink() : socket_(io_) {}
   ~TcpLink() override { Close(); }
@@ -120,11 +132,6 @@ class TcpLink final : public RtLink {
     });
     return id;
   }
-  KivResult Finish(uint32_t id, std::vector<uint8_t>* reply, std::chrono::milliseconds wait) override {
-    return id == 0 ? kRtConnectionLost : calls_.Wait(id, reply, wait);
-  }
-
-  void SetPushHandler(PushHandler handler) override { calls_.SetHandler(std::move(handler)); }
 
   void Close() override {
     calls_.SetHandler(nullptr);
@@ -160,7 +167,6 @@ class TcpLink final : public RtLink {
   std::thread thread_;
   std::array<uint8_t, 64 * 1024> buffer_{};
   FrameDecoder decoder_;
-  CallTable calls_;
 };
 
 // The server's session for an in-process link: frames go straight to the
@@ -193,7 +199,7 @@ class InProcessSession final : public RtSession {
   FrameDecoder decoder_;
 };
 
-class InProcessLink final : public RtLink {
+class InProcessLink final : public TableLink {
  public:
   explicit InProcessLink(std::shared_ptr<RtServer> server)
       : server_(std::move(server)), session_(std::make_shared<InProcessSession>(&calls_)) {
@@ -210,10 +216,6 @@ class InProcessLink final : public RtLink {
     }
     return id;
   }
-  KivResult Finish(uint32_t id, std::vector<uint8_t>* reply, std::chrono::milliseconds wait) override {
-    return id == 0 ? kRtConnectionLost : calls_.Wait(id, reply, wait);
-  }
-  void SetPushHandler(PushHandler handler) override { calls_.SetHandler(std::move(handler)); }
   void Close() override {
     calls_.SetHandler(nullptr);
     server_->Detach(session_.get());
@@ -221,7 +223,6 @@ class InProcessLink final : public RtLink {
   }
 
  private:
-  CallTable calls_;
   std::shared_ptr<RtServer> server_;
   std::shared_ptr<InProcessSession> session_;
 };

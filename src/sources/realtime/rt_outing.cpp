@@ -17,6 +17,7 @@ CRTOuting::CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties)
 CRTOuting::~CRTOuting() {
   DropChannels();
   DropEventSets();
+  DropBlobs();
 }
 
 void CRTOuting::ChannelsGone(const NameList& names) {

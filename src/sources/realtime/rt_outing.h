@@ -7,8 +7,8 @@
 // (IKivRealtimeOuting), lap markers (IKivLapMarkers), the refusing
 // transaction (IKivTransaction) and the outing's notifications (information,
 // channel lists, lap markers, reloads, the transaction message), and its
-// information object (details and the server's pairs), and its event sets
-// (what is pending read on demand). Constants and blobs have no facet yet.
+// information object (details and the server's pairs), its event sets (what
+// is pending read on demand) and its blobs. Constants have no facet yet.
 //
 // Client thread only.
 #pragma once
@@ -17,6 +17,7 @@
 
 #include "outing/outing_cache.h"
 #include "outing/outing_on_cache.h"
+#include "sources/realtime/rt_blob.h"
 #include "sources/realtime/rt_channel.h"
 #include "sources/realtime/rt_event_set.h"
 #include "sources/realtime/rt_lap_markers.h"
@@ -42,8 +43,8 @@ class CRTOutingCache final : public COutingCacheBase<CRTOutingCache, COutingStat
 };
 
 class CRTOuting final
-    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTOutingEventsFactory, CRTLapMarkers,
-                            IKivRealtimeOuting, IKivTransaction> {
+    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTOutingEventsFactory, CRTOutingBlobFactory,
+                            CRTLapMarkers, IKivRealtimeOuting, IKivTransaction> {
  public:
   CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties);
   ~CRTOuting() override;

@@ -436,6 +436,30 @@ void CRTOutingCore::OnEventData(const DataRangesMsg& ranges) {
   }
 }
 
+std::vector<std::u16string> CRTOutingCore::BlobNames() {
+  std::vector<WireBlob> blobs;
+  std::vector<std::u16string> names;
+  if (Failed(Connect()) && !outingCreated_) return names;
+  if (Succeeded(Call(RtType::kGetBlobList, {}, &blobs))) {
+    for (const auto& b : blobs) names.push_back(b.name);
+  }
+  return names;
+}
+
+KivResult CRTOutingCore::ReadBlob(const std::u16string& name, WireBlob* blob) {
+  std::vector<WireBlob> blobs;
+  KivResult r = Call(RtType::kGetBlobList, {}, &blobs);
+  if (Failed(r)) return r;
+  const auto found = std::find_if(blobs.begin(), blobs.end(), [&](const WireBlob& b) { return b.name == name; });
+  if (found == blobs.end()) return E_FAIL;
+  std::vector<WireBlob> read;
+  r = Call(RtType::kGetBlobData, Encode(IdMsg{found->id}), &read);
+  if (Failed(r)) return r;
+  if (read.empty()) return E_FAIL;
+  *blob = std::move(read.front());
+  return S_OK;
+}
+
 std::vector<std::u16string> CRTOutingCore::EventSetNames() {
   if (Succeeded(Connect()) && eventNames_.empty()) ReadEventNames();
   std::vector<std::u16string> names;

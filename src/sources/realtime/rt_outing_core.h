@@ -81,6 +81,10 @@ class CRTOutingCore {
   // The blocks of a channel: S_OK, KIV_E_PENDING with none yet, E_FAIL for
   // a name not known.
   KivResult ReadChannel(const std::u16string& name, const RtBlockList** blocks);
+  // The server's blobs by name, and one blob with its type and bytes
+  // (E_FAIL for a name not known).
+  std::vector<std::u16string> BlobNames();
+  KivResult ReadBlob(const std::u16string& name, rt::WireBlob* blob);
   // The names of the event sets, read when none is known yet.
   std::vector<std::u16string> EventSetNames();
   // The events of a set: S_OK, KIV_E_PENDING with none yet (all are then

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/realtime/rt_tcp_server.h"
+#include "velmar/blobs.h"
 #include "velmar/channel.h"
 #include "velmar/data_block.h"
 #include "velmar/data_factory.h"
@@ -45,6 +46,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   pit.name = u"Pit";
   pit.nameId = 5;
   server->data().AddEvent(pit);
+  server->data().SetBlobs({rt::WireBlob{3, kStatusDefinitionsBlobType, u"defs", {1, 2, 3}}});
   rt::RtTcpServer tcp(server);
   std::string error;
   ASSERT_EQ(tcp.Start("127.0.0.1", 0, &error), S_OK) << error;
@@ -88,6 +90,16 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ASSERT_EQ(events->GetItem(u"Pit", set.Put()), S_OK);
   EXPECT_EQ(set->GetIterator(eventIterator.Put()), KIV_E_PENDING) << "nothing held: everything is asked for";
   EXPECT_EQ(set->GetIterator(eventIterator.Put()), S_OK);
+  auto blobs = QueryAs<IKivBlobFactory>(static_cast<IKivOuting*>(outing.Get()));
+  ASSERT_TRUE(blobs);
+  ComPtr<IKivBlob> blob;
+  std::vector<uint8_t> bytes;
+  std::u16string blobType;
+  ASSERT_EQ(blobs->GetItem(u"defs", blob.Put()), S_OK);
+  ASSERT_EQ(blob->GetData(&bytes), S_OK);
+  EXPECT_EQ(bytes, (std::vector<uint8_t>{1, 2, 3}));
+  ASSERT_EQ(blob->GetGuid(&blobType), S_OK);
+  EXPECT_EQ(blobType, kStatusDefinitionsBlobType.ToWide());
   auto laps = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing.Get()));
   ASSERT_TRUE(laps);
   KivTime time = 0;
@@ -110,7 +122,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ASSERT_EQ(outing->GetStatusChannelDefinitions(tree.Put()), S_OK);
   int32_t count = -1;
   ASSERT_EQ(tree->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0) << "no definitions blob: an empty tree, not an error";
+  EXPECT_EQ(count, 0) << "a definitions blob the reader refuses gives an empty tree, not an error";
   tcp.Stop();
   KivClientThread::Current().RunUntil([&] { return !outing->core().connected(); }, std::chrono::seconds(10));
   ASSERT_EQ(outing->GetCaption(&caption), S_OK);

@@ -62,7 +62,11 @@ const RtLapData* CRTOuting::LapMarkerData() {
   return &lapData_;
 }
 
-void CRTOuting::FireReloaded() {
+void CRTOuting::Reloaded() {
+  IKivDataFactory* constants = static_cast<CRTOutingConstantFactory*>(this)->AsDataFactory();
+  const NameChanges changes = Reload();
+  FireItemsRemoved(constants, kDataKindConstants, changes.removed);
+  FireItemsAdded(constants, kDataKindConstants, changes.added);
   FireNotification(&IKivOutingNotifications2::OnOutingReloaded, static_cast<IKivOuting*>(this));
 }
 

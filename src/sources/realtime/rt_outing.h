@@ -8,7 +8,7 @@
 // transaction (IKivTransaction) and the outing's notifications (information,
 // channel lists, lap markers, reloads, the transaction message), and its
 // information object (details and the server's pairs), its event sets (what
-// is pending read on demand) and its blobs. Constants have no facet yet.
+// is pending read on demand), its constants and its blobs.
 //
 // Client thread only.
 #pragma once
@@ -19,6 +19,7 @@
 #include "outing/outing_on_cache.h"
 #include "sources/realtime/rt_blob.h"
 #include "sources/realtime/rt_channel.h"
+#include "sources/realtime/rt_constants.h"
 #include "sources/realtime/rt_event_set.h"
 #include "sources/realtime/rt_lap_markers.h"
 #include "sources/realtime/rt_outing_core.h"
@@ -43,8 +44,9 @@ class CRTOutingCache final : public COutingCacheBase<CRTOutingCache, COutingStat
 };
 
 class CRTOuting final
-    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTOutingEventsFactory, CRTOutingBlobFactory,
-                            CRTLapMarkers, IKivRealtimeOuting, IKivTransaction> {
+    : public COutingOnCache<CRTOutingCache, CRTOutingChannelFactory, CRTOutingEventsFactory,
+                            CRTOutingConstantFactory, CRTOutingBlobFactory, CRTLapMarkers, IKivRealtimeOuting,
+                            IKivTransaction> {
  public:
   CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties);
   ~CRTOuting() override;
@@ -79,7 +81,7 @@ class CRTOuting final
     void OnLapMarkersReset() override { outing_->OnLapMarkersReset(); }
     void OnLapMarkersChanged(KivTime start, KivTime end) override { outing_->OnLapMarkersChanged(start, end); }
     void OnLapMarkersShifted(KivTime first, KivTime last) override { outing_->OnLapMarkersShifted(first, last); }
-    void OnDataClosed() override { outing_->FireReloaded(); }
+    void OnDataClosed() override { outing_->Reloaded(); }
     void OnTransactionMessage(const std::u16string& text) override { outing_->OnTransactionStatus(text); }
     void OnChannelDataChanged(const std::u16string& channel, KivTime from, KivTime to) override {
       outing_->OnLiveData(channel, from, to);
@@ -94,7 +96,9 @@ class CRTOuting final
     CRTOuting* outing_;
   };
 
-  void FireReloaded();
+  // Everything was read again: the constants merge the new list, then the
+  // clients hear of the reload.
+  void Reloaded();
   void ChannelsGone(const NameList& names);
   void ChannelsCame(const NameList& names);
   IKivDataFactory* channel_factory() { return static_cast<CRTOutingChannelFactory*>(this)->AsDataFactory(); }

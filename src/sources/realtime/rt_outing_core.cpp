@@ -436,6 +436,11 @@ void CRTOutingCore::OnEventData(const DataRangesMsg& ranges) {
   }
 }
 
+KivResult CRTOutingCore::ReadConstants(std::vector<WireConstant>* constants) {
+  if (Failed(Connect()) && !outingCreated_) return E_FAIL;
+  return Call(RtType::kGetConstants, {}, constants);
+}
+
 std::vector<std::u16string> CRTOutingCore::BlobNames() {
   std::vector<WireBlob> blobs;
   std::vector<std::u16string> names;

@@ -81,6 +81,8 @@ class CRTOutingCore {
   // The blocks of a channel: S_OK, KIV_E_PENDING with none yet, E_FAIL for
   // a name not known.
   KivResult ReadChannel(const std::u16string& name, const RtBlockList** blocks);
+  // The server's constants, read now.
+  KivResult ReadConstants(std::vector<rt::WireConstant>* constants);
   // The server's blobs by name, and one blob with its type and bytes
   // (E_FAIL for a name not known).
   std::vector<std::u16string> BlobNames();

@@ -46,6 +46,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   pit.name = u"Pit";
   pit.nameId = 5;
   server->data().AddEvent(pit);
+  server->data().SetConstants({rt::WireConstant{1, 2.5, u"Wheelbase", 0, u"", u"m"}});
   server->data().SetBlobs({rt::WireBlob{3, kStatusDefinitionsBlobType, u"defs", {1, 2, 3}}});
   rt::RtTcpServer tcp(server);
   std::string error;
@@ -90,6 +91,11 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ASSERT_EQ(events->GetItem(u"Pit", set.Put()), S_OK);
   EXPECT_EQ(set->GetIterator(eventIterator.Put()), KIV_E_PENDING) << "nothing held: everything is asked for";
   EXPECT_EQ(set->GetIterator(eventIterator.Put()), S_OK);
+  auto constants = QueryAs<IKivConstantFactory>(static_cast<IKivOuting*>(outing.Get()));
+  ASSERT_TRUE(constants);
+  NameList constantNames;
+  ASSERT_EQ(constants->GetNames(&constantNames), S_OK);
+  EXPECT_EQ(constantNames, NameList{u"Wheelbase"});
   auto blobs = QueryAs<IKivBlobFactory>(static_cast<IKivOuting*>(outing.Get()));
   ASSERT_TRUE(blobs);
   ComPtr<IKivBlob> blob;

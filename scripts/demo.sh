@@ -37,3 +37,14 @@ if "$cli" convert "$sample" "$store"; then
 else
   echo "(conversion to .trn failed; see the message above)"
 fi
+echo "== velmar rt-serve $store --speed 40 (in the background), then velmar follow for 4 s"
+if [ -f "$store" ]; then
+  "$cli" --no-progress rt-serve "$store" --speed 40 --name Demo > "$out/rt-address.txt" &
+  server=$!
+  for _ in $(seq 50); do [ -s "$out/rt-address.txt" ] && break; sleep 0.1; done
+  address=$(head -1 "$out/rt-address.txt")
+  echo "serving $address"
+  "$cli" follow "$address" --for 4 --channels Speed,Gear || true
+  kill -INT "$server" 2>/dev/null || true
+  wait "$server" 2>/dev/null || true
+fi

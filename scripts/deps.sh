@@ -6,7 +6,7 @@ set -euo pipefail
 PACKAGES=(
   build-essential cmake ninja-build pkg-config ccache git
   libgtest-dev libgmock-dev libbenchmark-dev
-  libsqlite3-dev libgsf-1-dev libfast-float-dev nlohmann-json3-dev libcli11-dev libfreexl-dev libminizip-dev libexpat1-dev
+  libsqlite3-dev libgsf-1-dev libfast-float-dev nlohmann-json3-dev libcli11-dev libfreexl-dev libminizip-dev libexpat1-dev libasio-dev
   clang libclang-rt-14-dev
   python3 python3-pandas python3-olefile gcovr
 )

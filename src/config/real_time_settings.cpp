@@ -10,6 +10,8 @@
 #include <memory>
 #include <system_error>
 
+#include "core/byte_fields.h"
+#include "core/stream_values.h"
 #include "velmar/registry.h"
 #include "velmar/text.h"
 
@@ -64,6 +66,7 @@ void CRealTimeSettings::Reset() {
 }
 
 void CRealTimeSettings::Changed() {
+  dirty_ = true;
   if (changes_) changes_->OnRealTimeSettingsChanged();
 }
 
@@ -169,6 +172,62 @@ KivResult CRealTimeSettings::SetReceiveBufferSize(uint32_t size) {
 
 KivResult CRealTimeSettings::SetChangeCallback(CRealTimeSettingsChanges* changes) {
   changes_ = changes;
+  return S_OK;
+}
+
+KivResult CRealTimeSettings::GetClassId(Guid* clsid) {
+  if (!clsid) return E_POINTER;
+  *clsid = CLSID_KivRealTimeSettings;
+  return S_OK;
+}
+
+KivResult CRealTimeSettings::Load(IKivStream* stream) {
+  if (!stream) return E_POINTER;
+  std::array<uint8_t, 20> head{};
+  if (Failed(ReadStreamBytes(stream, head.data(), head.size()))) return E_FAIL;
+  if (GetField<uint32_t>(head, 0) != kRealTimeSettingsStreamVersion) return E_FAIL;
+  linkValueA_ = GetField<int32_t>(head, 4);
+  linkValueB_ = GetField<int32_t>(head, 8);
+  socketValue_ = GetField<int32_t>(head, 12);
+  port_ = GetField<int32_t>(head, 16);
+  std::array<std::u16string, 3> texts;
+  for (auto& text : texts) {
+    if (Failed(ReadStreamText(stream, &text))) return E_FAIL;
+  }
+  groupAddress_ = std::move(texts[0]);
+  interfaceAddress_ = ApplyInterfaceAddress(texts[1], false);
+  std::error_code ec;
+  cacheFolder_ = std::filesystem::exists(std::filesystem::path(texts[2]), ec) ? std::move(texts[2]) : u"";
+  dirty_ = false;
+  return S_OK;
+}
+
+KivResult CRealTimeSettings::Save(IKivStream* stream, KivBool clearDirty) {
+  if (!stream) return E_POINTER;
+  std::array<uint8_t, 20> head{};
+  PutField(head, 0, kRealTimeSettingsStreamVersion);
+  PutField(head, 4, linkValueA_);
+  PutField(head, 8, linkValueB_);
+  PutField(head, 12, socketValue_);
+  PutField(head, 16, port_);
+  KivResult r = WriteStreamBytes(stream, head.data(), head.size());
+  for (const auto* text : {&groupAddress_, &interfaceAddress_, &cacheFolder_}) {
+    if (Succeeded(r)) r = WriteStreamText(stream, *text);
+  }
+  if (Failed(r)) return r;
+  if (FromKivBool(clearDirty)) dirty_ = false;
+  return S_OK;
+}
+
+KivResult CRealTimeSettings::GetSizeMax(uint64_t* size) {
+  if (!size) return E_POINTER;
+  *size = 20 + StreamTextSize(groupAddress_) + StreamTextSize(interfaceAddress_) + StreamTextSize(cacheFolder_);
+  return S_OK;
+}
+
+KivResult CRealTimeSettings::InitNew() {
+  Reset();
+  dirty_ = true;
   return S_OK;
 }
 

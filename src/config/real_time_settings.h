@@ -9,6 +9,7 @@
 #include <string>
 
 #include "core/velmar_parts.h"
+#include "velmar/persist.h"
 #include "velmar/real_time_settings.h"
 
 namespace velmar {
@@ -20,7 +21,14 @@ inline constexpr char16_t kRealTimeSettingsKey[] = u"SOFTWARE\\Halvane\\Kivara\\
 // had. "0.0.0.0" stays unless `force` is set.
 std::u16string ApplyInterfaceAddress(const std::u16string& address, bool force);
 
-class CRealTimeSettings final : public KivObject<IKivRealTimeSettings3, IKivRealTimeSettingsInternal> {
+// The "RealTime Settings" stream: version (u32, 1), linkValueA, linkValueB,
+// socketValue, port (i32 each), then groupAddress, interfaceAddress and
+// cacheFolder as settings texts; little-endian.
+inline constexpr uint32_t kRealTimeSettingsStreamVersion = 1;
+inline constexpr char16_t kRealTimeSettingsStream[] = u"RealTime Settings";
+
+class CRealTimeSettings final
+    : public KivObject<IKivRealTimeSettings3, IKivRealTimeSettingsInternal, IKivPersistStream> {
  public:
   // The stream fields at their defaults.
   void Reset();
@@ -48,6 +56,18 @@ class CRealTimeSettings final : public KivObject<IKivRealTimeSettings3, IKivReal
 
   KivResult SetChangeCallback(CRealTimeSettingsChanges* changes) override;
 
+  // IKivPersistStream over the stream fields. Load takes the numbers only
+  // when the 20-byte head reads whole with version 1, and the texts only
+  // when all three read; the interface address is matched against this
+  // machine's and a cache folder that no longer exists is dropped. Load and
+  // InitNew tell nobody: the root is the one loading.
+  KivResult GetClassId(Guid* clsid) override;
+  KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
+  KivResult Load(IKivStream* stream) override;
+  KivResult Save(IKivStream* stream, KivBool clearDirty) override;
+  KivResult GetSizeMax(uint64_t* size) override;
+  KivResult InitNew() override;
+
  private:
   template <class T>
   KivResult Store(T& field, const T& value);
@@ -64,6 +84,7 @@ class CRealTimeSettings final : public KivObject<IKivRealTimeSettings3, IKivReal
   std::u16string interfaceAddress_ = u"0.0.0.0";
   std::u16string cacheFolder_;
   CRealTimeSettingsChanges* changes_ = nullptr;
+  bool dirty_ = false;
 };
 
 }  // namespace velmar

@@ -7,7 +7,9 @@
 #include "platform/registry/registry_file.h"
 #include "support/faulty_file_ops.h"
 #include "support/temp_dir.h"
+#include "core/stream_values.h"
 #include "velmar/registry.h"
+#include "velmar/storage.h"
 
 namespace velmar::testing {
 namespace {
@@ -95,6 +97,69 @@ TEST_F(RealTimeSettingsTest, RegistrySettersWriteAndTellEvenWhenUnchanged) {
   ops_.FailAt(FaultyFileOps::Step::kWrite);
   EXPECT_EQ(settings_->SetFixedCacheSize(KIV_FALSE), E_FAIL);
   EXPECT_EQ(told_, 3) << "a failed write tells nobody";
+}
+
+ComPtr<IKivStream> NewStream() {
+  ComPtr<IKivStorage> storage;
+  ComPtr<IKivStream> stream;
+  EXPECT_EQ(StgCreateMemoryStorage(storage.Put()), S_OK);
+  EXPECT_EQ(storage->CreateStream(u"RealTime Settings", STGM_CREATE | STGM_READWRITE, stream.Put()), S_OK);
+  return stream;
+}
+
+std::vector<uint8_t> Bytes(IKivStream* stream) {
+  uint64_t size = 0;
+  EXPECT_EQ(stream->Seek(0, STREAM_SEEK_END, &size), S_OK);
+  std::vector<uint8_t> bytes(size);
+  EXPECT_EQ(stream->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+  EXPECT_EQ(ReadStreamBytes(stream, bytes.data(), static_cast<uint32_t>(size)), S_OK);
+  EXPECT_EQ(stream->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+  return bytes;
+}
+
+TEST_F(RealTimeSettingsTest, TheStreamHoldsTheHeadThenThreeTextsAndLoadsOnlyWhatIsWhole) {
+  ASSERT_EQ(settings_->SetLinkValueA(7), S_OK);
+  ASSERT_EQ(settings_->SetPort(0x1234), S_OK);
+  ASSERT_EQ(settings_->SetGroupAddress(u"G"), S_OK);
+  ASSERT_EQ(settings_->SetCacheFolder(u"/no/such/folder"), S_OK);
+  EXPECT_EQ(settings_->IsDirty(), S_OK);
+  ComPtr<IKivStream> stream = NewStream();
+  ASSERT_EQ(settings_->Save(stream.Get(), KIV_TRUE), S_OK);
+  EXPECT_EQ(settings_->IsDirty(), S_FALSE);
+  const std::vector<uint8_t> head = {1, 0, 0, 0, 7, 0, 0, 0, 0x88, 0x13, 0, 0, 1, 0, 0, 0, 0x34, 0x12, 0, 0,
+                                     4, 0, 0, 0, 'G', 0, 0, 0, 16, 0, 0, 0, '0', 0, '.', 0};
+  const std::vector<uint8_t> bytes = Bytes(stream.Get());
+  ASSERT_GE(bytes.size(), head.size());
+  EXPECT_TRUE(std::equal(head.begin(), head.end(), bytes.begin()));
+  uint64_t size = 0;
+  ASSERT_EQ(settings_->GetSizeMax(&size), S_OK);
+  EXPECT_EQ(size, bytes.size());
+
+  auto loaded = MakeKiv<CRealTimeSettings>();
+  ASSERT_EQ(loaded->Load(stream.Get()), S_OK);
+  int32_t port = 0;
+  std::u16string text;
+  ASSERT_EQ(loaded->GetPort(&port), S_OK);
+  EXPECT_EQ(port, 0x1234);
+  ASSERT_EQ(loaded->GetGroupAddress(&text), S_OK);
+  EXPECT_EQ(text, u"G");
+  ASSERT_EQ(loaded->GetCacheFolder(&text), S_OK);
+  EXPECT_EQ(text, std::filesystem::temp_directory_path().u16string()) << "a folder that is gone loads empty";
+
+  ComPtr<IKivStream> cut = NewStream();
+  ASSERT_EQ(WriteStreamBytes(cut.Get(), bytes.data(), 26), S_OK);
+  ASSERT_EQ(cut->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+  auto partial = MakeKiv<CRealTimeSettings>();
+  EXPECT_EQ(partial->Load(cut.Get()), E_FAIL);
+  ASSERT_EQ(partial->GetGroupAddress(&text), S_OK);
+  EXPECT_EQ(text, u"239.1.1.1") << "texts stay when one fails to read";
+
+  std::vector<uint8_t> version2 = bytes;
+  version2[0] = 2;
+  ComPtr<IKivStream> newer = NewStream();
+  ASSERT_EQ(WriteStreamBytes(newer.Get(), version2.data(), static_cast<uint32_t>(version2.size())), S_OK);
+  ASSERT_EQ(newer->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+  EXPECT_EQ(partial->Load(newer.Get()), E_FAIL);
 }
 
 }  // namespace

@@ -34,5 +34,7 @@ void AddLapsCommand(CLI::App& app, const CommandContext& context);
 void AddMarkersCommand(CLI::App& app, const CommandContext& context);
 void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 void AddAlignCommand(CLI::App& app, const CommandContext& context);
+void AddRtServeCommand(CLI::App& app, const CommandContext& context);
+void AddFollowCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -32,6 +32,8 @@ int main(int argc, char** argv) {
   AddRegionsCommand(app, context);
   AddAlignCommand(app, context);
   AddSettingsCommand(app, context);
+  AddRtServeCommand(app, context);
+  AddFollowCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

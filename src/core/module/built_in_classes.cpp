@@ -7,6 +7,7 @@
 #include "core/velmar.h"
 #include "outing/factory/outing_factory.h"
 #include "regions/regions_classes.h"
+#include "sources/realtime/rt_outing.h"
 #include "sources/tarn/tarn_outing.h"
 #include "sources/text/text_outing_source.h"
 #include "tasks/tasks.h"
@@ -36,7 +37,7 @@ KivResult RegisterBuiltInClasses(ClassRegistry& registry) {
   const KivResult results[] = {
       RegisterVelmarClasses(registry),   RegisterOutingFactoryClass(registry), RegisterRegionsClasses(registry),
       RegisterConfigClasses(registry),   RegisterTasksClasses(registry),       EnterMissingRows(registry),
-      RegisterTextOutingSource(),        RegisterTarnOutingSource(),
+      RegisterTextOutingSource(),        RegisterTarnOutingSource(),           RegisterRealtimeOutingSource(),
   };
   for (KivResult r : results) {
     if (Failed(r)) return r;

@@ -68,6 +68,18 @@ void CTarnOuting::OnMediaChannelListRead(const TarnMediaChannelMap& channels) {
   FireChanges(media_channel_factory(), kDataKindMediaChannels, CTarnMediaChannelFactory::ApplyList(channels));
 }
 
+void CTarnOuting::OnStatusChannelDefinitionsReady() {
+  FireNotification(&IKivOutingNotifications2::OnOutingReloaded, static_cast<IKivOuting*>(this));
+}
+
+KivResult CTarnOuting::StatusChannelDefinitions(IKivStatusChannelDefinitions** definitions) {
+  const ComPtr<CStatusChannelDefinitions> tree = cache()->StatusChannelDefinitions();
+  if (!tree) return E_FAIL;  // asked again after the notification
+  *definitions = tree.Get();
+  (*definitions)->AddRef();
+  return S_OK;
+}
+
 KivResult RegisterTarnOutingSource() {
   return RegisterOutingSource(OutingType::kTarn, std::make_shared<COutingSource<CTarnOuting>>());
 }

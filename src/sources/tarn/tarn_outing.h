@@ -33,6 +33,7 @@ class CTarnOuting final
   void OnConstantsRead(const std::vector<TarnConstant>& constants) override;
   void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) override;
   void OnMediaChannelListRead(const TarnMediaChannelMap& channels) override;
+  void OnStatusChannelDefinitionsReady() override;
 
   IKivDataFactory* channel_factory() { return static_cast<CTarnOutingChannelFactory*>(this)->AsDataFactory(); }
   IKivDataFactory* events_factory() { return static_cast<CTarnOutingEventsFactory*>(this)->AsDataFactory(); }
@@ -44,6 +45,8 @@ class CTarnOuting final
   KivResult OutingInformation(IKivPropertySet** information) override;
   KivResult CloseOutingData() override;
   KivResult ApplyTimeOffset(KivTime offset) override;
+  // The tree with a reference once built; else E_FAIL, its read started.
+  KivResult StatusChannelDefinitions(IKivStatusChannelDefinitions** definitions) override;
   const TarnLapData* LapMarkerData() override { return cache()->LapData(); }
   const TarnChannelMap* CacheChannelList() override { return cache()->ChannelList(); }
   ComPtr<CChannelDataCache> CacheChannelData() override { return cache()->channel_data(); }

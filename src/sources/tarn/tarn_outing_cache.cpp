@@ -17,6 +17,7 @@ CTarnOutingCache::CTarnOutingCache(std::u16string path, const Guid& outingId, Ta
       eventNames_(MakeReader<CGetEventNamesJobItem>()),
       constants_(MakeReader<CTarnGetConstantsJobItem>()),
       blobs_(MakeReader<CLoadBlobJobItem>()),
+      statusDefinitions_(MakeReader<CStatusChannelDefinitionJobItem>()),
       mediaChannels_(MakeReader<CLoadMediaChannelNamesJobItem>()),
       create_(MakeClient<CreateMachine>(static_cast<ITarnCreateCallback*>(this), &DaeThread)),
       link_(std::make_shared<Link>(Link{this})),
@@ -98,8 +99,29 @@ void CTarnOutingCache::CloseData() {
   constants_->Reload();
   mediaChannels_->Reload();
   mediaData_.DropAll();
+  if (statusTree_ || statusDefinitions_->requested()) {  // built again for whoever asked
+    statusTree_ = nullptr;
+    statusDefinitions_->Drop();
+    (void)statusDefinitions_->Start();
+  }
   loaded_ = false;
   InvalidateCaption();
+}
+
+ComPtr<CStatusChannelDefinitions> CTarnOutingCache::StatusChannelDefinitions() {
+  if (statusTree_) return statusTree_;
+  statusDefinitions_->Drop();  // a read running is cancelled; its completion is not waited for
+  (void)statusDefinitions_->Start();
+  return nullptr;
+}
+
+void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CStatusChannelDefinitionJobItem>& m, KivResult status) {
+  if (Failed(status)) return;
+  const CStatusChannelDefinitionJobItem* read = m.results();
+  statusTree_ = StatusChannelDefinitionsFromBlob(read->blob(),
+                                                 BuildStatusChannelMap(read->channels(), read->largest_quantity()));
+  m.Drop();  // the tree is kept; the read's bytes go
+  ForEachClient([](ITarnOutingStateChanges& client) { client.OnStatusChannelDefinitionsReady(); });
 }
 
 bool CTarnOutingCache::CreateDataSet() {

@@ -65,7 +65,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
                                ITarnReadClient<CLoadMediaChannelNamesJobItem>,
                                ITarnReadClient<CGetCachedEventsJobItem>,
                                ITarnReadClient<CGetBlobDataJobItem>,
-                               ITarnReadClient<CLoadMediaChannelAccessDataJobItem> {
+                               ITarnReadClient<CLoadMediaChannelAccessDataJobItem>,
+                               ITarnReadClient<CStatusChannelDefinitionJobItem> {
   using Base = COutingCacheBase<CTarnOutingCache, ITarnOutingStateChanges>;
 
  public:
@@ -105,6 +106,14 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   const std::vector<TarnConstant>* Constants();
   const std::vector<TarnNamedItem>* BlobList();
   const TarnMediaChannelMap* MediaChannelList();
+
+  // --- Status channel definitions ----------------------------------------------
+  // The tree once built (an empty one when the blob was refused). Otherwise
+  // null: a read running is cancelled and one more started, and every outing
+  // object hears OnStatusChannelDefinitionsReady when it is built. A file
+  // without the blob fails the read and stays without a tree: every call
+  // tries again.
+  ComPtr<CStatusChannelDefinitions> StatusChannelDefinitions();
 
   // --- Write-back -------------------------------------------------------------
   // The one transaction of the file, shared by its outing objects.
@@ -152,6 +161,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   void OnReadDone(CTarnReadStateMachine<CGetCachedEventsJobItem>& m, KivResult status) override;
   void OnReadDone(CTarnReadStateMachine<CGetBlobDataJobItem>& m, KivResult status) override;
   void OnReadDone(CTarnReadStateMachine<CLoadMediaChannelAccessDataJobItem>& m, KivResult status) override;
+  void OnReadDone(CTarnReadStateMachine<CStatusChannelDefinitionJobItem>& m, KivResult status) override;
 
   template <class Job>
   Reader<Job> MakeReader();
@@ -194,6 +204,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   Reader<CGetEventNamesJobItem> eventNames_;
   Reader<CTarnGetConstantsJobItem> constants_;
   Reader<CLoadBlobJobItem> blobs_;
+  Reader<CStatusChannelDefinitionJobItem> statusDefinitions_;
+  ComPtr<CStatusChannelDefinitions> statusTree_;
   Reader<CLoadMediaChannelNamesJobItem> mediaChannels_;
   ClientRef<CreateMachine> create_;
   // What a fetch made after the cache went finds: nothing.

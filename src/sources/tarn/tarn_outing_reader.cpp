@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "velmar/blobs.h"
 #include "velmar/channel_key.h"
 #include "velmar/channel.h"
 #include "velmar/constants.h"
@@ -154,6 +155,21 @@ void ReadConstant(IKivConstantFactory& factory, const std::u16string& name, cons
   if (WhenReady([&] { return constant->GetValue(&out.value); }, wait) == S_OK) data->constants.push_back(out);
 }
 
+// A blob with its type and bytes (a status definitions blob travels so).
+void ReadBlob(IKivBlobFactory& factory, const std::u16string& name, const TarnWaitForData& wait, TarnDataSet* data) {
+  ComPtr<IKivBlob> blob;
+  TarnDataSetBlob out;
+  out.name = name;
+  std::u16string type;
+  if (Failed(factory.GetItem(name, blob.Put())) || !blob) return;
+  if (WhenReady([&] { return blob->GetData(&out.bytes); }, wait, S_FALSE) != S_OK) return;
+  if (blob->GetGuid(&type) != S_OK) return;
+  const auto guid = Guid::Parse(type);
+  if (!guid) return;
+  out.type = *guid;
+  data->blobs.push_back(std::move(out));
+}
+
 }  // namespace
 
 KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* data) {
@@ -168,6 +184,8 @@ KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait,
   if (auto constants = QueryAs<IKivConstantFactory>(outing))
     for (const std::u16string& name : NamesOf<IKivConstantFactory>(outing, wait))
       ReadConstant(*constants, name, wait, data);
+  if (auto blobs = QueryAs<IKivBlobFactory>(outing))
+    for (const std::u16string& name : NamesOf<IKivBlobFactory>(outing, wait)) ReadBlob(*blobs, name, wait, data);
   return S_OK;
 }
 

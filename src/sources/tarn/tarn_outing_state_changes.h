@@ -23,6 +23,8 @@ struct ITarnOutingStateChanges : COutingStateChanges {
   virtual void OnConstantsRead(const std::vector<TarnConstant>& constants) = 0;
   virtual void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) = 0;
   virtual void OnMediaChannelListRead(const TarnMediaChannelMap& channels) = 0;
+  // The status channel definitions are built (GetStatusChannelDefinitions).
+  virtual void OnStatusChannelDefinitionsReady() = 0;
 };
 
 }  // namespace velmar

@@ -126,6 +126,31 @@ KivResult CGetBlobDataJobItem::Read(TarnConnection& c) {
   return S_OK;
 }
 
+KivResult CStatusChannelDefinitionJobItem::Read(TarnConnection& c) {
+  if (!c.channels || !c.blobs) return E_FAIL;
+  ComPtr<IKivTarnChannelRecords> channels;
+  ComPtr<IKivTarnBlobRecords> blobs;
+  KivResult r = c.channels->GetChannelList(kDefaultWaitLimit, channels.Put());
+  if (Succeeded(r)) r = c.blobs->GetBlobList(kDefaultWaitLimit, blobs.Put());
+  if (Failed(r)) return r;
+  for (const TarnChannelDescription& d : Items(channels)) {
+    channels_.push_back({Text(d.displayName), Text(d.tagName), d.quantityId});
+  }
+  largestQuantity_ = static_cast<int32_t>(MaxQuantity());
+  const auto blobList = Items(blobs);
+  const auto found = std::find_if(blobList.begin(), blobList.end(), [](const TarnBlobDescription& b) {
+    return b.type && *b.type == kStatusDefinitionsBlobType;
+  });
+  if (found == blobList.end()) return E_FAIL;
+  ComPtr<IKivTarnBlobDataRecords> data;
+  r = c.blobs->GetBlobData(kDefaultWaitLimit, found->id, data.Put());
+  if (Failed(r)) return r;
+  const auto items = Items(data);
+  if (items.empty() || !items.front().data || items.front().size == 0) return E_FAIL;
+  blob_.assign(items.front().data, items.front().data + items.front().size);
+  return S_OK;
+}
+
 KivResult CLoadMediaChannelNamesJobItem::Read(TarnConnection& c) {
   if (!c.media) return E_FAIL;
   ComPtr<IKivTarnMediaChannelRecords> records;

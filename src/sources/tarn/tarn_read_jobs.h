@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "config/status_channel_definitions.h"
 #include "jobs/job_item.h"
 #include "outing/channels/channel_data_cache.h"
 #include "sources/tarn/tarn_channel_data.h"
@@ -194,6 +195,26 @@ class CGetBlobDataJobItem final : public CTarnReadJobItem {
   const uint64_t blobId_;
   Guid type_;
   std::vector<uint8_t> bytes_;
+};
+
+// What the status channel definitions are built from: the channel records
+// (display name, tag name, quantity id), the unit table's largest quantity
+// id, and the bytes of the first blob of the definitions type. A file with
+// no such blob fails (E_FAIL).
+class CStatusChannelDefinitionJobItem final : public CTarnReadJobItem {
+ public:
+  using CTarnReadJobItem::CTarnReadJobItem;
+  const std::vector<StatusChannelRecord>& channels() const { return channels_; }
+  int32_t largest_quantity() const { return largestQuantity_; }
+  const std::vector<uint8_t>& blob() const { return blob_; }
+
+ protected:
+  KivResult Read(TarnConnection& connection) override;
+
+ private:
+  std::vector<StatusChannelRecord> channels_;
+  int32_t largestQuantity_ = 0;
+  std::vector<uint8_t> blob_;
 };
 
 // The media channel list, by name.

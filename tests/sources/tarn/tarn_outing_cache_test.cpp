@@ -57,6 +57,7 @@ class RecordingOuting final : public KivObject<ITarnOutingStateChanges> {
   void OnMediaChannelListRead(const TarnMediaChannelMap& channels) override {
     log.push_back("media:" + std::to_string(channels.size()));
   }
+  void OnStatusChannelDefinitionsReady() override { log.push_back("status-definitions"); }
 };
 
 // A channel waiting for its samples.

@@ -55,6 +55,8 @@ TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   ASSERT_EQ(data.lapMarkers.size(), 3u);
   EXPECT_EQ(data.lapMarkers[0].distanceOrigin, 12.5);
   EXPECT_FALSE(data.lapMarkers[2].crossing);
+  ASSERT_EQ(data.blobs.size(), 1u) << "blobs travel, a status definitions blob among them";
+  EXPECT_EQ(data.blobs[0].bytes, (std::vector<uint8_t>{4, 5, 6, 7}));
 
   ASSERT_EQ(WriteTarnDataSet(PathOf("copy.trn"), data), S_OK);
   TarnDataSet again;
@@ -77,6 +79,8 @@ TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   EXPECT_EQ(again.lapMarkers.size(), 3u);
   EXPECT_EQ(again.outingRange, data.outingRange);
   EXPECT_EQ(again.details, data.details);
+  ASSERT_EQ(again.blobs.size(), 1u);
+  EXPECT_EQ(again.blobs[0].type, data.blobs[0].type);
 }
 
 TEST_F(TarnOutingReaderTest, NullArgumentsArePointerErrors) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "config/status_channel_definitions.h"
 #include "velmar/channel.h"
 #include "outing/cache/outing_source.h"
 #include "support/data_listener.h"
@@ -212,6 +213,34 @@ TEST_F(TarnOutingTest, TheSourceRegistersForTypeOne) {
   opened = {};
   ASSERT_TRUE(Settle());
   ASSERT_EQ(RegisterOutingSource(OutingType::kTarn, previous), S_OK);
+}
+
+TEST_F(TarnOutingTest, StatusDefinitionsAreReadOnTheStoreThreadAndToldWhenBuilt) {
+  const std::u16string path = Write(SampleDataSet());
+  ComPtr<IKivStatusChannelDefinitions> tree;
+  OpenListened(path);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(outing_->GetStatusChannelDefinitions(tree.Put()), E_FAIL);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(outing_->GetStatusChannelDefinitions(tree.Put()), E_FAIL) << "no definitions blob: every call tries again";
+  ASSERT_TRUE(Settle());
+  outing_ = nullptr;
+  listener_.reset();
+  const auto blob = WriteStatusDefinitionsBlob({{u"[3]Speed", 4, {}}, {u"Nothing", 1, {}}});
+  WriteThroughStore<IKivTarnBlobWriter>(path, [&](IKivTarnBlobWriter& writer) {
+    const TarnBlobRecord record{0, &kStatusDefinitionsBlobType, u"defs", blob.data(), static_cast<uint32_t>(blob.size()), {}};
+    std::vector<uint64_t> ids;
+    ASSERT_EQ(writer.AddBlobs(1, &record, &ids), S_OK);
+  });
+  OpenListened(path);
+  EXPECT_EQ(outing_->GetStatusChannelDefinitions(tree.Put()), E_FAIL);
+  EXPECT_EQ(outing_->GetStatusChannelDefinitions(tree.Put()), E_FAIL) << "the first read is cancelled, one more runs";
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(std::count(listener_->log.begin(), listener_->log.end(), "Reloaded"), 1);
+  ASSERT_EQ(outing_->GetStatusChannelDefinitions(tree.Put()), S_OK);
+  int32_t count = 0;
+  ASSERT_EQ(tree->GetCount(&count), S_OK);
+  EXPECT_EQ(count, 1) << "a definition whose name matches no channel is left out";
 }
 
 }  // namespace

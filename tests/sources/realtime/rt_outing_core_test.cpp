@@ -1,0 +1,209 @@
+#include "sources/realtime/rt_outing_core.h"
+
+#include <gtest/gtest.h>
+
+#include "config/real_time_settings.h"
+#include "platform/realtime/rt_tcp_server.h"
+#include "support/fixtures.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+using namespace rt;
+
+// What the outing raised, as lines ("data Speed 0 990").
+class Told final : public IRtOutingEvents {
+ public:
+  void OnInformationChanged() override { Add("information"); }
+  void OnChannelDataChanged(const std::u16string& c, KivTime from, KivTime to) override {
+    Add("data " + WideToUtf8(c) + " " + std::to_string(from) + " " + std::to_string(to));
+  }
+  void OnChannelsRemoved(const std::vector<std::u16string>& names) override { Add("removed " + Join(names)); }
+  void OnChannelsAdded(const std::vector<std::u16string>& names) override { Add("added " + Join(names)); }
+  void OnEventDataChanged(const std::u16string& e, KivTime, KivTime) override { Add("events " + WideToUtf8(e)); }
+  void OnLapMarkersReset() override { Add("laps reset"); }
+  void OnLapMarkersChanged(KivTime, KivTime) override { Add("laps changed"); }
+  void OnLapMarkersShifted(KivTime, KivTime) override { Add("laps shifted"); }
+  void OnDataClosed() override { Add("closed"); }
+  void OnTransactionMessage(const std::u16string& text) override { Add(WideToUtf8(text)); }
+
+  size_t Count(const std::string& line) const { return std::count(lines.begin(), lines.end(), line); }
+  std::vector<std::string> lines;
+
+ private:
+  void Add(std::string line) { lines.push_back(std::move(line)); }
+  static std::string Join(const std::vector<std::u16string>& names) {
+    std::string out;
+    for (const auto& n : names) out += (out.empty() ? "" : ",") + WideToUtf8(n);
+    return out;
+  }
+};
+
+std::shared_ptr<RtServer> Server() {
+  auto server = std::make_shared<RtServer>(u"Pit");
+  WireDetails details;
+  details.sessionNumber = 2;
+  details.outingNumber = 5;
+  details.firstLapNumber = 1;
+  server->data().SetDetails(details);
+  WireChannel speed;
+  speed.id = 7;
+  speed.displayName = u"Speed";
+  server->data().SetChannels({speed});
+  return server;
+}
+
+void Feed(RtServer& server, KivTime first, uint32_t count) {
+  server.data().AddBlock(WireBlock{7, 7, 1, first > 0, first, {10}, std::vector<uint8_t>(8 * count, 0)});
+  server.PushChannelData({{7, first, first + 10 * (count - 1)}});
+}
+
+class RtOutingCoreTest : public ::testing::Test {
+ protected:
+  void Make(const std::u16string& address, bool withSettings = true, bool listening = true) {
+    // A host named "down" never answers.
+    RtLinkMaker maker = [this, listening](const std::u16string& host, uint16_t, std::unique_ptr<RtLink>* link) {
+      if (!listening || host == u"down") return E_FAIL;
+      *link = ConnectInProcessLink(server_);
+      return S_OK;
+    };
+    ComPtr<IKivRealTimeSettings3> settings;
+    if (withSettings) settings = ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get());
+    core_ = std::make_unique<CRTOutingCore>(address, settings, maker, &told_);
+  }
+  void Deliver() { KivClientThread::Current().RunUntilIdle(); }
+
+  std::shared_ptr<RtServer> server_ = Server();
+  Told told_;
+  std::unique_ptr<CRTOutingCore> core_;
+};
+
+class RtCaptionTest : public RtOutingCoreTest, public ::testing::WithParamInterface<std::filesystem::path> {};
+
+TEST_P(RtCaptionTest, TheFirstCaptionIsEmptyAndTheSecondTellsTheState) {
+  const auto c = ReadFixture(GetParam());
+  Make(Utf8ToWide(c["address"].get<std::string>()), c["settings"], c["listening"]);
+  for (const auto& caption : c["captions"]) EXPECT_EQ(WideToUtf8(core_->GetCaption()), caption.get<std::string>());
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, RtCaptionTest, FixtureCases("realtime/captions"), FixtureName);
+
+TEST_F(RtOutingCoreTest, OneChangeIsToldPerReadHoweverFastTheDataComes) {
+  Make(u"rt://127.0.0.1:1/Pit");
+  ASSERT_EQ(core_->ChannelNames(), std::vector<std::u16string>{u"Speed"});
+  Deliver();
+  for (int i = 0; i < 20; ++i) Feed(*server_, i * 100, 10);
+  Deliver();
+  EXPECT_TRUE(std::none_of(told_.lines.begin(), told_.lines.end(), [](const auto& l) { return l.starts_with("data"); }))
+      << "a channel no client opened costs nothing";
+  const RtBlockList* blocks = nullptr;
+  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
+  EXPECT_EQ(blocks->blocks().size(), 20u);
+  server_->data().Discard(1950);
+  server_->PushChannelsDiscarded(1950);
+  server_->PushChannelsDiscarded(-50);
+  Deliver();
+  EXPECT_EQ(blocks->blocks().front().firstTime, 1900) << "the block straddling the time stays whole";
+  EXPECT_EQ(told_.Count("data Speed " + std::to_string(kTimeMin) + " 1950"), 1u)
+      << "a discard earlier than any data drops nothing";
+
+  for (int i = 20; i < 40; ++i) Feed(*server_, i * 100, 10);
+  Deliver();
+  EXPECT_EQ(told_.Count("data Speed 2000 2090"), 1u);
+  EXPECT_EQ(told_.Count("data Speed 2100 2190"), 0u) << "twenty messages, one notification";
+  EXPECT_EQ(core_->ReadChannels({u"Speed", u"Nope"}), (std::vector<KivResult>{S_OK, E_FAIL})) << "reads in flight together";
+  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
+  EXPECT_EQ(blocks->blocks().size(), 1u) << "merged past the limit";
+  EXPECT_EQ(blocks->blocks().back().LastTime(), 3990);
+}
+
+TEST_F(RtOutingCoreTest, HistoryModeAskedBeforeTheFirstResetTakesEffectAtIt) {
+  Make(u"rt://127.0.0.1:1/Pit");
+  EXPECT_EQ(core_->SetHistoryMode(KIV_TRUE), S_FALSE);
+  KivBool mode = 0;
+  EXPECT_EQ(core_->GetHistoryMode(&mode), E_FAIL) << "no connection yet";
+  EXPECT_FALSE(server_->data().history_mode());
+  core_->ChannelNames();
+  Deliver();
+  EXPECT_TRUE(server_->data().history_mode());
+  ASSERT_EQ(core_->GetHistoryMode(&mode), S_OK);
+  EXPECT_EQ(mode, KIV_TRUE);
+  EXPECT_EQ(core_->SetHistoryMode(KIV_FALSE), S_OK);
+  EXPECT_FALSE(server_->data().history_mode());
+}
+
+TEST_F(RtOutingCoreTest, NothingCanBeWrittenAndLapMarkersAreToldOnce) {
+  Make(u"rt://127.0.0.1:1/Pit");
+  EXPECT_EQ(core_->CommitTransaction(), S_OK);
+  EXPECT_EQ(told_.lines.back(), "Changes to constants are not supported with real-time data");
+  EXPECT_EQ(core_->RollbackTransaction(), static_cast<KivResult>(0x8004F00F));
+  core_->GetCaption();
+  Deliver();
+  server_->data().AddLapMarker(WireLapMarker{1, 500, 0, 0, 1, 1});
+  server_->PushLapMarker(1, 500);
+  server_->PushLapMarker(1, 500);
+  Deliver();
+  EXPECT_EQ(told_.Count("laps reset"), 2u) << "one at the reset, one for the new marker";
+  server_->PushTimeRange(7, 7);
+  server_->PushTimeRange(0, 990);
+  server_->PushTimeRange(100, 500);
+  Deliver();
+  KivTime start = 0, end = 0;
+  ASSERT_EQ(core_->OutingRange(&start, &end), S_OK);
+  EXPECT_EQ(start, 0) << "a range that shrinks changes nothing";
+  EXPECT_EQ(end, 990);
+  EXPECT_EQ(told_.Count("laps changed"), 2u) << "the first range (one tick), then the wider one";
+  EXPECT_EQ(core_->GetCaption(), u"<002:005:001>");
+}
+
+TEST_F(RtOutingCoreTest, StatusDefinitionsComeFromTheServersBlob) {
+  WireChannel speed;
+  speed.id = 7;
+  speed.displayName = u"Speed";
+  speed.tagName = u"SPD";
+  speed.quantityId = 3;
+  server_->data().SetChannels({speed});
+  const auto blob = WriteStatusDefinitionsBlob({{u"Speed", 9, {}}, {u"Other", 1, {}}});
+  server_->data().SetBlobs({WireBlob{1, Guid{}, u"x", {1}}, WireBlob{2, kStatusDefinitionsBlobType, u"defs", blob}});
+  Make(u"rt://127.0.0.1:1/Pit");
+  core_->ChannelNames();
+  const auto tree = core_->StatusChannelDefinitions();
+  int32_t count = 0;
+  ASSERT_EQ(tree->GetCount(&count), S_OK);
+  ASSERT_EQ(count, 1);
+  ComPtr<IKivStatusChannelDefinition> definition;
+  std::u16string key;
+  ASSERT_EQ(tree->GetItem(1, definition.Put()), S_OK);
+  ASSERT_EQ(definition->GetChannelKeyText(&key), S_OK);
+  EXPECT_EQ(key, u"[3]SPD");
+  EXPECT_EQ(core_->StatusChannelDefinitions().Get(), tree.Get()) << "kept";
+}
+
+TEST_F(RtOutingCoreTest, FollowsAServerOnLoopbackAndShowsItsLoss) {
+  RtTcpServer tcp(server_);
+  std::string error;
+  ASSERT_EQ(tcp.Start("127.0.0.1", 0, &error), S_OK) << error;
+  core_ = std::make_unique<CRTOutingCore>(u"rt://127.0.0.1:" + Utf8ToWide(std::to_string(tcp.port())) + u"/Pit",
+                                          ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get()),
+                                          TcpLinkMaker(), &told_);
+  const RtBlockList* blocks = nullptr;
+  EXPECT_EQ(core_->ReadChannel(u"Speed", &blocks), KIV_E_PENDING);
+  KivClientThread::Current().RunUntil([&] { return told_.Count("closed") > 0; }, std::chrono::seconds(10));
+  Feed(*server_, 0, 100);
+  server_->PushTimeRange(0, 990);
+  KivClientThread::Current().RunUntil([&] { return told_.Count("laps changed") > 0; }, std::chrono::seconds(10));
+  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
+  EXPECT_EQ(blocks->blocks().at(0).Count(), 100u);
+  KivTime start = 0, end = 0;
+  ASSERT_EQ(core_->OutingRange(&start, &end), S_OK);
+  EXPECT_EQ(end, 990);
+  EXPECT_TRUE(core_->connected());
+  tcp.Stop();
+  KivClientThread::Current().RunUntil([&] { return !core_->connected(); }, std::chrono::seconds(10));
+  EXPECT_EQ(core_->GetCaption(), u"Failed to create outing");
+  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK) << "the data held stays readable";
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -78,6 +78,8 @@ class CTask final
   KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   KivResult SaveCompleted(IKivStorage* storage) override;
   KivResult HandsOffStorage() override;
+  // Lets go of every stream and storage held in the file.
+  void ReleaseParts();
 
   // IKivTaskListMember
   KivResult GetTask(IKivTask** task) override;

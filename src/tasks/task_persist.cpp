@@ -267,9 +267,46 @@ KivResult CTask::Save(IKivStorage* storage, KivBool sameAsLoad) {
   return r;
 }
 
-KivResult CTask::SaveCompleted(IKivStorage*) { return S_OK; }
+KivResult CTask::SaveCompleted(IKivStorage* storage) {
+  if (storage && storage == storage_.Get()) return S_OK;
+  if (storage) {
+    ReleaseParts();
+    if (KivResult r = OpenParts(storage, false); Failed(r)) return r;
+  }
+  // Selections and extensions follow into the same names in the new file.
+  for (size_t i = 0; i < selections_.size() && i < selectionNames_.names.size(); ++i) {
+    ComPtr<IKivStorage> sub;
+    if (storage) {
+      if (KivResult r = selectionStorage_->OpenStorage(selectionNames_.names[i], kMode, sub.Put()); Failed(r))
+        return r;
+    }
+    if (KivResult r = selections_[i]->SaveCompleted(sub.Get()); Failed(r)) return r;
+  }
+  for (const auto& [name, extension] : extensions_) {
+    auto persist = QueryAs<IKivPersistStorage>(extension.object.Get());
+    if (!persist) continue;
+    ComPtr<IKivStorage> sub;
+    if (storage) {
+      if (KivResult r = extensionStorage_->OpenStorage(extension.storageName, kMode, sub.Put()); Failed(r)) return r;
+    }
+    (void)persist->SaveCompleted(sub.Get());
+  }
+  return S_OK;
+}
 
-KivResult CTask::HandsOffStorage() { return S_OK; }
+KivResult CTask::HandsOffStorage() {
+  for (const auto& selection : selections_) (void)selection->HandsOffStorage();
+  for (const auto& [name, extension] : extensions_) {
+    if (auto persist = QueryAs<IKivPersistStorage>(extension.object.Get())) (void)persist->HandsOffStorage();
+  }
+  ReleaseParts();
+  return S_OK;
+}
+
+void CTask::ReleaseParts() {
+  for (auto* stream : {&version_, &properties_, &selectionList_, &extensionList_}) *stream = nullptr;
+  for (auto* storage : {&selectionStorage_, &extensionStorage_, &storage_}) *storage = nullptr;
+}
 
 // Extensions.
 

@@ -75,15 +75,32 @@ KivResult CTasks::Save(IKivStorage* storage, KivBool sameAsLoad) {
   return storage_->CopyTo(storage);
 }
 
+// Each task is handed the sub-storage of its own name: after a save to
+// another file, every later edit goes there.
 KivResult CTasks::SaveCompleted(IKivStorage* storage) {
-  if (!storage || storage == storage_.Get()) return S_OK;
-  list_ = nullptr;
-  storage_ = storage;
-  attached_ = true;
-  return storage_->OpenStream(kListStream, kMode, list_.Put());
+  if (storage && storage == storage_.Get()) return S_OK;
+  if (storage) {
+    list_ = nullptr;
+    storage_ = storage;
+    attached_ = true;
+    if (KivResult r = storage_->OpenStream(kListStream, kMode, list_.Put()); Failed(r)) return r;
+  }
+  for (size_t i = 0; i < tasks_.size() && i < names_.size(); ++i) {
+    auto persist = QueryAs<IKivPersistStorage>(tasks_[i].Get());
+    if (!persist) continue;
+    ComPtr<IKivStorage> sub;
+    if (storage) {
+      if (KivResult r = storage->OpenStorage(names_[i], kMode, sub.Put()); Failed(r)) return r;
+    }
+    if (KivResult r = persist->SaveCompleted(sub.Get()); Failed(r)) return r;
+  }
+  return S_OK;
 }
 
 KivResult CTasks::HandsOffStorage() {
+  for (const auto& task : tasks_) {
+    if (auto persist = QueryAs<IKivPersistStorage>(task.Get())) (void)persist->HandsOffStorage();
+  }
   list_ = nullptr;
   storage_ = nullptr;
   attached_ = false;

@@ -68,5 +68,39 @@ TEST(SettingsFile, ARootSavesAndAnotherLoadsEverythingItHolds) {
   EXPECT_EQ(second.persist->IsDirty(), S_FALSE);
 }
 
+TEST(SettingsFile, AfterASaveToAnotherFileLaterEditsGoToThatFile) {
+  SettingsRoot first;
+  ASSERT_EQ(first.persist->InitNew(first.storage.Get()), S_OK);
+  ComPtr<IKivTasks> tasks;
+  ASSERT_EQ(first.root->GetTasks(tasks.Put()), S_OK);
+  ComPtr<IKivTask> task;
+  ASSERT_EQ(tasks->AddTask(task.Put()), S_OK);
+  ASSERT_EQ(first.persist->Save(first.storage.Get(), KIV_TRUE), S_OK);
+  ComPtr<IKivStorage> other;
+  ASSERT_EQ(StgCreateMemoryStorage(other.Put()), S_OK);
+  ASSERT_EQ(first.persist->Save(other.Get(), KIV_FALSE), S_OK);
+  ASSERT_EQ(first.persist->SaveCompleted(other.Get()), S_OK);
+  ASSERT_EQ(task->SetCurrentTime(42), S_OK);  // written as it happens, into the new file
+  ASSERT_EQ(first.persist->Save(other.Get(), KIV_TRUE), S_OK);
+
+  auto currentTimeIn = [](const std::string& bytes) {
+    SettingsRoot root(bytes);
+    EXPECT_EQ(root.persist->Load(root.storage.Get()), S_OK);
+    ComPtr<IKivTasks> list;
+    ComPtr<IKivTask> loaded;
+    EXPECT_EQ(root.root->GetTasks(list.Put()), S_OK);
+    EXPECT_EQ(list->GetItem(1, loaded.Put()), S_OK);
+    KivTime t = -1;
+    if (loaded) {
+      EXPECT_EQ(loaded->GetCurrentTime(&t), S_OK);
+    }
+    return t;
+  };
+  std::string otherBytes;
+  ASSERT_EQ(StgSaveToBytes(other.Get(), &otherBytes), S_OK);
+  EXPECT_EQ(currentTimeIn(otherBytes), 42);
+  EXPECT_NE(currentTimeIn(first.Bytes()), 42) << "the file left behind keeps what it had";
+}
+
 }  // namespace
 }  // namespace velmar

@@ -7,6 +7,7 @@ CExportItem::~CExportItem() {
 }
 
 void CExportItem::LeaveWaiter() {
+  left_ = true;
   if (CExportWaiter* waiter = waiter_) waiter->ItemLeft(this);
 }
 

@@ -30,6 +30,9 @@ class CExportItem {
   virtual const std::u16string& GetName() const = 0;
   State state() const { return state_; }
   CExportWaiter* waiter() const { return waiter_; }
+  // Still waiting for its source. An item whose source went away while it
+  // waited stands at "collecting" but waits no more: it has nothing.
+  bool StillCollecting() const { return state_ == kCollecting && !left_; }
 
  protected:
   CExportItem() = default;
@@ -41,6 +44,7 @@ class CExportItem {
   friend class CExportWaiter;
   CExportWaiter* waiter_ = nullptr;
   State state_ = kMade;
+  bool left_ = false;
 };
 
 // The items a step still waits for, by name.

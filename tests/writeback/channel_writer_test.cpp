@@ -1,0 +1,104 @@
+#include "writeback/channel_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "export/fake_channel.h"
+#include "support/fixtures.h"
+
+namespace velmar {
+namespace {
+
+using nlohmann::json;
+
+std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+
+// The case's list under `key`, empty when absent.
+std::vector<json> ListOf(const json& c, const char* key) {
+  return c.contains(key) ? c[key].get<std::vector<json>>() : std::vector<json>{};
+}
+
+class Step final : public CWriteBackChannelStateMachineBase {
+ public:
+  Step() : CWriteBackChannelStateMachineBase(nullptr) {}
+  AsyncThread GetJobThread() override { return nullptr; }
+  KivResult MakeJob(CJobItem*, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
+};
+
+// A destination whose answers come from the case.
+class Cache final : public CChannelWriterCache {
+ public:
+  explicit Cache(const json& c) : c_(c) {
+    if (!c.contains("channels")) return;
+    for (const auto& [name, channel] : c["channels"].items()) {
+      auto fake = testing::MakeFakeChannel(channel["blocks"]);
+      fake->status = channel.value("status", 1u);
+      channels_[Wide(name)] = fake;
+    }
+  }
+  uint32_t GetChannelLimit() override { return c_.value("limit", 0u); }
+  bool SupportsResampling() override { return c_.value("resampling", true); }
+  bool SupportsNativeRate() override { return c_.value("native", true); }
+  bool HasStoredChannel(const std::u16string& name) override {
+    for (const json& s : ListOf(c_, "stored")) {
+      if (Wide(s.get<std::string>()) == name) return true;
+    }
+    return false;
+  }
+  KivResult GetExportChannel(const std::u16string& name, ComPtr<IKivChannel>* channel) override {
+    auto it = channels_.find(name);
+    if (it == channels_.end()) return E_FAIL;
+    *channel = it->second;
+    return S_OK;
+  }
+  void PostWriterMessage(uint32_t level, const std::u16string& text) override {
+    messages.push_back({level, std::string(text.begin(), text.end())});
+  }
+  ComPtr<CWriteBackChannelStateMachineBase> NewChannelStep() override { return MakeKiv<Step>(); }
+  KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
+    queued = ComPtr<Step>(static_cast<Step*>(step.Get()));
+    return S_OK;
+  }
+
+  std::vector<std::pair<uint32_t, std::string>> messages;
+  ComPtr<Step> queued;
+
+ private:
+  const json& c_;
+  std::map<std::u16string, ComPtr<testing::FakeChannel>> channels_;
+};
+
+class WriteChannelsCallTest : public ::testing::TestWithParam<std::filesystem::path> {};
+
+// Each file: the destination's answers, the call, and its result, messages
+// ([level, text]) and the items of the step it queued (null: none).
+TEST_P(WriteChannelsCallTest, ChecksInOrderAndQueuesWhatHasData) {
+  const json c = testing::ReadFixture(GetParam());
+  Cache cache(c);
+  const json& call = c["call"];
+  NameList names;
+  for (const json& n : ListOf(call, "names")) names.push_back(Wide(n.get<std::string>()));
+  WriteChannelsRequest request;
+  request.start = call.value("start", KivTime{0});
+  request.end = call.value("end", KivTime{1'000'000});
+  request.period = call.value("period", KivTime{0});
+  request.names = call.value("unreadable", false) ? nullptr : &names;
+  const KivResult r = WriteChannels(cache, request);
+  EXPECT_EQ(static_cast<uint32_t>(r), std::stoul(c["result"].get<std::string>(), nullptr, 16));
+  std::vector<std::pair<uint32_t, std::string>> messages;
+  for (const json& m : ListOf(c, "messages")) messages.push_back({m[0], m[1]});
+  EXPECT_EQ(cache.messages, messages);
+  if (c["queued"].is_null()) {
+    EXPECT_FALSE(cache.queued);
+  } else {
+    ASSERT_TRUE(cache.queued);
+    EXPECT_EQ(cache.queued->itemCount(), c["queued"].get<size_t>());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, WriteChannelsCallTest, testing::FixtureCases("export/write_calls"),
+                         testing::FixtureName);
+
+}  // namespace
+}  // namespace velmar

@@ -14,7 +14,7 @@ namespace {
 KivResult CheckCall(CChannelWriterCache& cache, const WriteChannelsRequest& request) {
   if (!request.names) return E_FAIL;
   if (request.names->empty()) return E_INVALIDARG;
-  if (request.period != 0) {
+  if (request.resampled) {
     if (!cache.SupportsResampling()) return E_NOTIMPL;
     if (!ExportPeriodInLimits(request.period)) return E_INVALIDARG;
   } else if (!cache.SupportsNativeRate()) {
@@ -62,7 +62,7 @@ KivResult WriteChannels(CChannelWriterCache& cache, const WriteChannelsRequest& 
     ExportScaling scaling;
     if (Failed(cache.GetExportScaling(name, request.context, &scaling))) continue;
     auto item = std::make_unique<CExportChannel>(name, request.start, request.end, channel.Get(), scaling.factor,
-                                                 scaling.offset, cache.ExportBase(), request.period,
+                                                 scaling.offset, cache.ExportBase(), request.resampled ? request.period : 0,
                                                  std::move(scaling.converter));
     if (item->state() == CExportItem::kNothing) {
       cache.PostWriterMessage(kWriterNote, u"No data found for channel " + ChannelDisplayName(name));

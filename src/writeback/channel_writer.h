@@ -59,7 +59,8 @@ struct WriteChannelsRequest {
   KivTime start = 0;
   KivTime end = 0;
   const NameList* names = nullptr;  // null: unreadable
-  KivTime period = 0;               // 0: the native rate
+  KivTime period = 0;
+  bool resampled = false;           // false: the native rate, `period` unused
   IKivUnknown* context = nullptr;   // handed on to the scaling
 };
 

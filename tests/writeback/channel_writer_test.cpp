@@ -83,6 +83,7 @@ TEST_P(WriteChannelsCallTest, ChecksInOrderAndQueuesWhatHasData) {
   request.start = call.value("start", KivTime{0});
   request.end = call.value("end", KivTime{1'000'000});
   request.period = call.value("period", KivTime{0});
+  request.resampled = call.contains("period");
   request.names = call.value("unreadable", false) ? nullptr : &names;
   const KivResult r = WriteChannels(cache, request);
   EXPECT_EQ(static_cast<uint32_t>(r), std::stoul(c["result"].get<std::string>(), nullptr, 16));

@@ -308,6 +308,11 @@ void CTarnOutingCache::ReloadLapMarkersAfterWrite() {
   RefreshAfterLapChange();
 }
 
+void CTarnOutingCache::ReloadChannelsAfterWrite() {
+  channels_->Drop();
+  (void)ChannelList();
+}
+
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) {
   if (Failed(status)) return;  // idle again: the next request reads again
   const TarnChannelMap& channels = m.results()->channels();

@@ -43,6 +43,20 @@ class CWriteBackChannelJobItemBase : public CWriteBackExportJobItemBase {
   std::shared_ptr<const ExportChannelList> items_;
 };
 
+// A source's channel job, writing through the commit's write access `Access`.
+template <class Access>
+class CWriteBackChannelJobOn : public CWriteBackChannelJobItemBase {
+ public:
+  CWriteBackChannelJobOn(CStateMachineEx* owner, ComPtr<Access> access, std::shared_ptr<const ExportChannelList> items)
+      : CWriteBackChannelJobItemBase(owner, std::move(items)), access_(std::move(access)) {}
+
+ protected:
+  Access* access() const { return access_.Get(); }
+
+ private:
+  ComPtr<Access> access_;
+};
+
 class CWriteBackEventsJobItemBase : public CWriteBackExportJobItemBase {
  protected:
   // `events` sorted by name, then time; [start, end] the range they came from.

@@ -89,6 +89,22 @@ class CWriteBackChannelStateMachineBase : public CWriteBackExportStateMachineBas
   std::shared_ptr<const ExportChannelList> TakeItems();
 };
 
+// The channel step of a source: its job is `Job(owner, access, items)` over
+// the commit's write access `Access`, run on `Thread()`.
+template <class Job, class Access, AsyncThread (*Thread)()>
+class CWriteBackChannelStep final : public CWriteBackChannelStateMachineBase {
+ public:
+  explicit CWriteBackChannelStep(CWriteBackStateChanges* receiver) : CWriteBackChannelStateMachineBase(receiver) {}
+  AsyncThread GetJobThread() override { return Thread(); }
+
+ protected:
+  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
+    if (!writeAccess) return E_FAIL;
+    *job = MakeKiv<Job>(this, ComPtr<Access>(static_cast<Access*>(writeAccess)), TakeItems());
+    return S_OK;
+  }
+};
+
 class CWriteBackEventsStateMachineBase : public CWriteBackExportStateMachineBase<CExportEventSet> {
  protected:
   CWriteBackEventsStateMachineBase(CWriteBackStateChanges* receiver, KivTime start, KivTime end)

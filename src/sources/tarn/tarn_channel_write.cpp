@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "jobs/job_thread.h"
 #include "sources/tarn/tarn_records.h"
 #include "velmar/channel_key.h"
 
@@ -63,7 +62,7 @@ KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* ch
 }
 
 bool CWBTarnWriteChannelJobItem::Validate() {
-  TarnConnection* store = access_ ? access_->connection() : nullptr;
+  TarnConnection* store = access() ? access()->connection() : nullptr;
   ComPtr<IKivTarnChannelRecords> records;
   if (!store || !store->channels || Failed(store->channels->GetChannelList(kTarnWaitForever, records.Put()))) {
     return false;
@@ -79,7 +78,7 @@ bool CWBTarnWriteChannelJobItem::Validate() {
 }
 
 KivResult CWBTarnWriteChannelJobItem::Write() {
-  ComPtr<IKivTarnChannelWriter> writer = access_ ? access_->Writer<IKivTarnChannelWriter>() : nullptr;
+  ComPtr<IKivTarnChannelWriter> writer = access() ? access()->Writer<IKivTarnChannelWriter>() : nullptr;
   if (!writer) return E_FAIL;
   std::vector<TarnDataSetChannel> channels(items().size());
   std::vector<std::u16string> keys;
@@ -108,15 +107,6 @@ KivResult CWBTarnWriteChannelJobItem::Write() {
                                        &blockIds))
              ? E_FAIL
              : S_OK;
-}
-
-AsyncThread CWBTarnWriteChannelStateMachine::GetJobThread() { return DaeThread(); }
-
-KivResult CWBTarnWriteChannelStateMachine::MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CTarnOutingTransactionJobItem> access(static_cast<CTarnOutingTransactionJobItem*>(writeAccess));
-  *job = MakeKiv<CWBTarnWriteChannelJobItem>(this, std::move(access), TakeItems());
-  return S_OK;
 }
 
 }  // namespace velmar

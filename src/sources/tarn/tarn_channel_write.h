@@ -6,35 +6,25 @@
 // Step: client thread. Job: the store thread.
 #pragma once
 
+#include "jobs/job_thread.h"
 #include "sources/tarn/tarn_data_set.h"
 #include "sources/tarn/tarn_transactions.h"
 #include "writeback/export_write_step.h"
 
 namespace velmar {
 
-class CWBTarnWriteChannelJobItem final : public CWriteBackChannelJobItemBase {
+class CWBTarnWriteChannelJobItem final : public CWriteBackChannelJobOn<CTarnOutingTransactionJobItem> {
  public:
-  CWBTarnWriteChannelJobItem(CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access,
-                             std::shared_ptr<const ExportChannelList> items)
-      : CWriteBackChannelJobItemBase(owner, std::move(items)), access_(std::move(access)) {}
+  using CWriteBackChannelJobOn::CWriteBackChannelJobOn;
 
  protected:
+  // No item may take the key of a channel the store lists.
   bool Validate() override;
   KivResult Write() override;
-
- private:
-  ComPtr<CTarnOutingTransactionJobItem> access_;
 };
 
-class CWBTarnWriteChannelStateMachine final : public CWriteBackChannelStateMachineBase {
- public:
-  explicit CWBTarnWriteChannelStateMachine(CWriteBackStateChanges* receiver)
-      : CWriteBackChannelStateMachineBase(receiver) {}
-  AsyncThread GetJobThread() override;
-
- protected:
-  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override;
-};
+using CWBTarnWriteChannelStateMachine =
+    CWriteBackChannelStep<CWBTarnWriteChannelJobItem, CTarnOutingTransactionJobItem, DaeThread>;
 
 // A collected item as the store takes it: the description from the item's
 // properties (the name's key when they are missing) and its blocks.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "jobs/job_thread.h"
 #include "sources/text/ascii_outing.h"
 #include "outing/blocks/channel_iterator.h"
 #include "outing/blocks/fast_iterator.h"
@@ -62,7 +61,7 @@ std::u16string TextUnitText(const CExportChannel& item) {
 
 bool CAsciiWriteBackChannelJobItem::Validate() {
   std::vector<TextColumn> columns;
-  if (!access_ || !access_->handles().ReadChannels(&columns).ok()) return false;
+  if (!access() || !access()->handles().ReadChannels(&columns).ok()) return false;
   return std::none_of(items().begin(), items().end(), [&](const std::unique_ptr<CExportChannel>& item) {
     const std::u16string name = TextColumnName(*item);
     return std::any_of(columns.begin(), columns.end(), [&](const TextColumn& c) { return c.name == name; });
@@ -70,7 +69,7 @@ bool CAsciiWriteBackChannelJobItem::Validate() {
 }
 
 KivResult CAsciiWriteBackChannelJobItem::Write() {
-  CAsciiFileHandles& file = access_->handles();
+  CAsciiFileHandles& file = access()->handles();
   // Values are in the destination's unit already: the items scaled them.
   if (!items().empty() && items().front()->resampled()) {
     std::vector<ItemSampler> samplers;
@@ -90,15 +89,6 @@ KivResult CAsciiWriteBackChannelJobItem::Write() {
     const TextChannelData data{TextColumnName(*item), TextUnitText(*item), times, values, 1.0, 0.0};
     if (!file.WriteChannel(data, 0).ok()) return E_FAIL;
   }
-  return S_OK;
-}
-
-AsyncThread CAsciiWriteBackChannelStateMachine::GetJobThread() { return AsciiThread(); }
-
-KivResult CAsciiWriteBackChannelStateMachine::MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CAsciiOutingTxnJobItem> access(static_cast<CAsciiOutingTxnJobItem*>(writeAccess));
-  *job = MakeKiv<CAsciiWriteBackChannelJobItem>(this, std::move(access), TakeItems());
   return S_OK;
 }
 

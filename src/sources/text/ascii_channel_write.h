@@ -6,35 +6,24 @@
 // Step: client thread. Job: "Ascii_Thread".
 #pragma once
 
+#include "jobs/job_thread.h"
 #include "sources/text/ascii_transactions.h"
 #include "writeback/export_write_step.h"
 
 namespace velmar {
 
-class CAsciiWriteBackChannelJobItem final : public CWriteBackChannelJobItemBase {
+class CAsciiWriteBackChannelJobItem final : public CWriteBackChannelJobOn<CAsciiOutingTxnJobItem> {
  public:
-  CAsciiWriteBackChannelJobItem(CStateMachineEx* owner, ComPtr<CAsciiOutingTxnJobItem> access,
-                                std::shared_ptr<const ExportChannelList> items)
-      : CWriteBackChannelJobItemBase(owner, std::move(items)), access_(std::move(access)) {}
+  using CWriteBackChannelJobOn::CWriteBackChannelJobOn;
 
  protected:
   // No item may take the name of a column of the file.
   bool Validate() override;
   KivResult Write() override;
-
- private:
-  ComPtr<CAsciiOutingTxnJobItem> access_;
 };
 
-class CAsciiWriteBackChannelStateMachine final : public CWriteBackChannelStateMachineBase {
- public:
-  explicit CAsciiWriteBackChannelStateMachine(CWriteBackStateChanges* receiver)
-      : CWriteBackChannelStateMachineBase(receiver) {}
-  AsyncThread GetJobThread() override;
-
- protected:
-  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override;
-};
+using CAsciiWriteBackChannelStateMachine =
+    CWriteBackChannelStep<CAsciiWriteBackChannelJobItem, CAsciiOutingTxnJobItem, AsciiThread>;
 
 // The column name an item takes in a text data set: the name of its key.
 std::u16string TextColumnName(const CExportChannel& item);

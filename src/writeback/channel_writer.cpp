@@ -5,6 +5,8 @@
 
 #include "export/export_grid.h"
 #include "velmar/channel_key.h"
+#include "velmar/property_factories.h"
+#include "velmar/velmar.h"
 
 namespace velmar {
 
@@ -34,7 +36,53 @@ NameList WithinLimit(CChannelWriterCache& cache, const NameList& names) {
   return kept;
 }
 
+ComPtr<IKivChannelPropertyFactory> PropertyDatabase(IKivUnknown* context, IKivDataFactory* channels) {
+  if (auto given = QueryAs<IKivChannelPropertyFactory>(context)) return given;
+  ComPtr<IKivUnknown> root;
+  ComPtr<IKivChannelPropertyFactory> properties;
+  if (!channels || Failed(channels->GetRoot(root.Put())) || !root) return nullptr;
+  auto velmar = root.As<IKivVelmar>();
+  if (!velmar || Failed(velmar->GetChannelPropertyFactory(properties.Put()))) return nullptr;
+  return properties;
+}
+
+double NumberOf(const PropertyList& properties, std::u16string_view name) {
+  for (const Property& p : properties) {
+    if (p.name == name) return p.value.ToDouble().value_or(0.0);
+  }
+  return 0.0;
+}
+
+void CopyProperties(const PropertyList& properties, std::map<std::u16string, Variant>* into) {
+  for (const Property& p : properties) {
+    if (p.name != u"Filter") (*into)[p.name] = p.value;
+  }
+}
+
 }  // namespace
+
+KivResult ExportScalingOf(const std::u16string& name, IKivUnknown* context, IKivDataFactory* channels,
+                          ExportScaling* scaling) {
+  *scaling = {};
+  ComPtr<IKivChannelPropertyFactory> database = PropertyDatabase(context, channels);
+  if (!database) return S_OK;
+  CChannelKey key;
+  if (!CChannelKey::Parse(name, &key)) key = CChannelKey(name, 0);
+  ComPtr<IKivPropertySet> set;
+  if (Failed(database->GetPropertySet(key.name(), static_cast<int32_t>(key.id()), set.Put())) || !set ||
+      Failed(set->GetProperties(&scaling->properties))) {
+    return E_FAIL;
+  }
+  const auto quantity = static_cast<QuantityId>(NumberOf(scaling->properties, u"Quantity"));
+  if (quantity == kQuantityDimensionless) return S_OK;
+  const auto unit = static_cast<UnitId>(NumberOf(scaling->properties, u"Unit"));
+  if (Failed(CreateUnitsComponent(&scaling->converter)) ||
+      Failed(scaling->converter->GetFactor(quantity, kBaseUnit, unit, &scaling->factor)) ||
+      Failed(scaling->converter->GetOffset(quantity, kBaseUnit, unit, &scaling->offset))) {
+    return E_FAIL;
+  }
+  return S_OK;
+}
 
 KivResult CChannelWriterCache::GetExportScaling(const std::u16string& /*name*/, IKivUnknown* /*context*/,
                                                 ExportScaling* scaling) {
@@ -69,6 +117,7 @@ KivResult WriteChannels(CChannelWriterCache& cache, const WriteChannelsRequest& 
       result = S_FALSE;
       continue;
     }
+    CopyProperties(scaling.properties, &item->properties);
     step->AddItem(std::move(item));
   }
   if (step->itemCount() == 0) {

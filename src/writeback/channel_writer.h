@@ -10,6 +10,7 @@
 
 #include "velmar/channel.h"
 #include "velmar/data_factory.h"
+#include "velmar/property_set.h"
 #include "velmar/units.h"
 #include "writeback/export_write_step.h"
 
@@ -24,11 +25,21 @@ inline constexpr uint32_t kWriterError = 2;
 inline constexpr size_t kMaxChannelKeyText = 33;
 
 // How a source's values become the destination's: value x factor + offset.
+// The channel's properties come with it (all but "Filter").
 struct ExportScaling {
   double factor = 1.0;
   double offset = 0.0;
   ComPtr<IKivUnits> converter;
+  PropertyList properties;
 };
+
+// The scaling of `name` (a key text) from the channel property database:
+// its "Quantity" and "Unit", from the quantity's base unit to that unit
+// (factor 1, offset 0 for quantity 0). The database is `context` when it
+// is one, else the root's reached through `channels`; with none, no scaling
+// and no properties. A property set that cannot be read fails.
+KivResult ExportScalingOf(const std::u16string& name, IKivUnknown* context, IKivDataFactory* channels,
+                          ExportScaling* scaling);
 
 class CChannelWriterCache {
  public:

@@ -47,6 +47,9 @@ class OutingWriterCache final : public CChannelWriterCache {
     auto factory = QueryAs<IKivChannelFactory>(channels_);
     return factory ? factory->GetItem(name, channel->Put()) : E_FAIL;
   }
+  KivResult GetExportScaling(const std::u16string& name, IKivUnknown* context, ExportScaling* scaling) override {
+    return ExportScalingOf(name, context, channels_, scaling);
+  }
   void PostWriterMessage(uint32_t level, const std::u16string& text) override { cache_->PostMessage(level, text); }
   ComPtr<CWriteBackChannelStateMachineBase> NewChannelStep() override { return MakeKiv<Step>(receiver_); }
   KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {

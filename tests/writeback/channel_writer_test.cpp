@@ -6,6 +6,8 @@
 
 #include "export/fake_channel.h"
 #include "support/fixtures.h"
+#include "support/map_properties.h"
+#include "velmar/property_factories.h"
 
 namespace velmar {
 namespace {
@@ -19,11 +21,41 @@ std::vector<json> ListOf(const json& c, const char* key) {
   return c.contains(key) ? c[key].get<std::vector<json>>() : std::vector<json>{};
 }
 
+// The case's "database": channel name -> {"Quantity", "Unit", ...}; a name
+// it lacks cannot be read.
+class PropertyDatabase final : public KivObject<IKivChannelPropertyFactory> {
+ public:
+  explicit PropertyDatabase(const json& names) : names_(names) {}
+  KivResult GetPropertySet(const std::u16string& name, int32_t, IKivPropertySet** set) override {
+    const std::string key(name.begin(), name.end());
+    if (!names_.contains(key)) return E_INVALIDARG;
+    auto properties = MakeKiv<testing::CMapProperties>();
+    for (const auto& [k, v] : names_[key].items()) properties->values[Wide(k)] = Variant::F64(v.get<double>());
+    *set = properties.Detach();
+    return S_OK;
+  }
+  KivResult HasKey(const std::u16string&, int32_t, KivBool*) override { return E_NOTIMPL; }
+  KivResult RemoveKey(const std::u16string&, int32_t) override { return E_NOTIMPL; }
+  KivResult GetKeyCount(uint32_t*) override { return E_NOTIMPL; }
+  KivResult GetKey(uint32_t, std::u16string*, int32_t*) override { return E_NOTIMPL; }
+  KivResult Reserved8() override { return E_NOTIMPL; }
+  KivResult Reserved9() override { return E_NOTIMPL; }
+  KivResult Reserved10() override { return E_NOTIMPL; }
+  KivResult Reserved11() override { return E_NOTIMPL; }
+  KivResult Reserved12() override { return E_NOTIMPL; }
+  KivResult GetQuantityToColorMapping(IKivQuantityToColorMapping**) override { return E_NOTIMPL; }
+  KivResult SetQuantityToColorMapping(IKivQuantityToColorMapping*) override { return E_NOTIMPL; }
+
+ private:
+  json names_;
+};
+
 class Step final : public CWriteBackChannelStateMachineBase {
  public:
   Step() : CWriteBackChannelStateMachineBase(nullptr) {}
   AsyncThread GetJobThread() override { return nullptr; }
   KivResult MakeJob(CJobItem*, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
+  const CExportChannel& item(size_t i) { return *items()[i]; }
 };
 
 // A destination whose answers come from the case.
@@ -54,6 +86,11 @@ class Cache final : public CChannelWriterCache {
   }
   void PostWriterMessage(uint32_t level, const std::u16string& text) override {
     messages.push_back({level, std::string(text.begin(), text.end())});
+  }
+  KivResult GetExportScaling(const std::u16string& name, IKivUnknown* context, ExportScaling* scaling) override {
+    if (!c_.contains("database")) return CChannelWriterCache::GetExportScaling(name, context, scaling);
+    auto database = MakeKiv<PropertyDatabase>(c_["database"]);
+    return ExportScalingOf(name, database.Get(), nullptr, scaling);
   }
   ComPtr<CWriteBackChannelStateMachineBase> NewChannelStep() override { return MakeKiv<Step>(); }
   KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
@@ -95,6 +132,13 @@ TEST_P(WriteChannelsCallTest, ChecksInOrderAndQueuesWhatHasData) {
   } else {
     ASSERT_TRUE(cache.queued);
     EXPECT_EQ(cache.queued->itemCount(), c["queued"].get<size_t>());
+  }
+  // "first_values": the first value of each queued item, in the destination's unit.
+  for (size_t i = 0; cache.queued && i < ListOf(c, "first_values").size(); ++i) {
+    std::span<const double> values;
+    ASSERT_EQ(cache.queued->item(i).blocks().front()->ValuesArray(false, &values), S_OK);
+    EXPECT_NEAR(values.front(), c["first_values"][i].get<double>(), 1e-9) << i;
+    EXPECT_EQ(cache.queued->item(i).properties.count(u"Filter"), 0u);
   }
 }
 

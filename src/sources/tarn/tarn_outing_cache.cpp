@@ -313,6 +313,11 @@ void CTarnOutingCache::ReloadChannelsAfterWrite() {
   (void)ChannelList();
 }
 
+void CTarnOutingCache::ReloadEventsAfterWrite() {
+  eventNames_->Drop();
+  (void)EventNames();
+}
+
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) {
   if (Failed(status)) return;  // idle again: the next request reads again
   const TarnChannelMap& channels = m.results()->channels();

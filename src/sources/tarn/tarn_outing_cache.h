@@ -113,6 +113,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CWriteBackStateChanges* lap_write_back() { return &lapWriteBack_; }
   // What hears that a channel step wrote.
   CWriteBackStateChanges* channel_write_back() { return &channelWriteBack_; }
+  // What hears that an event step wrote.
+  CWriteBackStateChanges* event_write_back() { return &eventWriteBack_; }
 
   // CTransactionBase: the store's write handle, on the store thread.
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -181,6 +183,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   void ReloadLapMarkersAfterWrite();
   // The channel list after a write: read again, and every outing told.
   void ReloadChannelsAfterWrite();
+  // The event set names after a write: read again, and every outing told.
+  void ReloadEventsAfterWrite();
   // Runs one of the reloads above after a successful step.
   class CReloadAfterWrite final : public CWriteBackStateChanges {
    public:
@@ -215,6 +219,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   ClientRef<CTransactionStateMachine> transaction_;
   CReloadAfterWrite lapWriteBack_{this, &CTarnOutingCache::ReloadLapMarkersAfterWrite};
   CReloadAfterWrite channelWriteBack_{this, &CTarnOutingCache::ReloadChannelsAfterWrite};
+  CReloadAfterWrite eventWriteBack_{this, &CTarnOutingCache::ReloadEventsAfterWrite};
 
   ComPtr<CTarnOutingInformation> information_;
   bool loaded_ = false;

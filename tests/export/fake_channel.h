@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
@@ -71,11 +72,13 @@ inline ComPtr<IKivDataBlockImplBase> MakeBlock(const json& b, uint32_t index) {
   }
   std::shared_ptr<const DataSection> section;
   auto v = LockedArray<double>::FromVector(std::move(values));
-  EXPECT_EQ(times.empty() ? DataSection::MakePeriodic(v, b["start"].get<KivTime>(), interval, &section)
-                          : DataSection::MakeAperiodic(v, LockedArray<KivTime>::FromVector(times), &section),
-            S_OK);
+  const KivResult made = times.empty()
+                            ? DataSection::MakePeriodic(v, b["start"].get<KivTime>(), interval, &section)
+                            : DataSection::MakeAperiodic(v, LockedArray<KivTime>::FromVector(times), &section);
   ComPtr<IKivDataBlockImplBase> block;
-  EXPECT_EQ(MakeOutingDataBlock(section, index, 0, b.value("continuous", false), &block), S_OK);
+  if (Failed(made) || Failed(MakeOutingDataBlock(section, index, 0, b.value("continuous", false), &block))) {
+    throw std::invalid_argument("a fixture block the data model refuses");
+  }
   return block;
 }
 

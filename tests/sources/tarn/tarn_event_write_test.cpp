@@ -1,4 +1,5 @@
 #include "sources/tarn/tarn_event_remove.h"
+#include "sources/tarn/tarn_event_write.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class TarnEventRemoveTest : public TarnOutingTest {
+class TarnEventWriteTest : public TarnOutingTest {
  protected:
   void SetUp() override {
     path_ = Write(SampleDataSet());
@@ -28,9 +29,12 @@ class TarnEventRemoveTest : public TarnOutingTest {
       event.time = time;
       events.push_back(std::move(event));
     }
+    return Commit(MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events)));
+  }
+  // Commits `step` in the outing's transaction; the transaction's messages.
+  Lines Commit(ComPtr<CWriteBackStateMachineBase> step) {
     auto txn = Facet<IKivTransaction>();
     EXPECT_EQ(txn->Begin(), S_OK);
-    auto step = MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events));
     EXPECT_EQ(outing_->cache()->transaction()->AddWriteBackStep(step), S_OK);
     EXPECT_EQ(txn->Commit(), S_OK);
     EXPECT_TRUE(Settle());
@@ -61,7 +65,38 @@ class TarnEventRemoveTest : public TarnOutingTest {
   std::u16string path_;
 };
 
-TEST_F(TarnEventRemoveTest, OnlyEventsAddedInAnalysisGoAndRecordedOnesAreNotFound) {
+TEST_F(TarnEventWriteTest, EventsOfAnotherOutingAreWrittenOnceRefusedAsDuplicatesAndRemovable) {
+  // The source: the sample's "Pit" set (40 s and 45 s), read from another file.
+  const std::u16string sourcePath = Write(SampleDataSet(), "source.trn");
+  ComPtr<CTarnOuting> source = Open(sourcePath);
+  auto sets = QueryAs<IKivEventsFactory>(static_cast<IKivOuting*>(source.Get()));
+  NameList names;
+  (void)sets->GetNames(&names);
+  ASSERT_TRUE(Settle());
+  ComPtr<IKivEventSet> pit;
+  ASSERT_EQ(sets->GetItem(u"Pit", pit.Put()), S_OK);
+  CAnyStringsHelper strings;
+  const auto writePit = [&] {
+    auto step = MakeKiv<CWBTarnWriteEventsStateMachine>(outing_->cache()->event_write_back(), 0, 100 * kS);
+    step->AddItem(std::make_unique<CExportEventSet>(strings, u"Pit", pit.Get(), 0, 100 * kS, 0));
+    return Commit(step);
+  };
+  // Into a file of the same outing without events: both come in, added in
+  // analysis, so that they can be removed again.
+  TarnDataSet bare = SampleDataSet();
+  bare.events.clear();
+  listener_.reset();
+  outing_ = nullptr;
+  path_ = Write(bare, "bare.trn");
+  OpenListened(path_);
+  EXPECT_TRUE(writePit().empty());
+  EXPECT_EQ(StoredEvents(), (std::map<std::u16string, size_t>{{u"Pit", 2}}));
+  EXPECT_EQ(writePit(), Lines{"TransactionMessage:Failed to write events - duplicate events found"});
+  EXPECT_TRUE(Remove({{u"Pit", 40 * kS}, {u"Pit", 45 * kS}}).empty());
+  EXPECT_TRUE(StoredEvents().empty());
+}
+
+TEST_F(TarnEventWriteTest, OnlyEventsAddedInAnalysisGoAndRecordedOnesAreNotFound) {
   EXPECT_TRUE(Remove({{u"Flag", 20 * kS}, {u"Pit", 40 * kS}}).empty());
   EXPECT_EQ(StoredEvents(), (std::map<std::u16string, size_t>{{u"Pit", 2}}));  // the set went with its last event
 

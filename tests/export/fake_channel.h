@@ -56,9 +56,6 @@ class FakeChannel final : public KivObject<IKivChannel, IKivNotifications, IKivD
   ComPtr<IKivDataNotifications> sink_;
 };
 
-// A channel over a fixture's "blocks" (see MakeBlock).
-inline ComPtr<FakeChannel> MakeFakeChannel(const json& blocks);
-
 // A block of the case: "times" (aperiodic) or "start"/"interval" with
 // "values", or "count" samples whose value is the time in seconds.
 inline ComPtr<IKivDataBlockImplBase> MakeBlock(const json& b, uint32_t index) {
@@ -82,6 +79,7 @@ inline ComPtr<IKivDataBlockImplBase> MakeBlock(const json& b, uint32_t index) {
   return block;
 }
 
+// A channel over a fixture's "blocks" (see MakeBlock).
 inline ComPtr<FakeChannel> MakeFakeChannel(const json& blocks) {
   DataBlockList list;
   for (const json& b : blocks) list.push_back(MakeBlock(b, static_cast<uint32_t>(list.size())));

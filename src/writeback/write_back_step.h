@@ -7,8 +7,9 @@
 // finished, lets its receiver reload on success, and passes a failure's
 // message to the transaction's owner.
 //
-// A step whose data is not there yet answers CreateJob with KIV_E_PENDING;
-// the commit waits at that step until OnExportsComplete pumps it again.
+// A step whose data is not there yet registers its export items with itself
+// (the step is their waiter) and answers CreateJob with KIV_E_PENDING; the
+// commit waits at that step until OnExportsComplete pumps it again.
 //
 // Client thread only (the job runs on the worker).
 #pragma once
@@ -16,7 +17,7 @@
 #include <string>
 
 #include "jobs/state_machine.h"
-#include "writeback/export_waiter.h"
+#include "export/export_item.h"
 #include "writeback/write_back_job_item.h"
 
 namespace velmar {
@@ -44,6 +45,9 @@ class CWriteBackStateMachineBase : public CStateMachineEx, public CExportWaiter 
 
   // A message of the step's own (a CreateJob that fails with a reason).
   void NotifyMessage(const std::u16string& text);
+  // An item that ended without data: the next CreateJob finds it in state
+  // "nothing" and reports it, so nothing is done here.
+  void OnExportFailed(CExportItem* item) override { (void)item; }
   void OnExportsComplete() override;
 
  private:

@@ -22,7 +22,11 @@ class CMapProperties final : public KivObject<IKivPropertySet> {
     return S_OK;
   }
   KivResult Reserved() override { return E_NOTIMPL; }
-  KivResult GetProperties(PropertyList*) override { return E_NOTIMPL; }
+  KivResult GetProperties(PropertyList* properties) override {
+    properties->clear();
+    for (const auto& [name, value] : values) properties->push_back({name, value});
+    return S_OK;
+  }
   KivResult SetProperties(const PropertyList&) override { return E_NOTIMPL; }
 
   std::map<std::u16string, Variant> values;

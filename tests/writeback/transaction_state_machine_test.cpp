@@ -164,8 +164,7 @@ class Step final : public CWriteBackStateMachineBase {
   // The data the step waited for is in.
   void DataIn() {
     createResult_ = S_OK;
-    AddExport(this);
-    ExportDone(this);
+    OnExportsComplete();
   }
 
  private:

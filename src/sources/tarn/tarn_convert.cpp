@@ -24,24 +24,6 @@ void RemoveStoreFile(const fs::path& file) {
   for (const char* suffix : {"", "-wal", "-shm", "-journal"}) fs::remove(fs::path(file.string() + suffix), ec);
 }
 
-[[nodiscard]] KivResult CheckBlock(const TarnDataSetBlock& b) {
-  if (b.values.empty() || b.values.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max()))
-    return E_INVALIDARG;
-  if (b.period <= 0 && b.times.size() != b.values.size()) return E_INVALIDARG;
-  return S_OK;
-}
-
-TarnChannelData BlockRecord(const TarnDataSetBlock& b) {
-  TarnChannelData d{};
-  d.periodic = b.period > 0 ? 1 : 0;
-  d.times = d.periodic ? &b.period : b.times.data();
-  d.firstTime = d.periodic ? b.firstTime : b.times.front();
-  d.samples = b.values.data();
-  d.count = static_cast<int32_t>(b.values.size());
-  d.continuous = b.continuous ? 1 : 0;
-  return d;
-}
-
 // Writes through an open handle, step by step; each step is all or nothing.
 class DataSetWriter {
  public:

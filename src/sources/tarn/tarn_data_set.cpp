@@ -1,5 +1,7 @@
 #include "sources/tarn/tarn_data_set.h"
 
+#include <limits>
+
 namespace velmar {
 namespace {
 
@@ -66,6 +68,24 @@ TarnChannelDescription ChannelDescription(const TarnDataSetChannel& c, const std
   d.sampleType = static_cast<uint32_t>(TarnSampleType::kDouble);
   d.autoscale = c.autoscale ? 1 : 0;
   d.reserved = 0;
+  return d;
+}
+
+[[nodiscard]] KivResult CheckBlock(const TarnDataSetBlock& b) {
+  if (b.values.empty() || b.values.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max()))
+    return E_INVALIDARG;
+  if (b.period <= 0 && b.times.size() != b.values.size()) return E_INVALIDARG;
+  return S_OK;
+}
+
+TarnChannelData BlockRecord(const TarnDataSetBlock& b) {
+  TarnChannelData d{};
+  d.periodic = b.period > 0 ? 1 : 0;
+  d.times = d.periodic ? &b.period : b.times.data();
+  d.firstTime = d.periodic ? b.firstTime : b.times.front();
+  d.samples = b.values.data();
+  d.count = static_cast<int32_t>(b.values.size());
+  d.continuous = b.continuous ? 1 : 0;
   return d;
 }
 

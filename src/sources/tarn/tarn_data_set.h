@@ -91,5 +91,10 @@ TarnOutingRecord DetailsRecord(const TarnPropertyMap& map);
 // The description record this library writes for a channel; the texts point
 // into `channel` and `keyText`.
 TarnChannelDescription ChannelDescription(const TarnDataSetChannel& channel, const std::u16string& keyText);
+// E_INVALIDARG for a block the store can't take: no values, more than
+// 2^31 - 1, or times that do not match the values of an aperiodic block.
+[[nodiscard]] KivResult CheckBlock(const TarnDataSetBlock& block);
+// The store's record of a block; it points into `block`.
+TarnChannelData BlockRecord(const TarnDataSetBlock& block);
 
 }  // namespace velmar

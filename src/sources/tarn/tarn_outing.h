@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "outing/cache/outing_on_cache.h"
+#include "sources/tarn/tarn_channel_writer.h"
 #include "sources/tarn/tarn_lap_marker_writer.h"
 #include "sources/tarn/tarn_lap_markers.h"
 #include "sources/tarn/tarn_outing_cache.h"
@@ -20,7 +21,8 @@ namespace velmar {
 class CTarnOuting final
     : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
                             CTarnOutingConstantFactory, CTarnOutingBlobFactory, CTarnMediaChannelFactory,
-                            CTarnLapMarkers, CLapMarkerWriterBase, CTransactionFacet> {
+                            CTarnLapMarkers, CLapMarkerWriterBase, CTarnChannelWriterBase,
+                            CTransactionFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
       : COutingOnCache(std::move(cache), overrideProperties) {}

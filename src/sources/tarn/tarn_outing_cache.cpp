@@ -330,6 +330,16 @@ void CTarnOutingCache::ReloadLapMarkersAfterWrite() {
   RefreshAfterLapChange();
 }
 
+void CTarnOutingCache::ReloadChannelsAfterWrite() {
+  channels_->Drop();
+  (void)ChannelList();
+}
+
+void CTarnOutingCache::ReloadEventsAfterWrite() {
+  eventNames_->Drop();
+  (void)EventNames();
+}
+
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) {
   if (Failed(status)) return;  // idle again: the next request reads again
   const TarnChannelMap& channels = m.results()->channels();

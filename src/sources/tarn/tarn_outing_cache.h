@@ -120,6 +120,10 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CTransactionStateMachine* transaction() const { return transaction_.Get(); }
   // What hears that a lap marker step wrote.
   CWriteBackStateChanges* lap_write_back() { return &lapWriteBack_; }
+  // What hears that a channel step wrote.
+  CWriteBackStateChanges* channel_write_back() { return &channelWriteBack_; }
+  // What hears that an event step wrote.
+  CWriteBackStateChanges* event_write_back() { return &eventWriteBack_; }
 
   // CTransactionBase: the store's write handle, on the store thread.
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -187,13 +191,19 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
 
   // The lap markers after a write: dropped, every outing told, read again.
   void ReloadLapMarkersAfterWrite();
-  class CLapMarkerWriteBack final : public CWriteBackStateChanges {
+  // The channel list after a write: read again, and every outing told.
+  void ReloadChannelsAfterWrite();
+  // The event set names after a write: read again, and every outing told.
+  void ReloadEventsAfterWrite();
+  // Runs one of the reloads above after a successful step.
+  class CReloadAfterWrite final : public CWriteBackStateChanges {
    public:
-    explicit CLapMarkerWriteBack(CTarnOutingCache* cache) : cache_(cache) {}
-    void ReloadAfterWrite() override { cache_->ReloadLapMarkersAfterWrite(); }
+    CReloadAfterWrite(CTarnOutingCache* cache, void (CTarnOutingCache::*reload)()) : cache_(cache), reload_(reload) {}
+    void ReloadAfterWrite() override { (cache_->*reload_)(); }
 
    private:
     CTarnOutingCache* cache_;
+    void (CTarnOutingCache::*reload_)();
   };
 
   const TarnStoreFactoryMaker makeFactory_;
@@ -219,7 +229,9 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CTarnItemReads<CLoadMediaChannelAccessDataJobItem> mediaData_;
 
   ClientRef<CTransactionStateMachine> transaction_;
-  CLapMarkerWriteBack lapWriteBack_{this};
+  CReloadAfterWrite lapWriteBack_{this, &CTarnOutingCache::ReloadLapMarkersAfterWrite};
+  CReloadAfterWrite channelWriteBack_{this, &CTarnOutingCache::ReloadChannelsAfterWrite};
+  CReloadAfterWrite eventWriteBack_{this, &CTarnOutingCache::ReloadEventsAfterWrite};
 
   ComPtr<CTarnOutingInformation> information_;
   bool loaded_ = false;

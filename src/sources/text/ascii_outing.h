@@ -21,6 +21,7 @@
 #include "sources/text/ascii_outing_cache.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing.h"
+#include "writeback/channel_writer_facet.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
@@ -108,7 +109,8 @@ struct TextLapData {
 };
 
 class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory,
-                                              CAsciiConstantFactory, CListLapMarkers<TextLapData>, CTransactionFacet> {
+                                              CAsciiConstantFactory, CListLapMarkers<TextLapData>, CChannelWriterFacet,
+                                              CTransactionFacet> {
  public:
   CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties);
   ~CAsciiOuting() override;
@@ -139,6 +141,8 @@ class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFa
   }
   CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
   COutingStateChanges* TransactionOuting() override { return this; }
+  // CChannelWriterFacet (ascii_channel_write.cpp); the outing reloads after a commit.
+  KivResult WriteRequest(const WriteChannelsRequest& request) override;
 
  private:
   void FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes);

@@ -63,6 +63,9 @@ class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsci
   // CloseData: the discard waits while a commit writes the file, and runs
   // when it ends.
   void CloseData();
+  // What hears that a step wrote channels: the data is discarded when the
+  // commit ends, and read again on the next request.
+  CWriteBackStateChanges* channel_write_back() { return &channelWriteBack_; }
 
   // CTransactionBase: the file held for writing on "Ascii_Thread".
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -86,7 +89,17 @@ class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsci
   std::u16string GetPath() override { return path(); }
   void OnCaptionInvalid() override { CFileOutingCache::OnCaptionInvalid(); }
 
+  class CDiscardAfterWrite final : public CWriteBackStateChanges {
+   public:
+    explicit CDiscardAfterWrite(CAsciiOutingCache* cache) : cache_(cache) {}
+    void ReloadAfterWrite() override { cache_->CloseData(); }
+
+   private:
+    CAsciiOutingCache* cache_;
+  };
+
   TextFileOps* const ops_;
+  CDiscardAfterWrite channelWriteBack_{this};
   COutingCaptionHelper captionHelper_{this};
   ClientRef<CTransactionStateMachine> transaction_;
   bool writing_ = false;         // a commit holds the file

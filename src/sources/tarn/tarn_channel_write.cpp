@@ -1,0 +1,112 @@
+#include "sources/tarn/tarn_channel_write.h"
+
+#include <algorithm>
+
+#include "sources/tarn/tarn_records.h"
+#include "velmar/channel_key.h"
+
+namespace velmar {
+
+namespace {
+
+double NumberOr(const std::map<std::u16string, Variant>& properties, const char16_t* key, double fallback) {
+  auto it = properties.find(key);
+  if (it == properties.end()) return fallback;
+  return it->second.ToDouble().value_or(fallback);
+}
+
+std::u16string TextOr(const std::map<std::u16string, Variant>& properties, const char16_t* key,
+                      std::u16string fallback) {
+  auto it = properties.find(key);
+  return it == properties.end() ? std::move(fallback) : it->second.ToText();
+}
+
+// The item's block as the store takes it, times as the item holds them.
+KivResult ExportedBlock(IKivDataBlockImplBase& block, TarnDataSetBlock* out) {
+  std::span<const double> values;
+  if (Failed(block.ValuesArray(false, &values))) return E_FAIL;
+  out->values.assign(values.begin(), values.end());
+  out->continuous = block.continuous();
+  out->firstTime = block.StartTime();
+  if (block.IsPeriodic()) {
+    out->period = block.GetIntervalReference();
+    return S_OK;
+  }
+  std::span<const KivTime> times;
+  if (Failed(block.TimesArray(&times))) return E_FAIL;
+  out->times.assign(times.begin(), times.end());
+  return S_OK;
+}
+
+}  // namespace
+
+KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* channel) {
+  CChannelKey key;
+  if (!CChannelKey::Parse(item.GetName(), &key)) key = CChannelKey(item.GetName(), 0);
+  const auto& p = item.properties;
+  channel->name = TextOr(p, u"Tag name", key.name());
+  channel->quantity = static_cast<QuantityId>(NumberOr(p, u"Quantity", key.id()));
+  channel->unit = static_cast<UnitId>(NumberOr(p, u"Unit", kBaseUnit));
+  channel->displayMaximum = NumberOr(p, u"Display maximum", 0.0);
+  channel->displayMinimum = NumberOr(p, u"Display minimum", 0.0);
+  channel->userType = TextOr(p, u"User type", {});
+  channel->decimalPlaces = static_cast<uint32_t>(NumberOr(p, u"Decimal places", 2));
+  channel->colour = static_cast<uint32_t>(NumberOr(p, u"Color", 0));
+  channel->autoscale = NumberOr(p, u"Autoscale", 0) != 0;
+  channel->blocks.resize(item.blocks().size());
+  for (size_t i = 0; i < item.blocks().size(); ++i) {
+    if (Failed(ExportedBlock(*item.blocks()[i], &channel->blocks[i]))) return E_FAIL;
+    if (Failed(CheckBlock(channel->blocks[i]))) return E_INVALIDARG;
+  }
+  return S_OK;
+}
+
+bool CWBTarnWriteChannelJobItem::Validate() {
+  TarnConnection* store = access() ? access()->connection() : nullptr;
+  ComPtr<IKivTarnChannelRecords> records;
+  if (!store || !store->channels || Failed(store->channels->GetChannelList(kTarnWaitForever, records.Put()))) {
+    return false;
+  }
+  for (const TarnChannelDescription& r : Items(records)) {
+    if (!r.tagName || r.quantityId < 0) continue;
+    const std::u16string stored = CChannelKey(r.tagName, static_cast<uint32_t>(r.quantityId)).text();
+    const bool clash = std::any_of(items().begin(), items().end(),
+                                   [&](const std::unique_ptr<CExportChannel>& item) { return item->GetName() == stored; });
+    if (clash) return false;
+  }
+  return true;
+}
+
+KivResult CWBTarnWriteChannelJobItem::Write() {
+  ComPtr<IKivTarnChannelWriter> writer = access() ? access()->Writer<IKivTarnChannelWriter>() : nullptr;
+  if (!writer) return E_FAIL;
+  std::vector<TarnDataSetChannel> channels(items().size());
+  std::vector<std::u16string> keys;
+  std::vector<TarnChannelDescription> descriptions;
+  for (size_t i = 0; i < items().size(); ++i) {
+    if (Failed(ExportedTarnChannel(*items()[i], &channels[i]))) return E_FAIL;
+    keys.push_back(CChannelKey(channels[i].name, static_cast<uint32_t>(std::max(channels[i].quantity, 0))).text());
+  }
+  for (size_t i = 0; i < channels.size(); ++i) descriptions.push_back(ChannelDescription(channels[i], keys[i]));
+  std::vector<uint64_t> ids;
+  if (Failed(writer->AddChannels(static_cast<uint32_t>(descriptions.size()), descriptions.data(), &ids)) ||
+      ids.size() != descriptions.size()) {
+    return E_FAIL;
+  }
+  std::vector<uint64_t> blockChannels;
+  std::vector<TarnChannelData> blocks;
+  for (size_t i = 0; i < channels.size(); ++i) {
+    for (const TarnDataSetBlock& b : channels[i].blocks) {
+      blockChannels.push_back(ids[i]);
+      blocks.push_back(BlockRecord(b));
+    }
+  }
+  std::vector<uint64_t> blockIds;
+  if (blocks.empty()) return S_OK;
+  return Failed(writer->AddChannelData(static_cast<uint32_t>(blocks.size()), blockChannels.data(), blocks.data(),
+                                       &blockIds))
+             ? E_FAIL
+             : S_OK;
+}
+
+}  // namespace velmar

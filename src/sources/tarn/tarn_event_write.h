@@ -1,0 +1,42 @@
+// Events written into a `.trn` outing: the step collects the event sets'
+// events over [start, end]; its job looks for each event in the store again
+// (another writer may have added it since the call) and adds them all.
+//
+// Step: client thread. Job: the store thread.
+#pragma once
+
+#include <vector>
+
+#include "jobs/job_thread.h"
+#include "sources/tarn/tarn_transactions.h"
+#include "writeback/export_write_step.h"
+
+namespace velmar {
+
+class CWBTarnWriteEventsJobItem final : public CWriteBackEventsJobItemBase {
+ public:
+  CWBTarnWriteEventsJobItem(CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access,
+                            std::vector<CExportEvent> events, KivTime start, KivTime end)
+      : CWriteBackEventsJobItemBase(owner, std::move(events), start, end), access_(std::move(access)) {}
+
+ protected:
+  // False when an event of the same set has a record at the same time with
+  // the same source, or the store cannot say.
+  bool Validate() override;
+  KivResult Write() override;
+
+ private:
+  ComPtr<CTarnOutingTransactionJobItem> access_;
+};
+
+class CWBTarnWriteEventsStateMachine final : public CWriteBackEventsStateMachineBase {
+ public:
+  CWBTarnWriteEventsStateMachine(CWriteBackStateChanges* receiver, KivTime start, KivTime end)
+      : CWriteBackEventsStateMachineBase(receiver, start, end) {}
+  AsyncThread GetJobThread() override { return DaeThread(); }
+
+ protected:
+  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override;
+};
+
+}  // namespace velmar

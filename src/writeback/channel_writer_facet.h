@@ -1,0 +1,67 @@
+// IKivChannelWriter on an outing object: the four forms meet in one
+// request, which a source answers over its cache (OutingWriterCache).
+//
+// Client thread only.
+#pragma once
+
+#include "velmar/channel_writer.h"
+#include "writeback/channel_writer.h"
+#include "writeback/transaction_state_machine.h"
+
+namespace velmar {
+
+class CChannelWriterFacet : public IKivChannelWriter3 {
+ public:
+  KivResult WriteChannels(KivTime start, KivTime end, const NameList* names) override {
+    return WriteRequest({start, end, names, 0, false, nullptr});
+  }
+  KivResult WriteChannelsResampled(KivTime start, KivTime end, const NameList* names, KivTime period) override {
+    return WriteRequest({start, end, names, period, true, nullptr});
+  }
+  KivResult WriteChannelsThrough(KivTime start, KivTime end, const NameList* names, IKivUnknown* context) override {
+    return WriteRequest({start, end, names, 0, false, context});
+  }
+  KivResult WriteChannelsResampledThrough(KivTime start, KivTime end, const NameList* names, KivTime period,
+                                          IKivUnknown* context) override {
+    return WriteRequest({start, end, names, period, true, context});
+  }
+
+ protected:
+  ~CChannelWriterFacet() = default;
+  virtual KivResult WriteRequest(const WriteChannelsRequest& request) = 0;
+};
+
+// The answers every outing cache gives alike: channels from the outing's
+// channel factory, messages to every outing on the cache, steps into its
+// transaction. `Step` is the source's channel step; `stored` tells whether
+// the cache's list has a name.
+template <class Cache, class Step>
+class OutingWriterCache final : public CChannelWriterCache {
+ public:
+  using StoredTest = bool (*)(Cache& cache, const std::u16string& name);
+  OutingWriterCache(Cache* cache, IKivDataFactory* channels, CWriteBackStateChanges* receiver, StoredTest stored)
+      : cache_(cache), channels_(channels), receiver_(receiver), stored_(stored) {}
+
+  bool HasStoredChannel(const std::u16string& name) override { return stored_(*cache_, name); }
+  KivResult GetExportChannel(const std::u16string& name, ComPtr<IKivChannel>* channel) override {
+    auto factory = QueryAs<IKivChannelFactory>(channels_);
+    return factory ? factory->GetItem(name, channel->Put()) : E_FAIL;
+  }
+  KivResult GetExportScaling(const std::u16string& name, IKivUnknown* context, ExportScaling* scaling) override {
+    return ExportScalingOf(name, context, channels_, scaling);
+  }
+  void PostWriterMessage(uint32_t level, const std::u16string& text) override { cache_->PostMessage(level, text); }
+  ComPtr<CWriteBackChannelStateMachineBase> NewChannelStep() override { return MakeKiv<Step>(receiver_); }
+  KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
+    CTransactionStateMachine* transaction = cache_->transaction();
+    return transaction ? transaction->AddWriteBackStep(std::move(step)) : E_FAIL;
+  }
+
+ private:
+  Cache* cache_;
+  IKivDataFactory* channels_;
+  CWriteBackStateChanges* receiver_;
+  StoredTest stored_;
+};
+
+}  // namespace velmar

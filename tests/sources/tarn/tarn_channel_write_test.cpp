@@ -1,0 +1,126 @@
+#include "sources/tarn/tarn_channel_write.h"
+
+#include <gtest/gtest.h>
+
+#include "export/fake_channel.h"
+#include "export/read_back.h"
+#include "tarn_outing_helper.h"
+#include "writeback/transaction_state_machine.h"
+
+namespace velmar::testing {
+namespace {
+
+using nlohmann::json;
+
+// A channel worked out in memory: 0..0.9 s at 100 Hz, value = time in s.
+ComPtr<FakeChannel> InMemoryChannel() {
+  return MakeFakeChannel(json::parse(R"([{"start": 0, "interval": 100000, "count": 10}])"));
+}
+
+class TarnChannelWriteTest : public TarnOutingTest {
+ protected:
+  void SetUp() override {
+    path_ = Write(SampleDataSet());
+    OpenListened(path_);
+  }
+  // Queues a step over `items` in the outing's transaction and commits it.
+  std::vector<std::string> CommitItems(std::vector<std::unique_ptr<CExportChannel>> items,
+                                       const std::function<void()>& whileCommitting = {}) {
+    auto txn = Facet<IKivTransaction>();
+    EXPECT_EQ(txn->Begin(), S_OK);
+    auto step = MakeKiv<CWBTarnWriteChannelStateMachine>(outing_->cache()->channel_write_back());
+    for (auto& item : items) step->AddItem(std::move(item));
+    EXPECT_EQ(outing_->cache()->transaction()->AddWriteBackStep(step), S_OK);
+    EXPECT_EQ(txn->Commit(), S_OK);
+    EXPECT_TRUE(Settle());
+    if (whileCommitting) {
+      whileCommitting();
+      EXPECT_TRUE(Settle());
+    }
+    std::vector<std::string> log;
+    for (const std::string& line : std::exchange(listener_->log, {})) {
+      if (line.rfind("TransactionMessage", 0) == 0 || line == "TransactionFinished") log.push_back(line);
+    }
+    return log;
+  }
+  // The samples of the channel shown as `display` in a fresh open of the file.
+  Samples ReadBack(const std::u16string& display) {
+    ComPtr<CTarnOuting> fresh = Open(path_);
+    return ReadBackChannel(QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(fresh.Get())).Get(), display,
+                           [this] { return Settle(); });
+  }
+
+  std::u16string path_;
+};
+
+TEST_F(TarnChannelWriteTest, ResampledChannelRoundTripsOnTheGridThroughAFreshOpen) {
+  auto source = InMemoryChannel();
+  std::vector<std::unique_ptr<CExportChannel>> items;
+  items.push_back(std::make_unique<CExportChannel>(u"[3]Lap Speed", 0, kS, source.Get(), 3.6, 0.0, 0, 200000));
+  EXPECT_EQ(CommitItems(std::move(items)), std::vector<std::string>{"TransactionFinished"});
+  const auto samples = ReadBack(u"Lap Speed");
+  ASSERT_EQ(samples.size(), 5u);  // 0, 20, ... 80 ms; 100 ms lies past the last sample (90 ms)
+  for (size_t i = 0; i < samples.size(); ++i) {
+    EXPECT_EQ(samples[i].first, static_cast<KivTime>(i) * 200000);
+    EXPECT_NEAR(samples[i].second, 3.6 * 0.02 * static_cast<double>(i), 1e-9);
+  }
+}
+
+TEST_F(TarnChannelWriteTest, CommitWaitsForLateDataAndTheJobRefusesAStoredName) {
+  auto late = InMemoryChannel();
+  late->pending = true;
+  std::vector<std::unique_ptr<CExportChannel>> items;
+  items.push_back(std::make_unique<CExportChannel>(u"[0]Late", 0, kS, late.Get(), 1.0, 0.0, 0, 0));
+  const auto log = CommitItems(std::move(items), [&] {
+    EXPECT_TRUE(ReadBack(u"Late").empty());  // nothing written while the data is out
+    late->Arrive();
+  });
+  EXPECT_EQ(log, std::vector<std::string>{"TransactionFinished"});
+  EXPECT_EQ(ReadBack(u"Late").size(), 10u);
+
+  // The name is stored now: a second write of it fails at the job, and the file keeps one.
+  items.clear();
+  items.push_back(std::make_unique<CExportChannel>(u"[0]Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
+  EXPECT_EQ(CommitItems(std::move(items)),
+            (std::vector<std::string>{"TransactionMessage:Failed to write channels - duplicate channels found",
+                                      "TransactionFinished"}));
+  EXPECT_EQ(ReadBack(u"Late").size(), 10u);
+}
+
+TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
+  std::vector<std::unique_ptr<CExportChannel>> items;
+  auto gone = InMemoryChannel();
+  gone->pending = true;
+  items.push_back(std::make_unique<CExportChannel>(u"[0]Gone", 0, kS, gone.Get(), 1.0, 0.0, 0, 0));
+  items.push_back(std::make_unique<CExportChannel>(u"[0]Kept", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
+  EXPECT_EQ(CommitItems(std::move(items), [&] { gone->Remove(); }),
+            (std::vector<std::string>{
+                "TransactionMessage:Error Exporting Channels...\n\tNo data found for channel Gone\n",
+                "TransactionFinished"}));
+  EXPECT_EQ(ReadBack(u"Kept").size(), 10u);
+
+  auto never = InMemoryChannel();
+  never->pending = true;
+  items.clear();
+  items.push_back(std::make_unique<CExportChannel>(u"[0]Never", 0, kS, never.Get(), 1.0, 0.0, 0, 0));
+  EXPECT_EQ(CommitItems(std::move(items), [&] { never->Remove(); }),
+            (std::vector<std::string>{"TransactionMessage:Error Exporting Channels...\n\n\tNo data found for any of "
+                                      "the selected channels\n",
+                                      "TransactionFinished"}));
+}
+
+TEST_F(TarnChannelWriteTest, TheOutingRefusesAStoredNameAtTheCall) {
+  auto writer = Facet<IKivChannelWriter3>();
+  auto txn = Facet<IKivTransaction>();
+  const NameList names{u"[3]Speed"};  // stored: the list is read at the first call
+  (void)writer->WriteChannels(0, kS, &names);
+  ASSERT_TRUE(Settle());
+  ASSERT_EQ(txn->Begin(), S_OK);
+  EXPECT_EQ(writer->WriteChannels(0, kS, &names), KIV_E_CHANNEL_EXISTS);
+  EXPECT_EQ(writer->WriteChannelsResampled(0, kS, &names, 9999), E_INVALIDARG);
+  EXPECT_EQ(writer->WriteChannels(0, kS, nullptr), E_FAIL);
+  EXPECT_EQ(txn->Commit(), S_OK);
+}
+
+}  // namespace
+}  // namespace velmar::testing

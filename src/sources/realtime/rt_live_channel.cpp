@@ -17,7 +17,9 @@ std::optional<RtHeldBlock> HeldBlock(const rt::WireBlock& block) {
   } else {
     held.times = block.times;
   }
-  const auto values = SamplesAsDoubles(block.samples.data(), count, block.sampleType).view();
+  // The array is kept while its view is copied: a view of a temporary dangles.
+  const LockedArray<double> doubles = SamplesAsDoubles(block.samples.data(), count, block.sampleType);
+  const auto values = doubles.view();
   held.values.assign(values.begin(), values.end());
   return held;
 }

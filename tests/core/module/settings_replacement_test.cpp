@@ -53,7 +53,8 @@ struct Replacement {
 };
 
 TEST(SettingsReplacement, EachFailedStepKeepsTheOldDatabaseOrStopsWithItsText) {
-  for (const auto& c : testing::Fixture("settings_replacement/steps.json")["cases"]) {
+  const auto steps = testing::Fixture("settings_replacement/steps.json");  // kept: the loop walks into it
+  for (const auto& c : steps["cases"]) {
     const std::string database = c["database"];
     SCOPED_TRACE(c["fault"].get<std::string>());
     Replacement replacement;

@@ -79,7 +79,9 @@ function(velmar_tests folder)
   else()
     set(label ${name})
   endif()
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
+  # A slow machine (a coverage or sanitizer build under load) may take more
+  # than the default 5 s to list the tests.
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
       PROPERTIES ENVIRONMENT "VELMAR_TEST_DATA=${PROJECT_SOURCE_DIR}/tests/data" LABELS ${label}
       TEST_PREFIX "${name}.")
 endfunction()

@@ -1,18 +1,58 @@
 #include "sources/realtime/rt_outing.h"
 
+#include "config/property_import.h"
 #include "config/real_time_settings.h"
 #include "outing/cache/outing_source.h"
 #include "sources/realtime/rt_outing_information.h"
+#include "velmar/velmar.h"
 
 namespace velmar {
 
 CRTOuting::CRTOuting(ComPtr<CRTOutingCache> cache, bool overrideProperties)
     : COutingOnCache(std::move(cache), overrideProperties),
-      // The user's settings (registry values, stream defaults): the root's own
-      // object is not reachable from here yet.
-      core_(std::make_unique<CRTOutingCore>(this->cache()->path(),
-                                            ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get()),
-                                            TcpLinkMaker(), &events_)) {}
+      core_(std::make_unique<CRTOutingCore>(this->cache()->path(), [this] { return RootSettings(); }, TcpLinkMaker(),
+                                            &events_)) {}
+
+// The root's settings object, as the user set it; an outing opened outside
+// any root (a bare host) reads the user's stored values instead.
+ComPtr<IKivRealTimeSettings3> CRTOuting::RootSettings() {
+  ComPtr<IKivUnknown> root;
+  if (Failed(static_cast<CRTOutingChannelFactory*>(this)->GetRoot(root.Put())) || !root) {
+    return ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get());
+  }
+  ComPtr<IKivRealTimeSettings> settings;
+  auto velmar = root.As<IKivVelmar>();
+  if (!velmar || Failed(velmar->GetRealTimeSettings(settings.Put())) || !settings) return nullptr;
+  return settings.As<IKivRealTimeSettings3>();
+}
+
+ComPtr<IKivVelmar> CRTOuting::Root() {
+  ComPtr<IKivUnknown> root;
+  if (Failed(static_cast<CRTOutingChannelFactory*>(this)->GetRoot(root.Put())) || !root) return nullptr;
+  return root.As<IKivVelmar>();
+}
+
+// The live records carry what a store's channel descriptions carry; the
+// databases learn from them as they would from a `.trn` import.
+void CRTOuting::FeedChannelProperties(const std::vector<rt::WireChannel>& records) {
+  ComPtr<IKivChannelPropertyFactory> factory;
+  const auto root = Root();
+  if (!root || Failed(root->GetChannelPropertyFactory(factory.Put())) || !factory) return;
+  std::vector<StoredChannelProperties> stored;
+  for (const auto& c : records) {
+    stored.push_back({c.displayName, c.userType, c.displayMaximum, c.displayMinimum, c.rangeHigh, c.rangeLow,
+                      static_cast<int32_t>(c.decimalPlaces), c.quantityId, c.unitId, c.colour, c.sampleType,
+                      c.autoscale != 0});
+  }
+  MergeChannelProperties(factory.Get(), override_properties(), stored);
+}
+
+void CRTOuting::FeedEventProperties(const std::vector<std::u16string>& names) {
+  ComPtr<IKivEventPropertyFactory> factory;
+  const auto root = Root() ? Root().As<IKivVelmar3>() : nullptr;
+  if (!root || Failed(root->GetEventPropertyFactory(factory.Put())) || !factory) return;
+  MergeEventNames(factory.Get(), names);
+}
 
 CRTOuting::~CRTOuting() {
   DropChannels();

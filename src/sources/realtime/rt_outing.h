@@ -91,6 +91,10 @@ class CRTOuting final
     void OnEventDataChanged(const std::u16string& set, KivTime from, KivTime to) override {
       outing_->OnLiveEvents(set, from, to);
     }
+    void OnFirstChannelRecords(const std::vector<rt::WireChannel>& records) override {
+      outing_->FeedChannelProperties(records);
+    }
+    void OnFirstEventNames(const std::vector<std::u16string>& names) override { outing_->FeedEventProperties(names); }
 
    private:
     CRTOuting* outing_;
@@ -101,6 +105,10 @@ class CRTOuting final
   void Reloaded();
   void ChannelsGone(const NameList& names);
   void ChannelsCame(const NameList& names);
+  ComPtr<IKivRealTimeSettings3> RootSettings();
+  ComPtr<IKivVelmar> Root();
+  void FeedChannelProperties(const std::vector<rt::WireChannel>& records);
+  void FeedEventProperties(const std::vector<std::u16string>& names);
   IKivDataFactory* channel_factory() { return static_cast<CRTOutingChannelFactory*>(this)->AsDataFactory(); }
 
   Events events_{this};

@@ -1,6 +1,7 @@
 #include "sources/realtime/rt_outing_core.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "velmar/text.h"
 
@@ -34,9 +35,15 @@ RtLinkMaker TcpLinkMaker() {
   };
 }
 
+CRTOutingCore::CRTOutingCore(std::u16string address, RtSettingsSource settings, RtLinkMaker makeLink,
+                             IRtOutingEvents* events)
+    : address_(std::move(address)), settingsSource_(std::move(settings)), makeLink_(std::move(makeLink)),
+      events_(events) {}
+
 CRTOutingCore::CRTOutingCore(std::u16string address, ComPtr<IKivRealTimeSettings3> settings, RtLinkMaker makeLink,
                              IRtOutingEvents* events)
-    : address_(std::move(address)), settings_(std::move(settings)), makeLink_(std::move(makeLink)), events_(events) {}
+    : CRTOutingCore(std::move(address), RtSettingsSource([settings] { return settings; }), std::move(makeLink),
+                    events) {}
 
 CRTOutingCore::~CRTOutingCore() {
   *alive_ = false;
@@ -79,6 +86,7 @@ KivResult CRTOutingCore::ConnectLink() {
     SetState(RtConnectionState::kNoServerObject, false);
     return E_FAIL;
   }
+  settings_ = settingsSource_ ? settingsSource_() : nullptr;
   if (!settings_) {
     SetState(RtConnectionState::kSettingsMissing, false);
     return E_FAIL;
@@ -342,6 +350,7 @@ void CRTOutingCore::CloseData() {
 void CRTOutingCore::ReadChannelList() {
   std::vector<WireChannel> list;
   if (Failed(Call(RtType::kGetChannelList, {}, &list))) return;
+  if (!std::exchange(channelRecordsTold_, true)) events_->OnFirstChannelRecords(list);
   std::map<uint64_t, std::u16string> ids;
   std::vector<std::u16string> added, removed;
   std::map<std::u16string, RtLiveChannel> kept;
@@ -423,6 +432,11 @@ void CRTOutingCore::ReadEventNames() {
   std::vector<WireNamed> names;
   if (Failed(Call(RtType::kGetEventNames, {}, &names))) return;
   for (const auto& n : names) eventNames_[n.id] = n.name;
+  if (!std::exchange(eventNamesTold_, true)) {
+    std::vector<std::u16string> told;
+    for (const auto& n : names) told.push_back(n.name);
+    events_->OnFirstEventNames(told);
+  }
 }
 
 void CRTOutingCore::OnEventData(const DataRangesMsg& ranges) {

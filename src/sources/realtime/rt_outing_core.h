@@ -46,6 +46,10 @@ class IRtOutingEvents {
   // Everything was read again (the third outing notification).
   virtual void OnDataClosed() {}
   virtual void OnTransactionMessage(const std::u16string& /*text*/) {}
+  // The channel descriptions and event names, the first time each list is
+  // read: what the shared property databases learn from.
+  virtual void OnFirstChannelRecords(const std::vector<rt::WireChannel>& /*records*/) {}
+  virtual void OnFirstEventNames(const std::vector<std::u16string>& /*names*/) {}
 
  protected:
   ~IRtOutingEvents() = default;
@@ -55,6 +59,10 @@ class IRtOutingEvents {
 using RtLinkMaker = std::function<KivResult(const std::u16string& host, uint16_t port, std::unique_ptr<rt::RtLink>*)>;
 RtLinkMaker TcpLinkMaker();
 
+// Where a connection takes its real-time settings from, asked afresh at each
+// connection so that a change the user made since is used; none: state 1.
+using RtSettingsSource = std::function<ComPtr<IKivRealTimeSettings3>()>;
+
 // "Changes to constants are not supported with real-time data"
 inline constexpr char16_t kRtReadOnlyMessage[] = u"Changes to constants are not supported with real-time data";
 inline constexpr KivResult KIV_E_RT_ROLLBACK = static_cast<KivResult>(0x8004F00F);
@@ -63,6 +71,7 @@ inline constexpr uint32_t kRtWaitLimit = 1000;
 
 class CRTOutingCore {
  public:
+  CRTOutingCore(std::u16string address, RtSettingsSource settings, RtLinkMaker makeLink, IRtOutingEvents* events);
   CRTOutingCore(std::u16string address, ComPtr<IKivRealTimeSettings3> settings, RtLinkMaker makeLink,
                 IRtOutingEvents* events);
   ~CRTOutingCore();
@@ -150,6 +159,9 @@ class CRTOutingCore {
   void CloseData();
 
   const std::u16string address_;
+  RtSettingsSource settingsSource_;
+  bool channelRecordsTold_ = false;
+  bool eventNamesTold_ = false;
   ComPtr<IKivRealTimeSettings3> settings_;
   RtLinkMaker makeLink_;
   IRtOutingEvents* events_;

@@ -37,6 +37,8 @@ class CRTOutingCache final : public COutingCacheBase<CRTOutingCache, COutingStat
   // The fast-lap settings of the factory, kept for the information.
   void SetFastLapFilter(bool enabled) { fastLapFilter_ = enabled; }
   void SetFastLapMinimumTime(KivTime minimum) { fastLapMinimumTime_ = minimum; }
+  bool fast_lap_filter() const { return fastLapFilter_; }
+  KivTime fast_lap_minimum_time() const { return fastLapMinimumTime_; }
 
  private:
   bool fastLapFilter_ = false;
@@ -95,6 +97,11 @@ class CRTOuting final
       outing_->FeedChannelProperties(records);
     }
     void OnFirstEventNames(const std::vector<std::u16string>& names) override { outing_->FeedEventProperties(names); }
+    void OnFastLapUnknown(KivTime span) override {
+      if (outing_->cache()->fast_lap_filter() && span >= outing_->cache()->fast_lap_minimum_time()) {
+        outing_->OnInformationChanged();
+      }
+    }
 
    private:
     CRTOuting* outing_;

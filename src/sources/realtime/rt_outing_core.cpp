@@ -411,6 +411,7 @@ void CRTOutingCore::OnTimeRange(KivTime start, KivTime end) {
     events_->OnLapMarkersShifted(firstMovement_, lastMovement_);
   }
   if (widened) events_->OnLapMarkersChanged(start_, end_);
+  if (details_ && details_->fastLapTime == 0 && lapSeen_.empty()) events_->OnFastLapUnknown(end - start);
 }
 
 void CRTOutingCore::OnChannelData(const DataRangesMsg& ranges) {

@@ -50,6 +50,10 @@ class IRtOutingEvents {
   // read: what the shared property databases learn from.
   virtual void OnFirstChannelRecords(const std::vector<rt::WireChannel>& /*records*/) {}
   virtual void OnFirstEventNames(const std::vector<std::u16string>& /*names*/) {}
+  // A time range of `span` came while no fast lap is known and no lap marker
+  // exists: with the fast-lap filter on and the span long enough, the fast
+  // lap is to be worked out again.
+  virtual void OnFastLapUnknown(KivTime /*span*/) {}
 
  protected:
   ~IRtOutingEvents() = default;

@@ -27,6 +27,7 @@ class Told final : public IRtOutingEvents {
   void OnLapMarkersShifted(KivTime, KivTime) override { Add("laps shifted"); }
   void OnDataClosed() override { Add("closed"); }
   void OnTransactionMessage(const std::u16string& text) override { Add(WideToUtf8(text)); }
+  void OnFastLapUnknown(KivTime span) override { Add("fast lap unknown " + std::to_string(span)); }
 
   size_t Count(const std::string& line) const { return std::count(lines.begin(), lines.end(), line); }
   std::vector<std::string> lines;
@@ -140,12 +141,14 @@ TEST_F(RtOutingCoreTest, NothingCanBeWrittenAndLapMarkersAreToldOnce) {
   EXPECT_EQ(core_->RollbackTransaction(), static_cast<KivResult>(0x8004F00F));
   core_->GetCaption();
   Deliver();
+  server_->PushTimeRange(7, 7);
+  Deliver();
+  EXPECT_EQ(told_.Count("fast lap unknown 0"), 1u) << "no fast lap and no lap marker yet";
   server_->data().AddLapMarker(WireLapMarker{1, 500, 0, 0, 1, 1});
   server_->PushLapMarker(1, 500);
   server_->PushLapMarker(1, 500);
   Deliver();
   EXPECT_EQ(told_.Count("laps reset"), 2u) << "one at the reset, one for the new marker";
-  server_->PushTimeRange(7, 7);
   server_->PushTimeRange(0, 990);
   server_->PushTimeRange(100, 500);
   Deliver();
@@ -154,6 +157,7 @@ TEST_F(RtOutingCoreTest, NothingCanBeWrittenAndLapMarkersAreToldOnce) {
   EXPECT_EQ(start, 0) << "a range that shrinks changes nothing";
   EXPECT_EQ(end, 990);
   EXPECT_EQ(told_.Count("laps changed"), 2u) << "the first range (one tick), then the wider one";
+  EXPECT_EQ(told_.Count("fast lap unknown 990"), 0u) << "a lap marker exists";
   EXPECT_EQ(core_->GetCaption(), u"<002:005:001>");
 }
 

@@ -115,7 +115,7 @@ void BM_LiveReplayIntoOneClient(benchmark::State& state) {
     std::vector<WireChannel> channels(kChannels);
     for (int c = 0; c < kChannels; ++c) {
       channels[c].id = static_cast<uint64_t>(c + 1);
-      channels[c].displayName = u"Channel " + std::u16string(1, static_cast<char16_t>(u'A' + c % 26)) +
+      channels[c].displayName = channels[c].tagName = u"Channel " + std::u16string(1, static_cast<char16_t>(u'A' + c % 26)) +
                                 std::u16string(1, static_cast<char16_t>(u'0' + c / 26));
     }
     server->data().SetChannels(channels);

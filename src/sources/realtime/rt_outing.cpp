@@ -40,7 +40,7 @@ void CRTOuting::FeedChannelProperties(const std::vector<rt::WireChannel>& record
   if (!root || Failed(root->GetChannelPropertyFactory(factory.Put())) || !factory) return;
   std::vector<StoredChannelProperties> stored;
   for (const auto& c : records) {
-    stored.push_back({c.displayName, c.userType, c.displayMaximum, c.displayMinimum, c.rangeHigh, c.rangeLow,
+    stored.push_back({c.tagName, c.userType, c.displayMaximum, c.displayMinimum, c.rangeHigh, c.rangeLow,
                       static_cast<int32_t>(c.decimalPlaces), c.quantityId, c.unitId, c.colour, c.sampleType,
                       c.autoscale != 0});
   }

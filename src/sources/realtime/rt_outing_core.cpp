@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "sources/tarn/tarn_channel_list.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -351,21 +352,33 @@ void CRTOutingCore::ReadChannelList() {
   std::vector<WireChannel> list;
   if (Failed(Call(RtType::kGetChannelList, {}, &list))) return;
   if (!std::exchange(channelRecordsTold_, true)) events_->OnFirstChannelRecords(list);
+  // Listed by key text ("[quantity]tag") under the store's rules, so a live
+  // outing names its channels as the `.trn` of the same car does.
+  std::vector<TarnChannelDescription> records(list.size());
+  std::map<uint64_t, const WireChannel*> byId;
+  for (size_t i = 0; i < list.size(); ++i) {
+    records[i] = TarnChannelDescription{};
+    records[i].id = list[i].id;
+    records[i].tagName = list[i].tagName.c_str();
+    records[i].quantityId = list[i].quantityId;
+    records[i].sampleType = list[i].sampleType;
+    byId.emplace(list[i].id, &list[i]);
+  }
   std::map<uint64_t, std::u16string> ids;
   std::vector<std::u16string> added, removed;
   std::map<std::u16string, RtLiveChannel> kept;
-  for (auto& c : list) {
+  for (const auto& [name, entry] : BuildChannelMap(records, KnownMaxQuantity())) {
+    const WireChannel& c = *byId.at(entry.id);
     const auto known = channelNames_.find(c.id);
-    if (known != channelNames_.end() && channels_.count(known->second)) {
-      auto node = channels_.extract(known->second);
+    if (known != channelNames_.end() && known->second == name && channels_.count(name)) {
+      auto node = channels_.extract(name);
       node.mapped().set_description(c);
-      ids[c.id] = node.key();
       kept.insert(std::move(node));
-    } else if (!c.displayName.empty() && !kept.count(c.displayName)) {
-      ids[c.id] = c.displayName;
-      added.push_back(c.displayName);
-      kept.emplace(c.displayName, RtLiveChannel(c));
+    } else {
+      added.push_back(name);
+      kept.emplace(name, RtLiveChannel(c));
     }
+    ids[c.id] = name;
   }
   for (const auto& [name, channel] : channels_) removed.push_back(name);
   channels_ = std::move(kept);

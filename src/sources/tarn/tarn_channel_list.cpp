@@ -1,5 +1,7 @@
 #include "sources/tarn/tarn_channel_list.h"
 
+#include <algorithm>
+
 #include "velmar/channel_key.h"
 
 namespace velmar {
@@ -14,6 +16,13 @@ TarnChannelMap BuildChannelMap(std::span<const TarnChannelDescription> records, 
     map.try_emplace(key.text(), TarnChannelEntry{r.id, r.sampleType});
   }
   return map;
+}
+
+QuantityId KnownMaxQuantity() {
+  ComPtr<IKivUnitTable> table;
+  std::vector<QuantityId> ids;
+  if (Failed(CreateUnitsComponent(&table)) || Failed(table->GetQuantityIds(&ids)) || ids.empty()) return 0;
+  return *std::max_element(ids.begin(), ids.end());
 }
 
 TarnChannelListChange ReconcileChannelList(const std::map<std::u16string, uint64_t>& held,

@@ -32,6 +32,9 @@ using TarnChannelMap = std::map<std::u16string, TarnChannelEntry>;
 // sample type 0..7. Of two records with one key the first is kept.
 TarnChannelMap BuildChannelMap(std::span<const TarnChannelDescription> records, QuantityId maxQuantity);
 
+// The largest quantity id the unit table knows; 0 when it can't be had.
+QuantityId KnownMaxQuantity();
+
 // How a channel factory's list (name to channel id) becomes a new one.
 struct TarnChannelListChange {
   NameList removed;   // gone: one notification for all

@@ -11,14 +11,6 @@ namespace {
 
 std::u16string Text(const char16_t* text) { return text ? std::u16string(text) : std::u16string(); }
 
-// The largest quantity id the unit table knows; 0 when it can't be had.
-QuantityId MaxQuantity() {
-  ComPtr<IKivUnitTable> table;
-  std::vector<QuantityId> ids;
-  if (Failed(CreateUnitsComponent(&table)) || Failed(table->GetQuantityIds(&ids)) || ids.empty()) return 0;
-  return *std::max_element(ids.begin(), ids.end());
-}
-
 }  // namespace
 
 std::map<std::u16string, TarnNamedItem> NamedItemMap(const std::vector<TarnNamedItem>& items) {
@@ -44,7 +36,7 @@ KivResult CLoadOutingJobItem::Read(TarnConnection& c) {
 
 KivResult CLoadChannelNamesJobItem::Read(TarnConnection& c) {
   if (!c.channels) return E_FAIL;
-  QuantityId maxQuantity = MaxQuantity();
+  QuantityId maxQuantity = KnownMaxQuantity();
   ComPtr<IKivTarnChannelRecords> records;
   KivResult r = c.channels->GetChannelList(kDefaultWaitLimit, records.Put());
   if (Failed(r)) return r;
@@ -136,7 +128,7 @@ KivResult CStatusChannelDefinitionJobItem::Read(TarnConnection& c) {
   for (const TarnChannelDescription& d : Items(channels)) {
     channels_.push_back({Text(d.displayName), Text(d.tagName), d.quantityId});
   }
-  largestQuantity_ = static_cast<int32_t>(MaxQuantity());
+  largestQuantity_ = static_cast<int32_t>(KnownMaxQuantity());
   const auto blobList = Items(blobs);
   const auto found = std::find_if(blobList.begin(), blobList.end(), [](const TarnBlobDescription& b) {
     return b.type && *b.type == kStatusDefinitionsBlobType;

@@ -22,7 +22,7 @@ TEST(LiveOutingUnderRoot, UsesTheRootsSettingsAndFeedsItsPropertyDatabases) {
   auto server = std::make_shared<rt::RtServer>(u"Pit");
   rt::WireChannel speed;
   speed.id = 7;
-  speed.displayName = u"Speed";
+  speed.displayName = speed.tagName = u"Speed";
   speed.quantityId = 0;
   speed.colour = 0x00FF00;
   speed.displayMaximum = 90;
@@ -42,7 +42,7 @@ TEST(LiveOutingUnderRoot, UsesTheRootsSettingsAndFeedsItsPropertyDatabases) {
 
   NameList names;
   ASSERT_EQ(QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing.Get()))->GetNames(&names), S_OK);
-  EXPECT_EQ(names, NameList{u"Speed"});
+  EXPECT_EQ(names, NameList{u"[0]Speed"}) << "listed by key text, as a `.trn` lists them";
   ComPtr<IKivChannelPropertyFactory> channels;
   ASSERT_EQ(root.root->GetChannelPropertyFactory(channels.Put()), S_OK);
   KivBool known = KIV_FALSE;

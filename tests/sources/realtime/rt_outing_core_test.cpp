@@ -12,7 +12,7 @@ namespace {
 
 using namespace rt;
 
-// What the outing raised, as lines ("data Speed 0 990").
+// What the outing raised, as lines ("data [0]Speed 0 990").
 class Told final : public IRtOutingEvents {
  public:
   void OnInformationChanged() override { Add("information"); }
@@ -50,7 +50,7 @@ std::shared_ptr<RtServer> Server() {
   server->data().SetDetails(details);
   WireChannel speed;
   speed.id = 7;
-  speed.displayName = u"Speed";
+  speed.displayName = speed.tagName = u"Speed";
   server->data().SetChannels({speed});
   return server;
 }
@@ -92,29 +92,29 @@ INSTANTIATE_TEST_SUITE_P(Cases, RtCaptionTest, FixtureCases("realtime/captions")
 
 TEST_F(RtOutingCoreTest, OneChangeIsToldPerReadHoweverFastTheDataComes) {
   Make(u"rt://127.0.0.1:1/Pit");
-  ASSERT_EQ(core_->ChannelNames(), std::vector<std::u16string>{u"Speed"});
+  ASSERT_EQ(core_->ChannelNames(), std::vector<std::u16string>{u"[0]Speed"});
   Deliver();
   for (int i = 0; i < 20; ++i) Feed(*server_, i * 100, 10);
   Deliver();
   EXPECT_TRUE(std::none_of(told_.lines.begin(), told_.lines.end(), [](const auto& l) { return l.starts_with("data"); }))
       << "a channel no client opened costs nothing";
   const RtBlockList* blocks = nullptr;
-  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
+  ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK);
   EXPECT_EQ(blocks->blocks().size(), 20u);
   server_->data().Discard(1950);
   server_->PushChannelsDiscarded(1950);
   server_->PushChannelsDiscarded(-50);
   Deliver();
   EXPECT_EQ(blocks->blocks().front().firstTime, 1900) << "the block straddling the time stays whole";
-  EXPECT_EQ(told_.Count("data Speed " + std::to_string(kTimeMin) + " 1950"), 1u)
+  EXPECT_EQ(told_.Count("data [0]Speed " + std::to_string(kTimeMin) + " 1950"), 1u)
       << "a discard earlier than any data drops nothing";
 
   for (int i = 20; i < 40; ++i) Feed(*server_, i * 100, 10);
   Deliver();
-  EXPECT_EQ(told_.Count("data Speed 2000 2090"), 1u);
-  EXPECT_EQ(told_.Count("data Speed 2100 2190"), 0u) << "twenty messages, one notification";
-  EXPECT_EQ(core_->ReadChannels({u"Speed", u"Nope"}), (std::vector<KivResult>{S_OK, E_FAIL})) << "reads in flight together";
-  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
+  EXPECT_EQ(told_.Count("data [0]Speed 2000 2090"), 1u);
+  EXPECT_EQ(told_.Count("data [0]Speed 2100 2190"), 0u) << "twenty messages, one notification";
+  EXPECT_EQ(core_->ReadChannels({u"[0]Speed", u"Nope"}), (std::vector<KivResult>{S_OK, E_FAIL})) << "reads in flight together";
+  ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK);
   EXPECT_EQ(blocks->blocks().size(), 1u) << "merged past the limit";
   EXPECT_EQ(blocks->blocks().back().LastTime(), 3990);
 }
@@ -164,7 +164,7 @@ TEST_F(RtOutingCoreTest, NothingCanBeWrittenAndLapMarkersAreToldOnce) {
 TEST_F(RtOutingCoreTest, StatusDefinitionsComeFromTheServersBlob) {
   WireChannel speed;
   speed.id = 7;
-  speed.displayName = u"Speed";
+  speed.displayName = speed.tagName = u"Speed";
   speed.tagName = u"SPD";
   speed.quantityId = 3;
   server_->data().SetChannels({speed});
@@ -192,12 +192,12 @@ TEST_F(RtOutingCoreTest, FollowsAServerOnLoopbackAndShowsItsLoss) {
                                           ComPtr<IKivRealTimeSettings3>(MakeKiv<CRealTimeSettings>().Get()),
                                           TcpLinkMaker(), &told_);
   const RtBlockList* blocks = nullptr;
-  EXPECT_EQ(core_->ReadChannel(u"Speed", &blocks), KIV_E_PENDING);
+  EXPECT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), KIV_E_PENDING);
   KivClientThread::Current().RunUntil([&] { return told_.Count("closed") > 0; }, std::chrono::seconds(10));
   Feed(*server_, 0, 100);
   server_->PushTimeRange(0, 990);
   KivClientThread::Current().RunUntil([&] { return told_.Count("laps changed") > 0; }, std::chrono::seconds(10));
-  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK);
+  ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK);
   EXPECT_EQ(blocks->blocks().at(0).Count(), 100u);
   KivTime start = 0, end = 0;
   ASSERT_EQ(core_->OutingRange(&start, &end), S_OK);
@@ -206,7 +206,7 @@ TEST_F(RtOutingCoreTest, FollowsAServerOnLoopbackAndShowsItsLoss) {
   tcp.Stop();
   KivClientThread::Current().RunUntil([&] { return !core_->connected(); }, std::chrono::seconds(10));
   EXPECT_EQ(core_->GetCaption(), u"Failed to create outing");
-  ASSERT_EQ(core_->ReadChannel(u"Speed", &blocks), S_OK) << "the data held stays readable";
+  ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK) << "the data held stays readable";
 }
 
 }  // namespace

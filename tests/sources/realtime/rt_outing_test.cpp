@@ -36,7 +36,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   server->data().SetInformation({{u"SOURCE", u"Logger 7"}});
   rt::WireChannel speed;
   speed.id = 7;
-  speed.displayName = u"Speed";
+  speed.displayName = speed.tagName = u"Speed";
   server->data().SetChannels({speed});
   server->data().AddBlock(rt::WireBlock{7, 7, 1, 0, 0, {10}, std::vector<uint8_t>(8 * 50, 0)});
   server->data().SetEventNames({rt::WireNamed{5, u"Pit"}});
@@ -79,7 +79,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ComPtr<IKivDataBlocks> blocks;
   uint32_t blockCount = 0;
   EXPECT_EQ(channels->GetItem(u"Nope", channel.Put()), E_FAIL);
-  ASSERT_EQ(channels->GetItem(u"Speed", channel.Put()), S_OK);
+  ASSERT_EQ(channels->GetItem(u"[0]Speed", channel.Put()), S_OK);
   ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK) << "read on the client thread, at once";
   ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
   ASSERT_EQ(blocks->GetCount(&blockCount), S_OK);

@@ -128,7 +128,8 @@ std::vector<WireDetails> LiveData::Details() const {
 }
 std::vector<WireChannel> LiveData::Channels() const { return Copy(channels_); }
 
-KivResult LiveData::ChannelData(uint64_t id, KivTime from, KivTime to, std::vector<WireBlock>* blocks) const {
+KivResult LiveData::ChannelData(uint64_t id, KivTime from, KivTime to, std::vector<WireBlock>* blocks,
+                                size_t maxBytes) const {
   std::lock_guard lock(mutex_);
   blocks->clear();
   if (std::none_of(channels_.begin(), channels_.end(), [&](const WireChannel& c) { return c.id == id; })) {
@@ -136,10 +137,15 @@ KivResult LiveData::ChannelData(uint64_t id, KivTime from, KivTime to, std::vect
   }
   const auto found = blocks_.find(id);
   if (found == blocks_.end() || from > to) return S_OK;
+  size_t bytes = 0;
   for (const auto& block : found->second) {
     if (block.firstTime > to) break;
     if (block.LastTime() < from) continue;
-    if (auto cut = CutBlock(block, from, to)) blocks->push_back(std::move(*cut));
+    auto cut = CutBlock(block, from, to);
+    if (!cut) continue;
+    bytes += cut->WireSize();
+    if (bytes > maxBytes && !blocks->empty()) return S_FALSE;
+    blocks->push_back(std::move(*cut));
   }
   return S_OK;
 }

@@ -47,8 +47,11 @@ class LiveData {
   std::vector<WireDetails> Details() const;
   std::vector<WireChannel> Channels() const;
   // The blocks of a channel from `from` to `to`, both included, cut to that
-  // window. E_INVALIDARG for an unknown channel.
-  KivResult ChannelData(uint64_t id, KivTime from, KivTime to, std::vector<WireBlock>* blocks) const;
+  // window, as many whole blocks as fit in `maxBytes` on the wire (at least
+  // one): S_FALSE when more follow, to be asked for after the last block.
+  // E_INVALIDARG for an unknown channel.
+  KivResult ChannelData(uint64_t id, KivTime from, KivTime to, std::vector<WireBlock>* blocks,
+                        size_t maxBytes = kMaxReplyBytes) const;
   std::vector<WireNamed> EventNames() const;
   std::vector<WireEvent> Events(const std::vector<uint64_t>& nameIds, KivTime from, KivTime to) const;
   std::vector<WireLapMarker> LapMarkers() const;

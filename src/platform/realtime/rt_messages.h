@@ -59,7 +59,13 @@ struct WireBlock {
   uint32_t Count() const;
   // The time of the last sample (periodic: first + (count - 1) x period).
   KivTime LastTime() const;
+  // Bytes the block takes in a frame.
+  size_t WireSize() const { return 34 + 8 * times.size() + samples.size(); }
 };
+
+// A reply's payload stays this far below the frame limit: room for the
+// reply's own fields.
+inline constexpr size_t kMaxReplyBytes = (8u << 20) - (64u << 10);
 
 struct WireNamed {
   uint64_t id = 0;

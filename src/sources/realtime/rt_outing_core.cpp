@@ -1,6 +1,7 @@
 #include "sources/realtime/rt_outing_core.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "sources/tarn/tarn_channel_list.h"
@@ -189,10 +190,21 @@ KivResult CRTOutingCore::ReadChannel(const std::u16string& name, const RtBlockLi
   const auto found = channels_.find(name);
   if (found == channels_.end()) return E_FAIL;
   const KivResult r = found->second.Read([this](uint64_t id, KivTime from, KivTime to, std::vector<WireBlock>* out) {
-    return Call(RtType::kGetChannelData, Encode(RangeRequestMsg{{id}, from, to}), out);
+    return ReadRest(id, to, Call(RtType::kGetChannelData, Encode(RangeRequestMsg{{id}, from, to}), out), out);
   });
   if (blocks) *blocks = &found->second.blocks();
   return r;
+}
+
+// A reply that would pass the frame limit comes in parts (S_FALSE: more
+// after the last block).
+KivResult CRTOutingCore::ReadRest(uint64_t id, KivTime to, KivResult r, std::vector<WireBlock>* blocks) {
+  while (r == S_FALSE && !blocks->empty()) {
+    std::vector<WireBlock> more;
+    r = Call(RtType::kGetChannelData, Encode(RangeRequestMsg{{id}, blocks->back().LastTime() + 1, to}), &more);
+    std::move(more.begin(), more.end(), std::back_inserter(*blocks));
+  }
+  return r == S_FALSE ? S_OK : r;
 }
 
 std::vector<KivResult> CRTOutingCore::ReadChannels(const std::vector<std::u16string>& names) {
@@ -224,6 +236,7 @@ std::vector<KivResult> CRTOutingCore::ReadChannels(const std::vector<std::u16str
       std::vector<WireBlock> blocks;
       KivResult r = link_ ? link_->Finish(reads[i].ids[j], &reply, kWait) : E_FAIL;
       if (Succeeded(r)) r = DecodeReply(reply, &blocks);
+      r = ReadRest(reads[i].channel->description().id, reads[i].ranges[j].second, r, &blocks);
       reads[i].channel->Apply(reads[i].ranges[j], r, blocks);
       if (Failed(r)) result = r;
     }

@@ -146,6 +146,7 @@ class CRTOutingCore {
   template <class Body>
   KivResult Call(rt::RtType type, std::vector<uint8_t> payload, Body* body);
   KivResult Call(rt::RtType type, std::vector<uint8_t> payload);
+  KivResult ReadRest(uint64_t id, KivTime to, KivResult r, std::vector<rt::WireBlock>* blocks);
 
   void OnReset();
   void OnStatus(const rt::StatusMsg& status);

@@ -199,9 +199,17 @@ TEST_F(RtOutingCoreTest, FollowsAServerOnLoopbackAndShowsItsLoss) {
   KivClientThread::Current().RunUntil([&] { return told_.Count("laps changed") > 0; }, std::chrono::seconds(10));
   ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK);
   EXPECT_EQ(blocks->blocks().at(0).Count(), 100u);
+  // More than a frame holds (140 x 8100 samples, 9 MB): the reply comes in parts.
+  for (int i = 0; i < 140; ++i) Feed(*server_, 1000 + i * 81000, 8100);
+  server_->PushTimeRange(0, 1000 + 140 * 81000);  // comes after every data message
+  KivClientThread::Current().RunUntil([&] { return told_.Count("laps changed") > 1; }, std::chrono::seconds(10));
+  ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK);
+  uint64_t samples = 0;
+  for (const auto& block : blocks->blocks()) samples += block.Count();
+  EXPECT_EQ(samples, 100u + 140u * 8100u);
   KivTime start = 0, end = 0;
   ASSERT_EQ(core_->OutingRange(&start, &end), S_OK);
-  EXPECT_EQ(end, 990);
+  EXPECT_EQ(end, 1000 + 140 * 81000);
   EXPECT_TRUE(core_->connected());
   tcp.Stop();
   KivClientThread::Current().RunUntil([&] { return !core_->connected(); }, std::chrono::seconds(10));

@@ -1,0 +1,134 @@
+#include "sources/matfile/matlab_outing_job_item.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "jobs/job_thread.h"
+#include "sources/text/text_number.h"
+#include "velmar/text.h"
+
+namespace velmar {
+namespace {
+
+void Widen(KivTime time, KivTime* start, KivTime* end) {
+  *start = std::min(*start, time);
+  *end = std::max(*end, time);
+}
+
+bool Holds(const PropertyList& list, std::u16string_view name) {
+  return std::any_of(list.begin(), list.end(), [&](const Property& p) { return p.name == name; });
+}
+
+// Adds a property unless one of the name is held: the first stands.
+void AddFirst(PropertyList* list, std::u16string_view name, Variant value) {
+  if (!Holds(*list, name)) list->push_back({std::u16string(name), std::move(value)});
+}
+
+// Step 2: "System details", then the information variables in file order.
+PropertyList ReadInformation(const CMatlabFileHandles& file) {
+  PropertyList list;
+  const bool own = file.bytes().substr(0, kMatOwnMark.size()) == kMatOwnMark;
+  list.push_back({u"System details", Variant::Text(std::u16string(own ? kMatOwnDetails : kMatForeignDetails))});
+  MatWalk walk(file.bytes());
+  while (std::optional<MatElement> element = file.NextVariable(walk, false)) {
+    std::u16string name, value;
+    if (!file.ReadInformationVariable(*element, &name, &value)) continue;
+    if (name == kMatOutingVariable) {
+      const std::optional<std::array<int32_t, 3>> numbers = ParseMatOutingText(value);
+      if (!numbers) continue;
+      for (size_t i = 0; i < numbers->size(); ++i) {
+        AddFirst(&list, MatOutingNumberProperties()[i], Variant::I32((*numbers)[i]));
+      }
+      continue;
+    }
+    for (const MatInformationName& entry : MatInformationNames()) {
+      if (entry.variable == name) AddFirst(&list, entry.property, Variant::Text(std::move(value)));
+    }
+  }
+  return list;
+}
+
+// One channel variable's doubles in one allocation: times, then values.
+std::shared_ptr<CRawChannelBase> RawChannel(std::span<const char> data, uint32_t rows) {
+  std::shared_ptr<double[]> copy(new double[2 * size_t{rows}]);
+  std::memcpy(copy.get(), data.data(), data.size());
+  auto split = std::make_shared<TimeSplit>(std::shared_ptr<const double[]>(copy, copy.get()), rows);
+  std::shared_ptr<CRawChannelBase> raw;
+  if (CRawChannelBase::Adopt(std::move(split), std::shared_ptr<double[]>(copy, copy.get() + rows), rows, &raw) ==
+      E_OUTOFMEMORY) {
+    throw std::bad_alloc();
+  }
+  return raw;
+}
+
+// Step 3: each channel variable in file order; a name met before and a
+// variable of no rows are dropped.
+void ReadChannels(const CMatlabFileHandles& file, MatlabOutingData* out) {
+  MatWalk walk(file.bytes());
+  while (std::optional<MatElement> element = file.NextVariable(walk, true)) {
+    std::u16string name;
+    uint32_t rows = 0;
+    std::span<const char> data;
+    if (!file.ReadChannelVariable(*element, &name, &rows, &data) || rows == 0) continue;
+    if (out->channels.count(name)) continue;
+    std::shared_ptr<CRawChannelBase> raw = RawChannel(data, rows);
+    for (double seconds : {raw->times().front(), raw->times().back()}) {
+      if (std::optional<KivTime> t = SecondsToTicks(seconds)) {
+        Widen(*t, &out->channelStart, &out->channelEnd);
+        Widen(*t, &out->outingStart, &out->outingEnd);
+      }
+    }
+    out->channels.emplace(std::move(name), std::move(raw));
+  }
+}
+
+}  // namespace
+
+std::filesystem::path MatFilePath(const std::u16string& path) { return std::filesystem::path(WideToUtf8(path)); }
+
+KivResult ReadMatlabOuting(const CMatlabFileHandles& file, MatlabOutingData* out) {
+  *out = MatlabOutingData();
+  out->information = ReadInformation(file);
+  ReadChannels(file, out);
+  return out->channels.empty() ? S_FALSE : S_OK;
+}
+
+// --- Load job ---------------------------------------------------------------
+
+CMatlabOutingJobItem::CMatlabOutingJobItem(CStateMachineEx* owner, const std::u16string& path, TextFileOps* ops)
+    : CJobItemEx(owner), path_(MatFilePath(path)), ops_(ops ? *ops : DefaultTextFileOps()) {}
+
+KivResult CMatlabOutingJobItem::Run() {
+  data_ = {};
+  CMatlabFileHandles file(path_, ops_);
+  loadStatus_ = file.Open(false);
+  if (!loadStatus_.ok()) return loadStatus_.code() == TextCode::kOutOfMemory ? E_OUTOFMEMORY : E_FAIL;
+  KivResult r = S_OK;
+  try {
+    r = ReadMatlabOuting(file, &data_);
+  } catch (const std::bad_alloc&) {
+    data_ = {};
+    loadStatus_ = {TextCode::kOutOfMemory, "no memory for the data set"};
+    return E_OUTOFMEMORY;
+  }
+  // A file cut under the read gave zeros for what it lost: nothing of it stands.
+  loadStatus_ = file.Intact();
+  file.Close();
+  if (!loadStatus_.ok()) {
+    data_ = {};
+    return E_FAIL;
+  }
+  return r;
+}
+
+// --- Create job -------------------------------------------------------------
+
+CMatlabCreateJobItem::CMatlabCreateJobItem(CStateMachineEx* owner, const std::u16string& path, TextFileOps* ops)
+    : CJobItemEx(owner), path_(MatFilePath(path)), ops_(ops ? *ops : DefaultTextFileOps()) {}
+
+KivResult CMatlabCreateJobItem::Run() { return CMatlabFileHandles::Create(path_, ops_).ok() ? S_OK : E_FAIL; }
+
+AsyncThread MatlabSource::Thread() { return MatlabThread(); }
+
+}  // namespace velmar

@@ -128,28 +128,28 @@ void CMatlabFileHandles::Close() {
 
 // --- Reading -----------------------------------------------------------------
 
-std::optional<MatElement> CMatlabFileHandles::NextVariable(MatWalk& walk, bool wantChannel) const {
+std::optional<MatElement> NextMatVariable(std::string_view bytes, MatWalk& walk, bool wantChannel) {
   while (std::optional<MatElement> element = walk.Next()) {
     MatVariable v;
-    if (!ReadMatVariable(bytes().substr(element->offset, element->length), &v)) continue;
+    if (!ReadMatVariable(bytes.substr(element->offset, element->length), &v)) continue;
     if (wantChannel ? IsMatChannel(v) : IsMatInformation(v)) return element;
   }
   return std::nullopt;
 }
 
-bool CMatlabFileHandles::ReadInformationVariable(const MatElement& element, std::u16string* name,
-                                                 std::u16string* value) const {
+bool ReadMatInformationVariable(std::string_view bytes, const MatElement& element, std::u16string* name,
+                                std::u16string* value) {
   MatVariable v;
-  if (!ReadMatVariable(bytes().substr(element.offset, element.length), &v) || !IsMatInformation(v)) return false;
+  if (!ReadMatVariable(bytes.substr(element.offset, element.length), &v) || !IsMatInformation(v)) return false;
   *name = AnsiToWide(v.name);
   *value = MatInformationText(v);
   return true;
 }
 
-bool CMatlabFileHandles::ReadChannelVariable(const MatElement& element, std::u16string* name, uint32_t* rows,
-                                             std::span<const char>* data) const {
+bool ReadMatChannelVariable(std::string_view bytes, const MatElement& element, std::u16string* name, uint32_t* rows,
+                            std::span<const char>* data) {
   MatVariable v;
-  if (!ReadMatVariable(bytes().substr(element.offset, element.length), &v) || !IsMatChannel(v)) return false;
+  if (!ReadMatVariable(bytes.substr(element.offset, element.length), &v) || !IsMatChannel(v)) return false;
   *name = AnsiToWide(v.name);
   *rows = static_cast<uint32_t>(v.rows);
   *data = std::span<const char>(v.data.data(), v.data.size());

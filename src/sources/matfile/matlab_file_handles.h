@@ -52,6 +52,14 @@ std::optional<std::array<int32_t, 3>> ParseMatOutingText(std::u16string_view tex
 // negative, of which the first three characters are kept.
 void SetMatOutingField(std::u16string* text, size_t index, int32_t number);
 
+// The readers over a file's bytes, which the handles answer for their file
+// (a fuzzer feeds them bytes alone). See the handles' operations.
+std::optional<MatElement> NextMatVariable(std::string_view bytes, MatWalk& walk, bool wantChannel);
+bool ReadMatInformationVariable(std::string_view bytes, const MatElement& element, std::u16string* name,
+                                std::u16string* value);
+bool ReadMatChannelVariable(std::string_view bytes, const MatElement& element, std::u16string* name, uint32_t* rows,
+                            std::span<const char>* data);
+
 class CMatlabFileHandles {
  public:
   explicit CMatlabFileHandles(std::filesystem::path path, TextFileOps& ops = DefaultTextFileOps());
@@ -76,11 +84,17 @@ class CMatlabFileHandles {
 
   // The next element of the walk that fits the kind (a channel, or else
   // information) and reads as one; `walk` carries the position.
-  std::optional<MatElement> NextVariable(MatWalk& walk, bool wantChannel) const;
-  bool ReadInformationVariable(const MatElement& element, std::u16string* name, std::u16string* value) const;
+  std::optional<MatElement> NextVariable(MatWalk& walk, bool wantChannel) const {
+    return NextMatVariable(bytes(), walk, wantChannel);
+  }
+  bool ReadInformationVariable(const MatElement& element, std::u16string* name, std::u16string* value) const {
+    return ReadMatInformationVariable(bytes(), element, name, value);
+  }
   // `data`: the 2 x rows doubles, times then values.
   bool ReadChannelVariable(const MatElement& element, std::u16string* name, uint32_t* rows,
-                           std::span<const char>* data) const;
+                           std::span<const char>* data) const {
+    return ReadMatChannelVariable(bytes(), element, name, rows, data);
+  }
   // The names of the file's channel variables, in file order.
   std::vector<std::u16string> ChannelNames() const;
 

@@ -25,15 +25,15 @@ void AddFirst(PropertyList* list, std::u16string_view name, Variant value) {
   if (!Holds(*list, name)) list->push_back({std::u16string(name), std::move(value)});
 }
 
-// Step 2: "System details", then the information variables in file order.
-PropertyList ReadInformation(const CMatlabFileHandles& file) {
+// "System details", then the information variables in file order.
+PropertyList ReadInformation(std::string_view bytes) {
   PropertyList list;
-  const bool own = file.bytes().substr(0, kMatOwnMark.size()) == kMatOwnMark;
+  const bool own = bytes.substr(0, kMatOwnMark.size()) == kMatOwnMark;
   list.push_back({u"System details", Variant::Text(std::u16string(own ? kMatOwnDetails : kMatForeignDetails))});
-  MatWalk walk(file.bytes());
-  while (std::optional<MatElement> element = file.NextVariable(walk, false)) {
+  MatWalk walk(bytes);
+  while (std::optional<MatElement> element = NextMatVariable(bytes, walk, false)) {
     std::u16string name, value;
-    if (!file.ReadInformationVariable(*element, &name, &value)) continue;
+    if (!ReadMatInformationVariable(bytes, *element, &name, &value)) continue;
     if (name == kMatOutingVariable) {
       const std::optional<std::array<int32_t, 3>> numbers = ParseMatOutingText(value);
       if (!numbers) continue;
@@ -62,15 +62,15 @@ std::shared_ptr<CRawChannelBase> RawChannel(std::span<const char> data, uint32_t
   return raw;
 }
 
-// Step 3: each channel variable in file order; a name met before and a
+// Each channel variable in file order; a name met before and a
 // variable of no rows are dropped.
-void ReadChannels(const CMatlabFileHandles& file, MatlabOutingData* out) {
-  MatWalk walk(file.bytes());
-  while (std::optional<MatElement> element = file.NextVariable(walk, true)) {
+void ReadChannels(std::string_view bytes, MatlabOutingData* out) {
+  MatWalk walk(bytes);
+  while (std::optional<MatElement> element = NextMatVariable(bytes, walk, true)) {
     std::u16string name;
     uint32_t rows = 0;
     std::span<const char> data;
-    if (!file.ReadChannelVariable(*element, &name, &rows, &data) || rows == 0) continue;
+    if (!ReadMatChannelVariable(bytes, *element, &name, &rows, &data) || rows == 0) continue;
     if (out->channels.count(name)) continue;
     std::shared_ptr<CRawChannelBase> raw = RawChannel(data, rows);
     for (double seconds : {raw->times().front(), raw->times().back()}) {
@@ -87,10 +87,10 @@ void ReadChannels(const CMatlabFileHandles& file, MatlabOutingData* out) {
 
 std::filesystem::path MatFilePath(const std::u16string& path) { return std::filesystem::path(WideToUtf8(path)); }
 
-KivResult ReadMatlabOuting(const CMatlabFileHandles& file, MatlabOutingData* out) {
+KivResult ReadMatlabOuting(std::string_view bytes, MatlabOutingData* out) {
   *out = MatlabOutingData();
-  out->information = ReadInformation(file);
-  ReadChannels(file, out);
+  out->information = ReadInformation(bytes);
+  ReadChannels(bytes, out);
   return out->channels.empty() ? S_FALSE : S_OK;
 }
 
@@ -106,7 +106,7 @@ KivResult CMatlabOutingJobItem::Run() {
   if (!loadStatus_.ok()) return loadStatus_.code() == TextCode::kOutOfMemory ? E_OUTOFMEMORY : E_FAIL;
   KivResult r = S_OK;
   try {
-    r = ReadMatlabOuting(file, &data_);
+    r = ReadMatlabOuting(file.bytes(), &data_);
   } catch (const std::bad_alloc&) {
     data_ = {};
     loadStatus_ = {TextCode::kOutOfMemory, "no memory for the data set"};

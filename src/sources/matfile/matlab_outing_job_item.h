@@ -36,9 +36,9 @@ struct MatlabOutingData {
   KivTime channelEnd = kTimeMin;
 };
 
-// The load's steps on the calling thread, over an open file: the property
-// block, then the channels. S_OK, or S_FALSE when no channel was found.
-KivResult ReadMatlabOuting(const CMatlabFileHandles& file, MatlabOutingData* out);
+// The load's steps on the calling thread, over an open file's bytes: the
+// property block, then the channels. S_OK, or S_FALSE when no channel was found.
+KivResult ReadMatlabOuting(std::string_view bytes, MatlabOutingData* out);
 
 class CMatlabOutingJobItem : public CJobItemEx {
  public:

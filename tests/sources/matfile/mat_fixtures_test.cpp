@@ -89,7 +89,7 @@ TEST_P(MatFixtureTest, BytesAndLoadsAsTheTableSays) {
   CMatlabFileHandles file(MatBeside(GetParam()));
   ASSERT_TRUE(file.Open(false).ok());
   MatlabOutingData data;
-  const KivResult result = ReadMatlabOuting(file, &data);
+  const KivResult result = ReadMatlabOuting(file.bytes(), &data);
   const json loaded = LoadedAsJson(data, result);
   const json& want = c["read"];
   EXPECT_EQ(loaded["result"], want["result"]);

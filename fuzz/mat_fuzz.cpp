@@ -8,8 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "sources/matfile/matlab_outing_job_item.h"
-#include "velmar/text.h"
+#include "sources/matfile/mat_layout.h"
 
 namespace {
 
@@ -21,7 +20,7 @@ void Check(bool ok, const char* what) {
   std::abort();
 }
 
-// The bytes of one variable as a file of its own, read back.
+// One written variable as a file of its own, read back.
 MatVariable ReadAlone(const std::string& element) {
   const std::string file = MatHeaderBytes() + element;
   MatWalk walk(file);
@@ -32,38 +31,48 @@ MatVariable ReadAlone(const std::string& element) {
   return v;
 }
 
-void RoundTrip(std::string_view bytes) {
-  MatWalk walk(bytes);
-  while (std::optional<MatElement> element = walk.Next()) {
-    Check(element->offset >= kMatHeaderSize && element->offset + element->length <= bytes.size(),
-          "an element outside the bytes");
-    MatVariable v;
-    if (!ReadMatVariable(bytes.substr(element->offset, element->length), &v)) continue;
-    const std::string name = v.name.substr(0, std::min(v.name.size(), kMatWriteNameMax));
-    if (IsMatChannel(v)) {
-      const MatVariable again = ReadAlone(MatChannelHead(name, static_cast<uint32_t>(v.rows)) + std::string(v.data));
-      Check(IsMatChannel(again) && again.rows == v.rows && again.data == v.data && again.name == name,
-            "a channel does not read back");
-    } else if (IsMatInformation(v)) {
-      std::u16string text = MatInformationText(v);
-      const MatVariable again = ReadAlone(MatStringVariable(name, text));
-      text.resize(std::clamp(text.size(), kMatValueMin, kMatValueMax), u' ');
-      Check(IsMatInformation(again) && MatInformationText(again) == text && again.name == name,
-            "information does not read back");
-    }
+void RoundTrip(std::string_view bytes, const MatElement& element) {
+  MatVariable v;
+  Check(ReadMatVariable(bytes.substr(element.offset, element.length), &v), "a found variable does not read");
+  const std::string name = v.name.substr(0, std::min(v.name.size(), kMatWriteNameMax));
+  if (IsMatChannel(v)) {
+    const MatVariable again = ReadAlone(MatChannelHead(name, static_cast<uint32_t>(v.rows)) + std::string(v.data));
+    Check(IsMatChannel(again) && again.rows == v.rows && again.data == v.data && again.name == name,
+          "a channel does not read back");
+    return;
   }
+  std::u16string text = MatInformationText(v);
+  const MatVariable again = ReadAlone(MatStringVariable(name, text));
+  text.resize(std::clamp(text.size(), kMatValueMin, kMatValueMax), u' ');
+  Check(IsMatInformation(again) && MatInformationText(again) == text && again.name == name,
+        "information does not read back");
+}
+
+// Both kinds as a load walks them: each must lie in the bytes and read.
+void Walk(std::string_view bytes, bool channels) {
+  MatWalk walk(bytes);
+  while (std::optional<MatElement> element = NextMatVariable(bytes, walk, channels)) {
+    Check(element->offset >= kMatHeaderSize && element->length <= bytes.size() - element->offset,
+          "an element outside the bytes");
+    std::u16string name, value;
+    uint32_t rows = 0;
+    std::span<const char> data;
+    if (channels) {
+      Check(ReadMatChannelVariable(bytes, *element, &name, &rows, &data), "a found channel does not read");
+      Check(data.size() == 16 * uint64_t{rows}, "channel data of another size than its rows");
+    } else {
+      Check(ReadMatInformationVariable(bytes, *element, &name, &value), "found information does not read");
+    }
+    RoundTrip(bytes, *element);
+  }
+  Check(walk.position() <= bytes.size() || walk.position() == kMatHeaderSize, "the walk went past the end");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  MatlabOutingData loaded;
-  const KivResult r = ReadMatlabOuting(bytes, &loaded);
-  Check(r == (loaded.channels.empty() ? S_FALSE : S_OK), "the result does not say whether channels were found");
-  for (const auto& [name, raw] : loaded.channels) Check(raw && raw->count() > 0, "a channel without samples");
-  Check(!loaded.information.empty() && loaded.information.front().name == u"System details",
-        "the property block does not start with the system details");
-  RoundTrip(bytes);
+  Walk(bytes, true);
+  Walk(bytes, false);
   return 0;
 }

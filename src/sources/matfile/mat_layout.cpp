@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "sources/text/text_format.h"
+#include "velmar/text.h"
 
 namespace velmar {
 
@@ -132,12 +132,6 @@ bool IsMatInformation(const MatVariable& v) {
          v.data.size() >= 2 * uint64_t(v.columns);
 }
 
-std::string MatChannelName(std::u16string_view name) {
-  std::u16string cut(name.substr(0, std::min(name.size(), kMatWriteNameMax)));
-  std::replace(cut.begin(), cut.end(), u' ', u'_');
-  return ToFileName(cut);
-}
-
 std::string MatChannelHead(std::string_view name, uint32_t rows) {
   const uint64_t dataBytes = 16 * uint64_t{rows};
   name = Cut(name, kMatWriteNameMax);
@@ -159,6 +153,34 @@ std::u16string MatInformationText(const MatVariable& v) {
   std::u16string text(static_cast<size_t>(v.columns), u'\0');
   std::memcpy(text.data(), v.data.data(), text.size() * 2);
   return text;
+}
+
+std::optional<MatElement> NextMatVariable(std::string_view bytes, MatWalk& walk, bool wantChannel) {
+  while (std::optional<MatElement> element = walk.Next()) {
+    MatVariable v;
+    if (!ReadMatVariable(bytes.substr(element->offset, element->length), &v)) continue;
+    if (wantChannel ? IsMatChannel(v) : IsMatInformation(v)) return element;
+  }
+  return std::nullopt;
+}
+
+bool ReadMatInformationVariable(std::string_view bytes, const MatElement& element, std::u16string* name,
+                                std::u16string* value) {
+  MatVariable v;
+  if (!ReadMatVariable(bytes.substr(element.offset, element.length), &v) || !IsMatInformation(v)) return false;
+  *name = AnsiToWide(v.name);
+  *value = MatInformationText(v);
+  return true;
+}
+
+bool ReadMatChannelVariable(std::string_view bytes, const MatElement& element, std::u16string* name, uint32_t* rows,
+                            std::span<const char>* data) {
+  MatVariable v;
+  if (!ReadMatVariable(bytes.substr(element.offset, element.length), &v) || !IsMatChannel(v)) return false;
+  *name = AnsiToWide(v.name);
+  *rows = static_cast<uint32_t>(v.rows);
+  *data = std::span<const char>(v.data.data(), v.data.size());
+  return true;
 }
 
 }  // namespace velmar

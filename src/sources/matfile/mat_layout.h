@@ -89,10 +89,6 @@ bool IsMatChannel(const MatVariable& v);
 // 1 x len 16-bit characters, with 2 x len bytes of data at least.
 bool IsMatInformation(const MatVariable& v);
 
-// The name a channel is written under: at most 31 characters, blanks and
-// characters the ANSI code page cannot hold as "_".
-std::string MatChannelName(std::u16string_view name);
-
 // The head of a channel variable of `rows` samples, up to and with its data
 // tag: 16 x rows bytes of data follow (no padding needed).
 std::string MatChannelHead(std::string_view name, uint32_t rows);
@@ -102,6 +98,16 @@ std::string MatStringVariable(std::string_view name, std::u16string_view value);
 
 // An information variable's characters as wide text.
 std::u16string MatInformationText(const MatVariable& v);
+
+// The readers over a file's bytes: the next element of the walk that fits
+// the kind (a channel, or else information) and reads as one; then the
+// variable of such an element, its name from the ANSI code page. A
+// channel's `data` is its 2 x rows doubles, times then values.
+std::optional<MatElement> NextMatVariable(std::string_view bytes, MatWalk& walk, bool wantChannel);
+bool ReadMatInformationVariable(std::string_view bytes, const MatElement& element, std::u16string* name,
+                                std::u16string* value);
+bool ReadMatChannelVariable(std::string_view bytes, const MatElement& element, std::u16string* name, uint32_t* rows,
+                            std::span<const char>* data);
 
 // Little-endian reads inside bytes the caller bounds.
 uint32_t MatU32(std::string_view bytes, size_t offset);

@@ -128,32 +128,10 @@ void CMatlabFileHandles::Close() {
 
 // --- Reading -----------------------------------------------------------------
 
-std::optional<MatElement> NextMatVariable(std::string_view bytes, MatWalk& walk, bool wantChannel) {
-  while (std::optional<MatElement> element = walk.Next()) {
-    MatVariable v;
-    if (!ReadMatVariable(bytes.substr(element->offset, element->length), &v)) continue;
-    if (wantChannel ? IsMatChannel(v) : IsMatInformation(v)) return element;
-  }
-  return std::nullopt;
-}
-
-bool ReadMatInformationVariable(std::string_view bytes, const MatElement& element, std::u16string* name,
-                                std::u16string* value) {
-  MatVariable v;
-  if (!ReadMatVariable(bytes.substr(element.offset, element.length), &v) || !IsMatInformation(v)) return false;
-  *name = AnsiToWide(v.name);
-  *value = MatInformationText(v);
-  return true;
-}
-
-bool ReadMatChannelVariable(std::string_view bytes, const MatElement& element, std::u16string* name, uint32_t* rows,
-                            std::span<const char>* data) {
-  MatVariable v;
-  if (!ReadMatVariable(bytes.substr(element.offset, element.length), &v) || !IsMatChannel(v)) return false;
-  *name = AnsiToWide(v.name);
-  *rows = static_cast<uint32_t>(v.rows);
-  *data = std::span<const char>(v.data.data(), v.data.size());
-  return true;
+std::string MatChannelName(std::u16string_view name) {
+  std::u16string cut(name.substr(0, std::min(name.size(), kMatWriteNameMax)));
+  std::replace(cut.begin(), cut.end(), u' ', u'_');
+  return ToFileName(cut);
 }
 
 std::vector<std::u16string> CMatlabFileHandles::ChannelNames() const {

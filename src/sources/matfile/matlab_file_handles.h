@@ -52,13 +52,9 @@ std::optional<std::array<int32_t, 3>> ParseMatOutingText(std::u16string_view tex
 // negative, of which the first three characters are kept.
 void SetMatOutingField(std::u16string* text, size_t index, int32_t number);
 
-// The readers over a file's bytes, which the handles answer for their file
-// (a fuzzer feeds them bytes alone). See the handles' operations.
-std::optional<MatElement> NextMatVariable(std::string_view bytes, MatWalk& walk, bool wantChannel);
-bool ReadMatInformationVariable(std::string_view bytes, const MatElement& element, std::u16string* name,
-                                std::u16string* value);
-bool ReadMatChannelVariable(std::string_view bytes, const MatElement& element, std::u16string* name, uint32_t* rows,
-                            std::span<const char>* data);
+// The name a channel is written under: at most 31 characters, blanks and
+// characters the ANSI code page cannot hold as "_".
+std::string MatChannelName(std::u16string_view name);
 
 class CMatlabFileHandles {
  public:

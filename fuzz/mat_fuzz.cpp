@@ -20,14 +20,15 @@ void Check(bool ok, const char* what) {
   std::abort();
 }
 
-// One written variable as a file of its own, read back.
-MatVariable ReadAlone(const std::string& element) {
-  const std::string file = MatHeaderBytes() + element;
-  MatWalk walk(file);
+// One written variable as a file of its own, read back; `file` holds the
+// bytes the variable's data lies in.
+MatVariable ReadAlone(const std::string& element, std::string* file) {
+  *file = MatHeaderBytes() + element;
+  MatWalk walk(*file);
   const std::optional<MatElement> found = walk.Next();
   Check(found && found->length == element.size() && !walk.Next(), "a written variable does not walk as one");
   MatVariable v;
-  Check(ReadMatVariable(std::string_view(file).substr(found->offset, found->length), &v), "a written head does not read");
+  Check(ReadMatVariable(std::string_view(*file).substr(found->offset, found->length), &v), "a written head does not read");
   return v;
 }
 
@@ -35,14 +36,16 @@ void RoundTrip(std::string_view bytes, const MatElement& element) {
   MatVariable v;
   Check(ReadMatVariable(bytes.substr(element.offset, element.length), &v), "a found variable does not read");
   const std::string name = v.name.substr(0, std::min(v.name.size(), kMatWriteNameMax));
+  std::string file;
   if (IsMatChannel(v)) {
-    const MatVariable again = ReadAlone(MatChannelHead(name, static_cast<uint32_t>(v.rows)) + std::string(v.data));
+    const MatVariable again =
+        ReadAlone(MatChannelHead(name, static_cast<uint32_t>(v.rows)) + std::string(v.data), &file);
     Check(IsMatChannel(again) && again.rows == v.rows && again.data == v.data && again.name == name,
           "a channel does not read back");
     return;
   }
   std::u16string text = MatInformationText(v);
-  const MatVariable again = ReadAlone(MatStringVariable(name, text));
+  const MatVariable again = ReadAlone(MatStringVariable(name, text), &file);
   text.resize(std::clamp(text.size(), kMatValueMin, kMatValueMax), u' ');
   Check(IsMatInformation(again) && MatInformationText(again) == text && again.name == name,
         "information does not read back");

@@ -7,6 +7,8 @@
 #include <limits>
 #include <new>
 
+#include <sys/file.h>
+
 #include "sources/text/text_format.h"
 #include "velmar/text.h"
 
@@ -112,16 +114,24 @@ TextStatus CMatlabFileHandles::Open(bool writable) {
 
 TextStatus CMatlabFileHandles::Remap() {
   if (!IsOpen()) return {TextCode::kNotOpen, "the file is not open"};
-  bytes_ = SourceBytes();
+  bytes_ = nullptr;
   std::unique_ptr<FileByteSource> source;
   TextStatus st = FileByteSource::Open(ops_, file_.fd(), &source);
-  if (st.ok()) st = SourceBytes::Load(*source, &bytes_);
+  try {
+    if (st.ok()) bytes_ = std::make_shared<SourceBytes>();
+  } catch (const std::bad_alloc&) {
+    st = {TextCode::kOutOfMemory, "no memory for the file"};
+  }
+  if (st.ok()) st = SourceBytes::Load(*source, bytes_.get());
   if (!st.ok()) Close();
   return st;
 }
 
 void CMatlabFileHandles::Close() {
-  bytes_ = SourceBytes();
+  // A mapping that a load keeps holds the file's open description, and with
+  // it the lock, past the close: let the lock go first.
+  if (file_.valid()) (void)::flock(file_.fd(), LOCK_UN);
+  bytes_ = nullptr;
   file_.Reset();
   writable_ = false;
 }

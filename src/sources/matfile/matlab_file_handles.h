@@ -74,9 +74,11 @@ class CMatlabFileHandles {
   void Close();
 
   bool IsOpen() const { return file_.valid(); }
-  std::string_view bytes() const { return bytes_.view(); }
+  std::string_view bytes() const { return bytes_ ? bytes_->view() : std::string_view(); }
   // Whether the mapped bytes are still the file's (see FileMapping).
-  TextStatus Intact() const { return bytes_.Intact(); }
+  TextStatus Intact() const { return bytes_ ? bytes_->Intact() : TextStatus(); }
+  // What keeps bytes() where they are, after a Remap or Close too.
+  std::shared_ptr<const void> bytes_owner() const { return bytes_; }
 
   // The next element of the walk that fits the kind (a channel, or else
   // information) and reads as one; `walk` carries the position.
@@ -112,7 +114,7 @@ class CMatlabFileHandles {
   TextFileOps& ops_;
   FileHandle file_;
   bool writable_ = false;
-  SourceBytes bytes_;
+  std::shared_ptr<SourceBytes> bytes_;  // shared with what a load keeps of them
 };
 
 }  // namespace velmar

@@ -50,20 +50,28 @@ PropertyList ReadInformation(std::string_view bytes) {
   return list;
 }
 
-// One channel variable's doubles in one allocation: times, then values.
-std::shared_ptr<CRawChannelBase> RawChannel(std::span<const char> data, uint32_t rows) {
+// One channel variable: the values copied (the first read scales them in
+// place), the times read where they lie when `owner` keeps them there and
+// they are aligned for doubles, else copied with the values.
+std::shared_ptr<CRawChannelBase> RawChannel(std::span<const char> data, uint32_t rows,
+                                            const std::shared_ptr<const void>& owner) {
+  const size_t half = data.size() / 2;
+  const bool inPlace = owner && reinterpret_cast<uintptr_t>(data.data()) % alignof(double) == 0;
   // Not advised for huge pages: on this platform their zeroing cost more
   // than the faults they saved (measured with bench/mat_bench).
-  SampleBuffer buffer = AllocateSamples(2 * size_t{rows});
-  std::memcpy(buffer.get(), data.data(), data.size());
+  SampleBuffer buffer = AllocateSamples(inPlace ? rows : 2 * size_t{rows});
+  std::memcpy(buffer.get(), data.data() + (inPlace ? half : 0), inPlace ? half : data.size());
   std::shared_ptr<double[]> copy(buffer.release(), FreeSamples());
-  auto split = std::make_shared<TimeSplit>(std::shared_ptr<const double[]>(copy, copy.get()), rows);
-  // Split here, while the times are fresh in the cache, not at the first read
-  // on the client thread; a failure is found again there and kept.
+  std::shared_ptr<const double[]> times =
+      inPlace ? std::shared_ptr<const double[]>(owner, reinterpret_cast<const double*>(data.data()))
+              : std::shared_ptr<const double[]>(copy, copy.get());
+  std::shared_ptr<double[]> values = inPlace ? copy : std::shared_ptr<double[]>(copy, copy.get() + rows);
+  auto split = std::make_shared<TimeSplit>(std::move(times), rows);
+  // Split here, while the times are at hand, not at the first read on the
+  // client thread; a failure is found again there and kept.
   if (split->Plan() == E_OUTOFMEMORY) throw std::bad_alloc();
   std::shared_ptr<CRawChannelBase> raw;
-  if (CRawChannelBase::Adopt(std::move(split), std::shared_ptr<double[]>(copy, copy.get() + rows), rows, &raw) ==
-      E_OUTOFMEMORY) {
+  if (CRawChannelBase::Adopt(std::move(split), std::move(values), rows, &raw) == E_OUTOFMEMORY) {
     throw std::bad_alloc();
   }
   return raw;
@@ -71,7 +79,7 @@ std::shared_ptr<CRawChannelBase> RawChannel(std::span<const char> data, uint32_t
 
 // Each channel variable in file order; a name met before and a
 // variable of no rows are dropped.
-void ReadChannels(std::string_view bytes, MatlabOutingData* out) {
+void ReadChannels(std::string_view bytes, const std::shared_ptr<const void>& owner, MatlabOutingData* out) {
   MatWalk walk(bytes);
   while (std::optional<MatElement> element = NextMatVariable(bytes, walk, true)) {
     std::u16string name;
@@ -79,7 +87,7 @@ void ReadChannels(std::string_view bytes, MatlabOutingData* out) {
     std::span<const char> data;
     if (!ReadMatChannelVariable(bytes, *element, &name, &rows, &data) || rows == 0) continue;
     if (out->channels.count(name)) continue;
-    std::shared_ptr<CRawChannelBase> raw = RawChannel(data, rows);
+    std::shared_ptr<CRawChannelBase> raw = RawChannel(data, rows, owner);
     for (double seconds : {raw->times().front(), raw->times().back()}) {
       if (std::optional<KivTime> t = SecondsToTicks(seconds)) {
         Widen(*t, &out->channelStart, &out->channelEnd);
@@ -94,10 +102,10 @@ void ReadChannels(std::string_view bytes, MatlabOutingData* out) {
 
 std::filesystem::path MatFilePath(const std::u16string& path) { return std::filesystem::path(WideToUtf8(path)); }
 
-KivResult ReadMatlabOuting(std::string_view bytes, MatlabOutingData* out) {
+KivResult ReadMatlabOuting(std::string_view bytes, MatlabOutingData* out, const std::shared_ptr<const void>& owner) {
   *out = MatlabOutingData();
   out->information = ReadInformation(bytes);
-  ReadChannels(bytes, out);
+  ReadChannels(bytes, owner, out);
   return out->channels.empty() ? S_FALSE : S_OK;
 }
 
@@ -113,7 +121,7 @@ KivResult CMatlabOutingJobItem::Run() {
   if (!loadStatus_.ok()) return loadStatus_.code() == TextCode::kOutOfMemory ? E_OUTOFMEMORY : E_FAIL;
   KivResult r = S_OK;
   try {
-    r = ReadMatlabOuting(file.bytes(), &data_);
+    r = ReadMatlabOuting(file.bytes(), &data_, file.bytes_owner());
   } catch (const std::bad_alloc&) {
     data_ = {};
     loadStatus_ = {TextCode::kOutOfMemory, "no memory for the data set"};

@@ -38,7 +38,10 @@ struct MatlabOutingData {
 
 // The load's steps on the calling thread, over an open file's bytes: the
 // property block, then the channels. S_OK, or S_FALSE when no channel was found.
-KivResult ReadMatlabOuting(std::string_view bytes, MatlabOutingData* out);
+// With `owner` (what keeps the bytes in place) the channels read their times
+// where they lie, until their first read has split them; without, they copy.
+KivResult ReadMatlabOuting(std::string_view bytes, MatlabOutingData* out,
+                           const std::shared_ptr<const void>& owner = nullptr);
 
 class CMatlabOutingJobItem : public CJobItemEx {
  public:

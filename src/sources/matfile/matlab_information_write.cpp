@@ -11,6 +11,10 @@ KivResult CMatlabOutingInfoWBJobItem::Run() {
 }
 
 KivResult CMatlabOutingInfoStep::CreateJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) {
+  if (properties_.empty()) {
+    NotifyMessage(u"Failed to write outing information - no properties selected");
+    return E_FAIL;
+  }
   if (!writeAccess) return E_FAIL;
   *job = MakeKiv<CMatlabOutingInfoWBJobItem>(
       this, ComPtr<CMatlabOutingTxnJobItem>(static_cast<CMatlabOutingTxnJobItem*>(writeAccess)), properties_);

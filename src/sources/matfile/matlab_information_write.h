@@ -27,7 +27,8 @@ class CMatlabOutingInfoWBJobItem final : public CWriteBackJobItem {
 };
 
 // A step of the given properties over the commit's write access; its
-// receiver reloads the outing once the job wrote.
+// receiver reloads the outing once the job wrote. A step of no properties
+// is passed over with its message.
 class CMatlabOutingInfoStep final : public CWriteBackStateMachineBase {
  public:
   CMatlabOutingInfoStep(CWriteBackStateChanges* receiver, PropertyList properties)

@@ -11,44 +11,19 @@
 
 #include "outing/cache/empty_facets.h"
 #include "outing/cache/file_outing.h"
-#include "outing/channels/channel_file.h"
-#include "outing/factory/outing_data_factory.h"
+#include "outing/channels/file_channel_factory.h"
 #include "outing/laps/list_lap_markers.h"
 #include "sources/matfile/matlab_outing_cache.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing.h"
-#include "velmar/units.h"
 #include "writeback/channel_writer_facet.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
 
-// The channels of a MAT-file outing: one per loaded channel variable, made
-// on first demand, until the data is discarded.
-class CMatlabChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKivChannelFactory> {
- public:
-  // KIV_E_PENDING while loading (the load is asked for), E_INVALIDARG for a
-  // name the file does not have.
-  KivResult GetItem(const std::u16string& name, IKivChannel** channel) override;
-  void Bind(CMatlabOutingCache* cache, const KivTime* timeOffset) {
-    cache_ = cache;
-    timeOffset_ = timeOffset;
-  }
-  NameList Refill() { return AddNames(cache_->ChannelNames()); }
-  // Shifts every channel made so far; the first failure stops the walk.
-  [[nodiscard]] KivResult ShiftChannels(KivTime offset);
-
- protected:
-  void FillNames() override;
-  void DropItem(const std::u16string& name, ComPtr<CFileChannel>& channel) override;
-
- private:
-  ComPtr<CFileChannel> MakeChannel(const std::u16string& name);
-
-  CMatlabOutingCache* cache_ = nullptr;
-  const KivTime* timeOffset_ = nullptr;
-  ComPtr<IKivUnitTable> unitTable_;  // made on first use
-};
+// The channels of a MAT-file outing: one per loaded channel variable; a
+// variable carries no unit.
+using CMatlabChannelFactory = CFileChannelFactory<CMatlabOutingCache>;
 
 // No markers: the lap list is only the outing's span.
 struct MatlabLapData {

@@ -30,14 +30,6 @@ CMatlabOutingCache::CMatlabOutingCache(std::u16string path, const Guid& outingId
 
 CMatlabOutingCache::~CMatlabOutingCache() { transaction_.Reset(); }
 
-void CMatlabOutingCache::CloseData() {
-  if (writing_) {
-    discardNoted_ = true;
-    return;
-  }
-  Discard();
-}
-
 ComPtr<CJobItem> CMatlabOutingCache::MakeWriteAccessJob(CStateMachineEx* owner) {
   return MakeKiv<CMatlabOutingTxnJobItem>(owner, MatFilePath(path()), ops_);
 }
@@ -50,15 +42,14 @@ ComPtr<CJobItem> CMatlabOutingCache::MakeCloseJob(CStateMachineEx* owner, CJobIt
 AsyncThread CMatlabOutingCache::GetJobThread() { return MatlabThread(); }
 
 void CMatlabOutingCache::NotifyTransactionStarted() {
-  writing_ = true;
+  writeBack_.CommitStarted();
   CTransactionBase::NotifyTransactionStarted();
 }
 
 void CMatlabOutingCache::NotifyTransactionFinished() {
   ComPtr<CMatlabOutingCache> keep(this);
-  writing_ = false;
   CTransactionBase::NotifyTransactionFinished();
-  if (std::exchange(discardNoted_, false)) Discard();
+  writeBack_.CommitFinished();
 }
 
 const MatlabOutingData* CMatlabOutingCache::data() const {

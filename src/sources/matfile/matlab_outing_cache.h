@@ -17,6 +17,7 @@
 #include "outing/information/outing_information_base.h"
 #include "sources/matfile/matlab_outing_job_item.h"
 #include "velmar/data_factory.h"
+#include "writeback/discard_after_commit.h"
 #include "writeback/transaction_base.h"
 #include "writeback/transaction_state_machine.h"
 
@@ -52,7 +53,7 @@ class CMatlabOutingCache final : public CFileOutingCache<CMatlabOutingCache, COu
   // --- Write-back -------------------------------------------------------------
   CTransactionStateMachine* transaction() const { return transaction_.Get(); }
   // The discard waits while a commit writes the file, and runs when it ends.
-  void CloseData();
+  void CloseData() { writeBack_.CloseData(); }
   // What hears that a step wrote: the data is read again on the next request.
   CWriteBackStateChanges* write_back() { return &writeBack_; }
 
@@ -74,21 +75,10 @@ class CMatlabOutingCache final : public CFileOutingCache<CMatlabOutingCache, COu
   std::u16string GetPath() override { return path(); }
   void OnCaptionInvalid() override { CFileOutingCache::OnCaptionInvalid(); }
 
-  class CDiscardAfterWrite final : public CWriteBackStateChanges {
-   public:
-    explicit CDiscardAfterWrite(CMatlabOutingCache* cache) : cache_(cache) {}
-    void ReloadAfterWrite() override { cache_->CloseData(); }
-
-   private:
-    CMatlabOutingCache* cache_;
-  };
-
   TextFileOps* const ops_;
-  CDiscardAfterWrite writeBack_{this};
+  CDiscardAfterCommit<CMatlabOutingCache> writeBack_{this};
   COutingCaptionHelper captionHelper_{this};
   ClientRef<CTransactionStateMachine> transaction_;
-  bool writing_ = false;       // a commit holds the file
-  bool discardNoted_ = false;  // a CloseData came while writing
 };
 
 }  // namespace velmar

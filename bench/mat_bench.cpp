@@ -110,6 +110,30 @@ double ProcessCpuSeconds() {
   return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
 }
 
+// The extremes of values, in four independent lanes so that the processor
+// overlaps them, as numpy's vectorised min and max do.
+struct MinMax {
+  double lo[4] = {kInf, kInf, kInf, kInf};
+  double hi[4] = {-kInf, -kInf, -kInf, -kInf};
+  static constexpr double kInf = std::numeric_limits<double>::infinity();
+
+  void Add(std::span<const double> values) {
+    size_t i = 0;
+    for (; i + 4 <= values.size(); i += 4) {
+      for (size_t k = 0; k < 4; ++k) {
+        lo[k] = values[i + k] < lo[k] ? values[i + k] : lo[k];
+        hi[k] = values[i + k] > hi[k] ? values[i + k] : hi[k];
+      }
+    }
+    for (; i < values.size(); ++i) {
+      lo[0] = std::min(lo[0], values[i]);
+      hi[0] = std::max(hi[0], values[i]);
+    }
+  }
+  double Min() const { return std::min(std::min(lo[0], lo[1]), std::min(lo[2], lo[3])); }
+  double Max() const { return std::max(std::max(hi[0], hi[1]), std::max(hi[2], hi[3])); }
+};
+
 // Opens the file as an outing and reads each channel's values for min/max.
 size_t OpenAndReadAll(Dispatcher& d) {
   auto factory = MakeKiv<COutingFactory>();
@@ -131,18 +155,15 @@ size_t OpenAndReadAll(Dispatcher& d) {
         Failed(iterator->GetDataBlocks(blocks.Put())) || Failed(blocks->GetCount(&count))) {
       std::abort();
     }
-    double lo = std::numeric_limits<double>::infinity(), hi = -lo;
+    MinMax extremes;
     for (uint32_t b = 1; b <= count; ++b) {
       ComPtr<IKivDataBlock> block;
       std::span<const double> values;
       if (Failed(blocks->GetBlock(b, block.Put())) || Failed(block->GetValuesReference(&values))) std::abort();
-      for (double v : values) {
-        lo = std::min(lo, v);
-        hi = std::max(hi, v);
-      }
+      extremes.Add(values);
       samples += values.size();
     }
-    benchmark::DoNotOptimize(lo + hi);
+    benchmark::DoNotOptimize(extremes.Min() + extremes.Max());
   }
   return samples;
 }

@@ -61,7 +61,7 @@ std::shared_ptr<CRawChannelBase> RawChannel(std::span<const char> data, uint32_t
   // than the faults they saved (measured with bench/mat_bench).
   SampleBuffer buffer = AllocateSamples(inPlace ? rows : 2 * size_t{rows});
   std::memcpy(buffer.get(), data.data() + (inPlace ? half : 0), inPlace ? half : data.size());
-  std::shared_ptr<double[]> copy(buffer.release(), FreeSamples());
+  std::shared_ptr<double[]> copy(std::move(buffer));
   std::shared_ptr<const double[]> times =
       inPlace ? std::shared_ptr<const double[]>(owner, reinterpret_cast<const double*>(data.data()))
               : std::shared_ptr<const double[]>(copy, copy.get());

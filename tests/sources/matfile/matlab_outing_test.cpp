@@ -140,6 +140,8 @@ TEST_F(MatlabOutingTest, WritesInCommitsLoadInScipyAndADuplicateIsRefused) {
             std::vector<std::string>{"TransactionMessage:Failed to write channels - duplicate channels found"});
   const PropertyList info{{u"Driver name", Variant::Text(u"Ann")}, {u"Session number", Variant::I32(4)}};
   EXPECT_TRUE(Commit(MakeKiv<CMatlabOutingInfoStep>(outing_->cache()->write_back(), info)).empty());
+  EXPECT_EQ(Commit(MakeKiv<CMatlabOutingInfoStep>(outing_->cache()->write_back(), PropertyList{})),
+            std::vector<std::string>{"TransactionMessage:Failed to write outing information - no properties selected"});
   EXPECT_EQ(*Information(u"Driver name").AsText(), u"Ann");
   EXPECT_EQ(Information(u"Session number").AsI32(), 4);
   const Samples gear = ReadBackChannel(&outing_->channels(), u"Gear_Box", [this] { return Settle(); });

@@ -48,3 +48,8 @@ if [ -f "$store" ]; then
   kill -INT "$server" 2>/dev/null || true
   wait "$server" 2>/dev/null || true
 fi
+mat=tests/data/matfile/write_information_rewrite.mat
+echo "== velmar info $mat (a MAT-file: channels are n x 2 matrices, information character variables)"
+"$cli" info "$mat"
+echo "== velmar channels $mat"
+"$cli" channels "$mat"

@@ -40,6 +40,7 @@ std::u16string HostSession::TypeIdForFile(const std::string& file) {
   const std::u16string extension = Utf8ToWide(std::filesystem::path(file).extension().string());
   if (EqualsNoCase(extension, u".txt")) return kTextOutingTypeId.ToWide();
   if (EqualsNoCase(extension, u".trn")) return kTarnOutingTypeId.ToWide();
+  if (EqualsNoCase(extension, u".mat")) return kMatFileOutingTypeId.ToWide();
   return {};
 }
 
@@ -48,7 +49,7 @@ ComPtr<IKivOuting> HostSession::Open(const std::string& file) {
   if (typeId.empty()) {
     const std::string extension = std::filesystem::path(file).extension().string();
     Fail(file, "unknown file type \"" + (extension.empty() ? std::string("(none)") : extension) +
-                   "\" (expected .txt or .trn)");
+                   "\" (expected .txt, .trn or .mat)");
   }
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) Fail(file, "no such file");

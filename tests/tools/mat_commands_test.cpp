@@ -1,0 +1,29 @@
+// The `velmar` binary on a MAT-file: it opens as type 2 in every command.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli_run.h"
+#include "support/fixtures.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+
+TEST(MatCommandsTest, InfoChannelsAndDumpReadAMatFile) {
+  CliRunner runner;
+  const std::string file = (FixtureRoot() / "matfile" / "write_channel_3_samples.mat").string();
+  const CliResult info = runner.Run({"info", file});
+  ASSERT_EQ(info.exitCode, 0) << info.err;
+  EXPECT_THAT(info.Rows(), Contains(ElementsAre("type", "2 (MAT-file)")));
+  EXPECT_THAT(info.Rows(), Contains(ElementsAre("information.System details", "Kivara Written DataSet")));
+  const CliResult dump = runner.Run({"dump", file, "Speed"});
+  ASSERT_EQ(dump.exitCode, 0) << dump.err;
+  EXPECT_THAT(dump.Rows(), ElementsAre(ElementsAre("time", "Speed"), ElementsAre("0", "1.5"), ElementsAre("0.5", "2.5"),
+                                       ElementsAre("1", "3.5")));
+  EXPECT_EQ(runner.Run({"laps", file}).exitCode, 0);
+}
+
+}  // namespace
+}  // namespace velmar::testing

@@ -48,3 +48,10 @@ if [ -f "$store" ]; then
   kill -INT "$server" 2>/dev/null || true
   wait "$server" 2>/dev/null || true
 fi
+if [ -f "$store" ]; then
+  echo "== velmar constants $store add Toe 1.5 --unit deg; info set \"First lap number=5\"; blobs add"
+  "$cli" constants "$store" add Toe 1.5 --unit deg && "$cli" constants "$store" | grep Toe
+  "$cli" info "$store" set "Driver name=Demo Driver" "First lap number=5" && "$cli" laps "$store" | head -3
+  printf 'demo setup sheet' > "$out/setup.txt"
+  "$cli" blobs "$store" add "Setup sheet" "$out/setup.txt" && "$cli" blobs "$store"
+fi

@@ -3,30 +3,16 @@
 namespace velmar {
 namespace {
 
-// The text of a name the data set has (add) or lacks (modify, remove).
-std::u16string_view StopText(ConstantWriteOp op) {
-  switch (op) {
-    case ConstantWriteOp::kAdd:
-      return kAddConstantDuplicate;
-    case ConstantWriteOp::kModify:
-      return kModifyConstantMissing;
-    case ConstantWriteOp::kRemove:
-      return kRemoveConstantMissing;
-  }
-  return {};
-}
+// By op: the text of a name the data set has (add) or lacks (modify,
+// remove), and the text of a failed read or write.
+constexpr std::u16string_view kTexts[3][2] = {
+    {kAddConstantDuplicate, kAddConstantFailed},
+    {kModifyConstantMissing, kModifyConstantFailed},
+    {kRemoveConstantMissing, kRemoveConstantFailed},
+};
 
-std::u16string_view FailText(ConstantWriteOp op) {
-  switch (op) {
-    case ConstantWriteOp::kAdd:
-      return kAddConstantFailed;
-    case ConstantWriteOp::kModify:
-      return kModifyConstantFailed;
-    case ConstantWriteOp::kRemove:
-      return kRemoveConstantFailed;
-  }
-  return {};
-}
+std::u16string_view StopText(ConstantWriteOp op) { return kTexts[static_cast<int>(op)][0]; }
+std::u16string_view FailText(ConstantWriteOp op) { return kTexts[static_cast<int>(op)][1]; }
 
 }  // namespace
 

@@ -50,6 +50,22 @@ class CWriteBackConstantJobItemBase : public CWriteBackJobItem {
   int64_t id_ = -1;
 };
 
+// A source's constant job over the commit's write access `Access`.
+template <class Access>
+class CWriteBackConstantJobOn : public CWriteBackConstantJobItemBase {
+ public:
+  using AccessType = Access;
+  CWriteBackConstantJobOn(CStateMachineEx* owner, ComPtr<Access> access, ConstantWriteOp op,
+                          ConstantWriteFields fields)
+      : CWriteBackConstantJobItemBase(owner, op, std::move(fields)), access_(std::move(access)) {}
+
+ protected:
+  Access* access() const { return access_.Get(); }
+
+ private:
+  ComPtr<Access> access_;
+};
+
 // A constant step: its job is made by MakeJob when the commit reaches it.
 class CWriteBackConstantStateMachineBase : public CWriteBackStateMachineBase {
  public:
@@ -72,10 +88,11 @@ class CWriteBackConstantStateMachineBase : public CWriteBackStateMachineBase {
 };
 
 // The step of one source and one edit: `Job(owner, access, op, fields)` over
-// the commit's write access `Access`, run on `Thread()`.
-template <class Job, class Access, AsyncThread (*Thread)(), ConstantWriteOp Op>
+// the commit's write access (Job::AccessType), run on `Thread()`.
+template <class Job, AsyncThread (*Thread)(), ConstantWriteOp Op>
 class CWriteBackConstantStep final : public CWriteBackConstantStateMachineBase {
  public:
+  using Access = typename Job::AccessType;
   CWriteBackConstantStep(CWriteBackStateChanges* receiver, ConstantWriteFields fields)
       : CWriteBackConstantStateMachineBase(receiver, Op, std::move(fields)) {}
   AsyncThread GetJobThread() override { return Thread(); }
@@ -87,19 +104,25 @@ class CWriteBackConstantStep final : public CWriteBackConstantStateMachineBase {
   }
 };
 
-// The step of `op` for a source whose steps are Add, Modify and Remove.
-template <class Add, class Modify, class Remove>
-ComPtr<CWriteBackStateMachineBase> MakeConstantStep(ConstantWriteOp op, CWriteBackStateChanges* receiver,
-                                                    ConstantWriteFields fields) {
-  switch (op) {
-    case ConstantWriteOp::kAdd:
-      return MakeKiv<Add>(receiver, std::move(fields));
-    case ConstantWriteOp::kModify:
-      return MakeKiv<Modify>(receiver, std::move(fields));
-    case ConstantWriteOp::kRemove:
-      return MakeKiv<Remove>(receiver, std::move(fields));
+// The three steps of a source whose constant job is `Job`, run on `Thread()`.
+template <class Job, AsyncThread (*Thread)()>
+struct CWriteBackConstantSteps {
+  using Add = CWriteBackConstantStep<Job, Thread, ConstantWriteOp::kAdd>;
+  using Modify = CWriteBackConstantStep<Job, Thread, ConstantWriteOp::kModify>;
+  using Remove = CWriteBackConstantStep<Job, Thread, ConstantWriteOp::kRemove>;
+
+  static ComPtr<CWriteBackStateMachineBase> Make(ConstantWriteOp op, CWriteBackStateChanges* receiver,
+                                                 ConstantWriteFields fields) {
+    switch (op) {
+      case ConstantWriteOp::kAdd:
+        return MakeKiv<Add>(receiver, std::move(fields));
+      case ConstantWriteOp::kModify:
+        return MakeKiv<Modify>(receiver, std::move(fields));
+      case ConstantWriteOp::kRemove:
+        return MakeKiv<Remove>(receiver, std::move(fields));
+    }
+    return nullptr;
   }
-  return nullptr;
-}
+};
 
 }  // namespace velmar

@@ -7,8 +7,8 @@
 namespace velmar {
 
 KivResult CWBTarnConstantJobItem::Lookup(bool* found, int64_t* id) {
-  TarnConnection* store = access_ ? access_->connection() : nullptr;
-  if (!store || !store->constants || !access_->handle()) return E_FAIL;
+  TarnConnection* store = access() ? access()->connection() : nullptr;
+  if (!store || !store->constants || !access()->handle()) return E_FAIL;
   ComPtr<IKivTarnConstantRecords> records;
   if (KivResult r = store->constants->GetConstants(kTarnWaitForever, records.Put()); Failed(r)) return r;
   *found = false;
@@ -23,7 +23,7 @@ KivResult CWBTarnConstantJobItem::Lookup(bool* found, int64_t* id) {
 }
 
 KivResult CWBTarnConstantJobItem::Write() {
-  ComPtr<IKivTarnConstantWriter> writer = access_->Writer<IKivTarnConstantWriter>();
+  ComPtr<IKivTarnConstantWriter> writer = access()->Writer<IKivTarnConstantWriter>();
   if (!writer) return E_FAIL;
   const ConstantWriteFields& f = fields();
   TarnConstantRecord record{};

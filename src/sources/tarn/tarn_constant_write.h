@@ -10,29 +10,22 @@
 
 namespace velmar {
 
-class CWBTarnConstantJobItem final : public CWriteBackConstantJobItemBase {
+class CWBTarnConstantJobItem final : public CWriteBackConstantJobOn<CTarnOutingTransactionJobItem> {
  public:
-  CWBTarnConstantJobItem(CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access, ConstantWriteOp op,
-                         ConstantWriteFields fields)
-      : CWriteBackConstantJobItemBase(owner, op, std::move(fields)), access_(std::move(access)) {}
+  using CWriteBackConstantJobOn::CWriteBackConstantJobOn;
 
  protected:
   // The store's list, read through the write (exact names).
   KivResult Lookup(bool* found, int64_t* id) override;
   KivResult Write() override;
-
- private:
-  ComPtr<CTarnOutingTransactionJobItem> access_;
 };
 
+using CWBTarnConstantSteps = CWriteBackConstantSteps<CWBTarnConstantJobItem, DaeThread>;
+using CWBTarnConstantAddSM = CWBTarnConstantSteps::Add;
+using CWBTarnConstantModifySM = CWBTarnConstantSteps::Modify;
+using CWBTarnConstantRemoveSM = CWBTarnConstantSteps::Remove;
 using CWBTarnConstantAddJobItem = CWBTarnConstantJobItem;
 using CWBTarnConstantModifyJobItem = CWBTarnConstantJobItem;
 using CWBTarnConstantRemoveJobItem = CWBTarnConstantJobItem;
-
-template <ConstantWriteOp Op>
-using CWBTarnConstantStep = CWriteBackConstantStep<CWBTarnConstantJobItem, CTarnOutingTransactionJobItem, DaeThread, Op>;
-using CWBTarnConstantAddSM = CWBTarnConstantStep<ConstantWriteOp::kAdd>;
-using CWBTarnConstantModifySM = CWBTarnConstantStep<ConstantWriteOp::kModify>;
-using CWBTarnConstantRemoveSM = CWBTarnConstantStep<ConstantWriteOp::kRemove>;
 
 }  // namespace velmar

@@ -119,8 +119,7 @@ bool CTarnOutingConstantFactory::LoadedRecords(std::vector<ConstantRecord>* reco
 ComPtr<CWriteBackStateMachineBase> CTarnOutingConstantFactory::MakeConstantStep(ConstantWriteOp op,
                                                                               CWriteBackStateChanges* receiver,
                                                                               ConstantWriteFields fields) {
-  return velmar::MakeConstantStep<CWBTarnConstantAddSM, CWBTarnConstantModifySM, CWBTarnConstantRemoveSM>(
-      op, receiver, std::move(fields));
+  return CWBTarnConstantSteps::Make(op, receiver, std::move(fields));
 }
 
 }  // namespace velmar

@@ -18,8 +18,8 @@ ConstantEdit EditOf(ConstantWriteOp op) {
 }  // namespace
 
 KivResult CWBAsciiConstantJobItem::Lookup(bool* found, int64_t* id) {
-  if (!access_ || !access_->handles().IsWritable()) return E_FAIL;
-  *found = access_->handles().HasConstant(fields().name);
+  if (!access() || !access()->handles().IsWritable()) return E_FAIL;
+  *found = access()->handles().HasConstant(fields().name);
   *id = -1;  // a text data set knows its constants by name
   return S_OK;
 }
@@ -31,7 +31,7 @@ KivResult CWBAsciiConstantJobItem::Write() {
     row.value = fields().value;
     row.comment = fields().unit;
   }
-  return access_->handles().WriteConstant(EditOf(op()), row).ok() ? S_OK : E_FAIL;
+  return access()->handles().WriteConstant(EditOf(op()), row).ok() ? S_OK : E_FAIL;
 }
 
 }  // namespace velmar

@@ -12,29 +12,22 @@
 
 namespace velmar {
 
-class CWBAsciiConstantJobItem final : public CWriteBackConstantJobItemBase {
+class CWBAsciiConstantJobItem final : public CWriteBackConstantJobOn<CAsciiOutingTxnJobItem> {
  public:
-  CWBAsciiConstantJobItem(CStateMachineEx* owner, ComPtr<CAsciiOutingTxnJobItem> access, ConstantWriteOp op,
-                          ConstantWriteFields fields)
-      : CWriteBackConstantJobItemBase(owner, op, std::move(fields)), access_(std::move(access)) {}
+  using CWriteBackConstantJobOn::CWriteBackConstantJobOn;
 
  protected:
   // HasConstant on the held file, as it stands after the commit's earlier steps.
   KivResult Lookup(bool* found, int64_t* id) override;
   KivResult Write() override;
-
- private:
-  ComPtr<CAsciiOutingTxnJobItem> access_;
 };
 
+using CWBAsciiConstantSteps = CWriteBackConstantSteps<CWBAsciiConstantJobItem, AsciiThread>;
+using CWBAsciiConstantAddSM = CWBAsciiConstantSteps::Add;
+using CWBAsciiConstantModifySM = CWBAsciiConstantSteps::Modify;
+using CWBAsciiConstantRemoveSM = CWBAsciiConstantSteps::Remove;
 using CWBAsciiConstantAddJobItem = CWBAsciiConstantJobItem;
 using CWBAsciiConstantModifyJobItem = CWBAsciiConstantJobItem;
 using CWBAsciiConstantRemoveJobItem = CWBAsciiConstantJobItem;
-
-template <ConstantWriteOp Op>
-using CWBAsciiConstantStep = CWriteBackConstantStep<CWBAsciiConstantJobItem, CAsciiOutingTxnJobItem, AsciiThread, Op>;
-using CWBAsciiConstantAddSM = CWBAsciiConstantStep<ConstantWriteOp::kAdd>;
-using CWBAsciiConstantModifySM = CWBAsciiConstantStep<ConstantWriteOp::kModify>;
-using CWBAsciiConstantRemoveSM = CWBAsciiConstantStep<ConstantWriteOp::kRemove>;
 
 }  // namespace velmar

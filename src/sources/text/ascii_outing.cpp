@@ -63,8 +63,7 @@ KivResult CAsciiConstantFactory::GetItem(const std::u16string& name, IKivConstan
 ComPtr<CWriteBackStateMachineBase> CAsciiConstantFactory::MakeConstantStep(ConstantWriteOp op,
                                                                          CWriteBackStateChanges* receiver,
                                                                          ConstantWriteFields fields) {
-  return velmar::MakeConstantStep<CWBAsciiConstantAddSM, CWBAsciiConstantModifySM, CWBAsciiConstantRemoveSM>(
-      op, receiver, std::move(fields));
+  return CWBAsciiConstantSteps::Make(op, receiver, std::move(fields));
 }
 
 bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) {

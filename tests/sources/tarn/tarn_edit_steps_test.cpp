@@ -3,6 +3,8 @@
 #include <string>
 
 #include "outing/cache/outing_on_cache.h"
+#include "platform/store/fault_vfs.h"
+#include "platform/store/store_factory.h"
 #include "sources/tarn/tarn_outing.h"
 #include "support/fixtures.h"
 #include "support/outing_listener.h"
@@ -36,7 +38,7 @@ class TarnEditTest : public TarnTest {
   void Reopen() {
     Close();
     ASSERT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType); }, &outing_),
+                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType, makeFactory_); }, &outing_),
               S_OK);
     listener_ = std::make_unique<OutingListener>(outing());
     (void)Information();
@@ -95,6 +97,7 @@ class TarnEditTest : public TarnTest {
     return messages;
   }
 
+  TarnStoreFactoryMaker makeFactory_ = DefaultTarnStoreFactoryMaker();
   std::u16string path_;
   ComPtr<CTarnOuting> outing_;
   std::unique_ptr<OutingListener> listener_;
@@ -212,6 +215,32 @@ TEST_F(TarnEditTest, InformationRoundTripsAndAFirstLapRenumbersTheLaps) {
   EXPECT_EQ(Property(u"Engine test"), Variant::Bool(true));
   EXPECT_EQ(Information()->GetProperty(u"GUID", nullptr), E_POINTER);
   EXPECT_EQ(LapNumbers(), (std::vector<uint32_t>{5, 6, 7}));
+}
+
+TEST_F(TarnEditTest, ADiskFailingInTheCommitLeavesTheDetailsAsBeforeAndSaysSo) {
+  makeFactory_ = [](ComPtr<IKivTarnStoreFactory>* out) {
+    return store::CreateTarnStoreFactory({.vfs = store::FaultVfs::Get().kName}, out);
+  };
+  bool sawSuccess = false;
+  for (int64_t okCalls = 0; okCalls < 64 && !sawSuccess; ++okCalls) {
+    SCOPED_TRACE("writes let through: " + std::to_string(okCalls));
+    Close();
+    path_ = Write(SampleDataSet(), "round" + std::to_string(okCalls) + ".trn");
+    Reopen();
+    store::FaultVfs::Get().FailAfter(okCalls);
+    const Lines messages = Commit([&] {
+      EXPECT_EQ(Information()->SetProperties({{u"Driver name", Variant::Text(u"B. Driver")},
+                                              {u"First lap number", Variant::I32(5)}}),
+                S_OK);
+    });
+    const bool failed = store::FaultVfs::Get().failures() > 0;
+    store::FaultVfs::Get().Disarm();
+    Reopen();
+    EXPECT_EQ(Property(u"Driver name"), Variant::Text(messages.empty() ? u"B. Driver" : u"A. Driver"));
+    EXPECT_EQ(LapNumbers().front(), messages.empty() ? 5u : 1u);
+    sawSuccess = !failed;
+  }
+  EXPECT_TRUE(sawSuccess) << "some number of writes lets the commit through";
 }
 
 }  // namespace

@@ -53,3 +53,10 @@ echo "== velmar info $mat (a MAT-file: channels are n x 2 matrices, information 
 "$cli" info "$mat"
 echo "== velmar channels $mat"
 "$cli" channels "$mat"
+if [ -f "$store" ]; then
+  echo "== velmar constants $store add Toe 1.5 --unit deg; info set \"First lap number=5\"; blobs add"
+  "$cli" constants "$store" add Toe 1.5 --unit deg && "$cli" constants "$store" | grep Toe
+  "$cli" info "$store" set "Driver name=Demo Driver" "First lap number=5" && "$cli" laps "$store" | head -3
+  printf 'demo setup sheet' > "$out/setup.txt"
+  "$cli" blobs "$store" add "Setup sheet" "$out/setup.txt" && "$cli" blobs "$store"
+fi

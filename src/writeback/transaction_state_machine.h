@@ -47,6 +47,8 @@ class CTransactionStateMachine final : public CStateMachineEx {
   int32_t total() const { return total_; }
   uint32_t done() const { return done_; }
   size_t pending_count() const { return pending_.size(); }
+  // The steps queued and not yet started, in call order.
+  const std::deque<CWriteBackStateMachineBase*>& pending() const { return pending_; }
 
   // IKivTransaction, for the outing object `outing`.
   KivResult Begin(COutingStateChanges* outing);

@@ -9,6 +9,7 @@
 #include "channel_samples.h"
 #include "host_error.h"
 #include "commands.h"
+#include "edit_commands.h"
 #include "outing_items.h"
 #include "output.h"
 #include "velmar/caption.h"
@@ -147,7 +148,10 @@ void AddInfoCommand(CLI::App& app, const CommandContext& context) {
   command->add_option("--caption-format", options->captionFormat,
                       "Caption format, e.g. \"%driver% %track% %fasttime%\" (default: the outing's caption)");
   command->add_flag("--json", options->json, "Write JSON instead of tab-separated lines");
-  command->callback([options, &context] { Run(*options, context); });
+  AddInformationEdits(*command, options->file, context);
+  command->callback([options, command, &context] {
+    if (command->get_subcommands().empty()) Run(*options, context);
+  });
 }
 
 }  // namespace velmar::cli

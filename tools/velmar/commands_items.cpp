@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "edit_commands.h"
 #include "outing_items.h"
 #include "output.h"
 
@@ -91,14 +92,20 @@ void AddEventsCommand(CLI::App& app, const CommandContext& context) {
 
 void AddBlobsCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<ItemsOptions>();
-  AddFileCommand(app, "blobs", "List the blobs with their types and sizes in bytes", *options)
-      ->callback([options, &context] { RunBlobs(*options, context); });
+  CLI::App* command = AddFileCommand(app, "blobs", "List the blobs with their types and sizes in bytes", *options);
+  AddBlobEdits(*command, options->file, context);
+  command->callback([options, command, &context] {
+    if (command->get_subcommands().empty()) RunBlobs(*options, context);
+  });
 }
 
 void AddConstantsCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<ItemsOptions>();
-  AddFileCommand(app, "constants", "List the constants with their values and units", *options)
-      ->callback([options, &context] { RunConstants(*options, context); });
+  CLI::App* command = AddFileCommand(app, "constants", "List the constants with their values and units", *options);
+  AddConstantEdits(*command, options->file, context);
+  command->callback([options, command, &context] {
+    if (command->get_subcommands().empty()) RunConstants(*options, context);
+  });
 }
 
 }  // namespace velmar::cli

@@ -53,6 +53,18 @@ IKivDataFactory* AsDataFactory(Self* self) {
   }
 }
 
+// A facet of a later generation answers only for its own interface (its walk
+// stops there); it names the generation before it as OlderGeneration, and
+// `self` is given out as that when asked for it. Null otherwise.
+template <class Facet, class Self>
+IKivUnknown* AsOlderGeneration(Self* self, const Guid& iid) {
+  if constexpr (requires { typename Facet::OlderGeneration; }) {
+    using Older = typename Facet::OlderGeneration;
+    if (iid == Older::iid) return static_cast<Older*>(static_cast<Facet*>(self));
+  }
+  return nullptr;
+}
+
 }  // namespace outing_detail
 
 template <class StateChanges, class... Facets>
@@ -179,12 +191,15 @@ class IKivOutingImpl : public KivObject<IKivOuting4, COutingNotifications, State
   // IKivDataFactory is answered by the first factory facet: each facet
   // answers only for its own interface (see outing_data_factory.h).
   KivResult QueryExtra(const Guid& iid, void** out) override {
-    if (iid != IKivDataFactory::iid) return E_NOINTERFACE;
-    IKivDataFactory* factory = nullptr;
-    ((factory || (factory = outing_detail::AsDataFactory<Facets>(this))), ...);
-    if (!factory) return E_NOINTERFACE;
-    factory->AddRef();
-    *out = factory;
+    IKivUnknown* found = nullptr;
+    if (iid == IKivDataFactory::iid) {
+      ((found || (found = outing_detail::AsDataFactory<Facets>(this))), ...);
+    } else {
+      ((found || (found = outing_detail::AsOlderGeneration<Facets>(this, iid))), ...);
+    }
+    if (!found) return E_NOINTERFACE;
+    found->AddRef();
+    *out = found;
     return S_OK;
   }
 

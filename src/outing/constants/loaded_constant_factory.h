@@ -17,7 +17,7 @@
 namespace velmar {
 
 // The values behind a loaded source's constant objects; ids are this cache's.
-class CLoadedConstantsCache final : public CConstantsCacheBase {
+class CLoadedConstantsCache : public CConstantsCacheBase {
  public:
   CLoadedConstantsCache() = default;
 };
@@ -56,6 +56,12 @@ class CLoadedConstantFactory : public COutingConstantFactoryBase<Factory> {
   // The source's loaded constants; false while it has none loaded (a
   // source may start its load here).
   virtual bool LoadedRecords(std::vector<ConstantRecord>* records) = 0;
+
+  // A source that writes back puts its own values in place, before any load.
+  void UseValues(std::shared_ptr<CLoadedConstantsCache> values) {
+    values_ = std::move(values);
+    merged_ = false;
+  }
 
   std::shared_ptr<CConstantsCacheBase> ConstantsCache() override {
     if (!merged_) (void)Reload();

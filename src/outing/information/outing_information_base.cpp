@@ -87,20 +87,29 @@ KivResult COutingInformationBase::CheckPair(const Property& pair, Variant* conve
                                               converted);
 }
 
+KivResult COutingInformationBase::Edit(const PropertyList& pairs) {
+  PropertyList checked;
+  for (const Property& pair : pairs) {
+    Variant converted;
+    if (const KivResult r = CheckPair(pair, &converted); Failed(r)) return r;
+    checked.push_back({pair.name, std::move(converted)});
+  }
+  if (!cache_) return E_FAIL;
+  const KivResult r = cache_->AddInformationStep(std::move(checked));
+  if (Succeeded(r)) {
+    for (const Property& pair : pairs) firstLapChanged_ = firstLapChanged_ || pair.name == p::kFirstLapNumber;
+  }
+  return r;
+}
+
 KivResult COutingInformationBase::SetProperty(const std::u16string& name, const Variant& value) {
   if (!properties_) return E_FAIL;
-  Variant converted;
-  if (const KivResult r = CheckPair({name, value}, &converted); Failed(r)) return r;
-  return E_NOTIMPL;  // the write-back step of information edits is not there yet
+  return Edit({{name, value}});
 }
 
 KivResult COutingInformationBase::SetProperties(const PropertyList& properties) {
   if (!properties_ || properties.empty()) return E_FAIL;
-  Variant converted;
-  for (const Property& pair : properties) {
-    if (const KivResult r = CheckPair(pair, &converted); Failed(r)) return r;
-  }
-  return E_NOTIMPL;
+  return Edit(properties);
 }
 
 }  // namespace velmar

@@ -4,9 +4,9 @@
 // filter state; a changed marker list comes with a new object, a changed
 // minimum through ForgetFastLap.
 //
-// Edits are checked here (COutingInformationPropDef); writing them into the
-// data set is the outing's write-back, which this object does not reach
-// yet: an edit that passes the checks answers E_NOTIMPL.
+// Edits are checked here (COutingInformationPropDef) and handed, converted,
+// to the cache as one write-back step (AddInformationStep); a source that
+// writes no information back answers E_NOTIMPL there.
 //
 // Client thread only.
 #pragma once
@@ -29,6 +29,11 @@ namespace velmar {
 class COutingInformationCache {
  public:
   virtual FastLapSettings InformationFastLapSettings() const = 0;
+  // Queues the checked edit in the outing's transaction.
+  [[nodiscard]] virtual KivResult AddInformationStep(PropertyList properties) {
+    (void)properties;
+    return E_NOTIMPL;
+  }
 
  protected:
   ~COutingInformationCache() = default;
@@ -61,6 +66,8 @@ class COutingInformationBase : public KivObject<IKivPropertySet> {
   void ComputeFastLap(bool filter);
   FastLapSettings Settings() const;
   KivResult CheckPair(const Property& pair, Variant* converted) const;
+  // Checks every pair, then queues them as one step.
+  KivResult Edit(const PropertyList& pairs);
   std::optional<Variant> FastLapProperty(std::u16string_view name);
 
   std::optional<std::map<std::u16string, Variant>> properties_;

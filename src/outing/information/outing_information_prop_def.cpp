@@ -1,7 +1,6 @@
 #include "outing/information/outing_information_prop_def.h"
 
-#include <cmath>
-#include <limits>
+#include "outing/information/property_conversion.h"
 
 namespace velmar {
 namespace {
@@ -27,29 +26,6 @@ bool IsNumberForm(const Variant& v) {
     case Variant::Kind::kU32:
     case Variant::Kind::kF64:
     case Variant::Kind::kBool:
-      return true;
-    default:
-      return false;
-  }
-}
-
-// `number` in the kind of `held`; false when it does not fit.
-bool ConvertNumber(double number, const Variant& held, Variant* out) {
-  const double rounded = std::nearbyint(number);  // half to even in the default rounding mode
-  switch (held.kind()) {
-    case Variant::Kind::kI32:
-      if (rounded < std::numeric_limits<int32_t>::min() || rounded > std::numeric_limits<int32_t>::max()) return false;
-      *out = Variant::I32(static_cast<int32_t>(rounded));
-      return true;
-    case Variant::Kind::kU32:
-      if (rounded < 0 || rounded > std::numeric_limits<uint32_t>::max()) return false;
-      *out = Variant::U32(static_cast<uint32_t>(rounded));
-      return true;
-    case Variant::Kind::kF64:
-      *out = Variant::F64(number);
-      return true;
-    case Variant::Kind::kBool:
-      *out = Variant::Bool(number != 0);
       return true;
     default:
       return false;
@@ -82,7 +58,7 @@ KivResult COutingInformationPropDef::CheckEdit(std::u16string_view name, const V
     return S_OK;
   }
   const std::optional<double> number = value.ToDouble();
-  if (!number || !ConvertNumber(*number, *held, converted)) return DISP_E_TYPEMISMATCH;
+  if (!number || !ConvertNumber(*number, held->kind(), converted)) return DISP_E_TYPEMISMATCH;
   return S_OK;
 }
 

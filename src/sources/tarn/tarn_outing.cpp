@@ -57,6 +57,7 @@ void CTarnOuting::OnEventNamesRead(const std::vector<TarnNamedItem>& names) {
 }
 
 void CTarnOuting::OnConstantsRead(const std::vector<TarnConstant>&) {
+  if (cache()->constants_rewritten()) (void)values()->ForgetRetrievedValues();
   FireChanges(constant_factory(), kDataKindConstants, Reload());
 }
 

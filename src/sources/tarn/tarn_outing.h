@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "outing/cache/outing_on_cache.h"
+#include "sources/tarn/tarn_blob_write.h"
 #include "sources/tarn/tarn_channel_writer.h"
 #include "sources/tarn/tarn_lap_marker_writer.h"
 #include "sources/tarn/tarn_lap_markers.h"
@@ -22,7 +23,7 @@ class CTarnOuting final
     : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
                             CTarnOutingConstantFactory, CTarnOutingBlobFactory, CTarnMediaChannelFactory,
                             CTarnLapMarkers, CLapMarkerWriterBase, CTarnChannelWriterBase,
-                            CTransactionFacet> {
+                            CTransactionFacet, CTarnBlobWriterFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
       : COutingOnCache(std::move(cache), overrideProperties) {}
@@ -61,6 +62,9 @@ class CTarnOuting final
   IKivDataFactory* WriterChannels() override { return channel_factory(); }
   CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
   COutingStateChanges* TransactionOuting() override { return this; }
+  CTransactionStateMachine* ConstantTransaction() override { return cache()->transaction(); }
+  CWriteBackStateChanges* ConstantReceiver() override { return cache()->constant_write_back(); }
+  CTarnOutingCache* BlobWriterCache() override { return cache(); }
 
  private:
   // Fires what a reload did to a factory's list, of data kind `kind`.

@@ -1,5 +1,7 @@
 #include "sources/tarn/tarn_outing_cache.h"
 
+#include <utility>
+
 #include "jobs/job_thread.h"
 #include "outing/cache/file_outing_cache.h"
 #include "outing/cache/temp_file.h"
@@ -38,6 +40,7 @@ CTarnOutingCache::~CTarnOutingCache() {
   // Machines first lose the cache as their client and cancel their jobs;
   // the file is closed last, on the store thread.
   link_->cache = nullptr;
+  if (information_) information_->Orphan();
   transaction_.Reset();
   channelData_->Discard();
   eventData_.Clear();
@@ -288,8 +291,11 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadOutingJobItem>& m, 
     return;
   }
   unknownVersion_ = false;
-  const bool same = information_ && information_->read()->properties() == m.results()->properties();
-  information_ = MakeKiv<CTarnOutingInformation>(ComPtr<CLoadOutingJobItem>(m.results()));
+  const bool stale = std::exchange(informationStale_, false);
+  const bool same = !stale && information_ && information_->read()->properties() == m.results()->properties();
+  if (information_) information_->Orphan();
+  information_ = MakeKiv<CTarnOutingInformation>(ComPtr<CLoadOutingJobItem>(m.results()),
+                                                 static_cast<ITarnInformationWriter*>(this));
   UpdateFastLap();
   if (same) return;  // read again after the laps, unchanged: nothing to tell
   InvalidateCaption();
@@ -356,6 +362,7 @@ void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CTarnGetConstantsJobItem
   if (Failed(status)) return;
   const std::vector<TarnConstant>& constants = m.results()->constants();
   ForEachClient([&](ITarnOutingStateChanges& client) { client.OnConstantsRead(constants); });
+  constantsRewritten_ = false;
 }
 
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadBlobJobItem>& m, KivResult status) {

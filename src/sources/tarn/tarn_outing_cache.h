@@ -56,6 +56,7 @@ class ITarnCreateCallback {
 class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOutingStateChanges>,
                                public CTransactions<CTarnOutingCache>,
                                public ITarnCreateCallback,
+                               public ITarnInformationWriter,
                                ITarnReadClient<CLoadOutingJobItem>,
                                ITarnReadClient<CGetLapMarkerDataJobItem>,
                                ITarnReadClient<CLoadChannelNamesJobItem>,
@@ -104,7 +105,12 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   const TarnChannelMap* ChannelList();
   const std::vector<TarnNamedItem>* EventNames();
   const std::vector<TarnConstant>* Constants();
+  // The constant list being delivered was read after a constant step: the
+  // outings drop their fetched spreadsheet values before they merge it.
+  bool constants_rewritten() const { return constantsRewritten_; }
   const std::vector<TarnNamedItem>* BlobList();
+  // The blob list when it has been read; null otherwise, and no read starts.
+  const std::vector<TarnNamedItem>* LoadedBlobList() const;
   const TarnMediaChannelMap* MediaChannelList();
 
   // --- Status channel definitions ----------------------------------------------
@@ -124,6 +130,13 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CWriteBackStateChanges* channel_write_back() { return &channelWriteBack_; }
   // What hears that an event step wrote.
   CWriteBackStateChanges* event_write_back() { return &eventWriteBack_; }
+  // What hears that a constant, a blob or an information step wrote.
+  CWriteBackStateChanges* constant_write_back() { return &constantWriteBack_; }
+  CWriteBackStateChanges* blob_write_back() { return &blobWriteBack_; }
+  CWriteBackStateChanges* information_write_back() { return &informationWriteBack_; }
+  // ITarnInformationWriter: the information step; a new "First lap number"
+  // makes the lap markers read again after the write.
+  KivResult QueueInformation(PropertyList properties) override;
 
   // CTransactionBase: the store's write handle, on the store thread.
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -195,6 +208,14 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   void ReloadChannelsAfterWrite();
   // The event set names after a write: read again, and every outing told.
   void ReloadEventsAfterWrite();
+  // The constant list after a write: read again when it had been read
+  // (each outing merges it, so the entries are as stored again).
+  void ReloadConstantsAfterWrite();
+  // The blob list after a write: read again, and every blob's content dropped.
+  void ReloadBlobsAfterWrite();
+  // The details record after a write: read again and announced, after the
+  // lap markers when the first lap number changed.
+  void ReloadInformationAfterWrite();
   // Runs one of the reloads above after a successful step.
   class CReloadAfterWrite final : public CWriteBackStateChanges {
    public:
@@ -232,6 +253,12 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CReloadAfterWrite lapWriteBack_{this, &CTarnOutingCache::ReloadLapMarkersAfterWrite};
   CReloadAfterWrite channelWriteBack_{this, &CTarnOutingCache::ReloadChannelsAfterWrite};
   CReloadAfterWrite eventWriteBack_{this, &CTarnOutingCache::ReloadEventsAfterWrite};
+  CReloadAfterWrite constantWriteBack_{this, &CTarnOutingCache::ReloadConstantsAfterWrite};
+  CReloadAfterWrite blobWriteBack_{this, &CTarnOutingCache::ReloadBlobsAfterWrite};
+  CReloadAfterWrite informationWriteBack_{this, &CTarnOutingCache::ReloadInformationAfterWrite};
+  bool constantsRewritten_ = false;  // the constant read running follows a write
+  bool firstLapChanged_ = false;   // a queued step sets a new first lap number
+  bool informationStale_ = false;  // the next details read is announced, changed or not
 
   ComPtr<CTarnOutingInformation> information_;
   bool loaded_ = false;

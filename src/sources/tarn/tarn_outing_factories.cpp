@@ -1,5 +1,6 @@
 #include "sources/tarn/tarn_outing_factories.h"
 
+#include "sources/tarn/tarn_constant_write.h"
 #include "sources/tarn/tarn_outing_cache.h"
 
 namespace velmar {
@@ -113,6 +114,12 @@ bool CTarnOutingConstantFactory::LoadedRecords(std::vector<ConstantRecord>* reco
     records->push_back(std::move(record));
   }
   return true;
+}
+
+ComPtr<CWriteBackStateMachineBase> CTarnOutingConstantFactory::MakeConstantStep(ConstantWriteOp op,
+                                                                              CWriteBackStateChanges* receiver,
+                                                                              ConstantWriteFields fields) {
+  return CWBTarnConstantSteps::Make(op, receiver, std::move(fields));
 }
 
 }  // namespace velmar

@@ -24,6 +24,7 @@
 #include "sources/tarn/tarn_media_channel.h"
 #include "sources/tarn/tarn_read_jobs.h"
 #include "velmar/data_factory.h"
+#include "writeback/constant_write_factory.h"
 
 namespace velmar {
 
@@ -103,10 +104,14 @@ class CTarnMediaChannelFactory
 };
 
 // The constants of an outing object: the cache's constant list, merged into
-// this factory's values every time it is read.
-class CTarnOutingConstantFactory : public CLoadedConstantFactory<IKivConstantFactory> {
+// this factory's values every time it is read. Adds, removals and writers'
+// commits go to the store as steps of the outing's transaction.
+class CTarnOutingConstantFactory
+    : public CWritableConstantFactory<CLoadedConstantFactory<IKivConstantFactory2>> {
  protected:
   bool LoadedRecords(std::vector<ConstantRecord>* records) override;
+  ComPtr<CWriteBackStateMachineBase> MakeConstantStep(ConstantWriteOp op, CWriteBackStateChanges* receiver,
+                                                      ConstantWriteFields fields) override;
   // The cache's constants; null (and the read started) while not read.
   virtual const std::vector<TarnConstant>* CacheConstants() = 0;
 };

@@ -1,5 +1,7 @@
 #include "sources/tarn/tarn_outing_information.h"
 
+#include "sources/tarn/tarn_info_write.h"
+
 namespace velmar {
 
 void CTarnOutingInformation::SetFastLap(bool filterEnabled, std::optional<TarnFastLap> fastLap) {
@@ -28,7 +30,21 @@ KivResult CTarnOutingInformation::GetProperty(const std::u16string& name, Varian
   return S_OK;
 }
 
-KivResult CTarnOutingInformation::SetProperty(const std::u16string&, const Variant&) { return E_ACCESSDENIED; }
+KivResult CTarnOutingInformation::Edit(const PropertyList& pairs) {
+  if (!read_) return E_FAIL;
+  PropertyList checked;
+  for (const Property& pair : pairs) {
+    Variant value;
+    if (KivResult r = ValidateTarnProperty(pair, read_->properties(), &value); Failed(r)) return r;
+    checked.push_back({pair.name, std::move(value)});
+  }
+  if (!writer_) return E_FAIL;
+  return writer_->QueueInformation(std::move(checked));
+}
+
+KivResult CTarnOutingInformation::SetProperty(const std::u16string& name, const Variant& value) {
+  return Edit({{name, value}});
+}
 
 KivResult CTarnOutingInformation::GetProperties(PropertyList* properties) {
   if (!properties) return E_POINTER;
@@ -38,6 +54,8 @@ KivResult CTarnOutingInformation::GetProperties(PropertyList* properties) {
   return S_OK;
 }
 
-KivResult CTarnOutingInformation::SetProperties(const PropertyList&) { return E_ACCESSDENIED; }
+KivResult CTarnOutingInformation::SetProperties(const PropertyList& properties) {
+  return properties.empty() ? E_FAIL : Edit(properties);
+}
 
 }  // namespace velmar

@@ -1,5 +1,7 @@
 #include "sources/text/ascii_outing.h"
 
+#include "sources/text/ascii_constant_write.h"
+
 #include "outing/channels/channel_header.h"
 #include "velmar/velmar.h"
 
@@ -56,6 +58,12 @@ KivResult CAsciiConstantFactory::GetItem(const std::u16string& name, IKivConstan
   *constant = nullptr;
   if (!cache_ || !cache_->EnsureLoaded()) return KIV_E_PENDING;
   return CLoadedConstantFactory::GetItem(name, constant);
+}
+
+ComPtr<CWriteBackStateMachineBase> CAsciiConstantFactory::MakeConstantStep(ConstantWriteOp op,
+                                                                         CWriteBackStateChanges* receiver,
+                                                                         ConstantWriteFields fields) {
+  return CWBAsciiConstantSteps::Make(op, receiver, std::move(fields));
 }
 
 bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) {

@@ -22,6 +22,7 @@
 #include "velmar/data_factory.h"
 #include "velmar/outing.h"
 #include "writeback/channel_writer_facet.h"
+#include "writeback/constant_write_factory.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
@@ -49,8 +50,9 @@ class CAsciiEventsFactory : public COutingEventsFactoryBase<IKivEventsFactory> {
 };
 
 // The constants of a text outing: the loaded constants, simple ones with
-// their number and the row's comment as their unit.
-class CAsciiConstantFactory : public CLoadedConstantFactory<IKivConstantFactory> {
+// their number and the row's comment as their unit. Adds, removals and
+// writers' commits rewrite the file's constant block at the commit.
+class CAsciiConstantFactory : public CWritableConstantFactory<CLoadedConstantFactory<IKivConstantFactory2>> {
  public:
   // KIV_E_PENDING while loading (the load is asked for).
   KivResult GetItem(const std::u16string& name, IKivConstant** constant) override;
@@ -58,6 +60,10 @@ class CAsciiConstantFactory : public CLoadedConstantFactory<IKivConstantFactory>
 
  protected:
   bool LoadedRecords(std::vector<ConstantRecord>* records) override;
+  CTransactionStateMachine* ConstantTransaction() override { return cache_ ? cache_->transaction() : nullptr; }
+  CWriteBackStateChanges* ConstantReceiver() override { return cache_ ? cache_->data_write_back() : nullptr; }
+  ComPtr<CWriteBackStateMachineBase> MakeConstantStep(ConstantWriteOp op, CWriteBackStateChanges* receiver,
+                                                      ConstantWriteFields fields) override;
 
  private:
   CAsciiOutingCache* cache_ = nullptr;

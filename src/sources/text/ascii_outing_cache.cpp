@@ -1,5 +1,7 @@
 #include "sources/text/ascii_outing_cache.h"
 
+#include "sources/text/ascii_info_write.h"
+
 #include <algorithm>
 
 #include "jobs/job_thread.h"
@@ -106,6 +108,11 @@ ComPtr<IKivPropertySet> CAsciiOutingCache::MakeInformation(CAsciiOutingJobItem& 
   if (!job.data().hasInformation) return nullptr;
   return MakeKiv<CAsciiOutingInformation>(job.data().information, FastLapInputOf(job.data()),
                                          static_cast<COutingInformationCache*>(this));
+}
+
+KivResult CAsciiOutingCache::AddInformationStep(PropertyList properties) {
+  return transaction_->AddWriteBackStep(
+      MakeKiv<CWBAsciiOutingInfoStateMachine>(&channelWriteBack_, std::move(properties)));
 }
 
 void CAsciiOutingCache::ReleaseInformation(IKivPropertySet& old) { static_cast<CAsciiOutingInformation&>(old).Orphan(); }

@@ -66,6 +66,8 @@ class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsci
   // What hears that a step wrote channels: the data is discarded when the
   // commit ends, and read again on the next request.
   CWriteBackStateChanges* channel_write_back() { return &channelWriteBack_; }
+  // The same for constant and information steps: every write rewrites the file.
+  CWriteBackStateChanges* data_write_back() { return &channelWriteBack_; }
 
   // CTransactionBase: the file held for writing on "Ascii_Thread".
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -84,6 +86,8 @@ class CAsciiOutingCache final : public CFileOutingCache<CAsciiOutingCache, CAsci
  private:
   // COutingInformationCache
   FastLapSettings InformationFastLapSettings() const override { return {fast_lap_filter(), fast_lap_minimum_time()}; }
+  // The information step, queued in the transaction; the file is read again after it.
+  KivResult AddInformationStep(PropertyList properties) override;
   // COutingCaptionHelperCallback
   std::u16string GetDefaultCaption(IKivPropertySet* properties) override;
   std::u16string GetPath() override { return path(); }

@@ -122,7 +122,7 @@ TEST_F(TarnOutingCacheTest, TheDetailsThenTheLapMarkersLoadAndTheOutingIsAnnounc
   Variant track;
   EXPECT_EQ(info->GetProperty(std::u16string(p::kTrackName), &track), S_OK);
   EXPECT_EQ(*track.AsText(), u"Lakeside");
-  EXPECT_EQ(info->SetProperty(std::u16string(p::kTrackName), Variant::Text(u"x")), E_ACCESSDENIED);
+  EXPECT_EQ(info->SetProperty(std::u16string(p::kTrackName), Variant::Text(u"x")), KIV_E_TXN_NOT_OPEN) << "an edit needs a transaction";
   Variant missing;
   EXPECT_EQ(info->GetProperty(u"No such", &missing), E_INVALIDARG);
   const TarnLapData* laps = cache_->LapData();

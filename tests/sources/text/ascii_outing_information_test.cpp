@@ -34,7 +34,7 @@ TEST(AsciiOutingInformation, UnknownNamesNullOutsAndEditsAreRefused) {
   EXPECT_EQ(info->GetProperties(nullptr), E_POINTER);
   EXPECT_EQ(info->SetProperty(u"Driver name", Variant::Text(u"")), E_INVALIDARG) << "an empty text";
   EXPECT_EQ(info->SetProperty(u"Fast lap number", Variant::I32(2)), E_INVALIDARG) << "worked out, not edited";
-  EXPECT_EQ(info->SetProperty(u"Driver name", Variant::Text(u"x")), E_NOTIMPL) << "checked; no write-back yet";
+  EXPECT_EQ(info->SetProperty(u"Driver name", Variant::Text(u"x")), E_FAIL) << "checked; no outing to write to";
   EXPECT_EQ(info->SetProperties({}), E_FAIL);
   EXPECT_EQ(info->Reserved(), E_NOTIMPL);
   EXPECT_FALSE(info->orphaned());

@@ -53,7 +53,7 @@ TEST_F(AsciiOutingTest, InformationComesFromTheBlockOnceLoaded) {
   EXPECT_EQ(engineTest.AsBool(), false);
   Variant unknown;
   EXPECT_EQ(info->GetProperty(u"SampleSeed", &unknown), E_INVALIDARG) << "unknown keys are not properties";
-  EXPECT_EQ(info->SetProperty(u"Track name", Variant::Text(u"x")), E_NOTIMPL) << "checked; no write-back yet";
+  EXPECT_EQ(info->SetProperty(u"Track name", Variant::Text(u"x")), KIV_E_TXN_NOT_OPEN) << "checked; no transaction";
   EXPECT_EQ(a_->GetOutingInformation(nullptr), E_POINTER);
 }
 

@@ -4,9 +4,8 @@
 
 #include "host_error.h"
 #include "output.h"
-#include "velmar/classes.h"
+#include "region_list.h"
 #include "velmar/format_time.h"
-#include "velmar/time_regions.h"
 
 namespace velmar::cli {
 namespace {
@@ -23,30 +22,16 @@ int NumberInName(const std::string& name) {
 }  // namespace
 
 std::vector<LapRow> ReadLaps(LoadedOuting& outing) {
-  (void)outing.LapMarkers();
-  ComPtr<IKivTimeRegionFinder3> finder;
-  if (Failed(KivCreateInstance(CLSID_KivLapFinder, &finder))) Fail(outing.file(), "cannot make a lap finder");
-  if (Failed(finder->SetOuting(outing.outing()))) Fail(outing.file(), "cannot find the laps");
-  ComPtr<IKivTimeRegions> regions;
-  if (Failed(finder->GetRegions(regions.Put()))) Fail(outing.file(), "cannot find the laps");
-  int32_t count = 0, fastest = 0, lastComplete = 0;
-  (void)regions->GetCount(&count);
-  (void)finder->GetDefaultRegion(&fastest);
-  (void)finder->GetLastCompleteRegion(&lastComplete);
+  const FinderResult found = ReadRegions(outing, "lap");
   std::vector<LapRow> rows;
   int32_t firstLap = 0;
-  for (int32_t i = 1; i <= count; ++i) {
-    LapRow row;
-    KivBool auxiliary = KIV_FALSE;
-    (void)regions->GetName(i, i, &row.name);
-    (void)regions->GetStart(i, &row.start);
-    (void)regions->GetEnd(i, &row.end);
-    (void)regions->GetAuxiliary(i, &auxiliary);
-    row.auxiliary = auxiliary != KIV_FALSE;
-    row.fastest = i == fastest;
+  for (int32_t i = 1; i <= static_cast<int32_t>(found.rows.size()); ++i) {
+    const RegionRow& region = found.rows[static_cast<size_t>(i - 1)];
+    LapRow row{region.name, region.start, region.end, region.auxiliary};
+    row.fastest = i == found.defaultRegion;
     if (!row.auxiliary && firstLap == 0) firstLap = i;
     row.outLap = i == firstLap;
-    row.inLap = !row.auxiliary && lastComplete > 0 && i > lastComplete;
+    row.inLap = !row.auxiliary && found.lastComplete > 0 && i > found.lastComplete;
     rows.push_back(std::move(row));
   }
   return rows;

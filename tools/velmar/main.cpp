@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   AddFollowCommand(app, context);
   AddDeltaCommand(app, context);
   AddPlotCommand(app, context);
+  AddTrackmapCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

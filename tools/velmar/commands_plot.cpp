@@ -64,8 +64,14 @@ std::vector<double> TimesInSeconds(const KivLapTrace& trace) {
   return seconds;
 }
 
-FigurePanel DeltaPanel(const std::vector<ChosenLap>& chosen) {
-  FigurePanel panel{"Time delta to " + Utf8(chosen.front().lap.name) + " [s]: above zero is behind, below is ahead",
+// "Lap 2", or "Lap 2 of other.txt" for a lap of another outing.
+std::string LapName(const ChosenLap& c, const PlotOptions& options) {
+  const std::string name = Utf8(c.lap.name);
+  return c.outing->file() == options.file ? name : name + " of " + std::filesystem::path(c.outing->file()).filename().string();
+}
+
+FigurePanel DeltaPanel(const std::vector<ChosenLap>& chosen, const PlotOptions& options) {
+  FigurePanel panel{"Time delta to " + LapName(chosen.front(), options) + " [s]: above zero is behind, below is ahead",
                     {}, true};
   const KivLapTrace reference = ReadLapDistance(*chosen.front().outing, chosen.front().lap);
   for (size_t i = 0; i < chosen.size(); ++i) {
@@ -85,8 +91,10 @@ LapFigure MakeFigure(const PlotOptions& options, const std::vector<ChosenLap>& c
                  (options.ref.empty() ? "" : " (reference " + chosen.front().outing->file() + ")");
   figure.xLabel = byDistance ? "Distance from the lap's start [m]" : "Time from the lap's start [s]";
   for (const ChosenLap& c : chosen) figure.legend.push_back(LapLegend(c.lap));
-  if (!options.ref.empty()) figure.legend.front() += " (reference)";
-  if (options.delta) figure.panels.push_back(DeltaPanel(chosen));
+  if (!options.ref.empty()) {
+    figure.legend.front() += " (reference, " + std::filesystem::path(chosen.front().outing->file()).filename().string() + ")";
+  }
+  if (options.delta) figure.panels.push_back(DeltaPanel(chosen, options));
   for (const std::string& name : options.channels) {
     FigurePanel panel;
     for (size_t i = 0; i < chosen.size(); ++i) {

@@ -69,19 +69,25 @@ void DrawPanel(const FigurePanel& panel, const Range& x, double bottom, double t
   plmtex("t", 0.7, 0.0, 0.0, PlotText(panel.label).c_str());
 }
 
-// One row above the panels: a stroke of each lap's colour and its text.
+// One row above the panels: a stroke of each lap's colour and its text, each
+// entry as wide as its text.
 void DrawLegend(const LapFigure& figure) {
-  if (figure.legend.empty()) return;
   plvpor(kLeft, kRight, kTop + 0.035, kTop + 0.065);
   plwind(0, 1, 0, 1);
-  const double slot = 1.0 / static_cast<double>(std::max<size_t>(figure.legend.size(), 4));
+  PLFLT left = 0, right = 0, bottom = 0, top = 0;
+  plgspa(&left, &right, &bottom, &top);  // the page in millimetres
+  const double perMillimetre = 1.0 / ((kRight - kLeft) * (right - left));
+  PLFLT defaultHeight = 0, height = 0;
+  plgchr(&defaultHeight, &height);  // millimetres; a sans glyph is about 0.6 of it wide
+  double x = 0;
   for (size_t i = 0; i < figure.legend.size(); ++i) {
-    const double x = slot * static_cast<double>(i);
+    const std::string text = PlotText(figure.legend[i]);
     plcol0(LapColour(i));
     plwidth(3.0);
     pljoin(x, 0.5, x + 0.03, 0.5);
     plcol0(kInkColour);
-    plptex(x + 0.037, 0.5, 1, 0, 0.0, PlotText(figure.legend[i]).c_str());
+    plptex(x + 0.037, 0.5, 1, 0, 0.0, text.c_str());
+    x += 0.037 + static_cast<double>(text.size()) * height * 0.6 * perMillimetre + 0.04;
   }
   plwidth(1.0);
 }

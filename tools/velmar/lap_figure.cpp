@@ -10,8 +10,25 @@ namespace velmar::cli {
 namespace {
 
 // Page fractions of the panel area: room on the left for the value labels,
-// below for the x axis, above for the title and the legend row.
-constexpr double kLeft = 0.06, kRight = 0.985, kBottom = 0.07, kTop = 0.88, kGap = 0.035;
+// below for the x axis, above for the title and the legend row. PLplot
+// sizes text by the page, so the bands are counted in character heights.
+constexpr double kLeft = 0.06, kRight = 0.985;
+
+struct Layout {
+  Layout() {
+    PLFLT defaultHeight = 0, height = 0, left = 0, right = 0, bottomEdge = 0, topEdge = 0;
+    plgchr(&defaultHeight, &height);
+    plgspa(&left, &right, &bottomEdge, &topEdge);
+    const double line = height / std::max(topEdge - bottomEdge, 1.0);  // one character height
+    end = 1.0 - 0.8 * line;
+    title = end - 2.4 * line;
+    legend = title - 2.0 * line;
+    top = legend - 2.2 * line;
+    bottom = 4.4 * line;
+    gap = 2.2 * line;
+  }
+  double end, title, legend, top, bottom, gap;
+};
 
 struct Range {
   double low = std::numeric_limits<double>::infinity();
@@ -71,8 +88,8 @@ void DrawPanel(const FigurePanel& panel, const Range& x, double bottom, double t
 
 // One row above the panels: a stroke of each lap's colour and its text, each
 // entry as wide as its text.
-void DrawLegend(const LapFigure& figure) {
-  plvpor(kLeft, kRight, kTop + 0.035, kTop + 0.065);
+void DrawLegend(const LapFigure& figure, const Layout& layout) {
+  plvpor(kLeft, kRight, layout.legend, layout.title);
   plwind(0, 1, 0, 1);
   PLFLT left = 0, right = 0, bottom = 0, top = 0;
   plgspa(&left, &right, &bottom, &top);  // the page in millimetres
@@ -101,18 +118,20 @@ void DrawLapFigure(const LapFigure& figure) {
   }
   if (!(x.low < x.high)) x = {0, 1};
   plschr(0, 0.7);
+  const Layout layout;
   const size_t count = std::max<size_t>(figure.panels.size(), 1);
-  const double height = (kTop - kBottom - kGap * static_cast<double>(count - 1)) / static_cast<double>(count);
+  const double height =
+      (layout.top - layout.bottom - layout.gap * static_cast<double>(count - 1)) / static_cast<double>(count);
   for (size_t i = 0; i < figure.panels.size(); ++i) {
-    const double top = kTop - static_cast<double>(i) * (height + kGap);
+    const double top = layout.top - static_cast<double>(i) * (height + layout.gap);
     DrawPanel(figure.panels[i], x, top - height, top, i + 1 == figure.panels.size());
   }
-  DrawLegend(figure);
+  DrawLegend(figure, layout);
   plcol0(kInkColour);
-  plvpor(kLeft, kRight, kBottom, kTop);
+  plvpor(kLeft, kRight, layout.bottom, layout.top);
   plwind(0, 1, 0, 1);
   plmtex("b", 3.3, 0.5, 0.5, PlotText(figure.xLabel).c_str());
-  plvpor(kLeft, kRight, 0.955, 0.99);
+  plvpor(kLeft, kRight, layout.title, layout.end);
   plwind(0, 1, 0, 1);
   plschr(0, 0.9);
   plptex(0, 0.5, 1, 0, 0.0, PlotText(figure.title).c_str());

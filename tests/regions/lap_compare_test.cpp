@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "export/fake_channel.h"
+#include "regions/lap_trace.h"
 #include "support/fixtures.h"
 
 namespace velmar {
@@ -53,6 +55,24 @@ TEST_P(LapCompareCases, GridsResamplingAndDeltaGiveTheWorkedNumbers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, LapCompareCases, testing::FixtureCases("regions/lap_compare"), testing::FixtureName);
+
+class LapTraceCases : public ::testing::TestWithParam<std::filesystem::path> {};
+
+// Each file: the value and distance channels' blocks, a lap, and the trace
+// read from them (times in ticks from the lap's start).
+TEST_P(LapTraceCases, ATraceHoldsTheLapsEndsAndTheSamplesBetween) {
+  const json c = testing::ReadFixture(GetParam());
+  ComPtr<IKivChannelIterator2> values, distances;
+  ASSERT_EQ(testing::MakeFakeChannel(c["values"])->GetIterator(values.Put()), S_OK);
+  ASSERT_EQ(testing::MakeFakeChannel(c["distances"])->GetIterator(distances.Put()), S_OK);
+  KivLapTrace trace;
+  FillLapTrace(values.Get(), distances.Get(), LapSampleTimes(values.Get(), c["start"], c["end"]), &trace);
+  EXPECT_EQ(trace.times, c["times"].get<std::vector<KivTime>>());
+  ExpectValues(trace.values, c["trace_values"], "values");
+  ExpectValues(trace.distances, c["trace_distances"], "distances");
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, LapTraceCases, testing::FixtureCases("regions/lap_traces"), testing::FixtureName);
 
 TEST(LapCompare, RefusesTracesAndStepsItCannotWorkOn) {
   KivLapTrace byTime{{0, 10}, {1, 2}, {}};

@@ -42,7 +42,8 @@ void DrawTrace(const TrackFigure& figure, double low, double high) {
   plwidth(1.0);
 }
 
-// A label reads away from the map's right edge, so it stays on the page.
+// A label reads away from the map's right edge, so it stays on the page; the
+// start's reads against the way the car went, clear of the arrowhead.
 void DrawLabels(const TrackFigure& figure, double west, double east) {
   plcol0(kInkColour);
   plschr(0, 0.6);
@@ -50,10 +51,27 @@ void DrawLabels(const TrackFigure& figure, double west, double east) {
     if (label.point >= figure.x.size()) continue;
     PLFLT x = figure.x[label.point], y = figure.y[label.point];
     plpoin(1, &x, &y, 17);
-    const bool leftward = x > west + (east - west) * 0.75;
+    const size_t ahead = std::min<size_t>(20, figure.x.size() - 1);
+    const bool leftward = label.point == 0 ? figure.x[ahead] > figure.x[0] : x > west + (east - west) * 0.75;
     const std::string text = leftward ? label.text + "  " : "  " + label.text;
     plptex(x, y, 1, 0, leftward ? 1.0 : 0.0, PlotText(text).c_str());
   }
+}
+
+// An arrowhead a little past the start, pointing the way the car went.
+void DrawDirection(const TrackFigure& figure, double size) {
+  size_t ahead = 1;
+  while (ahead + 1 < figure.x.size() && std::hypot(figure.x[ahead] - figure.x[0], figure.y[ahead] - figure.y[0]) < 3 * size) ++ahead;
+  if (ahead >= figure.x.size()) return;
+  const double dx = figure.x[ahead] - figure.x[0], dy = figure.y[ahead] - figure.y[0];
+  const double length = std::hypot(dx, dy);
+  if (length <= 0) return;
+  const double ux = dx / length, uy = dy / length;
+  const double tipX = figure.x[ahead], tipY = figure.y[ahead];
+  PLFLT xs[] = {tipX, tipX - size * (2 * ux - uy), tipX - size * (2 * ux + uy)};
+  PLFLT ys[] = {tipY, tipY - size * (2 * uy + ux), tipY - size * (2 * uy - ux)};
+  plcol0(kInkColour);
+  plfill(3, xs, ys);
 }
 
 void DrawColourBar(const std::string& label, double low, double high) {
@@ -99,6 +117,7 @@ void DrawTrackFigure(const TrackFigure& figure) {
   plbox("bcnst", 0, 0, "bcnstv", 0, 0);
   pllab("East of the centre [m]", "North of the centre [m]", "");
   DrawLabels(figure, west, east);
+  DrawDirection(figure, std::max(east - west, north - south) * 0.012);
   DrawColourBar(figure.colourLabel, low, high);
   plvpor(0.08, 0.82, 0.92, 0.98);
   plwind(0, 1, 0, 1);

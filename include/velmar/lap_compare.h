@@ -35,7 +35,8 @@ struct KivLapTrace {
 };
 
 // The distance channel of the outing behind `channels`: corrected distance,
-// else distance. `lookedFor` (may be null) receives the role texts that were
+// else distance. Ask once the factory lists its names: a data selection
+// whose list is not in yet hands out a proxy for any name. `lookedFor` (may be null) receives the role texts that were
 // tried, "[1]Corrected Distance, [1]Distance", for a message. Fails with the
 // last lookup's result when neither is there, E_POINTER on null arguments.
 [[nodiscard]] KivResult KivFindLapDistanceChannel(IKivDataFactory* channels, ComPtr<IKivChannel>* channel,

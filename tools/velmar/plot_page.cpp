@@ -1,6 +1,7 @@
 #include "plot_page.h"
 
 #include <plplot.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -55,6 +56,10 @@ PlotPage::PlotPage(std::string out, int width, int height) : out_(std::move(out)
   name.push_back('\0');
   const int fd = mkstemp(name.data());
   if (fd < 0) Fail(out_, std::string("cannot write the picture: ") + std::strerror(errno));
+  // mkstemp makes the file private; the picture gets what any new file would.
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  (void)::fchmod(fd, 0666 & ~mask);
   ::close(fd);
   temporary_ = name.data();
   gTemporary = temporary_;

@@ -23,6 +23,14 @@ echo "== velmar regions $sample --finder outing"
 "$cli" regions "$sample" --finder outing
 echo "== velmar dump $sample Speed --to 0.1 --offset 5 (through a selection's offset filter)"
 "$cli" dump "$sample" Speed --to 0.1 --offset 5
+echo "== velmar delta $sample --lap 3 --ref 2 --step 500 (lap 3 brakes later)"
+"$cli" delta "$sample" --lap 3 --ref 2 --step 500
+echo "== velmar plot $sample Speed Throttle \"Brake Pressure\" Gear --laps 2,3 --delta"
+"$cli" --no-progress plot "$sample" Speed Throttle "Brake Pressure" Gear --laps 2,3 --delta -o "$out/overlay.png" \
+  | sed 's/^/lap overlay with time delta: /'
+echo "== velmar trackmap $sample --lap 3 --map $out/sample.map.json"
+"$cli" --no-progress trackmap "$sample" --lap 3 --map "$out/sample.map.json" -o "$out/trackmap.png" \
+  | sed 's/^/track map: /'
 echo "== velmar align: a second car logged 13 s later on its own clock"
 "$cli" sample "$out/second.txt" --laps 1 --rate 50 --seed 2 --clock 10:00:13 >/dev/null
 "$cli" align "$sample" "$out/second.txt"

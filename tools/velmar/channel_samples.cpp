@@ -81,8 +81,6 @@ size_t ChannelSamples::count() const {
   return n;
 }
 
-namespace {
-
 ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::u16string& name) {
   ComPtr<IKivChannel> channel = outing.Channel(name);
   ComPtr<IKivChannelIterator2> iterator;
@@ -105,6 +103,8 @@ ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::
   if (Failed(iterator->GetDataBlocks(blocks.Put()))) return nullptr;
   return blocks;
 }
+
+namespace {
 
 void ForEachBlock(const LoadedOuting& outing, const std::u16string& name, IKivDataBlocks* blocks,
                   const std::function<void(IKivDataBlock*)>& visit) {

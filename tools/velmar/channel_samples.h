@@ -9,6 +9,7 @@
 
 #include "channel_unit.h"
 #include "loaded_outing.h"
+#include "velmar/data_block.h"
 #include "velmar/types.h"
 
 namespace velmar::cli {
@@ -40,6 +41,10 @@ void UseSessionRoot(const LoadedOuting& outing);
 // samples gives no blocks; any other failure throws HostError naming the
 // file and channel.
 ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name, bool ownUnit = false);
+
+// Waits until channel `name`'s data is in and gives its blocks; null for a
+// channel without samples. Failures as ReadChannelSamples.
+ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::u16string& name);
 
 struct SampleSummary {
   size_t count = 0;

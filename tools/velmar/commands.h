@@ -36,5 +36,8 @@ void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 void AddAlignCommand(CLI::App& app, const CommandContext& context);
 void AddRtServeCommand(CLI::App& app, const CommandContext& context);
 void AddFollowCommand(CLI::App& app, const CommandContext& context);
+void AddDeltaCommand(CLI::App& app, const CommandContext& context);
+void AddPlotCommand(CLI::App& app, const CommandContext& context);
+void AddTrackmapCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -8,12 +8,9 @@
 #include "circuit_map_file.h"
 #include "commands.h"
 #include "host_error.h"
+#include "lap_list.h"
 #include "loaded_outing.h"
 #include "output.h"
-#include "velmar/classes.h"
-#include "velmar/format_time.h"
-#include "velmar/lap_markers.h"
-#include "velmar/time_regions.h"
 
 namespace velmar::cli {
 namespace {
@@ -23,50 +20,6 @@ struct LapsOptions {
   std::string map;
   bool json = false;
 };
-
-struct LapRow {
-  std::u16string name;
-  KivTime start = 0;
-  KivTime end = 0;
-  bool auxiliary = false;
-  bool fastest = false;
-  bool outLap = false;
-  bool inLap = false;
-};
-
-std::vector<LapRow> ReadLaps(LoadedOuting& outing) {
-  (void)outing.LapMarkers();
-  ComPtr<IKivTimeRegionFinder3> finder;
-  if (Failed(KivCreateInstance(CLSID_KivLapFinder, &finder))) Fail(outing.file(), "cannot make a lap finder");
-  if (Failed(finder->SetOuting(outing.outing()))) Fail(outing.file(), "cannot find the laps");
-  ComPtr<IKivTimeRegions> regions;
-  if (Failed(finder->GetRegions(regions.Put()))) Fail(outing.file(), "cannot find the laps");
-  int32_t count = 0, fastest = 0, lastComplete = 0;
-  (void)regions->GetCount(&count);
-  (void)finder->GetDefaultRegion(&fastest);
-  (void)finder->GetLastCompleteRegion(&lastComplete);
-  std::vector<LapRow> rows;
-  int32_t firstLap = 0;
-  for (int32_t i = 1; i <= count; ++i) {
-    LapRow row;
-    KivBool auxiliary = KIV_FALSE;
-    (void)regions->GetName(i, i, &row.name);
-    (void)regions->GetStart(i, &row.start);
-    (void)regions->GetEnd(i, &row.end);
-    (void)regions->GetAuxiliary(i, &auxiliary);
-    row.auxiliary = auxiliary != KIV_FALSE;
-    row.fastest = i == fastest;
-    if (!row.auxiliary && firstLap == 0) firstLap = i;
-    row.outLap = i == firstLap;
-    row.inLap = !row.auxiliary && lastComplete > 0 && i > lastComplete;
-    rows.push_back(std::move(row));
-  }
-  return rows;
-}
-
-std::string LapTime(const LapRow& row) {
-  return Utf8(FormatTime(row.end - row.start, 1, 3, false, false).value_or(u""));
-}
 
 void Run(const LapsOptions& options, const CommandContext& context) {
   HostSession session(context.timeout(), context.progress(), context.settingsFile);

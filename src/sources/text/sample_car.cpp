@@ -11,6 +11,10 @@ constexpr double kG = 9.81;
 constexpr double kTopSpeed = 82.0;       // m/s
 constexpr double kLateralGrip = 1.45 * kG;
 constexpr double kBraking = 2.4 * kG;
+// Lap 3's driver brakes later and harder: the delta against the other laps
+// drops at every braking zone.
+constexpr double kLateBraking = 3.0 * kG;
+constexpr size_t kLateBrakingLap = 2;  // from 0
 constexpr double kStep = 1.0;            // metres between profile points, about
 constexpr double kOriginLatitude = 52.0712;
 constexpr double kOriginLongitude = -1.0147;
@@ -59,7 +63,13 @@ class Circuit {
   size_t n = 0;
   double step = kStep;
   double length = 0;
-  std::vector<double> x, y, curvature, speed, dvds, time;  // time: n + 1 entries
+  std::vector<double> x, y, curvature;
+  // The speed along the lap, its slope and the time at each point (n + 1
+  // entries), for a driver braking at `braking`.
+  struct Profile {
+    std::vector<double> speed, dvds, time;
+  };
+  Profile normal, late;
   std::vector<double> pieceStarts;                         // metres along the lap
 
  private:
@@ -71,7 +81,8 @@ class Circuit {
     };
     CloseLoop(pieces);
     Trace(pieces);
-    Profile();
+    normal = MakeProfile(kBraking);
+    late = MakeProfile(kLateBraking);
   }
 
   // The two marked straights take the lengths that bring the car back to
@@ -126,7 +137,11 @@ class Circuit {
   }
 
   // Grip caps the speed in corners; power and brakes link the caps.
-  void Profile() {
+  Profile MakeProfile(double braking) const {
+    Profile p;
+    auto& speed = p.speed;
+    auto& dvds = p.dvds;
+    auto& time = p.time;
     std::vector<double> cap(n);
     for (size_t i = 0; i < n; ++i)
       cap[i] = curvature[i] == 0 ? kTopSpeed : std::min(kTopSpeed, std::sqrt(kLateralGrip / std::fabs(curvature[i])));
@@ -138,15 +153,21 @@ class Circuit {
       }
       for (size_t i = n; i-- > 0;) {
         size_t j = (i + 1) % n;
-        speed[i] = std::min(speed[i], std::sqrt(speed[j] * speed[j] + 2 * kBraking * step));
+        speed[i] = std::min(speed[i], std::sqrt(speed[j] * speed[j] + 2 * braking * step));
       }
     }
     dvds.resize(n);
     for (size_t i = 0; i < n; ++i) dvds[i] = (speed[(i + 1) % n] - speed[(i + n - 1) % n]) / (2 * step);
     time.assign(n + 1, 0.0);
     for (size_t i = 0; i < n; ++i) time[i + 1] = time[i] + 2 * step / (speed[i] + speed[(i + 1) % n]);
+    return p;
   }
 };
+
+const Circuit::Profile& ProfileOf(size_t lap) {
+  const Circuit& c = Circuit::Get();
+  return lap == kLateBrakingLap ? c.late : c.normal;
+}
 
 uint64_t Mix(uint64_t z) {
   z += 0x9E3779B97F4A7C15ull;
@@ -174,20 +195,19 @@ double EngineSpeed(double kmh, int gear) {
 }  // namespace
 
 SampleCar::SampleCar(uint64_t seed, int laps) : seed_(seed) {
-  double lapTime = ReferenceLapTime();
   double end = 0;
   for (int k = 0; k < std::max(1, laps); ++k) {
     // Cold tyres make the first lap slower; later ones scatter by a few tenths.
     double pace = k == 0 ? 0.975 : 1.0 + 0.004 * Uniform(seed * 1000003 + static_cast<uint64_t>(k));
     paces_.push_back(pace);
-    end += lapTime / pace;
+    end += ProfileOf(static_cast<size_t>(k)).time.back() / pace;
     lapEnds_.push_back(end);
   }
 }
 
 double SampleCar::CircuitLength() { return Circuit::Get().length; }
 
-double SampleCar::ReferenceLapTime() { return Circuit::Get().time.back(); }
+double SampleCar::ReferenceLapTime() { return Circuit::Get().normal.time.back(); }
 
 const std::vector<double>& SampleCar::PieceStarts() { return Circuit::Get().pieceStarts; }
 
@@ -206,23 +226,26 @@ void SampleCar::Compute(KivTime t) {
   double seconds = std::max(0.0, static_cast<double>(t) / 1e7);
   size_t lap = static_cast<size_t>(std::upper_bound(lapEnds_.begin(), lapEnds_.end(), seconds) - lapEnds_.begin());
   double lapStart = lap == 0 ? 0 : lapEnds_[lap - 1];
-  double tau = c.time.back();  // past the end: at the line
   double pace = paces_.back();
-  if (lap < lapEnds_.size()) {
+  const bool running = lap < lapEnds_.size();
+  if (!running) lap = lapEnds_.size() - 1;
+  const Circuit::Profile& profile = ProfileOf(lap);
+  double tau = profile.time.back();  // past the end: at the line
+  if (running) {
     pace = paces_[lap];
     tau = (seconds - lapStart) * pace;
-  } else {
-    lap = lapEnds_.size() - 1;
   }
-  size_t i = static_cast<size_t>(std::upper_bound(c.time.begin(), c.time.end(), tau) - c.time.begin());
+  const std::vector<double>& time = profile.time;
+  const std::vector<double>& speed = profile.speed;
+  size_t i = static_cast<size_t>(std::upper_bound(time.begin(), time.end(), tau) - time.begin());
   i = std::clamp<size_t>(i, 1, c.n) - 1;
-  double f = std::clamp((tau - c.time[i]) / (c.time[i + 1] - c.time[i]), 0.0, 1.0);
+  double f = std::clamp((tau - time[i]) / (time[i + 1] - time[i]), 0.0, 1.0);
   size_t j = (i + 1) % c.n;
   auto lerp = [f](double a, double b) { return a + (b - a) * f; };
 
-  double v = lerp(c.speed[i], c.speed[j]) * pace;  // m/s
+  double v = lerp(speed[i], speed[j]) * pace;  // m/s
   double kappa = f < 0.5 ? c.curvature[i] : c.curvature[j];
-  double dvdt = lerp(c.dvds[i], c.dvds[j]) * lerp(c.speed[i], c.speed[j]) * pace * pace;
+  double dvdt = lerp(profile.dvds[i], profile.dvds[j]) * lerp(speed[i], speed[j]) * pace * pace;
   double kmh = v * 3.6;
   double latG = v * v * kappa / kG;
   double longG = dvdt / kG;
@@ -234,7 +257,7 @@ void SampleCar::Compute(KivTime t) {
   if (dvdt > 0.3) {
     throttle = std::min(100.0, 100.0 * (dvdt + 0.5) / (Acceleration(v / pace) * pace * pace + 0.5));
   } else if (dvdt < -1.0) {
-    brake = std::min(110.0, 100.0 * -dvdt / kBraking);
+    brake = std::min(110.0, 100.0 * -dvdt / kBraking);  // the late braker presses harder
   } else {
     throttle = 35.0 + 20.0 * kmh / 250.0;  // holding speed through a corner
   }

@@ -30,8 +30,8 @@ constexpr ColumnDef kFast[] = {
     {SampleChannel::kGear, u"Gear", u""},
     {SampleChannel::kLateralAcceleration, u"Lateral Acceleration", u"g"},
     {SampleChannel::kLongitudinalAcceleration, u"Longitudinal Acceleration", u"g"},
-    {SampleChannel::kLatitude, u"GPS Latitude", u"deg"},
-    {SampleChannel::kLongitude, u"GPS Longitude", u"deg"},
+    {SampleChannel::kLatitude, u"Latitude", u"deg"},
+    {SampleChannel::kLongitude, u"Longitude", u"deg"},
 };
 
 // The outing's fast block has the map position besides; the wide table doesn't.

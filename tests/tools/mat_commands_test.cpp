@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "cli_run.h"
 #include "support/fixtures.h"
 
@@ -23,6 +25,18 @@ TEST(MatCommandsTest, InfoChannelsAndDumpReadAMatFile) {
   EXPECT_THAT(dump.Rows(), ElementsAre(ElementsAre("time", "Speed"), ElementsAre("0", "1.5"), ElementsAre("0.5", "2.5"),
                                        ElementsAre("1", "3.5")));
   EXPECT_EQ(runner.Run({"laps", file}).exitCode, 0);
+}
+
+TEST(MatCommandsTest, InformationSetIsWrittenIntoTheFile) {
+  CliRunner runner;
+  const std::string file = runner.Path("edit.mat");
+  std::filesystem::copy_file(FixtureRoot() / "matfile" / "write_channel_3_samples.mat", file);
+  const CliResult set = runner.Run({"info", file, "set", "Driver name=Jo Demo", "Session number=7"});
+  ASSERT_EQ(set.exitCode, 0) << set.err;
+  const CliResult info = runner.Run({"info", file});
+  EXPECT_THAT(info.Rows(), Contains(ElementsAre("information.Driver name", "Jo Demo")));
+  EXPECT_THAT(info.Rows(), Contains(ElementsAre("information.Session number", "7")));
+  EXPECT_EQ(runner.Run({"dump", file, "Speed"}).Rows().size(), 4u) << "the channel is kept by the rewrite";
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "jobs/job_thread.h"
+#include "sources/matfile/matlab_information_write.h"
 #include "sources/matfile/matlab_transactions.h"
 
 namespace velmar {
@@ -79,6 +80,10 @@ ComPtr<IKivPropertySet> CMatlabOutingCache::MakeInformation(CMatlabOutingJobItem
 
 void CMatlabOutingCache::ReleaseInformation(IKivPropertySet& old) {
   static_cast<CMatlabOutingInformation&>(old).Orphan();
+}
+
+KivResult CMatlabOutingCache::AddInformationStep(PropertyList properties) {
+  return transaction_->AddWriteBackStep(MakeKiv<CMatlabOutingInfoStep>(write_back(), std::move(properties)));
 }
 
 std::u16string CMatlabOutingCache::GetDefaultCaption(IKivPropertySet* properties) {

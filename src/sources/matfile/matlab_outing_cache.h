@@ -71,6 +71,7 @@ class CMatlabOutingCache final : public CFileOutingCache<CMatlabOutingCache, COu
 
  private:
   FastLapSettings InformationFastLapSettings() const override { return {fast_lap_filter(), fast_lap_minimum_time()}; }
+  KivResult AddInformationStep(PropertyList properties) override;
   std::u16string GetDefaultCaption(IKivPropertySet* properties) override;
   std::u16string GetPath() override { return path(); }
   void OnCaptionInvalid() override { CFileOutingCache::OnCaptionInvalid(); }

@@ -41,6 +41,10 @@ void UseSessionRoot(const LoadedOuting& outing);
 // file and channel.
 ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name, bool ownUnit = false);
 
+// Reads every block of a channel made elsewhere (a math channel), in the
+// values it gives; named `name` in failures. The unit is left empty.
+ChannelSamples ReadSamplesOf(const LoadedOuting& outing, IKivChannel* channel, const std::u16string& name);
+
 struct SampleSummary {
   size_t count = 0;
   // The one interval of a channel whose blocks are all periodic alike.

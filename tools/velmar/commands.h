@@ -36,5 +36,7 @@ void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 void AddAlignCommand(CLI::App& app, const CommandContext& context);
 void AddRtServeCommand(CLI::App& app, const CommandContext& context);
 void AddFollowCommand(CLI::App& app, const CommandContext& context);
+void AddAddInsCommand(CLI::App& app, const CommandContext& context);
+void AddMathCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -34,6 +34,8 @@ int main(int argc, char** argv) {
   AddSettingsCommand(app, context);
   AddRtServeCommand(app, context);
   AddFollowCommand(app, context);
+  AddAddInsCommand(app, context);
+  AddMathCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -185,6 +185,17 @@ KivResult ClassRegistry::GetUserTypeName(const Guid& clsid, std::u16string* out)
   return S_OK;
 }
 
+KivResult ClassRegistry::GetCategories(const Guid& clsid, std::vector<Guid>* out) const {
+  if (!out) return E_POINTER;
+  std::lock_guard lock(mu_);
+  if (!FindLocked(clsid)) return REGDB_E_CLASSNOTREG;
+  out->clear();
+  for (const auto& [category, members] : category_members_) {
+    if (std::find(members.begin(), members.end(), clsid) != members.end()) out->push_back(category);
+  }
+  return S_OK;
+}
+
 KivResult ClassRegistry::IsClassOfCategory(const Guid& clsid, const Guid& category) const {
   std::lock_guard lock(mu_);
   auto it = category_members_.find(category);

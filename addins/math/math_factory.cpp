@@ -177,6 +177,8 @@ KivResult CMathChannelFactory::SetDefinitions(const std::u16string& json) {
   }
   programs_ = std::move(programs);
   definitionMessages_ = std::move(messages);
+  dirty_ = definitionsText_ != json || dirty_;
+  definitionsText_ = json;
   return S_OK;
 }
 

@@ -16,6 +16,8 @@
 #include "velmar/channel.h"
 #include "velmar/data_factory.h"
 #include "velmar/math_channels.h"
+#include "velmar/persist.h"
+#include "velmar/storage.h"
 
 namespace velmar::math {
 
@@ -41,7 +43,10 @@ class CMathChannel final : public KivObject<IKivChannel> {
   DataStatus status_ = DataStatus::kUnknown;
 };
 
-class CMathChannelFactory final : public KivObject<IKivChannelFactory, IKivMathChannelDefinitions> {
+// The definitions persist in the factory's storage of the settings file, as
+// the JSON text they were given in, in the stream "Definitions".
+class CMathChannelFactory final
+    : public KivObject<IKivChannelFactory, IKivMathChannelDefinitions, IKivPersistStorage> {
  public:
   // IKivDataFactory
   KivResult GetNames(NameList* names) override;
@@ -56,6 +61,14 @@ class CMathChannelFactory final : public KivObject<IKivChannelFactory, IKivMathC
   KivResult LoadDefinitions(const std::u16string& path) override;
   KivResult GetMessages(std::vector<std::u16string>* messages) override;
   KivResult GetUnit(const std::u16string& name, std::u16string* unit) override;
+  // IKivPersistStorage
+  KivResult GetClassId(Guid* clsid) override;
+  KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
+  KivResult InitNew(IKivStorage* storage) override;
+  KivResult Load(IKivStorage* storage) override;
+  KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
+  KivResult SaveCompleted(IKivStorage* storage) override;
+  KivResult HandsOffStorage() override;
 
  private:
   struct Offer {
@@ -69,6 +82,9 @@ class CMathChannelFactory final : public KivObject<IKivChannelFactory, IKivMathC
   ComPtr<IKivUnknown> root_;
   std::vector<MathProgram> programs_;
   std::vector<std::u16string> definitionMessages_;
+  std::u16string definitionsText_;
+  ComPtr<IKivStorage> storage_;
+  bool dirty_ = false;
 };
 
 }  // namespace velmar::math

@@ -120,6 +120,21 @@ TEST_P(MathChannels, GiveTheValuesWorkedOutByHand) {
   EXPECT_EQ(WideToUtf8(unit), expected.value("unit", ""));
 }
 
+TEST(MathChannelsPersist, DefinitionsGoThroughTheSettingsStorage) {
+  ComPtr<IKivStorage> storage;
+  ASSERT_EQ(StgCreateMemoryStorage(storage.Put()), S_OK);
+  auto first = MakeKiv<CMathChannelFactory>();
+  ASSERT_EQ(first->InitNew(storage.Get()), S_OK);
+  ASSERT_EQ(first->SetDefinitions(u"[{\"name\": \"V\", \"expression\": \"Speed / 3.6\", \"unit\": \"m/s\"}]"), S_OK);
+  ASSERT_EQ(first->Save(storage.Get(), KIV_TRUE), S_OK);
+  EXPECT_EQ(first->IsDirty(), S_FALSE);
+  auto second = MakeKiv<CMathChannelFactory>();
+  ASSERT_EQ(second->Load(storage.Get()), S_OK);
+  std::u16string unit;
+  EXPECT_EQ(second->GetUnit(u"V", &unit), S_OK);
+  EXPECT_EQ(unit, u"m/s");
+}
+
 INSTANTIATE_TEST_SUITE_P(Cases, MathChannels, ::testing::ValuesIn(Cases()),
                          [](const auto& info) { return "case" + std::to_string(info.index); });
 

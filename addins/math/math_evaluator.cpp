@@ -16,44 +16,83 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-struct BaseBlock {
-  std::vector<KivTime> times;
-  std::vector<double> values;
+// One block's samples as the evaluation needs them: values in place, and
+// the times only when something asks for them.
+struct Block {
+  ComPtr<IKivDataBlock> block;
+  std::span<const double> values;
+  KivTime start = 0;
   KivTime interval = 0;  // 0: aperiodic
   bool continuous = false;
+  std::vector<KivTime> times;
+
+  KivResult Read(IKivDataBlocks* blocks, uint32_t index) {
+    KivBool periodic = KIV_FALSE, cont = KIV_FALSE;
+    if (KivResult r = blocks->GetBlock(index, block.Put()); Failed(r)) return r;
+    if (KivResult r = block->GetValuesReference(&values); Failed(r)) return r;
+    (void)block->GetPeriodic(&periodic);
+    (void)block->GetContinuous(&cont);
+    (void)block->GetStartTime(&start);
+    if (FromKivBool(periodic)) (void)block->GetInterval(&interval);
+    continuous = FromKivBool(cont);
+    return S_OK;
+  }
+  std::span<const KivTime> Times() {
+    if (times.empty() && !values.empty()) (void)block->GetTimes(&times);
+    return times;
+  }
+  // Whether `other` has its samples at the same times.
+  bool SameGrid(const Block& other) const {
+    return interval > 0 && interval == other.interval && start == other.start && values.size() == other.values.size();
+  }
 };
 
-KivResult ReadBlock(IKivDataBlock* block, BaseBlock* out) {
-  KivBool periodic = KIV_FALSE, continuous = KIV_FALSE;
-  if (KivResult r = block->GetTimes(&out->times); Failed(r)) return r;
-  if (KivResult r = block->GetValues(&out->values); Failed(r)) return r;
-  (void)block->GetPeriodic(&periodic);
-  (void)block->GetContinuous(&continuous);
-  if (FromKivBool(periodic)) (void)block->GetInterval(&out->interval);
-  out->continuous = FromKivBool(continuous);
-  return out->times.size() == out->values.size() ? S_OK : E_FAIL;
-}
-
-// The other operands' values at `times`; NaN where one has none.
-void Interpolate(std::span<CFastIterator> walks, std::span<const KivTime> times,
-                 std::vector<std::vector<double>>* columns) {
-  std::vector<CFastIterator::Result> results(times.size());
-  for (size_t k = 0; k < walks.size(); ++k) {
-    std::vector<double>& column = (*columns)[k + 1];
-    column.assign(times.size(), kNaN);
-    walks[k].GetValues(times, column, results);
-    for (size_t i = 0; i < times.size(); ++i) {
-      if (results[i] != CFastIterator::kValue) column[i] = kNaN;
-    }
+// An operand's values on the base block's times: its own block when it has
+// the same grid, else interpolated (NaN where it has no value).
+class Operand {
+ public:
+  explicit Operand(IKivChannelIterator* iterator) {
+    walk_.Attach(iterator);
+    if (Failed(iterator->GetDataBlocks(blocks_.Put())) || Failed(blocks_->GetCount(&count_))) count_ = 0;
   }
-}
+  std::span<const double> On(Block& base, uint32_t index) {
+    Block own;
+    // Walks that interpolate must see every time in order, so the shortcut
+    // is taken only while no walk has started.
+    if (!walked_ && index <= count_ && Succeeded(own.Read(blocks_.Get(), index)) && base.SameGrid(own)) {
+      held_ = own.block;
+      return own.values;
+    }
+    walked_ = true;
+    const std::span<const KivTime> times = base.Times();
+    values_.assign(times.size(), kNaN);
+    results_.resize(times.size());
+    walk_.GetValues(times, values_, results_);
+    for (size_t i = 0; i < times.size(); ++i) {
+      if (results_[i] != CFastIterator::kValue) values_[i] = kNaN;
+    }
+    return values_;
+  }
 
-KivResult EvaluateColumns(mu::Parser& parser, const MathProgram& program, std::vector<std::vector<double>>& columns,
+ private:
+  CFastIterator walk_;
+  ComPtr<IKivDataBlocks> blocks_;
+  ComPtr<IKivDataBlock> held_;
+  uint32_t count_ = 0;
+  bool walked_ = false;
+  std::vector<double> values_;
+  std::vector<CFastIterator::Result> results_;
+};
+
+KivResult EvaluateColumns(mu::Parser& parser, const MathProgram& program, std::span<const std::span<const double>> columns,
                           std::vector<double>* results) {
   const size_t n = columns.front().size();
   results->assign(n, kNaN);
   try {
-    for (size_t k = 0; k < program.variables.size(); ++k) parser.DefineVar(program.variables[k], columns[k].data());
+    for (size_t k = 0; k < program.variables.size(); ++k) {
+      // muparser reads its variables and never writes them.
+      parser.DefineVar(program.variables[k], const_cast<double*>(columns[k].data()));
+    }
     parser.SetExpr(program.expression);
     parser.Eval(results->data(), static_cast<int>(n));
   } catch (const mu::Parser::exception_type&) {
@@ -65,15 +104,13 @@ KivResult EvaluateColumns(mu::Parser& parser, const MathProgram& program, std::v
   return S_OK;
 }
 
-KivResult AddBlock(BaseBlock& base, std::vector<double> values, DataBlockList* blocks) {
+KivResult AddBlock(Block& base, std::vector<double> values, DataBlockList* blocks) {
   std::shared_ptr<const DataSection> section;
   auto array = LockedArray<double>::FromVector(std::move(values));
-  const KivResult made = base.interval > 0
-                             ? DataSection::MakePeriodic(std::move(array), base.times.front(), base.interval, &section,
-                                                         base.times.back())
-                             : DataSection::MakeAperiodic(std::move(array),
-                                                          LockedArray<KivTime>::FromVector(std::move(base.times)),
-                                                          &section);
+  const KivResult made =
+      base.interval > 0
+          ? DataSection::MakePeriodic(std::move(array), base.start, base.interval, &section)
+          : DataSection::MakeAperiodic(std::move(array), LockedArray<KivTime>::Copy(base.Times()), &section);
   if (Failed(made)) return made;
   ComPtr<IKivDataBlockImplBase> block;
   const auto index = static_cast<uint32_t>(blocks->size());
@@ -90,18 +127,18 @@ KivResult Evaluate(const MathProgram& program, std::span<IKivChannelIterator* co
   ComPtr<IKivDataBlocks> baseBlocks;
   uint32_t count = 0;
   if (Failed(operands[0]->GetDataBlocks(baseBlocks.Put())) || Failed(baseBlocks->GetCount(&count))) return E_FAIL;
-  std::vector<CFastIterator> walks(operands.size() - 1);
-  for (size_t k = 1; k < operands.size(); ++k) walks[k - 1].Attach(operands[k]);
+  std::vector<Operand> others;
+  others.reserve(operands.size() - 1);
+  for (size_t k = 1; k < operands.size(); ++k) others.emplace_back(operands[k]);
   mu::Parser parser;
-  std::vector<std::vector<double>> columns(operands.size());
+  std::vector<std::span<const double>> columns(operands.size());
   blocks->clear();
   for (uint32_t i = 1; i <= count; ++i) {
-    ComPtr<IKivDataBlock> block;
-    BaseBlock base;
-    if (Failed(baseBlocks->GetBlock(i, block.Put())) || Failed(ReadBlock(block.Get(), &base))) return E_FAIL;
-    if (base.times.empty()) continue;
-    Interpolate(walks, base.times, &columns);
-    columns[0] = std::move(base.values);
+    Block base;
+    if (Failed(base.Read(baseBlocks.Get(), i))) return E_FAIL;
+    if (base.values.empty()) continue;
+    columns[0] = base.values;
+    for (size_t k = 0; k < others.size(); ++k) columns[k + 1] = others[k].On(base, i);
     std::vector<double> results;
     if (KivResult r = EvaluateColumns(parser, program, columns, &results); Failed(r)) return r;
     if (KivResult r = AddBlock(base, std::move(results), blocks); Failed(r)) return r;

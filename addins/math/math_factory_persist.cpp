@@ -52,7 +52,8 @@ KivResult CMathChannelFactory::Load(IKivStorage* storage) {
 }
 
 KivResult CMathChannelFactory::Save(IKivStorage* storage, KivBool sameAsLoad) {
-  IKivStorage* target = FromKivBool(sameAsLoad) ? storage_.Get() : storage;
+  // The storage given, else (the same as loaded) the one held.
+  IKivStorage* target = storage ? storage : FromKivBool(sameAsLoad) ? storage_.Get() : nullptr;
   if (!target) return E_POINTER;
   ComPtr<IKivStream> stream;
   const std::string text = WideToUtf8(definitionsText_);

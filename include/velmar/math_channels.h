@@ -4,8 +4,10 @@
 // add-in; given a parent that offers channels (an outing, a selection) it
 // offers the defined channels whose operands the parent has.
 //
+// Operands are read as every channel gives its values, in their quantity's
+// base unit (speed in m/s), and a result is in the unit its definition names.
 // Definitions are JSON:
-//   [{"name": "Speed_ms", "expression": "Speed / 3.6", "unit": "m/s"},
+//   [{"name": "Speed_kmh", "expression": "Speed * 3.6", "unit": "km/h"},
 //    {"name": "Brake bias", "expression": "`Brake F` / (`Brake F` + `Brake R`) * 100"}]
 // Operands are channel names, in backticks when they hold blanks or signs.
 // The first operand gives the time base; the others are interpolated onto

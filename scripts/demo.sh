@@ -24,7 +24,7 @@ echo "== velmar regions $sample --finder outing"
 echo "== velmar dump $sample Speed --to 0.1 --offset 5 (through a selection's offset filter)"
 "$cli" dump "$sample" Speed --to 0.1 --offset 5
 echo "== velmar math $sample --def data/math/sample_math.json (channels computed by expressions, through the add-in)"
-"$cli" math "$sample" --def "$(dirname "$0")/../data/math/sample_math.json" --channels Speed_kmh "Tyre temperature front" "Wheel slip FL" --to 0.1
+"$cli" math "$sample" --def "$(dirname "$0")/../data/math/sample_math.json" --channels Speed_kmh "Tyre temperature front" "Lateral g" --to 0.1
 echo "== velmar addins list"
 "$cli" addins list
 echo "== velmar align: a second car logged 13 s later on its own clock"

@@ -84,7 +84,8 @@ class Operand {
   std::vector<CFastIterator::Result> results_;
 };
 
-KivResult EvaluateColumns(mu::Parser& parser, const MathProgram& program, std::span<const std::span<const double>> columns,
+KivResult EvaluateColumns(mu::Parser& parser, const MathProgram& program,
+                          std::span<const std::span<const double>> columns,
                           std::vector<double>* results) {
   const size_t n = columns.front().size();
   results->assign(n, kNaN);

@@ -77,7 +77,9 @@ KivResult CMathChannel::GetIterator(IKivChannelIterator2** iterator) {
   *iterator = nullptr;
   if (!blocks_) {
     const KivResult r = Compute();
-    status_ = r == KIV_E_PENDING ? DataStatus::kPending : Failed(r) ? DataStatus::kNotAvailable : DataStatus::kAvailable;
+    status_ = r == KIV_E_PENDING ? DataStatus::kPending
+              : Failed(r)        ? DataStatus::kNotAvailable
+                                 : DataStatus::kAvailable;
     if (Failed(r)) return r;
   }
   ComPtr<IKivChannelIterator2> made = MakeKiv<CChannelIterator>(blocks_, ComPtr<IKivUnknown>(this), nullptr);

@@ -13,6 +13,10 @@
 // client-thread loop, which such a host runs to bring in the results of
 // the worker threads (a linked host uses KivClientThread instead).
 //
+// Add-ins (data factories of others, in shared objects) join at the first
+// DllGetClassObject: every *.so of "velmar/addins" beside the module, and of
+// each folder in VELMAR_ADDIN_PATH (':' between folders).
+//
 // When everything the host held is released and every job has ended,
 // DllCanUnloadNow gives 0 and the module may be closed.
 //

@@ -57,7 +57,9 @@ void Run(const MathOptions& options, const CommandContext& context) {
   for (const std::string& name : options.channels) {
     const std::u16string wide = Utf8ToWide(name);
     ComPtr<IKivChannel> channel;
-    if (Failed(factory->GetItem(wide, channel.Put())) || !channel) Fail(options.file, "no math channel \"" + name + "\"");
+    if (Failed(factory->GetItem(wide, channel.Put())) || !channel) {
+      Fail(options.file, "no math channel \"" + name + "\"");
+    }
     samples.push_back(ReadSamplesOf(outing, channel.Get(), wide));
     (void)definitions->GetUnit(wide, &samples.back().unit.text);
     columns.push_back(SamplesInWindow(samples.back(), window));

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <chrono>
 #include <cstdlib>
+#include <string_view>
 
 #include "core/fatal_stop.h"
 #include "core/module/module_registration.h"
@@ -69,14 +70,45 @@ class CKivClassFactory final : public KivObject<IKivClassFactory, IKivModuleClie
   Guid clsid_;
 };
 
-// The classes' start calls: the table joins the class registry and the
-// mandatory data factories are listed. Once, at the first request, when
-// every static of the module is made.
+std::filesystem::path& ModuleFolder() {
+  static std::filesystem::path folder;  // set once, by the load steps
+  return folder;
+}
+
+// Loads every add-in module (*.so) of `folder`; one that does not load is
+// reported on standard error, naming it, and left out.
+void LoadAddInFolder(const std::filesystem::path& folder) {
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+    if (entry.path().extension() != ".so") continue;
+    const KivResult r = ClassRegistry::Process().LoadAddIn(entry.path());
+    if (Failed(r)) {
+      std::fprintf(stderr, "Velmar: add-in %s not loaded (0x%08X)\n", entry.path().c_str(), static_cast<uint32_t>(r));
+    }
+  }
+}
+
+// The add-in folders: "velmar/addins" beside the module, then each folder of
+// VELMAR_ADDIN_PATH (separated by ':').
+void LoadAddIns() {
+  if (!ModuleFolder().empty()) LoadAddInFolder(ModuleFolder() / "velmar" / "addins");
+  const char* path = std::getenv("VELMAR_ADDIN_PATH");
+  for (std::string_view rest = path ? path : ""; !rest.empty();) {
+    const size_t colon = rest.find(':');
+    if (colon != 0) LoadAddInFolder(std::filesystem::path(rest.substr(0, colon)));
+    rest = colon == std::string_view::npos ? std::string_view() : rest.substr(colon + 1);
+  }
+}
+
+// The classes' start calls: the table joins the class registry, the
+// add-ins theirs, and the mandatory data factories are listed. Once, at the
+// first request, when every static of the module is made.
 KivResult StartClasses() {
   static std::once_flag once;
   static KivResult result = S_OK;
   std::call_once(once, [] {
     result = KivRegisterBuiltInClasses();
+    LoadAddIns();
     BuildMandatoryDataFactories();
   });
   return result;
@@ -165,6 +197,7 @@ CompanionLibrary::~CompanionLibrary() {
 
 void RunModuleLoadSteps(const std::filesystem::path& folder) {
   if (!ProcessorHasSse()) FatalStop(u"This computer is not capable of running Kivara 12.0");
+  ModuleFolder() = folder;
   if (folder.empty()) return;
   const std::string tools = (folder / "Tools").string();
   setenv("KIVARA_TOOLS", tools.c_str(), 1);

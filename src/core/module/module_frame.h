@@ -29,7 +29,9 @@ class ModuleFrame {
 
   // The factory of a class of the table, asked for `iid`: E_POINTER for a
   // null `out`, CLASS_E_CLASSNOTAVAILABLE for a class outside the table.
-  // The first request also gives the classes their start calls.
+  // The first request also gives the classes their start calls and loads
+  // the add-ins: every *.so of "velmar/addins" beside the module and of
+  // each folder in VELMAR_ADDIN_PATH (':' between folders).
   KivResult GetClassObject(const Guid& clsid, const Guid& iid, void** out);
   // Releases the factories (unload).
   void ReleaseFactories();
@@ -68,7 +70,8 @@ class CompanionLibrary {
 
 // The load steps that need no class: the processor test (a processor
 // without SSE ends the process through the fatal stop) and KIVARA_TOOLS
-// set to `folder` + "/Tools" (skipped for an empty folder).
+// set to `folder` + "/Tools" (skipped for an empty folder). Keeps `folder`
+// as the module's, where the add-ins are looked for.
 void RunModuleLoadSteps(const std::filesystem::path& folder);
 
 }  // namespace velmar

@@ -14,6 +14,7 @@
 
 #include "velmar/classes.h"
 #include "velmar/data_factory.h"
+#include "velmar/math_channels.h"
 #include "velmar/module.h"
 #include "velmar/outing_factory.h"
 #include "velmar/text.h"
@@ -32,6 +33,7 @@ class ModuleHostTest : public testing::Test {
     dir_ = std::filesystem::temp_directory_path() / ("velmar_host_" + std::to_string(getpid()));
     std::filesystem::create_directories(dir_);
     setenv("VELMAR_REGISTRY_USER", (dir_ / "registry.json").c_str(), 1);
+    setenv("VELMAR_ADDIN_PATH", VELMAR_ADDINS, 1);
     so_ = dlopen(VELMAR_MODULE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(so_, nullptr) << dlerror();
     get_ = Symbol<KivDllGetClassObjectFn>(kKivDllGetClassObject);
@@ -80,6 +82,7 @@ TEST_F(ModuleHostTest, ReadsLapsThroughTheEntryPointsAndLetsTheModuleGo) {
     ComPtr<IKivTimeRegionFinder2> laps = Make<IKivTimeRegionFinder2>(CLSID_KivLapFinder);
     ASSERT_TRUE(root && factory && laps);
     EXPECT_EQ(can_unload_(), S_FALSE);
+    EXPECT_EQ(root->AddDataFactory(CLSID_KivMathChannels), S_OK);  // the add-in joined at the first request
 
     const Variant paths = MakeTextArray({Utf8ToWide(sample.string())});
     OutingList outings;

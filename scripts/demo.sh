@@ -31,6 +31,10 @@ echo "== velmar plot $sample Speed Throttle \"Brake Pressure\" Gear --laps 2,3 -
 echo "== velmar trackmap $sample --lap 3 --map $out/sample.map.json"
 "$cli" --no-progress trackmap "$sample" --lap 3 --map "$out/sample.map.json" -o "$out/trackmap.png" \
   | sed 's/^/track map: /'
+echo "== velmar math $sample --def data/math/sample_math.json (channels computed by expressions, through the add-in)"
+"$cli" math "$sample" --def "$(dirname "$0")/../data/math/sample_math.json" --channels Speed_kmh "Tyre temperature front" "Lateral g" --to 0.1
+echo "== velmar addins list"
+"$cli" addins list
 echo "== velmar align: a second car logged 13 s later on its own clock"
 "$cli" sample "$out/second.txt" --laps 1 --rate 50 --seed 2 --clock 10:00:13 >/dev/null
 "$cli" align "$sample" "$out/second.txt"

@@ -108,6 +108,9 @@ class ClassRegistry {
   // The short user type name; REGDB_E_CLASSNOTREG for an unknown class.
   KivResult GetUserTypeName(const Guid& clsid, std::u16string* out) const;
 
+  // The categories of a class, in identity order;
+  // REGDB_E_CLASSNOTREG for an unknown class.
+  KivResult GetCategories(const Guid& clsid, std::vector<Guid>* out) const;
   // S_OK when the class is in the category, S_FALSE when not.
   KivResult IsClassOfCategory(const Guid& clsid, const Guid& category) const;
   // Classes of a category in the order they joined it.

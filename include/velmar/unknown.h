@@ -105,6 +105,24 @@ KivResult GiveOut(U* p, T** out) {
   return S_OK;
 }
 
+// The module's count of live objects: every counted object, job item and
+// state machine adds 1 when made and takes 1 when it goes, so the module
+// may be unloaded only at 0. Atomic, since job items die on worker threads.
+// Each loaded module keeps its own count (the function is local to it).
+inline std::atomic<int32_t>& KivLiveObjects() noexcept {
+  static std::atomic<int32_t> count{0};
+  return count;
+}
+
+// A base that keeps the live count for its object's lifetime.
+class KivLiveCounted {
+ protected:
+  KivLiveCounted() noexcept { KivLiveObjects().fetch_add(1, std::memory_order_relaxed); }
+  KivLiveCounted(const KivLiveCounted&) noexcept : KivLiveCounted() {}
+  KivLiveCounted& operator=(const KivLiveCounted&) noexcept { return *this; }
+  ~KivLiveCounted() { KivLiveObjects().fetch_sub(1, std::memory_order_acq_rel); }
+};
+
 namespace unknown_detail {
 
 template <class I, class = void>
@@ -136,7 +154,7 @@ struct FirstOf { using type = First; };
 // on worker threads. A new object starts at 0; hold it in a ComPtr at once
 // (MakeKiv does that).
 template <class... Interfaces>
-class KivObject : public Interfaces... {
+class KivObject : public Interfaces..., private KivLiveCounted {
  public:
   KivResult QueryInterface(const Guid& iid, void** out) override {
     if (!out) return E_POINTER;

@@ -79,6 +79,7 @@ KivResult CVelmar::Construct() {
   if (Succeeded(r)) r = CreateDatabases();
   if (Succeeded(r)) r = ConnectDatabaseSinks();
   // 8.
+  SetUpNode();
   if (Succeeded(r)) r = CreateToolNode();
   if (Failed(r)) return r;
   // 9.
@@ -139,6 +140,23 @@ KivResult CVelmar::ConnectDatabaseSinks() {
   return S_OK;
 }
 
+void CVelmar::SetUpNode() {
+  if (!HasNodeName()) {
+    SetNodeName(u"Velmar");
+    SetNodeDescription(u"Manages the source of all data within Kivara.");
+  }
+  AddCommandGroup(0);
+  AddCommand(MakeKiv<CObjectNodeCommand>(CObjectNodeCommand::Fields{
+                 kKivAddInManagerCommand, 0, 0, AddInManagerIcon(), u"&Add-in Manager...",
+                 u"Facility to add/remove data sources"}),
+             &CVelmar::OnAddInManager);
+}
+
+void CVelmar::OnChildrenChanged(IKivObjectNode*) {
+  ComPtr<CVelmar> self(this);  // a sink may drop the last reference
+  (void)FireNotification(&IKivObjectNodeNotifications::ChildrenChanged, static_cast<IKivObjectNode*>(this));
+}
+
 KivResult CVelmar::CreateToolNode() {
   if (!CurrentDataFactoryBranding().FeatureSupported(kBrandingFeatureToolNode)) return S_OK;
   const KivResult r = ClassRegistry::Process().CreateInstance(CLSID_KivHostToolNode, &toolNode_);
@@ -166,7 +184,7 @@ KivResult CVelmar::Close() {
   if (tasks_) (void)tasks_->CloseAll();
   if (quantityToColorMapping_) (void)quantityToColorMapping_->NotifyClosing();
   ReleaseOwnedObjects();
-  // The node's clients hear that its children changed with the object tree.
+  ClearChildren();  // the node's clients hear that its children went
   return S_OK;
 }
 

@@ -20,6 +20,7 @@
 #include "core/database_replacement.h"
 #include "core/display_settings.h"
 #include "core/notifications_impl.h"
+#include "core/object_node.h"
 #include "core/persist_storage_impl.h"
 #include "core/velmar_global_state.h"
 #include "core/velmar_parts.h"
@@ -35,7 +36,9 @@
 namespace velmar {
 
 class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersistStorageKivImpl<CVelmar>,
-                                       IKivNotificationsImpl<CVelmar, IKivVelmarNotifications7>>,
+                                       IKivObjectNodeImpl<CVelmar>,
+                                       IKivNotificationsImpl<CVelmar, IKivVelmarNotifications7,
+                                                             IKivObjectNodeNotifications>>,
                       public CChannelPropertyFactoryNotifications2Receiver,
                       public CEventPropertyFactoryNotificationsReceiver,
                       public CGroupFactoryNotificationsReceiver,
@@ -149,6 +152,10 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
   const std::vector<ComPtr<IKivUnknown>>& ChildNodes() const { return childNodes_; }
   const VelmarSharedStores& SharedStores() const { return shared_; }
 
+  // The handler of the node's "&Add-in Manager..." command: `a` above 1
+  // gives KIV_E_BAD_COMMAND_ARG; `b` is the host's parent window.
+  KivResult OnAddInManager(IKivObjectNodeCommand* command, uint32_t a, int32_t b);
+
   // Public for MakeKiv; use Create.
   CVelmar();
 
@@ -161,6 +168,8 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
   [[nodiscard]] KivResult CreateDatabases();
   [[nodiscard]] KivResult ConnectDatabaseSinks();
   [[nodiscard]] KivResult CreateToolNode();
+  void SetUpNode();
+  void OnChildrenChanged(IKivObjectNode* argument) override;
   void JoinProcessState();
   // Close step 4, and the first part of destruction; safe to run twice.
   void ReleaseOwnedObjects();

@@ -295,9 +295,13 @@ void CVelmar::AddChildNode(IKivUnknown* node) {
     return;
   }
   childNodes_.emplace_back(node);
+  if (auto child = QueryAs<IKivObjectNode>(node)) (void)AddChild(child.Get());
 }
 
-void CVelmar::RemoveChildNode(IKivUnknown* node) { std::erase(childNodes_, ComPtr<IKivUnknown>(node)); }
+void CVelmar::RemoveChildNode(IKivUnknown* node) {
+  std::erase(childNodes_, ComPtr<IKivUnknown>(node));
+  if (auto child = QueryAs<IKivObjectNode>(node)) (void)RemoveChild(child.Get());
+}
 
 void CVelmar::ActiveFactoriesChanged(const ActiveDataFactories& active) {
   if (tasks_) (void)tasks_->SetDataFactoryList(active);

@@ -24,7 +24,7 @@ namespace velmar {
 
 class CStateMachineEx;
 
-class CJobItem : public IAsyncJob {
+class CJobItem : public IAsyncJob, private KivLiveCounted {
  public:
   // Cancellable unless a job says otherwise (close jobs give 0).
   int CancelJob() override { return 1; }

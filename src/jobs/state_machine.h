@@ -46,7 +46,7 @@
 
 namespace velmar {
 
-class CStateMachineEx {
+class CStateMachineEx : private KivLiveCounted {
  protected:
   CStateMachineEx() = default;
   virtual ~CStateMachineEx();

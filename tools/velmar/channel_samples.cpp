@@ -81,11 +81,11 @@ size_t ChannelSamples::count() const {
   return n;
 }
 
-ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::u16string& name) {
-  ComPtr<IKivChannel> channel = outing.Channel(name);
+ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, IKivChannel* channel,
+                                         const std::u16string& name) {
   ComPtr<IKivChannelIterator2> iterator;
   bool noSamples = false;
-  const KivResult r = ReadWhenReady(outing.session(), channel.Get(), outing.file(), [&] {
+  const KivResult r = ReadWhenReady(outing.session(), channel, outing.file(), [&] {
     const KivResult got = channel->GetIterator(iterator.Put());
     uint32_t status = 0;
     // An empty channel is "not available" for good; waiting would not help.
@@ -102,6 +102,10 @@ ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::
   ComPtr<IKivDataBlocks> blocks;
   if (Failed(iterator->GetDataBlocks(blocks.Put()))) return nullptr;
   return blocks;
+}
+
+ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::u16string& name) {
+  return ReadChannelBlocks(outing, outing.Channel(name).Get(), name);
 }
 
 namespace {
@@ -125,7 +129,7 @@ ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16stri
   ChannelSamples samples;
   samples.name = ChannelDisplayName(name);
   UseSessionRoot(outing);
-  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, name);
+  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, outing.Channel(name).Get(), name);
   // Made now, the channel's property is in the database.
   samples.unit = FindChannelUnit(outing.session().root(), name, !ownUnit);
   ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) {
@@ -135,9 +139,17 @@ ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16stri
   return samples;
 }
 
+ChannelSamples ReadSamplesOf(const LoadedOuting& outing, IKivChannel* channel, const std::u16string& name) {
+  ChannelSamples samples;
+  samples.name = ChannelDisplayName(name);
+  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, channel, name);
+  ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) { samples.blocks.push_back(ReadBlock(block)); });
+  return samples;
+}
+
 SampleSummary SummarizeBlocks(const LoadedOuting& outing, const std::u16string& name, const ChannelUnit& unit) {
   SampleSummary summary;
-  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, name);
+  ComPtr<IKivDataBlocks> blocks = ReadChannelBlocks(outing, outing.Channel(name).Get(), name);
   bool uniform = true;
   ForEachBlock(outing, name, blocks.Get(), [&](IKivDataBlock* block) {
     std::span<const double> values;

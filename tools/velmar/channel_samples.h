@@ -43,8 +43,13 @@ void UseSessionRoot(const LoadedOuting& outing);
 ChannelSamples ReadChannelSamples(const LoadedOuting& outing, const std::u16string& name, bool ownUnit = false);
 
 // Waits until channel `name`'s data is in and gives its blocks; null for a
-// channel without samples. Failures as ReadChannelSamples.
+// channel without samples. Failures as ReadChannelSamples. The second form
+// reads a channel made elsewhere (a math channel).
 ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, const std::u16string& name);
+ComPtr<IKivDataBlocks> ReadChannelBlocks(const LoadedOuting& outing, IKivChannel* channel, const std::u16string& name);
+// Reads every block of a channel made elsewhere (a math channel), in the
+// values it gives; named `name` in failures. The unit is left empty.
+ChannelSamples ReadSamplesOf(const LoadedOuting& outing, IKivChannel* channel, const std::u16string& name);
 
 struct SampleSummary {
   size_t count = 0;

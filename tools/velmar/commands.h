@@ -39,5 +39,7 @@ void AddFollowCommand(CLI::App& app, const CommandContext& context);
 void AddDeltaCommand(CLI::App& app, const CommandContext& context);
 void AddPlotCommand(CLI::App& app, const CommandContext& context);
 void AddTrackmapCommand(CLI::App& app, const CommandContext& context);
+void AddAddInsCommand(CLI::App& app, const CommandContext& context);
+void AddMathCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -47,7 +47,7 @@ TimeWindow Window(const DumpOptions& options) {
   return window;
 }
 
-void WriteJsonDump(const DumpOptions& options, const std::vector<ChannelSamples>& samples,
+void WriteJsonDump(const std::string& file, const std::vector<ChannelSamples>& samples,
                    const std::vector<TimedValues>& columns) {
   Json list = Json::array();
   for (size_t c = 0; c < columns.size(); ++c) {
@@ -62,7 +62,7 @@ void WriteJsonDump(const DumpOptions& options, const std::vector<ChannelSamples>
                         {"times", std::move(times)},
                         {"values", std::move(values)}});
   }
-  WriteJson(std::cout, Json{{"file", options.file}, {"channels", list}});
+  WriteJson(std::cout, Json{{"file", file}, {"channels", list}});
 }
 
 // Rows go out through one buffer, a write per megabyte.
@@ -99,14 +99,19 @@ void Run(const DumpOptions& options, const CommandContext& context) {
     samples.push_back(ReadChannelSamples(outing, Utf8ToWide(name), !options.baseUnits));
     columns.push_back(SamplesInWindow(samples.back(), window));
   }
-  if (options.json) {
-    WriteJsonDump(options, samples, columns);
+  WriteDump(options.file, options.json, samples, columns);
+}
+
+}  // namespace
+
+void WriteDump(const std::string& file, bool json, const std::vector<ChannelSamples>& samples,
+               const std::vector<TimedValues>& columns) {
+  if (json) {
+    WriteJsonDump(file, samples, columns);
   } else {
     WriteTsvDump(samples, columns);
   }
 }
-
-}  // namespace
 
 void AddDumpCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<DumpOptions>();

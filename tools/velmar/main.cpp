@@ -37,6 +37,8 @@ int main(int argc, char** argv) {
   AddDeltaCommand(app, context);
   AddPlotCommand(app, context);
   AddTrackmapCommand(app, context);
+  AddAddInsCommand(app, context);
+  AddMathCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

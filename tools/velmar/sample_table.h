@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "channel_samples.h"
@@ -24,6 +25,11 @@ struct TimedValues {
   std::vector<double> values;
 };
 TimedValues SamplesInWindow(const ChannelSamples& samples, const TimeWindow& window);
+
+// What `dump` writes: a time column then one column per channel, as
+// tab-separated lines or (`json`) one JSON document naming `file`.
+void WriteDump(const std::string& file, bool json, const std::vector<ChannelSamples>& samples,
+               const std::vector<TimedValues>& columns);
 
 // Calls `row` once per distinct time, rising, with one cell per column.
 void ForEachRow(const std::vector<TimedValues>& columns,

@@ -41,10 +41,17 @@ class StagingSink : public IKivClassSink {
  public:
   KivResult AddClass(const KivClassEntry& entry) override {
     if (entry.clsid.IsNull()) return E_INVALIDARG;
+    // A class listed twice spoils the whole list, whatever the module does
+    // with this answer.
+    for (const auto& info : staged) {
+      if (info.clsid == entry.clsid) twice = true;
+    }
+    if (twice) return E_INVALIDARG;
     staged.push_back(InfoFromEntry(entry));
     return S_OK;
   }
   std::vector<ClassRegistry::ClassInfo> staged;
+  bool twice = false;
 };
 
 }  // namespace
@@ -185,6 +192,17 @@ KivResult ClassRegistry::GetUserTypeName(const Guid& clsid, std::u16string* out)
   return S_OK;
 }
 
+KivResult ClassRegistry::GetCategories(const Guid& clsid, std::vector<Guid>* out) const {
+  if (!out) return E_POINTER;
+  std::lock_guard lock(mu_);
+  if (!FindLocked(clsid)) return REGDB_E_CLASSNOTREG;
+  out->clear();
+  for (const auto& [category, members] : category_members_) {
+    if (std::find(members.begin(), members.end(), clsid) != members.end()) out->push_back(category);
+  }
+  return S_OK;
+}
+
 KivResult ClassRegistry::IsClassOfCategory(const Guid& clsid, const Guid& category) const {
   std::lock_guard lock(mu_);
   auto it = category_members_.find(category);
@@ -206,8 +224,14 @@ KivResult ClassRegistry::EnumClassesOfCategory(const Guid& category,
 KivResult ClassRegistry::RegisterAddIn(VelmarListClassesFn list) {
   if (!list) return E_POINTER;
   StagingSink sink;
-  KivResult r = list(&sink);
+  KivResult r = E_FAIL;
+  try {
+    r = list(&sink);
+  } catch (...) {
+    return E_FAIL;  // a module that throws keeps nothing
+  }
   if (Failed(r)) return r;
+  if (sink.twice) return E_INVALIDARG;
   std::lock_guard lock(mu_);
   // Check the whole list first, so that a bad entry leaves the table as it was.
   for (const ClassInfo& info : sink.staged) {

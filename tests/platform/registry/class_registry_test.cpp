@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include <thread>
 
 #include "sample_class.h"
@@ -124,6 +126,26 @@ TEST(ClassRegistryAddInTest, AFailingListKeepsNoneOfItsClasses) {
   ComPtr<IKivSample> s;
   EXPECT_EQ(registry.CreateInstance(kAddInClass, &s), REGDB_E_CLASSNOTREG);
   EXPECT_EQ(registry.RegisterAddIn(nullptr), E_POINTER);
+}
+
+KivResult ListTwice(IKivClassSink* sink) {
+  const KivClassEntry entry{kAddInClass, nullptr, u"Twice", nullptr, nullptr, 0};
+  (void)sink->AddClass(entry);
+  (void)sink->AddClass(entry);
+  return S_OK;
+}
+
+KivResult ListThenThrow(IKivClassSink* sink) {
+  (void)sink->AddClass(KivClassEntry{kAddInClass, nullptr, u"Thrower", nullptr, nullptr, 0});
+  throw std::runtime_error("add-in fault");
+}
+
+TEST(ClassRegistryAddInTest, AListNamingAClassTwiceOrThrowingKeepsNothing) {
+  ClassRegistry registry;
+  std::u16string name;
+  EXPECT_EQ(registry.RegisterAddIn(&ListTwice), E_INVALIDARG);
+  EXPECT_EQ(registry.RegisterAddIn(&ListThenThrow), E_FAIL);
+  EXPECT_EQ(registry.GetUserTypeName(kAddInClass, &name), REGDB_E_CLASSNOTREG);
 }
 
 TEST(ClassRegistryAddInTest, ModulesThatCannotServeAreRefused) {

@@ -106,6 +106,10 @@ class CWriteBackChannelStep final : public CWriteBackChannelStateMachineBase {
 };
 
 class CWriteBackEventsStateMachineBase : public CWriteBackExportStateMachineBase<CExportEventSet> {
+ public:
+  // An event ready to write, needing no collecting (a single new event).
+  void AddReady(CExportEvent event) { ready_.push_back(std::move(event)); }
+
  protected:
   CWriteBackEventsStateMachineBase(CWriteBackStateChanges* receiver, KivTime start, KivTime end)
       : CWriteBackExportStateMachineBase(receiver, kEventWriteTexts), start_(start), end_(end) {}

@@ -36,5 +36,6 @@ void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 void AddAlignCommand(CLI::App& app, const CommandContext& context);
 void AddRtServeCommand(CLI::App& app, const CommandContext& context);
 void AddFollowCommand(CLI::App& app, const CommandContext& context);
+void AddExportCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -9,6 +9,7 @@
 #include "host_error.h"
 #include "loaded_outing.h"
 #include "output.h"
+#include "transaction_watch.h"
 #include "velmar/lap_markers.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/transaction.h"
@@ -23,35 +24,6 @@ struct MarkersOptions {
   std::optional<double> metres;
   double shift = 0.0;
   uint32_t index = 0;
-};
-
-// What the transaction's owner hears; connected while it lives.
-class TransactionWatch : private CTransactionNotificationsReceiver {
- public:
-  explicit TransactionWatch(IKivOuting* outing) : outing_(outing), sink_(MakeKiv<CTransactionNotificationsSink<>>()) {
-    sink_->SetReceiver(this);
-    (void)sink_->Connect(outing);
-  }
-  ~TransactionWatch() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(outing_.Get());
-  }
-  TransactionWatch(const TransactionWatch&) = delete;
-  TransactionWatch& operator=(const TransactionWatch&) = delete;
-
-  bool finished() const { return finished_; }
-  const std::vector<std::u16string>& messages() const { return messages_; }
-
- private:
-  void OnTransactionStarted() override {}
-  void OnTransactionFinished() override { finished_ = true; }
-  void OnTransactionMessage(const std::u16string& text) override { messages_.push_back(text); }
-  void OnTransactionProgress(uint32_t, uint32_t) override {}
-
-  ComPtr<IKivOuting> outing_;
-  ComPtr<CTransactionNotificationsSink<>> sink_;
-  bool finished_ = false;
-  std::vector<std::u16string> messages_;
 };
 
 // Queues the one edit the options name.
@@ -86,11 +58,7 @@ void Run(const MarkersOptions& options, const CommandContext& context) {
   }
   if (KivResult r = transaction->Commit(); Failed(r)) Fail(options.file, "cannot commit", r);
   if (!session.Settle("writing") || !watch.finished()) Fail(options.file, "the transaction did not finish in time");
-  if (!watch.messages().empty()) {
-    std::string joined;
-    for (const std::u16string& message : watch.messages()) joined += (joined.empty() ? "" : "; ") + Utf8(message);
-    Fail(options.file, joined);
-  }
+  if (!watch.messages().empty()) Fail(options.file, watch.Joined());
   std::cout << options.file << ": lap markers " << options.action << " done\n";
 }
 

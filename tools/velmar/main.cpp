@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
   AddSettingsCommand(app, context);
   AddRtServeCommand(app, context);
   AddFollowCommand(app, context);
+  AddExportCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

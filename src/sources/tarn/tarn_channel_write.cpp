@@ -38,6 +38,16 @@ KivResult ExportedBlock(IKivDataBlockImplBase& block, TarnDataSetBlock* out) {
   return S_OK;
 }
 
+// A display limit of the property database (the quantity's base unit, as
+// every value the library hands out) in the unit the channel is stored in.
+double StoredDisplayLimit(const CExportChannel& item, QuantityId quantity, UnitId unit, double limit) {
+  if (quantity == kQuantityDimensionless || unit == kBaseUnit) return limit;
+  auto table = QueryAs<IKivUnitTable>(item.converter());
+  double converted = limit;
+  if (table && Succeeded(table->ConvertValue(quantity, kBaseUnit, unit, limit, &converted))) return converted;
+  return limit * item.factor() + item.offset();
+}
+
 }  // namespace
 
 KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* channel) {
@@ -47,8 +57,11 @@ KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* ch
   channel->name = TextOr(p, u"Tag name", key.name());
   channel->quantity = static_cast<QuantityId>(NumberOr(p, u"Quantity", key.id()));
   channel->unit = static_cast<UnitId>(NumberOr(p, u"Unit", kBaseUnit));
-  channel->displayMaximum = NumberOr(p, u"Display maximum", 0.0);
-  channel->displayMinimum = NumberOr(p, u"Display minimum", 0.0);
+  const auto limit = [&](const char16_t* key) {
+    return StoredDisplayLimit(item, channel->quantity, channel->unit, NumberOr(p, key, 0.0));
+  };
+  channel->displayMaximum = limit(u"Display maximum");
+  channel->displayMinimum = limit(u"Display minimum");
   channel->userType = TextOr(p, u"User type", {});
   channel->decimalPlaces = static_cast<uint32_t>(NumberOr(p, u"Decimal places", 2));
   channel->colour = static_cast<uint32_t>(NumberOr(p, u"Color", 0));

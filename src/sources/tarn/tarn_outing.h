@@ -14,6 +14,7 @@
 #include "sources/tarn/tarn_lap_markers.h"
 #include "sources/tarn/tarn_outing_cache.h"
 #include "sources/tarn/tarn_outing_factories.h"
+#include "writeback/events_writer_facet.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
@@ -22,7 +23,7 @@ class CTarnOuting final
     : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
                             CTarnOutingConstantFactory, CTarnOutingBlobFactory, CTarnMediaChannelFactory,
                             CTarnLapMarkers, CLapMarkerWriterBase, CTarnChannelWriterBase,
-                            CTransactionFacet> {
+                            CEventsWriterFacet, CTransactionFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
       : COutingOnCache(std::move(cache), overrideProperties) {}
@@ -61,6 +62,7 @@ class CTarnOuting final
   IKivDataFactory* WriterChannels() override { return channel_factory(); }
   CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
   COutingStateChanges* TransactionOuting() override { return this; }
+  KivResult WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) override;
 
  private:
   // Fires what a reload did to a factory's list, of data kind `kind`.

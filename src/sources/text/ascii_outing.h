@@ -22,6 +22,7 @@
 #include "velmar/data_factory.h"
 #include "velmar/outing.h"
 #include "writeback/channel_writer_facet.h"
+#include "writeback/events_writer_facet.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
@@ -110,6 +111,7 @@ struct TextLapData {
 
 class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory,
                                               CAsciiConstantFactory, CListLapMarkers<TextLapData>, CChannelWriterFacet,
+                                              CEventsWriterFacet,
                                               CTransactionFacet> {
  public:
   CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties);
@@ -143,6 +145,8 @@ class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFa
   COutingStateChanges* TransactionOuting() override { return this; }
   // CChannelWriterFacet (ascii_channel_write.cpp); the outing reloads after a commit.
   KivResult WriteRequest(const WriteChannelsRequest& request) override;
+  // CEventsWriterFacet (ascii_event_write.cpp).
+  KivResult WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) override;
 
  private:
   void FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes);

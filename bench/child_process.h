@@ -14,12 +14,27 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace velmar::bench {
 
 using Clock = std::chrono::steady_clock;
+
+// Where the benchmark files live: $VELMAR_BENCH_DIR, else /tmp.
+inline std::filesystem::path BenchDir() {
+  const char* dir = std::getenv("VELMAR_BENCH_DIR");
+  return dir ? std::filesystem::path(dir) : std::filesystem::path("/tmp");
+}
+
+#ifdef VELMAR_CLI_PATH
+// The host binary: $VELMAR_CLI (to compare builds), else the one built here.
+inline std::string Cli() {
+  const char* cli = std::getenv("VELMAR_CLI");
+  return cli ? cli : VELMAR_CLI_PATH;
+}
+#endif
 
 struct RunResult {
   double seconds = 0;

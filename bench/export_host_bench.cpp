@@ -17,22 +17,14 @@
 namespace {
 
 namespace fs = std::filesystem;
+using velmar::bench::BenchDir;
+using velmar::bench::Cli;
 using velmar::bench::RunChild;
 using velmar::bench::RunHost;
 using velmar::bench::RunResult;
 
 constexpr uint64_t kRows = 360000;  // an hour at 100 Hz
 constexpr double kSamples = 20.0 * kRows;
-
-fs::path BenchDir() {
-  const char* dir = std::getenv("VELMAR_BENCH_DIR");
-  return dir ? fs::path(dir) : fs::path("/tmp");
-}
-
-std::string Cli() {
-  const char* cli = std::getenv("VELMAR_CLI");
-  return cli ? cli : VELMAR_CLI_PATH;
-}
 
 void RemoveFile(const std::string& file) {
   std::error_code ec;

@@ -35,22 +35,14 @@
 namespace {
 
 namespace fs = std::filesystem;
+using velmar::bench::BenchDir;
+using velmar::bench::Cli;
 using velmar::bench::RunChild;
 using velmar::bench::RunHost;
 using velmar::bench::RunResult;
 
 constexpr uint64_t kRows = 300000;
 constexpr double kSamples = 20.0 * kRows;
-
-fs::path BenchDir() {
-  const char* dir = std::getenv("VELMAR_BENCH_DIR");
-  return dir ? fs::path(dir) : fs::path("/tmp");
-}
-
-std::string Cli() {
-  const char* cli = std::getenv("VELMAR_CLI");
-  return cli ? cli : VELMAR_CLI_PATH;
-}
 
 const fs::path& TextFile() {
   static const fs::path path = [] {

@@ -43,6 +43,13 @@ ComPtr<Factory> ClientFactory(IKivDataFactory* own) {
   return QueryAs<Factory>(own);
 }
 
+// Queues `step` in the transaction of an outing cache; E_FAIL without one.
+template <class Cache>
+KivResult AddToCacheTransaction(Cache* cache, ComPtr<CWriteBackStateMachineBase> step) {
+  CTransactionStateMachine* transaction = cache->transaction();
+  return transaction ? transaction->AddWriteBackStep(std::move(step)) : E_FAIL;
+}
+
 // The answers every outing cache gives alike: channels from the outing's
 // channel factory (through its data selection), messages to every outing on the cache, steps into its
 // transaction. `Step` is the source's channel step; `stored` tells whether
@@ -65,8 +72,7 @@ class OutingWriterCache final : public CChannelWriterCache {
   void PostWriterMessage(uint32_t level, const std::u16string& text) override { cache_->PostMessage(level, text); }
   ComPtr<CWriteBackChannelStateMachineBase> NewChannelStep() override { return MakeKiv<Step>(receiver_); }
   KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
-    CTransactionStateMachine* transaction = cache_->transaction();
-    return transaction ? transaction->AddWriteBackStep(std::move(step)) : E_FAIL;
+    return AddToCacheTransaction(cache_, std::move(step));
   }
 
  private:

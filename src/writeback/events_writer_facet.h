@@ -55,8 +55,7 @@ class OutingEventsWriterCache final : public CEventsWriterCache {
     return MakeKiv<RemoveStep>(receiver_, std::move(events));
   }
   KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
-    CTransactionStateMachine* transaction = cache_->transaction();
-    return transaction ? transaction->AddWriteBackStep(std::move(step)) : E_FAIL;
+    return AddToCacheTransaction(cache_, std::move(step));
   }
 
  private:

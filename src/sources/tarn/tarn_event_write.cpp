@@ -18,7 +18,7 @@ bool SameText(const char16_t* stored, const std::u16string& text) {
 }  // namespace
 
 bool CWBTarnWriteEventsJobItem::Validate() {
-  TarnConnection* store = access_ ? access_->connection() : nullptr;
+  TarnConnection* store = access() ? access()->connection() : nullptr;
   ComPtr<IKivTarnEventNameRecords> names;
   if (!store || !store->events || Failed(store->events->GetEventNames(kTarnWaitForever, names.Put()))) return false;
   std::map<std::u16string, uint64_t> ids;
@@ -45,7 +45,7 @@ bool CWBTarnWriteEventsJobItem::Validate() {
 }
 
 KivResult CWBTarnWriteEventsJobItem::Write() {
-  ComPtr<IKivTarnEventWriter> writer = access_ ? access_->Writer<IKivTarnEventWriter>() : nullptr;
+  ComPtr<IKivTarnEventWriter> writer = access() ? access()->Writer<IKivTarnEventWriter>() : nullptr;
   if (!writer) return E_FAIL;
   std::vector<TarnEventRecord> records;
   // The store keeps a whole 32-byte block with every event: one of zeros
@@ -66,13 +66,6 @@ KivResult CWBTarnWriteEventsJobItem::Write() {
   }
   std::vector<uint64_t> ids;
   return Failed(writer->AddEvents(static_cast<uint32_t>(records.size()), records.data(), &ids)) ? E_FAIL : S_OK;
-}
-
-KivResult CWBTarnWriteEventsStateMachine::MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CTarnOutingTransactionJobItem> access(static_cast<CTarnOutingTransactionJobItem*>(writeAccess));
-  *job = MakeKiv<CWBTarnWriteEventsJobItem>(this, std::move(access), TakeEvents(), start(), end());
-  return S_OK;
 }
 
 KivResult CTarnOuting::WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) {

@@ -16,9 +16,9 @@ TextEvent AsTextEvent(const CExportEvent& e) { return {e.time, e.name, kEventFro
 }  // namespace
 
 bool CAsciiWriteBackEventsJobItem::Validate() {
-  if (!access_ || !access_->handles().IsOpen()) return false;
+  if (!access() || !access()->handles().IsOpen()) return false;
   return std::none_of(events().begin(), events().end(),
-                      [&](const CExportEvent& e) { return access_->handles().HasEvent(AsTextEvent(e)); });
+                      [&](const CExportEvent& e) { return access()->handles().HasEvent(AsTextEvent(e)); });
 }
 
 KivResult CAsciiWriteBackEventsJobItem::Write() {
@@ -26,13 +26,13 @@ KivResult CAsciiWriteBackEventsJobItem::Write() {
   rows.reserve(events().size());
   for (const CExportEvent& e : events()) rows.push_back(AsTextEvent(e));
   // Times are less the export's base already.
-  return access_->handles().AddEvents(rows, 0).ok() ? S_OK : E_FAIL;
+  return access()->handles().AddEvents(rows, 0).ok() ? S_OK : E_FAIL;
 }
 
 bool CAsciiWriteBackEventsRemoveJobItem::Validate() {
   found_.clear();
-  if (!access_ || !access_->handles().IsOpen()) return false;
-  const std::vector<TextEvent> stored = access_->handles().ReadEvents();
+  if (!access() || !access()->handles().IsOpen()) return false;
+  const std::vector<TextEvent> stored = access()->handles().ReadEvents();
   for (const CExportEvent& e : events()) {
     const bool there = std::any_of(stored.begin(), stored.end(),
                                    [&](const TextEvent& s) {
@@ -44,22 +44,7 @@ bool CAsciiWriteBackEventsRemoveJobItem::Validate() {
 }
 
 KivResult CAsciiWriteBackEventsRemoveJobItem::Write() {
-  return access_->handles().RemoveEvents(found_).ok() ? S_OK : E_FAIL;
-}
-
-KivResult CAsciiWriteBackEventsStateMachine::MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CAsciiOutingTxnJobItem> access(static_cast<CAsciiOutingTxnJobItem*>(writeAccess));
-  *job = MakeKiv<CAsciiWriteBackEventsJobItem>(this, std::move(access), TakeEvents(), start(), end());
-  return S_OK;
-}
-
-KivResult CAsciiWriteBackEventsRemoveStateMachine::MakeJob(CJobItem* writeAccess, std::vector<CExportEvent> events,
-                                                           ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CAsciiOutingTxnJobItem> access(static_cast<CAsciiOutingTxnJobItem*>(writeAccess));
-  *job = MakeKiv<CAsciiWriteBackEventsRemoveJobItem>(this, std::move(access), std::move(events));
-  return S_OK;
+  return access()->handles().RemoveEvents(found_).ok() ? S_OK : E_FAIL;
 }
 
 KivResult CAsciiOuting::WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) {

@@ -15,25 +15,18 @@
 
 namespace velmar {
 
-class CAsciiWriteBackEventsJobItem final : public CWriteBackEventsJobItemBase {
+class CAsciiWriteBackEventsJobItem final : public CWriteBackEventsJobOn<CAsciiOutingTxnJobItem> {
  public:
-  CAsciiWriteBackEventsJobItem(CStateMachineEx* owner, ComPtr<CAsciiOutingTxnJobItem> access,
-                               std::vector<CExportEvent> events, KivTime start, KivTime end)
-      : CWriteBackEventsJobItemBase(owner, std::move(events), start, end), access_(std::move(access)) {}
+  using CWriteBackEventsJobOn::CWriteBackEventsJobOn;
 
  protected:
   bool Validate() override;
   KivResult Write() override;
-
- private:
-  ComPtr<CAsciiOutingTxnJobItem> access_;
 };
 
-class CAsciiWriteBackEventsRemoveJobItem final : public CWriteBackEventsRemoveJobItemBase {
+class CAsciiWriteBackEventsRemoveJobItem final : public CWriteBackEventsRemoveJobOn<CAsciiOutingTxnJobItem> {
  public:
-  CAsciiWriteBackEventsRemoveJobItem(CStateMachineEx* owner, ComPtr<CAsciiOutingTxnJobItem> access,
-                                     std::vector<CExportEvent> events)
-      : CWriteBackEventsRemoveJobItemBase(owner, std::move(events)), access_(std::move(access)) {}
+  using CWriteBackEventsRemoveJobOn::CWriteBackEventsRemoveJobOn;
 
  protected:
   // Takes the events the file lacks off the list; true when one stays.
@@ -41,28 +34,12 @@ class CAsciiWriteBackEventsRemoveJobItem final : public CWriteBackEventsRemoveJo
   KivResult Write() override;
 
  private:
-  ComPtr<CAsciiOutingTxnJobItem> access_;
   std::vector<TextEvent> found_;
 };
 
-class CAsciiWriteBackEventsStateMachine final : public CWriteBackEventsStateMachineBase {
- public:
-  CAsciiWriteBackEventsStateMachine(CWriteBackStateChanges* receiver, KivTime start, KivTime end)
-      : CWriteBackEventsStateMachineBase(receiver, start, end) {}
-  AsyncThread GetJobThread() override { return AsciiThread(); }
-
- protected:
-  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override;
-};
-
-class CAsciiWriteBackEventsRemoveStateMachine final : public CWriteBackEventsRemoveStateMachineBase {
- public:
-  CAsciiWriteBackEventsRemoveStateMachine(CWriteBackStateChanges* receiver, std::vector<CExportEvent> events)
-      : CWriteBackEventsRemoveStateMachineBase(receiver, std::move(events)) {}
-  AsyncThread GetJobThread() override { return AsciiThread(); }
-
- protected:
-  KivResult MakeJob(CJobItem* writeAccess, std::vector<CExportEvent> events, ComPtr<CWriteBackJobItem>* job) override;
-};
+using CAsciiWriteBackEventsStateMachine =
+    CWriteBackEventsStep<CAsciiWriteBackEventsJobItem, CAsciiOutingTxnJobItem, AsciiThread>;
+using CAsciiWriteBackEventsRemoveStateMachine =
+    CWriteBackEventsRemoveStep<CAsciiWriteBackEventsRemoveJobItem, CAsciiOutingTxnJobItem, AsciiThread>;
 
 }  // namespace velmar

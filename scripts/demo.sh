@@ -48,3 +48,13 @@ if [ -f "$store" ]; then
   kill -INT "$server" 2>/dev/null || true
   wait "$server" 2>/dev/null || true
 fi
+echo "== velmar export $sample: Speed and Gear with the events at 10 Hz, to text (the first 95 s) and to .trn"
+rm -f "$out/export.txt" "$out/export.trn"
+"$cli" export "$sample" "$out/export.txt" --channels Speed,Gear --events --to 95 --rate 10
+"$cli" dump "$out/export.txt" Speed Gear --from 10 --to 10.5
+"$cli" export "$sample" "$out/export.trn" --channels Speed,Gear --events --rate 10
+echo "== velmar events $out/export.trn remove: the first lap end goes"
+first=$("$cli" events "$out/export.trn" | sed -n 2p | cut -f1)
+if [ -n "$first" ]; then
+  "$cli" events "$out/export.trn" remove --name "End of lap" --time "$first" && "$cli" events "$out/export.trn"
+fi

@@ -1,6 +1,7 @@
 #include "sources/tarn/tarn_channel_write.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "sources/tarn/tarn_records.h"
 #include "velmar/channel_key.h"
@@ -21,20 +22,29 @@ std::u16string TextOr(const std::map<std::u16string, Variant>& properties, const
   return it == properties.end() ? std::move(fallback) : it->second.ToText();
 }
 
-// The item's block as the store takes it, times as the item holds them.
-KivResult ExportedBlock(IKivDataBlockImplBase& block, TarnDataSetBlock* out) {
+// The item's block as the store takes it, pointing into the block's own
+// arrays (the job holds the items until the store has copied them), times as
+// the item holds them.
+KivResult ExportedBlockRecord(IKivDataBlockImplBase& block, TarnChannelData* out) {
   std::span<const double> values;
-  if (Failed(block.ValuesArray(false, &values))) return E_FAIL;
-  out->values.assign(values.begin(), values.end());
-  out->continuous = block.continuous();
-  out->firstTime = block.StartTime();
-  if (block.IsPeriodic()) {
-    out->period = block.GetIntervalReference();
+  if (Failed(block.ValuesArray(false, &values)) || values.empty() ||
+      values.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+    return E_FAIL;
+  }
+  *out = {};
+  out->samples = values.data();
+  out->count = static_cast<int32_t>(values.size());
+  out->continuous = block.continuous() ? 1 : 0;
+  out->periodic = block.IsPeriodic() ? 1 : 0;
+  if (out->periodic) {
+    out->times = &block.GetIntervalReference();
+    out->firstTime = block.StartTime();
     return S_OK;
   }
   std::span<const KivTime> times;
-  if (Failed(block.TimesArray(&times))) return E_FAIL;
-  out->times.assign(times.begin(), times.end());
+  if (Failed(block.TimesArray(&times)) || times.size() != values.size()) return E_FAIL;
+  out->times = times.data();
+  out->firstTime = times.front();
   return S_OK;
 }
 
@@ -66,11 +76,6 @@ KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* ch
   channel->decimalPlaces = static_cast<uint32_t>(NumberOr(p, u"Decimal places", 2));
   channel->colour = static_cast<uint32_t>(NumberOr(p, u"Color", 0));
   channel->autoscale = NumberOr(p, u"Autoscale", 0) != 0;
-  channel->blocks.resize(item.blocks().size());
-  for (size_t i = 0; i < item.blocks().size(); ++i) {
-    if (Failed(ExportedBlock(*item.blocks()[i], &channel->blocks[i]))) return E_FAIL;
-    if (Failed(CheckBlock(channel->blocks[i]))) return E_INVALIDARG;
-  }
   return S_OK;
 }
 
@@ -109,9 +114,9 @@ KivResult CWBTarnWriteChannelJobItem::Write() {
   std::vector<uint64_t> blockChannels;
   std::vector<TarnChannelData> blocks;
   for (size_t i = 0; i < channels.size(); ++i) {
-    for (const TarnDataSetBlock& b : channels[i].blocks) {
+    for (const ComPtr<IKivDataBlockImplBase>& block : items()[i]->blocks()) {
       blockChannels.push_back(ids[i]);
-      blocks.push_back(BlockRecord(b));
+      if (Failed(ExportedBlockRecord(*block, &blocks.emplace_back()))) return E_FAIL;
     }
   }
   std::vector<uint64_t> blockIds;

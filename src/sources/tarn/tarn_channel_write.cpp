@@ -58,6 +58,10 @@ double StoredDisplayLimit(const CExportChannel& item, QuantityId quantity, UnitI
   return limit * item.factor() + item.offset();
 }
 
+std::u16string StoredKey(const TarnDataSetChannel& channel) {
+  return CChannelKey(channel.name, static_cast<uint32_t>(std::max(channel.quantity, 0))).text();
+}
+
 }  // namespace
 
 KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* channel) {
@@ -88,8 +92,12 @@ bool CWBTarnWriteChannelJobItem::Validate() {
   for (const TarnChannelDescription& r : Items(records)) {
     if (!r.tagName || r.quantityId < 0) continue;
     const std::u16string stored = CChannelKey(r.tagName, static_cast<uint32_t>(r.quantityId)).text();
-    const bool clash = std::any_of(items().begin(), items().end(),
-                                   [&](const std::unique_ptr<CExportChannel>& item) { return item->GetName() == stored; });
+    // The key each item is stored under: a plain name takes its recorded quantity.
+    const bool clash = std::any_of(items().begin(), items().end(), [&](const std::unique_ptr<CExportChannel>& item) {
+      TarnDataSetChannel written;
+      (void)ExportedTarnChannel(*item, &written);
+      return item->GetName() == stored || StoredKey(written) == stored;
+    });
     if (clash) return false;
   }
   return true;
@@ -103,7 +111,7 @@ KivResult CWBTarnWriteChannelJobItem::Write() {
   std::vector<TarnChannelDescription> descriptions;
   for (size_t i = 0; i < items().size(); ++i) {
     if (Failed(ExportedTarnChannel(*items()[i], &channels[i]))) return E_FAIL;
-    keys.push_back(CChannelKey(channels[i].name, static_cast<uint32_t>(std::max(channels[i].quantity, 0))).text());
+    keys.push_back(StoredKey(channels[i]));
   }
   for (size_t i = 0; i < channels.size(); ++i) descriptions.push_back(ChannelDescription(channels[i], keys[i]));
   std::vector<uint64_t> ids;

@@ -85,6 +85,11 @@ TEST_F(TarnChannelWriteTest, CommitWaitsForLateDataAndTheJobRefusesAStoredName) 
             (std::vector<std::string>{"TransactionMessage:Failed to write channels - duplicate channels found",
                                       "TransactionFinished"}));
   EXPECT_EQ(ReadBack(u"Late").size(), 10u);
+  items.clear();
+  items.push_back(std::make_unique<CExportChannel>(u"Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
+  EXPECT_EQ(CommitItems(std::move(items)).front(),
+            "TransactionMessage:Failed to write channels - duplicate channels found")
+      << "a plain name is stored under its key";
 }
 
 TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {

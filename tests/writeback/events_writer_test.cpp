@@ -40,15 +40,6 @@ class Step final : public CWriteBackEventsStateMachineBase {
   size_t ready() { return TakeEvents().size(); }
 };
 
-class RemoveStep final : public CWriteBackEventsRemoveStateMachineBase {
- public:
-  explicit RemoveStep(std::vector<CExportEvent> events)
-      : CWriteBackEventsRemoveStateMachineBase(nullptr, {}), count(events.size()) {}
-  AsyncThread GetJobThread() override { return nullptr; }
-  KivResult MakeJob(CJobItem*, std::vector<CExportEvent>, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
-  size_t count;
-};
-
 // The destination as the case has it: "sets" seen on the outing, "stored"
 // [name, time] pairs it holds ("pending": its events are being read).
 class Cache final : public CEventsWriterCache {
@@ -75,11 +66,12 @@ class Cache final : public CEventsWriterCache {
   }
   ComPtr<CWriteBackEventsStateMachineBase> NewEventsStep(KivTime, KivTime) override { return MakeKiv<Step>(); }
   ComPtr<CWriteBackStateMachineBase> NewRemoveStep(std::vector<CExportEvent> events) override {
-    return MakeKiv<RemoveStep>(std::move(events));
+    removing_ = events.size();
+    return MakeKiv<Step>();
   }
   KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
-    if (auto* write = dynamic_cast<Step*>(step.Get())) queued = write->itemCount() + write->ready();
-    if (auto* remove = dynamic_cast<RemoveStep*>(step.Get())) queued = remove->count;
+    auto* write = static_cast<Step*>(step.Get());
+    queued = removing_ ? removing_ : write->itemCount() + write->ready();
     return S_OK;
   }
 
@@ -89,6 +81,7 @@ class Cache final : public CEventsWriterCache {
  private:
   const json& c_;
   std::map<std::u16string, ComPtr<IKivEventSet>> sets_;
+  size_t removing_ = 0;  // the events of a removal step
 };
 
 KivResult Call(Cache& cache, const json& call) {

@@ -1,10 +1,8 @@
-// `velmar export` and `velmar events ... remove` end to end on a generated
-// sample: what is written reads back through fresh opens, on the grid, and a
-// write that cannot happen leaves no file behind.
+// `velmar export` and `velmar events ... remove` end to end: what is written reads
+// back through fresh opens on the grid, and a write that cannot happen leaves no file.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
 
 #include "cli_run.h"
@@ -16,23 +14,16 @@ using ::testing::HasSubstr;
 
 class ExportCommandsTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { runner_ = new CliRunner(); }
-  static void TearDownTestSuite() {
-    delete runner_;
-    runner_ = nullptr;
-  }
-  static CliResult Run(const std::vector<std::string>& args) { return runner_->Run(args); }
-  static CliRunner* runner_;
+  CliResult Run(const std::vector<std::string>& args) { return runner_.Run(args); }
+  CliRunner runner_;
 };
 
-CliRunner* ExportCommandsTest::runner_ = nullptr;
-
 TEST_F(ExportCommandsTest, ResampledExportReadsBackOnTheGridInTheRecordedUnit) {
-  const std::string& sample = runner_->Sample();
+  const std::string& sample = runner_.Sample();
   const auto original = Run({"dump", sample, "Speed", "--from", "10", "--to", "10"}).Rows();
   ASSERT_EQ(original.size(), 2u);
   for (const char* out : {"grid.txt", "grid.trn"}) {
-    const std::string path = runner_->Path(out);
+    const std::string path = runner_.Path(out);
     const CliResult exported = Run({"export", sample, path, "--channels", "Speed,Gear", "--events", "--from", "5",
                                     "--to", "20", "--rate", "10"});
     ASSERT_EQ(exported.exitCode, 0) << exported.err;
@@ -47,9 +38,9 @@ TEST_F(ExportCommandsTest, ResampledExportReadsBackOnTheGridInTheRecordedUnit) {
 }
 
 TEST_F(ExportCommandsTest, EventsWrittenByExportCanBeRemovedAgain) {
-  const std::string& sample = runner_->Sample();
+  const std::string& sample = runner_.Sample();
   for (const char* out : {"events.txt", "events.trn"}) {
-    const std::string path = runner_->Path(out);
+    const std::string path = runner_.Path(out);
     ASSERT_EQ(Run({"export", sample, path, "--channels", "Gear", "--events"}).exitCode, 0);
     const auto events = Run({"events", path}).Rows();
     ASSERT_GE(events.size(), 2u);
@@ -62,18 +53,18 @@ TEST_F(ExportCommandsTest, EventsWrittenByExportCanBeRemovedAgain) {
 }
 
 TEST_F(ExportCommandsTest, NothingToWriteLeavesNoFileAndBadArgumentsFail) {
-  const std::string& sample = runner_->Sample();
+  const std::string& sample = runner_.Sample();
   for (const char* out : {"empty.txt", "empty.trn"}) {
-    const std::string path = runner_->Path(out);
+    const std::string path = runner_.Path(out);
     const CliResult r = Run({"export", sample, path, "--from", "90000", "--to", "90001"});
     EXPECT_NE(r.exitCode, 0);
     EXPECT_THAT(r.err, HasSubstr("No data found for any of the selected channels"));
     EXPECT_FALSE(std::filesystem::exists(path)) << out;
   }
-  const std::string period = runner_->Path("period.txt");
+  const std::string period = runner_.Path("period.txt");
   EXPECT_THAT(Run({"export", sample, period, "--period", "0.5"}).err, HasSubstr("between 1 ms and 10 s"));
   EXPECT_FALSE(std::filesystem::exists(period));
-  EXPECT_THAT(Run({"export", sample, runner_->Path("x.txt"), "--channels", "Nope"}).err, HasSubstr("Nope"));
+  EXPECT_THAT(Run({"export", sample, runner_.Path("x.txt"), "--channels", "Nope"}).err, HasSubstr("Nope"));
   EXPECT_THAT(Run({"export", sample, sample}).err, HasSubstr("is the input"));
 }
 

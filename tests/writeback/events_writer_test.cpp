@@ -94,9 +94,8 @@ KivResult Call(Cache& cache, const json& call) {
                        call.value("unreadable", false) ? nullptr : &names);
   }
   if (kind == "remove") return RemoveEvents(cache, &names, &times);
-  KivNewEvent event{Wide(call["name"]), call["time"], u"", u"", {}, {}};
-  event.fixedData.resize(call.value("fixed_bytes", 0u));
-  return WriteEvent(cache, event);
+  const std::vector<uint8_t> fixed(call.value("fixed_bytes", 0u));
+  return WriteEvent(cache, {Wide(call["name"]), call["time"], u"", u"", fixed, {}});
 }
 
 class EventsWriterCallTest : public ::testing::TestWithParam<std::filesystem::path> {};

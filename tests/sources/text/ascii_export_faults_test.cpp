@@ -23,23 +23,17 @@ class AsciiExportFaultsTest : public AsciiOutingFixture {
     EXPECT_TRUE(Settle());
     ops_.fault = FaultyTextFileOps::Fault::kNone;
     std::vector<std::string> log;
-    for (const std::string& line : heard.log) {
-      if (line.rfind("TransactionMessage", 0) == 0) log.push_back(line);
-    }
+    std::copy_if(heard.log.begin(), heard.log.end(), std::back_inserter(log),
+                 [](const std::string& line) { return line.rfind("TransactionMessage", 0) == 0; });
     return log;
   }
-  void OpenFaulty() {
-    path_ = PathOf("faulty.txt");
-    WriteSample(path_);
-    a_ = MakeKiv<CAsciiOuting>(MakeKiv<CAsciiOutingCache>(path_, Guid(), &ops_), false);
-  }
-
   FaultyTextFileOps ops_;
-  std::u16string path_;
+  std::u16string path_ = PathOf("faulty.txt");
 };
 
 TEST_F(AsciiExportFaultsTest, AFailedAppendOrRewriteLeavesTheFileAndNamesTheWrite) {
-  OpenFaulty();
+  WriteSample(path_);
+  a_ = MakeKiv<CAsciiOuting>(MakeKiv<CAsciiOutingCache>(path_, Guid(), &ops_), false);
   const std::string before = ReadWhole(TextFilePath(path_));
   auto channel = MakeFakeChannel(nlohmann::json{{{"start", 0}, {"interval", 100000}, {"count", 10}}});
   for (auto fault : {FaultyTextFileOps::Fault::kWriteDiskFull, FaultyTextFileOps::Fault::kWriteHalfThenFull}) {

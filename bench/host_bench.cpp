@@ -29,25 +29,20 @@
 #include <string>
 #include <vector>
 
+#include "child_process.h"
 #include "sources/text/sample_generator.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
+using velmar::bench::BenchDir;
+using velmar::bench::Cli;
+using velmar::bench::RunChild;
+using velmar::bench::RunHost;
+using velmar::bench::RunResult;
 
 constexpr uint64_t kRows = 300000;
 constexpr double kSamples = 20.0 * kRows;
-
-fs::path BenchDir() {
-  const char* dir = std::getenv("VELMAR_BENCH_DIR");
-  return dir ? fs::path(dir) : fs::path("/tmp");
-}
-
-std::string Cli() {
-  const char* cli = std::getenv("VELMAR_CLI");
-  return cli ? cli : VELMAR_CLI_PATH;
-}
 
 const fs::path& TextFile() {
   static const fs::path path = [] {
@@ -62,47 +57,6 @@ const fs::path& TextFile() {
 }
 
 double TextBytes() { return static_cast<double>(fs::file_size(TextFile())); }
-
-struct RunResult {
-  double seconds = 0;
-  double peakBytes = 0;
-  std::string out;  // standard output, when asked for
-};
-
-// Runs argv as a child, its output to `outPath` (or a pipe when empty).
-RunResult RunChild(const std::vector<std::string>& args, const std::string& outPath = "/dev/null") {
-  int pipeFds[2] = {-1, -1};
-  const bool capture = outPath.empty();
-  if (capture && ::pipe(pipeFds) != 0) std::abort();
-  const auto start = Clock::now();
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    int out = capture ? pipeFds[1] : ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    ::dup2(out, 1);
-    std::vector<char*> argv;
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    ::execv(argv[0], argv.data());
-    ::_exit(127);
-  }
-  RunResult result;
-  if (capture) {
-    ::close(pipeFds[1]);
-    char buf[4096];
-    ssize_t n;
-    while ((n = ::read(pipeFds[0], buf, sizeof buf)) > 0) result.out.append(buf, static_cast<size_t>(n));
-    ::close(pipeFds[0]);
-  }
-  int status = 0;
-  struct rusage usage {};
-  if (::wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    std::fprintf(stderr, "host_bench: %s failed\n", args[0].c_str());
-    std::exit(1);
-  }
-  result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  result.peakBytes = static_cast<double>(usage.ru_maxrss) * 1024.0;
-  return result;
-}
 
 // pandas' parse of the text file, in seconds; measured once per run.
 double PandasSeconds() {
@@ -127,28 +81,6 @@ const fs::path& StoreFile() {
     return p;
   }();
   return path;
-}
-
-// Runs the host `args` once per iteration; reports time and peak memory.
-// The result's time is the median run: other work on a shared machine
-// lengthens single runs, and a median shrugs that off. `before` runs ahead
-// of each, untimed.
-RunResult RunHost(benchmark::State& state, const std::vector<std::string>& args, const std::string& out = "/dev/null",
-                  void (*before)(const std::string&) = nullptr) {
-  RunResult worst;
-  std::vector<double> times;
-  for (auto _ : state) {
-    if (before) before(args.back());
-    RunResult r = RunChild(args, out);
-    state.SetIterationTime(r.seconds);
-    times.push_back(r.seconds);
-    worst.peakBytes = std::max(worst.peakBytes, r.peakBytes);
-  }
-  std::sort(times.begin(), times.end());
-  worst.seconds = times[times.size() / 2];
-  state.counters["median_ms"] = worst.seconds * 1000;
-  state.counters["peak_MiB"] = worst.peakBytes / (1 << 20);
-  return worst;
 }
 
 void BM_ChannelsText(benchmark::State& state) {

@@ -105,9 +105,13 @@ KivResult CExportChannel::Resample(IKivChannelIterator2* iterator, IKivDataBlock
     }
     spans[b].continuous = continuous != KIV_FALSE;
   }
+  if (spans.empty()) return E_FAIL;
+  // An unbounded range is the data's span: the grid arithmetic stays in range.
+  const KivTime from = std::max(start_, spans.front().start);
+  const KivTime to = std::min(end_, spans.back().end);
   KivTime first = 0;
   std::vector<GridRun> runs;
-  if (!FirstReadableGridTime(spans, start_, period_, &first) || !PlanGridRuns(spans, first, end_, period_, &runs)) {
+  if (!FirstReadableGridTime(spans, from, period_, &first) || !PlanGridRuns(spans, first, to, period_, &runs)) {
     return E_FAIL;
   }
   CFastIterator fast;

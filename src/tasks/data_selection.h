@@ -30,6 +30,7 @@
 #include "velmar/lap_markers.h"
 #include "velmar/outing_factory.h"
 #include "velmar/persist.h"
+#include "velmar/selection_sources.h"
 
 namespace velmar {
 
@@ -40,7 +41,7 @@ using CSelectionMediaFactory =
 
 class CDataSelection final
     : public KivObject<IKivDataSelection4, CSelectionChannelFactory, CSelectionEventsFactory, CSelectionMediaFactory,
-                       IKivPersistStorage,
+                       IKivPersistStorage, IKivDataSelectionSources,
                        IKivNotificationsImpl<CDataSelection, IKivDataSelectionNotifications4,
                                              IKivDataFactoryNotifications>>,
       private ISelectionFactoryOwner,
@@ -77,6 +78,12 @@ class CDataSelection final
   KivResult SetLabel(const std::u16string& label) override;
   KivResult GetPopUpAlarms(KivBool* popUp) override;
   KivResult SetPopUpAlarms(KivBool popUp) override;
+
+  // IKivDataSelectionSources (data_selection_sources.cpp)
+  KivResult AddChannelSource(IKivChannelFactory* source) override;
+  KivResult RemoveChannelSource(IKivChannelFactory* source) override;
+  KivResult AddEventsSource(IKivEventsFactory* source) override;
+  KivResult RemoveEventsSource(IKivEventsFactory* source) override;
 
   // IKivPersistStorage
   KivResult GetClassId(Guid* clsid) override;

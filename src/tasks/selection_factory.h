@@ -81,15 +81,21 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
     return GiveOut(static_cast<Data*>(proxy.Get()), item);
   }
 
-  // A factory data can come from: proxies of its names bind to it.
-  void AddSource(Factory* source) {
-    if (!owner_ || !source || std::find(sources_.begin(), sources_.end(), source) != sources_.end()) return;
+  // A factory data can come from: proxies of its names bind to it. False
+  // when it is one already, or the factory is closed.
+  bool AddSource(Factory* source) {
+    if (!owner_ || !source || HasSource(source)) return false;
     sources_.emplace_back(source);
     (void)sourceSink_->Connect(source);
     (void)source->SetParent(owner_->OwnerUnknown());
     NameList names;
     (void)source->GetNames(&names);
     TakeNames(names);
+    return true;
+  }
+
+  bool HasSource(Factory* source) const {
+    return std::find(sources_.begin(), sources_.end(), source) != sources_.end();
   }
 
   // The source goes: its names leave unless another source has them, and

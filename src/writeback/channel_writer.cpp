@@ -59,6 +59,22 @@ void CopyProperties(const PropertyList& properties, std::map<std::u16string, Var
   }
 }
 
+// The database's key of a plain name: the name as given when the database
+// has it, else the first key of that name with any quantity (a channel
+// listed by plain name is keyed by its recorded quantity).
+CChannelKey PropertyKey(IKivChannelPropertyFactory* database, const CChannelKey& key) {
+  KivBool has = KIV_TRUE;
+  if (key.id() != 0 || Failed(database->HasKey(key.name(), 0, &has)) || has != KIV_FALSE) return key;
+  uint32_t count = 0;
+  (void)database->GetKeyCount(&count);
+  for (uint32_t index = 1; index <= count; ++index) {
+    std::u16string name;
+    int32_t quantity = 0;
+    if (Succeeded(database->GetKey(index, &name, &quantity)) && name == key.name()) return CChannelKey(name, quantity);
+  }
+  return key;
+}
+
 }  // namespace
 
 KivResult ExportScalingOf(const std::u16string& name, IKivUnknown* context, IKivDataFactory* channels,
@@ -68,10 +84,16 @@ KivResult ExportScalingOf(const std::u16string& name, IKivUnknown* context, IKiv
   if (!database) return S_OK;
   CChannelKey key;
   if (!CChannelKey::Parse(name, &key)) key = CChannelKey(name, 0);
+  key = PropertyKey(database.Get(), key);
   ComPtr<IKivPropertySet> set;
   if (Failed(database->GetPropertySet(key.name(), static_cast<int32_t>(key.id()), set.Put())) || !set ||
       Failed(set->GetProperties(&scaling->properties))) {
     return E_FAIL;
+  }
+  // A database keyed by quantity may leave it out of the set; writers read it there.
+  if (NumberOf(scaling->properties, u"Quantity") == 0.0 && key.id() != 0) {
+    std::erase_if(scaling->properties, [](const Property& p) { return p.name == u"Quantity"; });
+    scaling->properties.push_back({u"Quantity", Variant::I32(static_cast<int32_t>(key.id()))});
   }
   const auto quantity = static_cast<QuantityId>(NumberOf(scaling->properties, u"Quantity"));
   if (quantity == kQuantityDimensionless) return S_OK;

@@ -31,8 +31,27 @@ class CChannelWriterFacet : public IKivChannelWriter3 {
   virtual KivResult WriteRequest(const WriteChannelsRequest& request) = 0;
 };
 
+// The factory a client of the outing reads through: the data selection the
+// outing is bound to (its host and add-in sources beside the outing's own
+// items) when it has one, else the outing's own factory.
+template <class Factory>
+ComPtr<Factory> ClientFactory(IKivDataFactory* own) {
+  ComPtr<IKivUnknown> parent;
+  if (own && Succeeded(own->GetParent(parent.Put())) && parent) {
+    if (auto seen = parent.As<Factory>()) return seen;
+  }
+  return QueryAs<Factory>(own);
+}
+
+// Queues `step` in the transaction of an outing cache; E_FAIL without one.
+template <class Cache>
+KivResult AddToCacheTransaction(Cache* cache, ComPtr<CWriteBackStateMachineBase> step) {
+  CTransactionStateMachine* transaction = cache->transaction();
+  return transaction ? transaction->AddWriteBackStep(std::move(step)) : E_FAIL;
+}
+
 // The answers every outing cache gives alike: channels from the outing's
-// channel factory, messages to every outing on the cache, steps into its
+// channel factory (through its data selection), messages to every outing on the cache, steps into its
 // transaction. `Step` is the source's channel step; `stored` tells whether
 // the cache's list has a name.
 template <class Cache, class Step>
@@ -44,7 +63,7 @@ class OutingWriterCache final : public CChannelWriterCache {
 
   bool HasStoredChannel(const std::u16string& name) override { return stored_(*cache_, name); }
   KivResult GetExportChannel(const std::u16string& name, ComPtr<IKivChannel>* channel) override {
-    auto factory = QueryAs<IKivChannelFactory>(channels_);
+    auto factory = ClientFactory<IKivChannelFactory>(channels_);
     return factory ? factory->GetItem(name, channel->Put()) : E_FAIL;
   }
   KivResult GetExportScaling(const std::u16string& name, IKivUnknown* context, ExportScaling* scaling) override {
@@ -53,8 +72,7 @@ class OutingWriterCache final : public CChannelWriterCache {
   void PostWriterMessage(uint32_t level, const std::u16string& text) override { cache_->PostMessage(level, text); }
   ComPtr<CWriteBackChannelStateMachineBase> NewChannelStep() override { return MakeKiv<Step>(receiver_); }
   KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
-    CTransactionStateMachine* transaction = cache_->transaction();
-    return transaction ? transaction->AddWriteBackStep(std::move(step)) : E_FAIL;
+    return AddToCacheTransaction(cache_, std::move(step));
   }
 
  private:

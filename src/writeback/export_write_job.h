@@ -83,4 +83,33 @@ class CWriteBackEventsRemoveJobItemBase : public CWriteBackExportJobItemBase {
   std::vector<CExportEvent> events_;
 };
 
+// A source's events job over the commit's write access `Access`.
+template <class Access>
+class CWriteBackEventsJobOn : public CWriteBackEventsJobItemBase {
+ public:
+  CWriteBackEventsJobOn(CStateMachineEx* owner, ComPtr<Access> access, std::vector<CExportEvent> events, KivTime start,
+                        KivTime end)
+      : CWriteBackEventsJobItemBase(owner, std::move(events), start, end), access_(std::move(access)) {}
+
+ protected:
+  Access* access() const { return access_.Get(); }
+
+ private:
+  ComPtr<Access> access_;
+};
+
+// A source's removal job over the commit's write access `Access`.
+template <class Access>
+class CWriteBackEventsRemoveJobOn : public CWriteBackEventsRemoveJobItemBase {
+ public:
+  CWriteBackEventsRemoveJobOn(CStateMachineEx* owner, ComPtr<Access> access, std::vector<CExportEvent> events)
+      : CWriteBackEventsRemoveJobItemBase(owner, std::move(events)), access_(std::move(access)) {}
+
+ protected:
+  Access* access() const { return access_.Get(); }
+
+ private:
+  ComPtr<Access> access_;
+};
+
 }  // namespace velmar

@@ -106,6 +106,10 @@ class CWriteBackChannelStep final : public CWriteBackChannelStateMachineBase {
 };
 
 class CWriteBackEventsStateMachineBase : public CWriteBackExportStateMachineBase<CExportEventSet> {
+ public:
+  // An event ready to write, needing no collecting (a single new event).
+  void AddReady(CExportEvent event) { ready_.push_back(std::move(event)); }
+
  protected:
   CWriteBackEventsStateMachineBase(CWriteBackStateChanges* receiver, KivTime start, KivTime end)
       : CWriteBackExportStateMachineBase(receiver, kEventWriteTexts), start_(start), end_(end) {}
@@ -135,6 +139,39 @@ class CWriteBackEventsRemoveStateMachineBase : public CWriteBackStateMachineBase
 
  private:
   std::vector<CExportEvent> events_;
+};
+
+// The events step of a source: its job is `Job(owner, access, events, start,
+// end)` over the commit's write access `Access`, run on `Thread()`.
+template <class Job, class Access, AsyncThread (*Thread)()>
+class CWriteBackEventsStep final : public CWriteBackEventsStateMachineBase {
+ public:
+  CWriteBackEventsStep(CWriteBackStateChanges* receiver, KivTime start, KivTime end)
+      : CWriteBackEventsStateMachineBase(receiver, start, end) {}
+  AsyncThread GetJobThread() override { return Thread(); }
+
+ protected:
+  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
+    if (!writeAccess) return E_FAIL;
+    *job = MakeKiv<Job>(this, ComPtr<Access>(static_cast<Access*>(writeAccess)), TakeEvents(), start(), end());
+    return S_OK;
+  }
+};
+
+// The removal step of a source, as above with `Job(owner, access, events)`.
+template <class Job, class Access, AsyncThread (*Thread)()>
+class CWriteBackEventsRemoveStep final : public CWriteBackEventsRemoveStateMachineBase {
+ public:
+  CWriteBackEventsRemoveStep(CWriteBackStateChanges* receiver, std::vector<CExportEvent> events)
+      : CWriteBackEventsRemoveStateMachineBase(receiver, std::move(events)) {}
+  AsyncThread GetJobThread() override { return Thread(); }
+
+ protected:
+  KivResult MakeJob(CJobItem* writeAccess, std::vector<CExportEvent> events, ComPtr<CWriteBackJobItem>* job) override {
+    if (!writeAccess) return E_FAIL;
+    *job = MakeKiv<Job>(this, ComPtr<Access>(static_cast<Access*>(writeAccess)), std::move(events));
+    return S_OK;
+  }
 };
 
 }  // namespace velmar

@@ -48,7 +48,8 @@ class ExportChannelTest : public ::testing::TestWithParam<std::filesystem::path>
 
 // Each file: a channel's blocks, a range, period, base and scaling, and the
 // blocks the item collects ([] and state 3 when none); "pending" holds the
-// data back until the item waits in its waiter.
+// data back until the item waits in its waiter, and "then_status" is the
+// channel's status when it reports (2: the data never comes).
 TEST_P(ExportChannelTest, CollectsTheBlocksTheCaseSays) {
   const json c = testing::ReadFixture(GetParam());
   auto channel = testing::MakeFakeChannel(c["blocks"]);
@@ -61,6 +62,7 @@ TEST_P(ExportChannelTest, CollectsTheBlocksTheCaseSays) {
     ASSERT_EQ(item.state(), CExportItem::kCollecting);
     EXPECT_EQ(channel->locks, 1);
     waiter.AddItem(&item);
+    channel->status = c.value("then_status", 1u);
     channel->Arrive();
     EXPECT_EQ(waiter.complete, 1);
     EXPECT_EQ(waiter.failed, c["state"].get<int>() == 2 ? 0 : 1);

@@ -41,5 +41,6 @@ void AddPlotCommand(CLI::App& app, const CommandContext& context);
 void AddTrackmapCommand(CLI::App& app, const CommandContext& context);
 void AddAddInsCommand(CLI::App& app, const CommandContext& context);
 void AddMathCommand(CLI::App& app, const CommandContext& context);
+void AddExportCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "edit_commands.h"
+#include "event_edit.h"
 #include "outing_items.h"
 #include "output.h"
 
@@ -85,8 +86,14 @@ CLI::App* AddFileCommand(CLI::App& app, const char* name, const char* descriptio
 
 void AddEventsCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<ItemsOptions>();
-  AddFileCommand(app, "events", "List the events in time order", *options)->callback([options, &context] {
-    RunEvents(*options, context);
+  auto removal = std::make_shared<EventRemoval>();
+  CLI::App* command = AddFileCommand(app, "events", "List the events in time order", *options);
+  CLI::App* remove = command->add_subcommand("remove", "Remove an event added in analysis (.trn, .txt)");
+  remove->add_option("--name", removal->name, "Name of the event set")->required();
+  remove->add_option("--time", removal->seconds, "Time of the event, in seconds")->required();
+  remove->callback([options, removal, &context] { RemoveEvent(options->file, *removal, context); });
+  command->callback([options, remove, &context] {
+    if (!remove->parsed()) RunEvents(*options, context);
   });
 }
 

@@ -10,6 +10,7 @@
 #include "host_error.h"
 #include "loaded_outing.h"
 #include "output.h"
+#include "transaction_watch.h"
 #include "velmar/lap_markers.h"
 #include "velmar/transaction.h"
 

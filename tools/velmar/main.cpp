@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
   AddTrackmapCommand(app, context);
   AddAddInsCommand(app, context);
   AddMathCommand(app, context);
+  AddExportCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -1,6 +1,7 @@
 #include "sources/tarn/tarn_channel_write.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "sources/tarn/tarn_records.h"
 #include "velmar/channel_key.h"
@@ -21,21 +22,44 @@ std::u16string TextOr(const std::map<std::u16string, Variant>& properties, const
   return it == properties.end() ? std::move(fallback) : it->second.ToText();
 }
 
-// The item's block as the store takes it, times as the item holds them.
-KivResult ExportedBlock(IKivDataBlockImplBase& block, TarnDataSetBlock* out) {
+// The item's block as the store takes it, pointing into the block's own
+// arrays (the job holds the items until the store has copied them), times as
+// the item holds them.
+KivResult ExportedBlockRecord(IKivDataBlockImplBase& block, TarnChannelData* out) {
   std::span<const double> values;
-  if (Failed(block.ValuesArray(false, &values))) return E_FAIL;
-  out->values.assign(values.begin(), values.end());
-  out->continuous = block.continuous();
-  out->firstTime = block.StartTime();
-  if (block.IsPeriodic()) {
-    out->period = block.GetIntervalReference();
+  if (Failed(block.ValuesArray(false, &values)) || values.empty() ||
+      values.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+    return E_FAIL;
+  }
+  *out = {};
+  out->samples = values.data();
+  out->count = static_cast<int32_t>(values.size());
+  out->continuous = block.continuous() ? 1 : 0;
+  out->periodic = block.IsPeriodic() ? 1 : 0;
+  if (out->periodic) {
+    out->times = &block.GetIntervalReference();
+    out->firstTime = block.StartTime();
     return S_OK;
   }
   std::span<const KivTime> times;
-  if (Failed(block.TimesArray(&times))) return E_FAIL;
-  out->times.assign(times.begin(), times.end());
+  if (Failed(block.TimesArray(&times)) || times.size() != values.size()) return E_FAIL;
+  out->times = times.data();
+  out->firstTime = times.front();
   return S_OK;
+}
+
+// A display limit of the property database (the quantity's base unit, as
+// every value the library hands out) in the unit the channel is stored in.
+double StoredDisplayLimit(const CExportChannel& item, QuantityId quantity, UnitId unit, double limit) {
+  if (quantity == kQuantityDimensionless || unit == kBaseUnit) return limit;
+  auto table = QueryAs<IKivUnitTable>(item.converter());
+  double converted = limit;
+  if (table && Succeeded(table->ConvertValue(quantity, kBaseUnit, unit, limit, &converted))) return converted;
+  return limit * item.factor() + item.offset();
+}
+
+std::u16string StoredKey(const TarnDataSetChannel& channel) {
+  return CChannelKey(channel.name, static_cast<uint32_t>(std::max(channel.quantity, 0))).text();
 }
 
 }  // namespace
@@ -47,17 +71,15 @@ KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* ch
   channel->name = TextOr(p, u"Tag name", key.name());
   channel->quantity = static_cast<QuantityId>(NumberOr(p, u"Quantity", key.id()));
   channel->unit = static_cast<UnitId>(NumberOr(p, u"Unit", kBaseUnit));
-  channel->displayMaximum = NumberOr(p, u"Display maximum", 0.0);
-  channel->displayMinimum = NumberOr(p, u"Display minimum", 0.0);
+  const auto limit = [&](const char16_t* key) {
+    return StoredDisplayLimit(item, channel->quantity, channel->unit, NumberOr(p, key, 0.0));
+  };
+  channel->displayMaximum = limit(u"Display maximum");
+  channel->displayMinimum = limit(u"Display minimum");
   channel->userType = TextOr(p, u"User type", {});
   channel->decimalPlaces = static_cast<uint32_t>(NumberOr(p, u"Decimal places", 2));
   channel->colour = static_cast<uint32_t>(NumberOr(p, u"Color", 0));
   channel->autoscale = NumberOr(p, u"Autoscale", 0) != 0;
-  channel->blocks.resize(item.blocks().size());
-  for (size_t i = 0; i < item.blocks().size(); ++i) {
-    if (Failed(ExportedBlock(*item.blocks()[i], &channel->blocks[i]))) return E_FAIL;
-    if (Failed(CheckBlock(channel->blocks[i]))) return E_INVALIDARG;
-  }
   return S_OK;
 }
 
@@ -70,8 +92,12 @@ bool CWBTarnWriteChannelJobItem::Validate() {
   for (const TarnChannelDescription& r : Items(records)) {
     if (!r.tagName || r.quantityId < 0) continue;
     const std::u16string stored = CChannelKey(r.tagName, static_cast<uint32_t>(r.quantityId)).text();
-    const bool clash = std::any_of(items().begin(), items().end(),
-                                   [&](const std::unique_ptr<CExportChannel>& item) { return item->GetName() == stored; });
+    // The key each item is stored under: a plain name takes its recorded quantity.
+    const bool clash = std::any_of(items().begin(), items().end(), [&](const std::unique_ptr<CExportChannel>& item) {
+      TarnDataSetChannel written;
+      (void)ExportedTarnChannel(*item, &written);
+      return item->GetName() == stored || StoredKey(written) == stored;
+    });
     if (clash) return false;
   }
   return true;
@@ -85,7 +111,7 @@ KivResult CWBTarnWriteChannelJobItem::Write() {
   std::vector<TarnChannelDescription> descriptions;
   for (size_t i = 0; i < items().size(); ++i) {
     if (Failed(ExportedTarnChannel(*items()[i], &channels[i]))) return E_FAIL;
-    keys.push_back(CChannelKey(channels[i].name, static_cast<uint32_t>(std::max(channels[i].quantity, 0))).text());
+    keys.push_back(StoredKey(channels[i]));
   }
   for (size_t i = 0; i < channels.size(); ++i) descriptions.push_back(ChannelDescription(channels[i], keys[i]));
   std::vector<uint64_t> ids;
@@ -96,9 +122,9 @@ KivResult CWBTarnWriteChannelJobItem::Write() {
   std::vector<uint64_t> blockChannels;
   std::vector<TarnChannelData> blocks;
   for (size_t i = 0; i < channels.size(); ++i) {
-    for (const TarnDataSetBlock& b : channels[i].blocks) {
+    for (const ComPtr<IKivDataBlockImplBase>& block : items()[i]->blocks()) {
       blockChannels.push_back(ids[i]);
-      blocks.push_back(BlockRecord(b));
+      if (Failed(ExportedBlockRecord(*block, &blocks.emplace_back()))) return E_FAIL;
     }
   }
   std::vector<uint64_t> blockIds;

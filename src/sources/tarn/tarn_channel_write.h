@@ -26,8 +26,9 @@ class CWBTarnWriteChannelJobItem final : public CWriteBackChannelJobOn<CTarnOuti
 using CWBTarnWriteChannelStateMachine =
     CWriteBackChannelStep<CWBTarnWriteChannelJobItem, CTarnOutingTransactionJobItem, DaeThread>;
 
-// A collected item as the store takes it: the description from the item's
-// properties (the name's key when they are missing) and its blocks.
+// A collected item's description as the store takes it, from the item's
+// properties (the name's key when they are missing); the job hands the
+// item's blocks to the store as they are.
 [[nodiscard]] KivResult ExportedTarnChannel(const CExportChannel& item, TarnDataSetChannel* channel);
 
 }  // namespace velmar

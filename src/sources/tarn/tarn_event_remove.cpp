@@ -22,7 +22,7 @@ bool FindNameId(std::span<const TarnEventName> names, const std::u16string& name
 }  // namespace
 
 bool CWBTarnRemoveEventsJobItem::Validate() {
-  TarnConnection* store = access_ ? access_->connection() : nullptr;
+  TarnConnection* store = access() ? access()->connection() : nullptr;
   ComPtr<IKivTarnEventNameRecords> names;
   if (!store || !store->events || Failed(store->events->GetEventNames(kTarnWaitForever, names.Put()))) return false;
   ids_.clear();
@@ -41,17 +41,9 @@ bool CWBTarnRemoveEventsJobItem::Validate() {
 }
 
 KivResult CWBTarnRemoveEventsJobItem::Write() {
-  ComPtr<IKivTarnEventWriter> writer = access_ ? access_->Writer<IKivTarnEventWriter>() : nullptr;
+  ComPtr<IKivTarnEventWriter> writer = access() ? access()->Writer<IKivTarnEventWriter>() : nullptr;
   if (!writer) return E_FAIL;
   return Failed(writer->RemoveEvents(static_cast<uint32_t>(ids_.size()), ids_.data())) ? E_FAIL : S_OK;
-}
-
-KivResult CWBTarnRemoveEventsStateMachine::MakeJob(CJobItem* writeAccess, std::vector<CExportEvent> events,
-                                                   ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CTarnOutingTransactionJobItem> access(static_cast<CTarnOutingTransactionJobItem*>(writeAccess));
-  *job = MakeKiv<CWBTarnRemoveEventsJobItem>(this, std::move(access), std::move(events));
-  return S_OK;
 }
 
 }  // namespace velmar

@@ -13,11 +13,9 @@
 
 namespace velmar {
 
-class CWBTarnRemoveEventsJobItem final : public CWriteBackEventsRemoveJobItemBase {
+class CWBTarnRemoveEventsJobItem final : public CWriteBackEventsRemoveJobOn<CTarnOutingTransactionJobItem> {
  public:
-  CWBTarnRemoveEventsJobItem(CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access,
-                             std::vector<CExportEvent> events)
-      : CWriteBackEventsRemoveJobItemBase(owner, std::move(events)), access_(std::move(access)) {}
+  using CWriteBackEventsRemoveJobOn::CWriteBackEventsRemoveJobOn;
 
  protected:
   // True when at least one named event was found with kind 1, and the store
@@ -26,18 +24,10 @@ class CWBTarnRemoveEventsJobItem final : public CWriteBackEventsRemoveJobItemBas
   KivResult Write() override;
 
  private:
-  ComPtr<CTarnOutingTransactionJobItem> access_;
   std::vector<uint64_t> ids_;  // what Validate found
 };
 
-class CWBTarnRemoveEventsStateMachine final : public CWriteBackEventsRemoveStateMachineBase {
- public:
-  CWBTarnRemoveEventsStateMachine(CWriteBackStateChanges* receiver, std::vector<CExportEvent> events)
-      : CWriteBackEventsRemoveStateMachineBase(receiver, std::move(events)) {}
-  AsyncThread GetJobThread() override { return DaeThread(); }
-
- protected:
-  KivResult MakeJob(CJobItem* writeAccess, std::vector<CExportEvent> events, ComPtr<CWriteBackJobItem>* job) override;
-};
+using CWBTarnRemoveEventsStateMachine =
+    CWriteBackEventsRemoveStep<CWBTarnRemoveEventsJobItem, CTarnOutingTransactionJobItem, DaeThread>;
 
 }  // namespace velmar

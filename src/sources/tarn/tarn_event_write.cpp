@@ -2,14 +2,14 @@
 
 #include <map>
 
+#include "sources/tarn/tarn_event_remove.h"
+#include "sources/tarn/tarn_outing.h"
 #include "sources/tarn/tarn_records.h"
 #include "velmar/tarn_store.h"
 
 namespace velmar {
 
 namespace {
-
-const char16_t* TextOrNull(const std::u16string& text) { return text.empty() ? nullptr : text.c_str(); }
 
 bool SameText(const char16_t* stored, const std::u16string& text) {
   return stored ? text == stored : text.empty();
@@ -18,7 +18,7 @@ bool SameText(const char16_t* stored, const std::u16string& text) {
 }  // namespace
 
 bool CWBTarnWriteEventsJobItem::Validate() {
-  TarnConnection* store = access_ ? access_->connection() : nullptr;
+  TarnConnection* store = access() ? access()->connection() : nullptr;
   ComPtr<IKivTarnEventNameRecords> names;
   if (!store || !store->events || Failed(store->events->GetEventNames(kTarnWaitForever, names.Put()))) return false;
   std::map<std::u16string, uint64_t> ids;
@@ -45,19 +45,22 @@ bool CWBTarnWriteEventsJobItem::Validate() {
 }
 
 KivResult CWBTarnWriteEventsJobItem::Write() {
-  ComPtr<IKivTarnEventWriter> writer = access_ ? access_->Writer<IKivTarnEventWriter>() : nullptr;
+  ComPtr<IKivTarnEventWriter> writer = access() ? access()->Writer<IKivTarnEventWriter>() : nullptr;
   if (!writer) return E_FAIL;
   std::vector<TarnEventRecord> records;
+  // The store keeps a whole 32-byte block with every event: one of zeros
+  // for an event that came without.
+  static constexpr uint8_t kNoFixedData[kTarnEventFixedDataSize] = {};
   for (const CExportEvent& e : events()) {
     if (!e.fixedData.empty() && e.fixedData.size() != kTarnEventFixedDataSize) return E_FAIL;
     TarnEventRecord r{};
     r.time = e.time;
     r.name = e.name.c_str();
-    r.source = TextOrNull(e.source);
-    r.message = TextOrNull(e.message);
+    r.source = e.source.c_str();
+    r.message = e.message.c_str();
     r.payload = e.data.empty() ? nullptr : e.data.data();
     r.payloadSize = static_cast<uint32_t>(e.data.size());
-    r.fixedData = e.fixedData.empty() ? nullptr : e.fixedData.data();
+    r.fixedData = e.fixedData.empty() ? kNoFixedData : e.fixedData.data();
     r.kind = 1;  // added in analysis: the one kind that can be removed again
     records.push_back(r);
   }
@@ -65,11 +68,10 @@ KivResult CWBTarnWriteEventsJobItem::Write() {
   return Failed(writer->AddEvents(static_cast<uint32_t>(records.size()), records.data(), &ids)) ? E_FAIL : S_OK;
 }
 
-KivResult CWBTarnWriteEventsStateMachine::MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) {
-  if (!writeAccess) return E_FAIL;
-  ComPtr<CTarnOutingTransactionJobItem> access(static_cast<CTarnOutingTransactionJobItem*>(writeAccess));
-  *job = MakeKiv<CWBTarnWriteEventsJobItem>(this, std::move(access), TakeEvents(), start(), end());
-  return S_OK;
+KivResult CTarnOuting::WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) {
+  OutingEventsWriterCache<CTarnOutingCache, CWBTarnWriteEventsStateMachine, CWBTarnRemoveEventsStateMachine> answers(
+      cache(), events_factory(), cache()->event_write_back());
+  return call(answers);
 }
 
 }  // namespace velmar

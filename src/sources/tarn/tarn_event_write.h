@@ -13,30 +13,18 @@
 
 namespace velmar {
 
-class CWBTarnWriteEventsJobItem final : public CWriteBackEventsJobItemBase {
+class CWBTarnWriteEventsJobItem final : public CWriteBackEventsJobOn<CTarnOutingTransactionJobItem> {
  public:
-  CWBTarnWriteEventsJobItem(CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access,
-                            std::vector<CExportEvent> events, KivTime start, KivTime end)
-      : CWriteBackEventsJobItemBase(owner, std::move(events), start, end), access_(std::move(access)) {}
+  using CWriteBackEventsJobOn::CWriteBackEventsJobOn;
 
  protected:
   // False when an event of the same set has a record at the same time with
   // the same source, or the store cannot say.
   bool Validate() override;
   KivResult Write() override;
-
- private:
-  ComPtr<CTarnOutingTransactionJobItem> access_;
 };
 
-class CWBTarnWriteEventsStateMachine final : public CWriteBackEventsStateMachineBase {
- public:
-  CWBTarnWriteEventsStateMachine(CWriteBackStateChanges* receiver, KivTime start, KivTime end)
-      : CWriteBackEventsStateMachineBase(receiver, start, end) {}
-  AsyncThread GetJobThread() override { return DaeThread(); }
-
- protected:
-  KivResult MakeJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override;
-};
+using CWBTarnWriteEventsStateMachine =
+    CWriteBackEventsStep<CWBTarnWriteEventsJobItem, CTarnOutingTransactionJobItem, DaeThread>;
 
 }  // namespace velmar

@@ -15,6 +15,7 @@
 #include "sources/tarn/tarn_lap_markers.h"
 #include "sources/tarn/tarn_outing_cache.h"
 #include "sources/tarn/tarn_outing_factories.h"
+#include "writeback/events_writer_facet.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
@@ -23,7 +24,7 @@ class CTarnOuting final
     : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
                             CTarnOutingConstantFactory, CTarnOutingBlobFactory, CTarnMediaChannelFactory,
                             CTarnLapMarkers, CLapMarkerWriterBase, CTarnChannelWriterBase,
-                            CTransactionFacet, CTarnBlobWriterFacet> {
+                            CEventsWriterFacet, CTransactionFacet, CTarnBlobWriterFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
       : COutingOnCache(std::move(cache), overrideProperties) {}
@@ -65,6 +66,7 @@ class CTarnOuting final
   CTransactionStateMachine* ConstantTransaction() override { return cache()->transaction(); }
   CWriteBackStateChanges* ConstantReceiver() override { return cache()->constant_write_back(); }
   CTarnOutingCache* BlobWriterCache() override { return cache(); }
+  KivResult WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) override;
 
  private:
   // Fires what a reload did to a factory's list, of data kind `kind`.

@@ -136,7 +136,11 @@ void CTarnOutingCache::OnCreated(bool success) {
   ComPtr<CTarnOutingCache> keep(this);
   if (success) {
     // The file is there now: read it as if it had been there from the start.
-    if (file_->state() == CFileStateMachine::State::kClosed) (void)file_->Open(path());
+    // The open tried before the file existed may still be closing: the new
+    // open then runs behind that close.
+    const CFileStateMachine::State state = file_->state();
+    if (state == CFileStateMachine::State::kClosed || state == CFileStateMachine::State::kClosing)
+      (void)file_->Open(path());
     unknownVersion_ = false;
     (void)outing_->Start();
   }

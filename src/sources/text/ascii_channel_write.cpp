@@ -52,7 +52,12 @@ std::u16string TextUnitText(const CExportChannel& item) {
   const auto quantity = static_cast<QuantityId>(PropertyNumber(item, u"Quantity"));
   std::u16string text;
   if (quantity != kQuantityDimensionless && item.converter()) {
-    (void)item.converter()->GetUnitName(quantity, static_cast<UnitId>(PropertyNumber(item, u"Unit")), &text);
+    // The unit's short text, as a header carries it and the reader finds it again.
+    const auto unit = static_cast<UnitId>(PropertyNumber(item, u"Unit"));
+    auto table = QueryAs<IKivUnitTable>(item.converter());
+    if (!table || Failed(table->GetUnitText(quantity, unit, &text))) {
+      (void)item.converter()->GetUnitName(quantity, unit, &text);
+    }
     return text;
   }
   auto it = item.properties.find(u"User type");

@@ -23,6 +23,7 @@
 #include "velmar/outing.h"
 #include "writeback/channel_writer_facet.h"
 #include "writeback/constant_write_factory.h"
+#include "writeback/events_writer_facet.h"
 #include "writeback/transaction_facet.h"
 
 namespace velmar {
@@ -116,6 +117,7 @@ struct TextLapData {
 
 class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFactory, CAsciiEventsFactory,
                                               CAsciiConstantFactory, CListLapMarkers<TextLapData>, CChannelWriterFacet,
+                                              CEventsWriterFacet,
                                               CTransactionFacet> {
  public:
   CAsciiOuting(ComPtr<CAsciiOutingCache> cache, bool overrideProperties);
@@ -149,6 +151,8 @@ class CAsciiOuting final : public CFileOuting<CAsciiOutingCache, CAsciiChannelFa
   COutingStateChanges* TransactionOuting() override { return this; }
   // CChannelWriterFacet (ascii_channel_write.cpp); the outing reloads after a commit.
   KivResult WriteRequest(const WriteChannelsRequest& request) override;
+  // CEventsWriterFacet (ascii_event_write.cpp).
+  KivResult WithEventsCache(const std::function<KivResult(CEventsWriterCache&)>& call) override;
 
  private:
   void FireChanges(IKivDataFactory* factory, uint32_t kind, const NameChanges& changes);

@@ -4,6 +4,7 @@
 
 #include "export/fake_channel.h"
 #include "export/read_back.h"
+#include "sources/tarn/tarn_records.h"
 #include "tarn_outing_helper.h"
 #include "writeback/transaction_state_machine.h"
 
@@ -85,6 +86,11 @@ TEST_F(TarnChannelWriteTest, CommitWaitsForLateDataAndTheJobRefusesAStoredName) 
             (std::vector<std::string>{"TransactionMessage:Failed to write channels - duplicate channels found",
                                       "TransactionFinished"}));
   EXPECT_EQ(ReadBack(u"Late").size(), 10u);
+  items.clear();
+  items.push_back(std::make_unique<CExportChannel>(u"Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
+  EXPECT_EQ(CommitItems(std::move(items)).front(),
+            "TransactionMessage:Failed to write channels - duplicate channels found")
+      << "a plain name is stored under its key";
 }
 
 TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
@@ -107,6 +113,30 @@ TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
             (std::vector<std::string>{"TransactionMessage:Error Exporting Channels...\n\n\tNo data found for any of "
                                       "the selected channels\n",
                                       "TransactionFinished"}));
+}
+
+TEST_F(TarnChannelWriteTest, DisplayLimitsAreStoredInTheChannelsUnit) {
+  ComPtr<IKivUnits> units;
+  ASSERT_EQ(CreateUnitsComponent(&units), S_OK);
+  auto item = std::make_unique<CExportChannel>(u"[3]Limited", 0, kS, InMemoryChannel().Get(), 3.6, 0.0, 0, 0, units);
+  item->properties = {{u"Quantity", Variant::I32(kQuantitySpeed)}, {u"Unit", Variant::U32(1)},  // km/h
+                      {u"Display maximum", Variant::F64(100.0)}, {u"Display minimum", Variant::F64(-10.0)}};
+  std::vector<std::unique_ptr<CExportChannel>> items;
+  items.push_back(std::move(item));
+  ASSERT_EQ(CommitItems(std::move(items)), std::vector<std::string>{"TransactionFinished"});
+  ComPtr<IKivTarnStoreFactory> factory;
+  ComPtr<IKivTarnStore> store;
+  ComPtr<IKivTarnChannelRecords> records;
+  ASSERT_EQ(CreateTarnStoreFactory(&factory), S_OK);
+  ASSERT_EQ(factory->OpenFile(path_, IKivTarnStore::iid, store.PutVoid()), S_OK);
+  ASSERT_EQ(QueryAs<IKivTarnChannels>(store.Get())->GetChannelList(kTarnWaitForever, records.Put()), S_OK);
+  for (const TarnChannelDescription& r : Items(records)) {
+    if (!r.tagName || std::u16string(r.tagName) != u"Limited") continue;
+    EXPECT_NEAR(r.displayMaximum, 360.0, 1e-9) << "100 m/s in km/h";
+    EXPECT_NEAR(r.displayMinimum, -36.0, 1e-9);
+    return;
+  }
+  ADD_FAILURE() << "the channel is not in the store";
 }
 
 TEST_F(TarnChannelWriteTest, TheOutingRefusesAStoredNameAtTheCall) {

@@ -36,5 +36,8 @@ void AddRegionsCommand(CLI::App& app, const CommandContext& context);
 void AddAlignCommand(CLI::App& app, const CommandContext& context);
 void AddRtServeCommand(CLI::App& app, const CommandContext& context);
 void AddFollowCommand(CLI::App& app, const CommandContext& context);
+void AddMediaCommand(CLI::App& app, const CommandContext& context);
+void AddFrameCommand(CLI::App& app, const CommandContext& context);
+void AddClipCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -9,9 +9,8 @@
 #include "host_error.h"
 #include "loaded_outing.h"
 #include "output.h"
+#include "transaction_watch.h"
 #include "velmar/lap_markers.h"
-#include "velmar/outing_notifications.h"
-#include "velmar/transaction.h"
 
 namespace velmar::cli {
 namespace {
@@ -23,35 +22,6 @@ struct MarkersOptions {
   std::optional<double> metres;
   double shift = 0.0;
   uint32_t index = 0;
-};
-
-// What the transaction's owner hears; connected while it lives.
-class TransactionWatch : private CTransactionNotificationsReceiver {
- public:
-  explicit TransactionWatch(IKivOuting* outing) : outing_(outing), sink_(MakeKiv<CTransactionNotificationsSink<>>()) {
-    sink_->SetReceiver(this);
-    (void)sink_->Connect(outing);
-  }
-  ~TransactionWatch() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(outing_.Get());
-  }
-  TransactionWatch(const TransactionWatch&) = delete;
-  TransactionWatch& operator=(const TransactionWatch&) = delete;
-
-  bool finished() const { return finished_; }
-  const std::vector<std::u16string>& messages() const { return messages_; }
-
- private:
-  void OnTransactionStarted() override {}
-  void OnTransactionFinished() override { finished_ = true; }
-  void OnTransactionMessage(const std::u16string& text) override { messages_.push_back(text); }
-  void OnTransactionProgress(uint32_t, uint32_t) override {}
-
-  ComPtr<IKivOuting> outing_;
-  ComPtr<CTransactionNotificationsSink<>> sink_;
-  bool finished_ = false;
-  std::vector<std::u16string> messages_;
 };
 
 // Queues the one edit the options name.
@@ -72,25 +42,12 @@ void Run(const MarkersOptions& options, const CommandContext& context) {
   HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   auto writer = QueryAs<IKivLapMarkerWriter>(outing.outing());
-  auto transaction = QueryAs<IKivTransaction>(outing.outing());
-  if (!writer || !transaction) Fail(options.file, "the lap markers of this data set cannot be edited");
+  if (!writer) Fail(options.file, "the lap markers of this data set cannot be edited");
   (void)outing.LapMarkers();  // the edits check against the markers read
   // The distance channel is found through the root's common channels.
   if (auto channels = QueryAs<IKivChannelFactory>(outing.outing())) (void)channels->SetRoot(session.root());
 
-  TransactionWatch watch(outing.outing());
-  if (KivResult r = transaction->Begin(); Failed(r)) Fail(options.file, "cannot begin a transaction", r);
-  if (KivResult r = QueueEdit(writer.Get(), options); Failed(r)) {
-    (void)transaction->Rollback();
-    Fail(options.file, "the " + options.action + " was refused", r);
-  }
-  if (KivResult r = transaction->Commit(); Failed(r)) Fail(options.file, "cannot commit", r);
-  if (!session.Settle("writing") || !watch.finished()) Fail(options.file, "the transaction did not finish in time");
-  if (!watch.messages().empty()) {
-    std::string joined;
-    for (const std::u16string& message : watch.messages()) joined += (joined.empty() ? "" : "; ") + Utf8(message);
-    Fail(options.file, joined);
-  }
+  RunTransaction(outing, options.action, [&] { return QueueEdit(writer.Get(), options); });
   std::cout << options.file << ": lap markers " << options.action << " done\n";
 }
 

@@ -34,6 +34,9 @@ int main(int argc, char** argv) {
   AddSettingsCommand(app, context);
   AddRtServeCommand(app, context);
   AddFollowCommand(app, context);
+  AddMediaCommand(app, context);
+  AddFrameCommand(app, context);
+  AddClipCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -124,6 +124,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CWriteBackStateChanges* channel_write_back() { return &channelWriteBack_; }
   // What hears that an event step wrote.
   CWriteBackStateChanges* event_write_back() { return &eventWriteBack_; }
+  // What hears that a media channel step wrote.
+  CWriteBackStateChanges* media_write_back() { return &mediaWriteBack_; }
 
   // CTransactionBase: the store's write handle, on the store thread.
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -195,6 +197,9 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   void ReloadChannelsAfterWrite();
   // The event set names after a write: read again, and every outing told.
   void ReloadEventsAfterWrite();
+  // The media channels and their clips after a write: read again, and every
+  // outing told.
+  void ReloadMediaAfterWrite();
   // Runs one of the reloads above after a successful step.
   class CReloadAfterWrite final : public CWriteBackStateChanges {
    public:
@@ -232,6 +237,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   CReloadAfterWrite lapWriteBack_{this, &CTarnOutingCache::ReloadLapMarkersAfterWrite};
   CReloadAfterWrite channelWriteBack_{this, &CTarnOutingCache::ReloadChannelsAfterWrite};
   CReloadAfterWrite eventWriteBack_{this, &CTarnOutingCache::ReloadEventsAfterWrite};
+  CReloadAfterWrite mediaWriteBack_{this, &CTarnOutingCache::ReloadMediaAfterWrite};
 
   ComPtr<CTarnOutingInformation> information_;
   bool loaded_ = false;

@@ -1,11 +1,32 @@
 #include "media/clip_routes.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace velmar {
+namespace {
+
+// A frame table is outside data: frames closer than a millisecond, or more
+// of them than ten days of video at 25 a second, end its walk, so that a
+// bad table can't run the walk or the list without bound.
+constexpr double kMinFrameStep = 10'000.0;
+constexpr size_t kMaxFrameTimes = 10 * 24 * 3600 * 25;
+// Times beyond about 7000 years either way are no times of a clip: sums of
+// two of them must not overflow.
+constexpr KivTime kSaneTime = KivTime{1} << 61;
+
+bool Sane(KivTime t) { return t > -kSaneTime && t < kSaneTime; }
+
+bool SaneClip(const ClipSource& clip, KivTime timeOffset, KivTime spanStart, KivTime spanEnd) {
+  if (!Sane(clip.start) || !Sane(clip.end) || !Sane(timeOffset) || !Sane(spanStart) || !Sane(spanEnd)) return false;
+  return std::all_of(clip.frames.begin(), clip.frames.end(), [](const TarnMediaFrame& f) { return Sane(f.time); });
+}
+
+}  // namespace
 
 FrameTimes FrameTimesInRegion(const ClipSource& clip, KivTime base, KivTime spanStart, KivTime spanEnd) {
   FrameTimes out;
+  if (!Sane(base) || !SaneClip(clip, 0, spanStart, spanEnd)) return out;
   const KivTime from = spanStart - base;
   const KivTime to = spanEnd - base;
   if (to <= from || to < 0 || clip.frames.empty()) return out;
@@ -20,8 +41,12 @@ FrameTimes FrameTimesInRegion(const ClipSource& clip, KivTime base, KivTime span
     if (record.frameNumber <= previous.frameNumber || record.time <= previous.time) break;
     const uint32_t frames = record.frameNumber - previous.frameNumber;
     const double step = static_cast<double>(record.time - previous.time) / frames;
+    if (step < kMinFrameStep) break;
     const KivTime previousRelative = previous.time - first.time;
-    for (uint32_t k = 1; k <= frames; ++k) {
+    // The frames up to the span's start pass without a look.
+    const double skip = std::floor(static_cast<double>(from - previousRelative) / step);
+    const uint32_t firstK = skip < 1.0 ? 1 : static_cast<uint32_t>(std::min(skip, static_cast<double>(frames)));
+    for (uint32_t k = firstK; k <= frames && out.times.size() < kMaxFrameTimes; ++k) {
       const KivTime t = previousRelative + static_cast<KivTime>(k * step);
       if (t <= from) continue;
       if (t >= to) {
@@ -44,6 +69,7 @@ FrameTimes FrameTimesInRegion(const ClipSource& clip, KivTime base, KivTime span
 }
 
 bool ClipInSpan(const ClipSource& clip, KivTime timeOffset, KivTime spanStart, KivTime spanEnd) {
+  if (!SaneClip(clip, timeOffset, spanStart, spanEnd)) return false;
   const KivTime start = timeOffset + clip.start;
   return !(start > spanEnd || start + (clip.end - clip.start) < spanStart);
 }

@@ -3,10 +3,12 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/opt.h>
 }
 
 #include <cmath>
 #include <memory>
+#include <string_view>
 
 #include "media/clip_decoder.h"
 #include "velmar/text.h"
@@ -97,6 +99,8 @@ KivResult KivWriteSampleClip(const std::u16string& path, const KivSampleClipOpti
   o.codec->gop_size = std::max(1, static_cast<int>(std::lround(options.keyframeSeconds * options.framesPerSecond)));
   o.codec->max_b_frames = 0;
   o.codec->bit_rate = static_cast<int64_t>(options.width) * options.height * 4;
+  // A test clip is made often and looked at rarely: the fast presets do.
+  if (std::string_view(encoder->name) == "libx264") (void)av_opt_set(o.codec->priv_data, "preset", "veryfast", 0);
   if (o.format->oformat->flags & AVFMT_GLOBALHEADER) o.codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   if (avcodec_open2(o.codec, encoder, nullptr) < 0) return E_FAIL;
   if (avcodec_parameters_from_context(o.stream->codecpar, o.codec) < 0) return E_FAIL;

@@ -328,19 +328,22 @@ KivResult CPlaybackController::RemoveClipPlayer(IKivClipPlayer* player) {
 void CPlaybackController::RebuildRates() {
   std::vector<int32_t> codes(std::begin(kAllRateCodes), std::end(kAllRateCodes));
   // Only what every player offers, in the leading player's order.
-  auto keepOffered = [&](IKivClipPlayer* player) {
+  auto offeredBy = [](IKivClipPlayer* player) {
     ComPtr<IKivPlaybackRates> offered;
+    return Succeeded(player->GetRates(offered.Put())) ? RateCodes(offered.Get()) : std::vector<int32_t>{};
+  };
+  auto keepIn = [](const std::vector<int32_t>& order, const std::vector<int32_t>& allowed) {
     std::vector<int32_t> kept;
-    if (Succeeded(player->GetRates(offered.Put()))) {
-      for (int32_t code : RateCodes(offered.Get())) {
-        if (std::find(codes.begin(), codes.end(), code) != codes.end()) kept.push_back(code);
-      }
+    for (int32_t code : order) {
+      if (std::find(allowed.begin(), allowed.end(), code) != allowed.end()) kept.push_back(code);
     }
-    codes = std::move(kept);
+    return kept;
   };
   if (primaryPlayer_) {
-    keepOffered(primaryPlayer_.Get());
-    for (size_t i = 0; i < otherPlayers_.size() && !codes.empty(); ++i) keepOffered(otherPlayers_[i].Get());
+    codes = keepIn(offeredBy(primaryPlayer_.Get()), codes);
+    for (size_t i = 0; i < otherPlayers_.size() && !codes.empty(); ++i) {
+      codes = keepIn(codes, offeredBy(otherPlayers_[i].Get()));
+    }
   }
   rates_->codes() = codes;
   RecomputeCanPlay();

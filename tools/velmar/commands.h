@@ -39,5 +39,6 @@ void AddFollowCommand(CLI::App& app, const CommandContext& context);
 void AddMediaCommand(CLI::App& app, const CommandContext& context);
 void AddFrameCommand(CLI::App& app, const CommandContext& context);
 void AddClipCommand(CLI::App& app, const CommandContext& context);
+void AddPlayCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
   AddMediaCommand(app, context);
   AddFrameCommand(app, context);
   AddClipCommand(app, context);
+  AddPlayCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

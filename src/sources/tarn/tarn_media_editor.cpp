@@ -29,7 +29,7 @@ KivResult CMediaChannelEditorBase::AddMediaChannel(const std::u16string& name, c
                                                    const std::u16string& folder, KivTime start, KivTime end,
                                                    KivBool move) {
   if (name.empty() || sourceFile.empty() || folder.empty()) return E_INVALIDARG;
-  CTarnOutingCache* cache = WriterCache();
+  CTarnOutingCache* cache = MediaEditCache();
   MediaChannelAddition add{name, sourceFile, folder, start, end, FromKivBool(move)};
   auto progress = ProgressPoster(cache);
   return Queue(cache, [add, progress](CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access) {
@@ -39,14 +39,14 @@ KivResult CMediaChannelEditorBase::AddMediaChannel(const std::u16string& name, c
 
 KivResult CMediaChannelEditorBase::ModifyMediaChannel(const std::u16string& name, KivTime start, KivTime end) {
   if (name.empty()) return E_INVALIDARG;
-  return Queue(WriterCache(), [name, start, end](CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> a) {
+  return Queue(MediaEditCache(), [name, start, end](CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> a) {
     return ComPtr<CWriteBackJobItem>(MakeKiv<CWBTarnModifyMediaChannelJobItem>(owner, std::move(a), name, start, end));
   });
 }
 
 KivResult CMediaChannelEditorBase::RemoveMediaChannel(const std::u16string& name) {
   if (name.empty()) return E_INVALIDARG;
-  return Queue(WriterCache(), [name](CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access) {
+  return Queue(MediaEditCache(), [name](CStateMachineEx* owner, ComPtr<CTarnOutingTransactionJobItem> access) {
     return ComPtr<CWriteBackJobItem>(MakeKiv<CWBTarnRemoveMediaChannelJobItem>(owner, std::move(access), name));
   });
 }

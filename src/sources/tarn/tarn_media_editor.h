@@ -20,8 +20,8 @@ class CMediaChannelEditorBase : public IKivMediaChannelFactory2 {
 
  protected:
   ~CMediaChannelEditorBase() = default;
-  // The outing's cache (the same hook as the lap marker writer's).
-  virtual CTarnOutingCache* WriterCache() = 0;
+  // The outing's cache.
+  virtual CTarnOutingCache* MediaEditCache() = 0;
 };
 
 }  // namespace velmar

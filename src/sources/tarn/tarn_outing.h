@@ -61,6 +61,7 @@ class CTarnOuting final
   const std::vector<TarnConstant>* CacheConstants() override { return cache()->Constants(); }
   CTarnOutingCache* WriterCache() override { return cache(); }
   IKivDataFactory* WriterChannels() override { return channel_factory(); }
+  CTarnOutingCache* MediaEditCache() override { return cache(); }
   CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
   COutingStateChanges* TransactionOuting() override { return this; }
 

@@ -120,6 +120,28 @@ TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   EXPECT_EQ(state, kClipPlayerPaused);
 }
 
+TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
+  ComPtr<LastFrame> sink;
+  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  // Frames 50, 51 and 52 of the file stand 1 s apart on the timeline.
+  auto table = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{3 * kS, 4 * kS, 5 * kS}, std::vector<KivTime>{}, 50);
+  ASSERT_EQ(player->AddClip(clip_, table, 2 * kS, 2 * kS, 0), S_OK);
+  EXPECT_EQ(player->log().find("Time adjustment is not enabled."), std::string::npos);
+  ASSERT_EQ(player->SetTime(2 * kS), S_OK);
+  EXPECT_EQ(sink->number, 50);
+  ASSERT_EQ(player->SetTime(3 * kS + kS / 2), S_OK);
+  EXPECT_EQ(sink->number, 51);
+  ASSERT_EQ(player->Step(1), S_OK);
+  EXPECT_EQ(sink->number, 52);
+  KivTime t = 0;
+  ASSERT_EQ(player->GetTime(&t), S_OK);
+  EXPECT_EQ(t, 4 * kS);
+  ASSERT_EQ(player->Stop(), S_OK);
+  uint32_t state = 9;
+  ASSERT_EQ(player->GetState(0, &state), S_OK);
+  EXPECT_EQ(state, kClipPlayerStopped);
+}
+
 TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
   auto clock = std::make_shared<ManualPlayerClock>();
   auto own = std::make_shared<ManualPlayerClock>();

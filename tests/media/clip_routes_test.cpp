@@ -1,4 +1,5 @@
 #include "media/clip_routes.h"
+#include "media/media_channel_player.h"
 
 #include <gtest/gtest.h>
 
@@ -43,6 +44,30 @@ TEST(PlainRoute, PlacesClipsOnTheSpanAndSkipsThoseOutside) {
   EXPECT_EQ(planned[1].position, 7 * s);
   EXPECT_EQ(planned[1].length, 25 * s);
   EXPECT_FALSE(planned[1].timestamp);
+}
+
+TEST(MediaDiagnostics, NamesBadFrameTablesMissingFilesAndTheClipsInTheSpan) {
+  const KivTime s = kTicksPerSecond;
+  std::vector<ClipSource> clips = {
+      {u"/nonexistent/0001000.kvmedia", 0, 10 * s, {{0, 0, {}}, {5 * s, 100, {}}, {4 * s, 90, {}}}},
+      {u"", 20 * s, 30 * s, {}},
+      {u"/nonexistent/later.mp4", 200 * s, 210 * s, {}},
+  };
+  MediaChannelFacts facts;
+  facts.clips = MediaChannelFacts::Clips::kLoaded;
+  facts.spanStart = 0;
+  facts.spanEnd = 100 * s;
+  facts.lastLog = u"Using FFmpeg decoder \"h264\".\r\n";
+  const std::u16string text = MediaDiagnostics(facts, clips);
+  EXPECT_NE(text.find(u"The frame time information for clip 1 is invalid at time 00:00:04"), std::u16string::npos);
+  EXPECT_NE(text.find(u"The frame index information for clip 1 is invalid at time 00:00:04"), std::u16string::npos);
+  EXPECT_NE(text.find(u"2 clip(s) will be displayed in the current time region (00:00:00"), std::u16string::npos);
+  EXPECT_NE(text.find(u"Missing video file: /nonexistent/0001000.kvmedia\r\n"), std::u16string::npos);
+  EXPECT_NE(text.find(u"Missing video file: Unknown\r\n"), std::u16string::npos);
+  EXPECT_EQ(text.find(u"later.mp4"), std::u16string::npos) << "outside the span";
+  EXPECT_TRUE(text.ends_with(facts.lastLog));
+  facts.clips = MediaChannelFacts::Clips::kFailed;
+  EXPECT_NE(MediaDiagnostics(facts, {}).find(u"No data available for this Media Channel.\r\n"), std::u16string::npos);
 }
 
 }  // namespace

@@ -93,6 +93,8 @@ std::unique_ptr<ClipDecoder> ClipDecoder::Open(const std::string& path, ClipOpen
   if (!av.codec || avcodec_parameters_to_context(av.codec, s->codecpar) < 0) {
     return fail(ClipOpenError::kNoDecoder, "decoder parameters refused");
   }
+  // A seek decodes up to a keyframe interval of frames: every core helps.
+  av.codec->thread_count = 0;
   if (int r = avcodec_open2(av.codec, codec, nullptr); r < 0) return fail(ClipOpenError::kNoDecoder, ErrorText(r));
   av.timeBase = s->time_base;
   av.startTs = s->start_time != AV_NOPTS_VALUE ? s->start_time : 0;

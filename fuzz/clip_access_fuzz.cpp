@@ -1,7 +1,7 @@
 // The clip access records of a media channel, as the store hands them over
 // (64-byte clip records, each with its 16-byte frame records), through what
 // the channel does with them: the load's checks, the plain route over a
-// span, the frame walk and the diagnostics' frame table lines.
+// span, the frame walk and the frame table's look-ups.
 //
 // Input: i64 span start, i64 span end, i64 time offset, u32 clip count; then
 // per clip u64 id, i64 start, i64 end, a text path, u32 frame count and the
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "media/media_channel_player.h"
+#include "media/clip_routes.h"
 #include "platform/byte_cursor.h"
 #include "sources/tarn/tarn_media_data.h"
 
@@ -63,16 +63,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<velmar::ClipSource> sources;
   for (const auto& c : taken) sources.push_back({c.path, c.start, c.end, c.frames});
   for (const auto& planned : velmar::PlainRoute(sources, offset, spanStart, spanEnd)) {
-    if (planned.timestamp) {
-      uint32_t frame = 0;
-      (void)planned.timestamp->TimeToFrame(planned.timestamp->first_time(), &frame);
-    }
+    if (!planned.timestamp) continue;
+    const velmar::CDynamicTimestamp& ts = *planned.timestamp;
+    uint32_t frame = 0;
+    velmar::KivTime start = 0, end = 0, source = 0;
+    (void)ts.TimeToFrame(ts.first_time() + planned.length / 2, &frame);
+    (void)ts.FrameToTimes(static_cast<int32_t>(frame) + 1, &start, &end);
+    (void)ts.AdjustedToSource(ts.first_time() + 1, &source);
+    (void)ts.SourceToFrameTimes(source, &start, &end);
   }
-  velmar::MediaChannelFacts facts;
-  facts.clips = velmar::MediaChannelFacts::Clips::kLoaded;
-  facts.spanStart = spanStart;
-  facts.spanEnd = spanEnd;
-  facts.timeOffset = offset;
-  (void)velmar::MediaDiagnostics(facts, sources);
   return 0;
 }

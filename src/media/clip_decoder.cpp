@@ -8,6 +8,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
 #include <cmath>
 
 namespace velmar {
@@ -106,6 +107,9 @@ std::unique_ptr<ClipDecoder> ClipDecoder::Open(const std::string& path, ClipOpen
   // The stream's base rate; the average may be skewed by the last frame's length.
   const AVRational rate = s->r_frame_rate.num > 0 ? s->r_frame_rate : s->avg_frame_rate;
   if (rate.num > 0 && rate.den > 0) d->frameInterval_ = av_rescale_q(1, av_inv_q(rate), kTicks);
+  // Containers often give the last frame's start as the length: the frames
+  // times their length is the whole of it.
+  if (s->nb_frames > 0 && d->frameInterval_ > 0) d->duration_ = std::max(d->duration_, s->nb_frames * d->frameInterval_);
   d->decoderName_ = codec->name;
   const char* pix = av_get_pix_fmt_name(av.codec->pix_fmt);
   d->pixelFormat_ = pix ? pix : "unknown";

@@ -80,4 +80,13 @@ echo "== velmar events $out/export.trn remove: the first lap end goes"
 first=$("$cli" events "$out/export.trn" | sed -n 2p | cut -f1)
 if [ -n "$first" ]; then
   "$cli" events "$out/export.trn" remove --name "End of lap" --time "$first" && "$cli" events "$out/export.trn"
+echo "== velmar clip, velmar media $store add, velmar frame: onboard video bound to the data's time"
+if [ -f "$store" ]; then
+  "$cli" media "$store" remove Onboard >/dev/null 2>&1 || true
+  "$cli" clip "$out/onboard.mp4" --seconds 8 --width 640 --height 360
+  "$cli" media "$store" add Onboard "$out/onboard.mp4" --start 10 --end 18 --folder "$out/media"
+  "$cli" media "$store" list
+  "$cli" frame "$store" Onboard --at 12.5 -o "$out/frame.png"
+  echo "== velmar play $store --rate 5 --for 1 --channels Speed"
+  "$cli" play "$store" --rate 5 --for 1 --channels Speed | head -6
 fi

@@ -20,10 +20,18 @@ class CEventSetProxy final : public CDataProxy<CEventSetProxy, IKivEventSet> {
   void OnRebound(IKivEventSet*) {}
 };
 
-class CMediaChannelProxy final : public CDataProxy<CMediaChannelProxy, IKivMediaChannel> {
+// A media channel through a selection plays the selection's span.
+class CMediaChannelProxy final
+    : public CDataProxy<CMediaChannelProxy, IKivMediaChannel, IKivMediaChannelDiagnostic> {
  public:
+  KivResult CreateClipPlayer(void* window, KivBool adjustForDistance, IKivClipPlayer** player) override;
+  KivResult GetDiagnostics(KivBool adjustForDistance, std::u16string* text) override;
   void ReadOffset() {}
   void OnRebound(IKivMediaChannel*) {}
+
+ private:
+  // The selection's span; false when it has none.
+  bool Span(KivTime* start, KivTime* end) const;
 };
 
 }  // namespace velmar

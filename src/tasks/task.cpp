@@ -170,7 +170,11 @@ KivResult CTask::GetWatchFollows(KivBool* follows) {
 KivResult CTask::GetPlaybackController(IKivPlaybackController** controller) {
   if (!controller) return E_POINTER;
   *controller = nullptr;
-  return E_NOTIMPL;  // playback comes with its own controller
+  if (!playback_) {
+    playback_ = MakeKiv<CPlaybackController>();
+    playback_->Attach(this);
+  }
+  return GiveOut(static_cast<IKivPlaybackController*>(playback_.Get()), controller);
 }
 
 KivResult CTask::GetTask(IKivTask** task) {
@@ -404,6 +408,7 @@ void CTask::RemoveSelections(const std::vector<size_t>& removed) {
 KivResult CTask::Close() {
   if (closed_) return S_FALSE;
   Fire(&IKivTaskNotifications::OnClosing);
+  playback_ = nullptr;  // it let go of the task on the closing event
   CloseSelections();
   return S_OK;
 }

@@ -18,6 +18,7 @@
 
 #include "core/notifications_impl.h"
 #include "tasks/data_selection.h"
+#include "tasks/playback_controller.h"
 #include "tasks/task_properties.h"
 #include "tasks/tasks.h"
 
@@ -132,6 +133,8 @@ class CTask final
   }
 
   IKivVelmar* root_ = nullptr;
+  // Made on first demand; it holds the task until the task closes.
+  ComPtr<CPlaybackController> playback_;
   std::u16string name_, description_, watchFolder_;
   std::vector<ComPtr<CDataSelection>> selections_;
   int32_t activeSelection_ = -1, secondSelection_ = -1, watchSelection_ = -1;

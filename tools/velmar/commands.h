@@ -42,5 +42,9 @@ void AddTrackmapCommand(CLI::App& app, const CommandContext& context);
 void AddAddInsCommand(CLI::App& app, const CommandContext& context);
 void AddMathCommand(CLI::App& app, const CommandContext& context);
 void AddExportCommand(CLI::App& app, const CommandContext& context);
+void AddMediaCommand(CLI::App& app, const CommandContext& context);
+void AddFrameCommand(CLI::App& app, const CommandContext& context);
+void AddClipCommand(CLI::App& app, const CommandContext& context);
+void AddPlayCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

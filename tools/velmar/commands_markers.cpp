@@ -10,7 +10,6 @@
 #include "host_error.h"
 #include "loaded_outing.h"
 #include "output.h"
-#include "transaction_watch.h"
 #include "velmar/lap_markers.h"
 #include "velmar/transaction.h"
 
@@ -44,8 +43,7 @@ void Run(const MarkersOptions& options, const CommandContext& context) {
   HostSession session(context.timeout(), context.progress(), context.settingsFile);
   LoadedOuting outing(session, options.file);
   auto writer = QueryAs<IKivLapMarkerWriter>(outing.outing());
-  auto transaction = QueryAs<IKivTransaction>(outing.outing());
-  if (!writer || !transaction) Fail(options.file, "the lap markers of this data set cannot be edited");
+  if (!writer) Fail(options.file, "the lap markers of this data set cannot be edited");
   (void)outing.LapMarkers();  // the edits check against the markers read
   // The distance channel is found through the root's common channels.
   if (auto channels = QueryAs<IKivChannelFactory>(outing.outing())) (void)channels->SetRoot(session.root());

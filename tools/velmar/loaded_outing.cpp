@@ -58,15 +58,19 @@ NameList LoadedOuting::ChannelNames() const { return NamesOf<IKivChannelFactory>
 NameList LoadedOuting::EventSetNames() const { return NamesOf<IKivEventsFactory>(outing_.Get()); }
 NameList LoadedOuting::ConstantNames() const { return NamesOf<IKivConstantFactory>(outing_.Get()); }
 
-NameList LoadedOuting::BlobNames() const {
-  if (!QueryAs<IKivBlobFactory>(outing_.Get())) return {};
-  NameList names = NamesOf<IKivBlobFactory>(outing_.Get());  // the first ask starts the list's read
+template <class Factory>
+NameList LoadedOuting::ListedNames(const char* kind) const {
+  if (!QueryAs<Factory>(outing_.Get())) return {};
+  NameList names = NamesOf<Factory>(outing_.Get());  // the first ask starts the list's read
   if (names.empty()) {
-    if (!session_.Settle(file_)) Fail(file_, "timed out while reading the blob list");
-    names = NamesOf<IKivBlobFactory>(outing_.Get());
+    if (!session_.Settle(file_)) Fail(file_, std::string("timed out while reading the ") + kind + " list");
+    names = NamesOf<Factory>(outing_.Get());
   }
   return names;
 }
+
+NameList LoadedOuting::BlobNames() const { return ListedNames<IKivBlobFactory>("blob"); }
+NameList LoadedOuting::MediaChannelNames() const { return ListedNames<IKivMediaChannelFactory>("media channel"); }
 
 PropertyList LoadedOuting::Information() const {
   PropertyList properties;
@@ -138,6 +142,9 @@ ComPtr<IKivConstant> LoadedOuting::Constant(const std::u16string& name) const {
 }
 ComPtr<IKivBlob> LoadedOuting::Blob(const std::u16string& name) const {
   return Item_<IKivBlobFactory, IKivBlob>(name, "blob");
+}
+ComPtr<IKivMediaChannel> LoadedOuting::MediaChannel(const std::u16string& name) const {
+  return Item_<IKivMediaChannelFactory, IKivMediaChannel>(name, "media channel");
 }
 
 ComPtr<IKivLapMarkers> LoadedOuting::LapMarkers() const {

@@ -16,6 +16,7 @@
 #include "velmar/data_factory.h"
 #include "velmar/events.h"
 #include "velmar/lap_markers.h"
+#include "velmar/media.h"
 #include "velmar/outing.h"
 #include "velmar/property_set.h"
 
@@ -42,6 +43,8 @@ class LoadedOuting {
   // Read when first asked for: this waits for the list. Empty for an outing
   // without blobs (only a native store has them).
   NameList BlobNames() const;
+  // The same for media channels (a native store's only).
+  NameList MediaChannelNames() const;
   // The outing's properties; empty when the data set has no information.
   PropertyList Information() const;
   uint32_t Type() const;
@@ -56,6 +59,8 @@ class LoadedOuting {
   ComPtr<IKivEventSet> EventSet(const std::u16string& name) const;
   ComPtr<IKivConstant> Constant(const std::u16string& name) const;
   ComPtr<IKivBlob> Blob(const std::u16string& name) const;
+  // The outing's own media channel: it plays the outing's whole span.
+  ComPtr<IKivMediaChannel> MediaChannel(const std::u16string& name) const;
   // The lap markers, once read (the outing's span is known then).
   ComPtr<IKivLapMarkers> LapMarkers() const;
 
@@ -66,6 +71,9 @@ class LoadedOuting {
   // Whether the load has brought anything: information or a name.
   bool Loaded() const;
   void WaitForLoad();
+  // The names of the outing's factory `Factory`, waiting for its list.
+  template <class Factory>
+  NameList ListedNames(const char* kind) const;
   template <class Factory, class Item>
   ComPtr<Item> Item_(const std::u16string& name, const char* kind) const;
 

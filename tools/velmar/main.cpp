@@ -40,6 +40,10 @@ int main(int argc, char** argv) {
   AddAddInsCommand(app, context);
   AddMathCommand(app, context);
   AddExportCommand(app, context);
+  AddMediaCommand(app, context);
+  AddFrameCommand(app, context);
+  AddClipCommand(app, context);
+  AddPlayCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

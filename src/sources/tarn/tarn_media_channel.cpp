@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "sources/tarn/tarn_outing_cache.h"
+#include "velmar/text.h"
 
 namespace velmar {
 
@@ -59,6 +60,122 @@ void CTarnMediaChannelBase::OnItemDataReady(bool succeeded, KivTime from, KivTim
 void CTarnMediaChannelBase::OnItemDataDropped() {
   accessState_ = AccessState::kNotAsked;
   SetStatusRange(DataStatus::kUnknown, TimeRange::Whole());
+}
+
+}  // namespace velmar
+
+namespace velmar {
+
+KivResult CTarnMediaChannelBase::QueryInterface(const Guid& iid, void** out) {
+  // Only a channel a user added has an offset to show.
+  if (iid == IKivOffsetMediaChannel::iid && !added_by_user()) {
+    if (out) *out = nullptr;
+    return out ? E_NOINTERFACE : E_POINTER;
+  }
+  return IKivDataImpl::QueryInterface(iid, out);
+}
+
+KivResult CTarnMediaChannelBase::Sources(std::vector<ClipSource>* clips) {
+  clips->clear();
+  if (accessState_ != AccessState::kLoaded) {
+    (void)InputsStatus();  // starts the read
+    return E_FAIL;
+  }
+  std::vector<const TarnMediaClip*> found;
+  if (KivResult r = GetClips(kTimeMin, kTimeMax, &found); Failed(r)) return r;
+  if (found.empty()) return KIV_E_PENDING;
+  for (const TarnMediaClip* c : found) clips->push_back({c->path, c->start, c->end, c->frames});
+  return S_OK;
+}
+
+bool CTarnMediaChannelBase::OutingSpan(KivTime* start, KivTime* end) {
+  const TarnLapData* laps = cache_ ? cache_->LapData() : nullptr;
+  if (!laps) return false;
+  *start = laps->span.outingStart;
+  *end = laps->span.outingEnd;
+  return true;
+}
+
+KivResult CTarnMediaChannelBase::CreatePlayerOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
+                                                  IKivClipPlayer** player) {
+  if (!player) return E_POINTER;
+  *player = nullptr;
+  std::vector<ClipSource> clips;
+  if (KivResult r = Sources(&clips); Failed(r)) return r;
+  log_.clear();
+  ComPtr<CClipManager> made;
+  std::string log;
+  const KivResult r = BuildClipPlayer(clips, timeOffset_, spanStart, spanEnd, FromKivBool(adjustForDistance), &made,
+                                      &log);
+  log_ += Utf8ToWide(log);
+  if (Failed(r)) return r;
+  return GiveOut(static_cast<IKivClipPlayer*>(made.Get()), player);
+}
+
+KivResult CTarnMediaChannelBase::CreateWindowlessClipPlayer(KivBool adjustForDistance, IKivClipPlayer** player) {
+  KivTime start = 0, end = 0;
+  if (!OutingSpan(&start, &end)) return player ? E_FAIL : E_POINTER;
+  return CreatePlayerOver(start, end, adjustForDistance, player);
+}
+
+KivResult CTarnMediaChannelBase::CreateClipPlayer(void* window, KivBool adjustForDistance, IKivClipPlayer** player) {
+  (void)window;  // no window here: frames go to the player's sink
+  return CreateWindowlessClipPlayer(adjustForDistance, player);
+}
+
+KivResult CTarnMediaChannelBase::DiagnosticsOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
+                                                 std::u16string* text) {
+  (void)adjustForDistance;  // the plain route's lines either way
+  if (!text) return E_POINTER;
+  std::vector<ClipSource> clips;
+  (void)Sources(&clips);
+  MediaChannelFacts facts;
+  facts.clips = accessState_ == AccessState::kLoaded   ? MediaChannelFacts::Clips::kLoaded
+                : accessState_ == AccessState::kFailed ? MediaChannelFacts::Clips::kFailed
+                                                       : MediaChannelFacts::Clips::kMissing;
+  facts.addedByUser = added_by_user();
+  facts.timeOffset = timeOffset_;
+  facts.spanStart = spanStart;
+  facts.spanEnd = spanEnd;
+  facts.lastLog = log_;
+  *text = MediaDiagnostics(facts, clips);
+  return S_OK;
+}
+
+KivResult CTarnMediaChannelBase::GetDiagnostics(KivBool adjustForDistance, std::u16string* text) {
+  KivTime start = 0, end = 0;
+  if (!OutingSpan(&start, &end)) return text ? E_FAIL : E_POINTER;
+  return DiagnosticsOver(start, end, adjustForDistance, text);
+}
+
+KivResult CTarnMediaChannelBase::CreatePreviewPlayer(void* window, IKivClipPlayer** player) {
+  (void)window;
+  if (!player) return E_POINTER;
+  *player = nullptr;
+  std::vector<ClipSource> clips;
+  ComPtr<CClipManager> made;
+  if (Failed(Sources(&clips)) || Failed(BuildPreviewPlayer(clips.front(), &made))) return E_FAIL;
+  return GiveOut(static_cast<IKivClipPlayer*>(made.Get()), player);
+}
+
+KivResult CTarnMediaChannelBase::GetFileDuration(KivTime* duration) {
+  if (!duration) return E_POINTER;
+  std::vector<ClipSource> clips;
+  if (Failed(Sources(&clips))) return E_FAIL;
+  ClipOpenError why = ClipOpenError::kNone;
+  std::string log;
+  auto decoder = ClipDecoder::Open(WideToUtf8(clips.front().path), &why, &log);
+  if (!decoder) return E_FAIL;
+  *duration = decoder->duration();
+  return S_OK;
+}
+
+KivResult CTarnMediaChannelBase::GetClipStart(KivTime* start) {
+  if (!start) return E_POINTER;
+  std::vector<ClipSource> clips;
+  if (Failed(Sources(&clips))) return E_FAIL;
+  *start = clips.front().start;
+  return S_OK;
 }
 
 }  // namespace velmar

@@ -9,6 +9,13 @@
 // range (and a data failure when it failed). When the cache lets the clips
 // go (after a write, or a close) accessState is 0 and the status unknown.
 //
+// Players. A channel read from the outing plays the outing's span (first to
+// last lap marker); through a data selection's proxy, the selection's span
+// (IKivSpanMediaChannel). Only the plain route is built: clips by outing
+// time; a distance-adjusted request plays the plain route and says so in
+// the player's flag. A user-added channel (type 3) also answers
+// IKivOffsetMediaChannel.
+//
 // Client thread only.
 #pragma once
 
@@ -18,6 +25,7 @@
 
 #include "outing/status/data_status_item.h"
 #include "sources/tarn/tarn_item_reads.h"
+#include "media/media_channel_player.h"
 #include "sources/tarn/tarn_media_data.h"
 #include "velmar/media.h"
 
@@ -26,8 +34,10 @@ namespace velmar {
 class CTarnOutingCache;
 class CLoadMediaChannelAccessDataJobItem;
 
-class CTarnMediaChannelBase : public IKivDataImpl<CTarnMediaChannelBase, IKivMediaChannel>,
-                              private ITarnItemDataClient {
+class CTarnMediaChannelBase
+    : public IKivDataImpl<CTarnMediaChannelBase, IKivMediaChannel2, IKivMediaChannelDiagnostic, IKivOffsetMediaChannel,
+                          IKivSpanMediaChannel>,
+      private ITarnItemDataClient {
  public:
   enum class AccessState : uint32_t { kNotAsked = 0, kLoaded = 1, kFailed = 2 };
 
@@ -44,6 +54,26 @@ class CTarnMediaChannelBase : public IKivDataImpl<CTarnMediaChannelBase, IKivMed
   // waits for no read any more.
   void Detach();
 
+  // The outing's time offset, added to every clip time.
+  void SetTimeOffset(KivTime offset) { timeOffset_ = offset; }
+
+  KivResult QueryInterface(const Guid& iid, void** out) override;
+
+  // IKivMediaChannel, IKivMediaChannel2
+  KivResult CreateClipPlayer(void* window, KivBool adjustForDistance, IKivClipPlayer** player) override;
+  KivResult CreateWindowlessClipPlayer(KivBool adjustForDistance, IKivClipPlayer** player) override;
+  // IKivMediaChannelDiagnostic
+  KivResult GetDiagnostics(KivBool adjustForDistance, std::u16string* text) override;
+  // IKivOffsetMediaChannel
+  KivResult CreatePreviewPlayer(void* window, IKivClipPlayer** player) override;
+  KivResult GetFileDuration(KivTime* duration) override;
+  KivResult GetClipStart(KivTime* start) override;
+  // IKivSpanMediaChannel
+  KivResult CreatePlayerOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
+                             IKivClipPlayer** player) override;
+  KivResult DiagnosticsOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
+                            std::u16string* text) override;
+
   const TarnMediaChannelEntry& entry() const { return entry_; }
   // Added by a user from a video file (type 3), not recorded.
   bool added_by_user() const { return entry_.type == kMediaChannelAddedByUser; }
@@ -56,6 +86,11 @@ class CTarnMediaChannelBase : public IKivDataImpl<CTarnMediaChannelBase, IKivMed
   // The finished read: S_OK with it; S_FALSE while it runs (started now if
   // need be); E_FAIL once detached.
   KivResult Fetch(const CLoadMediaChannelAccessDataJobItem** read);
+  // Every clip as a player takes it. S_OK; KIV_E_PENDING with no clips;
+  // E_FAIL when the channel isn't loaded.
+  KivResult Sources(std::vector<ClipSource>* clips);
+  // The outing's span; false while the lap markers are not in.
+  bool OutingSpan(KivTime* start, KivTime* end);
 
   // ITarnItemDataClient
   void OnItemDataReady(bool succeeded, KivTime from, KivTime to) override;
@@ -68,6 +103,8 @@ class CTarnMediaChannelBase : public IKivDataImpl<CTarnMediaChannelBase, IKivMed
   const TarnMediaChannelEntry entry_;
   ComPtr<CTarnOutingCache> cache_;  // null once detached
   AccessState accessState_ = AccessState::kNotAsked;
+  KivTime timeOffset_ = 0;
+  std::u16string log_;  // what the last player build reported
 };
 
 }  // namespace velmar

@@ -26,6 +26,7 @@ KivResult CTarnOuting::ApplyTimeOffset(KivTime offset) {
   if (Failed(r)) return r;
   r = SetEventSetsTimeOffset(offset);
   if (Failed(r)) return r;
+  SetMediaTimeOffset(offset);
   set_time_offset(offset);
   return S_OK;
 }

@@ -13,6 +13,7 @@
 #include "sources/tarn/tarn_channel_writer.h"
 #include "sources/tarn/tarn_lap_marker_writer.h"
 #include "sources/tarn/tarn_lap_markers.h"
+#include "sources/tarn/tarn_media_editor.h"
 #include "sources/tarn/tarn_outing_cache.h"
 #include "sources/tarn/tarn_outing_factories.h"
 #include "writeback/events_writer_facet.h"
@@ -23,7 +24,7 @@ namespace velmar {
 class CTarnOuting final
     : public COutingOnCache<CTarnOutingCache, CTarnOutingChannelFactory, CTarnOutingEventsFactory,
                             CTarnOutingConstantFactory, CTarnOutingBlobFactory, CTarnMediaChannelFactory,
-                            CTarnLapMarkers, CLapMarkerWriterBase, CTarnChannelWriterBase,
+                            CTarnLapMarkers, CLapMarkerWriterBase, CTarnChannelWriterBase, CMediaChannelEditorBase,
                             CEventsWriterFacet, CTransactionFacet, CTarnBlobWriterFacet> {
  public:
   CTarnOuting(ComPtr<CTarnOutingCache> cache, bool overrideProperties)
@@ -58,9 +59,11 @@ class CTarnOuting final
   // What event sets, blobs and media channels read through.
   ComPtr<CTarnOutingCache> ItemCache() override { return ComPtr<CTarnOutingCache>(cache()); }
   KivTime EventTimeOffset() override { return time_offset(); }
+  KivTime MediaTimeOffset() override { return time_offset(); }
   const std::vector<TarnConstant>* CacheConstants() override { return cache()->Constants(); }
   CTarnOutingCache* WriterCache() override { return cache(); }
   IKivDataFactory* WriterChannels() override { return channel_factory(); }
+  CTarnOutingCache* MediaEditCache() override { return cache(); }
   CTransactionStateMachine* TransactionMachine() override { return cache()->transaction(); }
   COutingStateChanges* TransactionOuting() override { return this; }
   CTransactionStateMachine* ConstantTransaction() override { return cache()->transaction(); }

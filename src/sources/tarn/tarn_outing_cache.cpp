@@ -350,6 +350,12 @@ void CTarnOutingCache::ReloadEventsAfterWrite() {
   (void)EventNames();
 }
 
+void CTarnOutingCache::ReloadMediaAfterWrite() {
+  mediaData_.DropAll();
+  mediaChannels_->Drop();
+  (void)MediaChannelList();
+}
+
 void CTarnOutingCache::OnReadDone(CTarnReadStateMachine<CLoadChannelNamesJobItem>& m, KivResult status) {
   if (Failed(status)) return;  // idle again: the next request reads again
   const TarnChannelMap& channels = m.results()->channels();

@@ -137,6 +137,8 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   // ITarnInformationWriter: the information step; a new "First lap number"
   // makes the lap markers read again after the write.
   KivResult QueueInformation(PropertyList properties) override;
+  // What hears that a media channel step wrote.
+  CWriteBackStateChanges* media_write_back() { return &mediaWriteBack_; }
 
   // CTransactionBase: the store's write handle, on the store thread.
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
@@ -216,6 +218,9 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   // The details record after a write: read again and announced, after the
   // lap markers when the first lap number changed.
   void ReloadInformationAfterWrite();
+  // The media channels and their clips after a write: read again, and every
+  // outing told.
+  void ReloadMediaAfterWrite();
   // Runs one of the reloads above after a successful step.
   class CReloadAfterWrite final : public CWriteBackStateChanges {
    public:
@@ -259,6 +264,7 @@ class CTarnOutingCache final : public COutingCacheBase<CTarnOutingCache, ITarnOu
   bool constantsRewritten_ = false;  // the constant read running follows a write
   bool firstLapChanged_ = false;   // a queued step sets a new first lap number
   bool informationStale_ = false;  // the next details read is announced, changed or not
+  CReloadAfterWrite mediaWriteBack_{this, &CTarnOutingCache::ReloadMediaAfterWrite};
 
   ComPtr<CTarnOutingInformation> information_;
   bool loaded_ = false;

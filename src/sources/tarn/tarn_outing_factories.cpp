@@ -95,7 +95,16 @@ bool CTarnMediaChannelFactory::CacheList(EntryMap* list) {
 
 ComPtr<CTarnMediaChannelBase> CTarnMediaChannelFactory::MakeItem(const std::u16string& name,
                                                                   const TarnMediaChannelEntry& entry) {
-  return MakeKiv<CTarnMediaChannelBase>(name, entry, ItemCache());
+  auto channel = MakeKiv<CTarnMediaChannelBase>(name, entry, ItemCache());
+  channel->SetTimeOffset(MediaTimeOffset());
+  return channel;
+}
+
+void CTarnMediaChannelFactory::SetMediaTimeOffset(KivTime offset) {
+  (void)ForEachItem([offset](CTarnMediaChannelBase& channel) {
+    channel.SetTimeOffset(offset);
+    return S_OK;
+  });
 }
 
 // --- Constants -----------------------------------------------------------------

@@ -98,9 +98,15 @@ class CTarnOutingBlobFactory : public CTarnListedFactory<CBlob, IKivBlob, IKivBl
 class CTarnMediaChannelFactory
     : public CTarnListedFactory<CTarnMediaChannelBase, IKivMediaChannel, IKivMediaChannelFactory,
                                 TarnMediaChannelEntry> {
+ public:
+  // Shifts the clips of every channel made so far.
+  void SetMediaTimeOffset(KivTime offset);
+
  protected:
   bool CacheList(EntryMap* list) override;
   ComPtr<CTarnMediaChannelBase> MakeItem(const std::u16string& name, const TarnMediaChannelEntry& entry) override;
+  // The offset a channel made now starts with.
+  virtual KivTime MediaTimeOffset() = 0;
 };
 
 // The constants of an outing object: the cache's constant list, merged into

@@ -1,0 +1,176 @@
+// The decode pipeline and the clip player on a clip made here: every frame
+// carries its number, so a delivered picture says which frame it is.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+
+#include "media/clip_manager.h"
+#include "support/temp_dir.h"
+#include "velmar/sample_clip.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+constexpr KivTime kS = kTicksPerSecond;
+constexpr KivTime kFrame = kS / 25;
+
+class LastFrame final : public KivObject<IKivVideoFrameSink> {
+ public:
+  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
+    number = KivSampleClipFrameNumber(frame);
+    blank = FromKivBool(frame.blank);
+    ++count;
+  }
+  int32_t number = -2;
+  bool blank = false;
+  int count = 0;
+};
+
+class ClipPlayerTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    dir_ = new TempDir();
+    clip_ = Utf8ToWide((*dir_ / "clip.mp4").string());
+    ASSERT_EQ(KivWriteSampleClip(clip_, {4.0, 320, 180, 25, 1.0}), S_OK);
+  }
+  static void TearDownTestSuite() { delete dir_; }
+
+  ComPtr<CClipManager> Player(std::shared_ptr<PlayerClock> clock, ComPtr<LastFrame>* sink) {
+    auto player = MakeKiv<CClipManager>(std::move(clock), false);
+    *sink = MakeKiv<LastFrame>();
+    EXPECT_EQ(player->SetFrameSink(sink->Get()), S_OK);
+    return player;
+  }
+
+  static inline TempDir* dir_ = nullptr;
+  static inline std::u16string clip_;
+};
+
+TEST_F(ClipPlayerTest, SeeksToTheExactFrameAnywhereInAnyOrder) {
+  ClipOpenError why = ClipOpenError::kBroken;
+  std::string log;
+  auto decoder = ClipDecoder::Open(WideToUtf8(clip_), &why, &log);
+  ASSERT_TRUE(decoder) << log;
+  EXPECT_EQ(decoder->frame_interval(), kFrame);
+  EXPECT_FALSE(decoder->has_audio());
+  std::mt19937 random(19);
+  DecodedFrame frame;
+  for (int i = 0; i < 40; ++i) {
+    const KivTime at = std::uniform_int_distribution<KivTime>(0, 4 * kS - 1)(random);
+    ASSERT_EQ(decoder->FrameAt(at, &frame), S_OK);
+    const KivVideoFrame view{frame.width, frame.height, frame.width * 3, frame.rgb.data(), at, KIV_FALSE};
+    EXPECT_EQ(KivSampleClipFrameNumber(view), at / kFrame) << "at " << at;
+    EXPECT_EQ(frame.index, at / kFrame);
+  }
+}
+
+TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
+  const std::string text = (*dir_ / "notes.kvmedia").string();
+  std::ofstream(text) << "not a video";
+  const std::string truncated = (*dir_ / "cut.mp4").string();
+  {
+    std::ifstream in(WideToUtf8(clip_), std::ios::binary);
+    std::string bytes(2000, '\0');
+    in.read(bytes.data(), 2000);
+    std::ofstream(truncated, std::ios::binary) << bytes;
+  }
+  ClipOpenError why = ClipOpenError::kNone;
+  std::string log;
+  EXPECT_FALSE(ClipDecoder::Open(text, &why, &log));
+  EXPECT_EQ(why, ClipOpenError::kNotMedia);
+  EXPECT_FALSE(ClipDecoder::Open((*dir_ / "missing.mp4").string(), &why, &log));
+  EXPECT_EQ(why, ClipOpenError::kBroken);
+
+  ComPtr<LastFrame> sink;
+  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  EXPECT_EQ(player->AddClip(Utf8ToWide(text), nullptr, 0, kS, 0), E_FAIL);
+  EXPECT_EQ(player->AddClip(Utf8ToWide(truncated), nullptr, 0, kS, 0), E_FAIL);
+  EXPECT_EQ(player->GetTime(nullptr), E_POINTER);
+  KivTime t = 0;
+  EXPECT_EQ(player->GetTime(&t), VFW_E_WRONG_STATE);  // nothing to play yet
+  ASSERT_EQ(player->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
+  EXPECT_NE(player->log().find("Failed to create Clip.\r\n"), std::string::npos);
+  EXPECT_NE(player->log().find("Media type: YUV420P.\r\n"), std::string::npos);
+  EXPECT_NE(player->log().find("No audio found.\r\n"), std::string::npos);
+  EXPECT_EQ(player->SetTime(2 * kS), S_OK);
+  EXPECT_EQ(sink->number, 50);
+}
+
+TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
+  ComPtr<LastFrame> sink;
+  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  ASSERT_EQ(player->AddClip(clip_, nullptr, 6 * kS, 4 * kS, 0), S_OK);
+  ASSERT_EQ(player->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);  // goes first: positions order the list
+  ASSERT_EQ(player->SetRange(0, 10 * kS), S_OK);
+  ASSERT_EQ(player->SetTime(5 * kS), S_OK);
+  EXPECT_TRUE(sink->blank);
+  ASSERT_EQ(player->SetTime(7 * kS), S_OK);
+  EXPECT_FALSE(sink->blank);
+  EXPECT_EQ(sink->number, 25);
+  ASSERT_EQ(player->Step(3), S_OK);
+  EXPECT_EQ(sink->number, 28);
+  ASSERT_EQ(player->Step(-30), S_OK);  // back across the gap's start into blank frames of 40 ms
+  KivTime t = 0;
+  ASSERT_EQ(player->GetTime(&t), S_OK);
+  EXPECT_EQ(t, 7 * kS + 3 * kFrame - 30 * kFrame);
+  uint32_t state = 9;
+  ASSERT_EQ(player->GetState(0, &state), S_OK);
+  EXPECT_EQ(state, kClipPlayerPaused);
+}
+
+TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
+  ComPtr<LastFrame> sink;
+  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  // Frames 50, 51 and 52 of the file stand 1 s apart on the timeline.
+  auto table = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{3 * kS, 4 * kS, 5 * kS}, std::vector<KivTime>{}, 50);
+  ASSERT_EQ(player->AddClip(clip_, table, 2 * kS, 2 * kS, 0), S_OK);
+  EXPECT_EQ(player->log().find("Time adjustment is not enabled."), std::string::npos);
+  ASSERT_EQ(player->SetTime(2 * kS), S_OK);
+  EXPECT_EQ(sink->number, 50);
+  ASSERT_EQ(player->SetTime(3 * kS + kS / 2), S_OK);
+  EXPECT_EQ(sink->number, 51);
+  ASSERT_EQ(player->Step(1), S_OK);
+  EXPECT_EQ(sink->number, 52);
+  KivTime t = 0;
+  ASSERT_EQ(player->GetTime(&t), S_OK);
+  EXPECT_EQ(t, 4 * kS);
+  ASSERT_EQ(player->Stop(), S_OK);
+  uint32_t state = 9;
+  ASSERT_EQ(player->GetState(0, &state), S_OK);
+  EXPECT_EQ(state, kClipPlayerStopped);
+}
+
+TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
+  auto clock = std::make_shared<ManualPlayerClock>();
+  auto own = std::make_shared<ManualPlayerClock>();
+  own->Advance(123 * kS);  // the slave's clock is elsewhere until Run
+  ComPtr<LastFrame> primarySink, slaveSink;
+  auto primary = Player(clock, &primarySink);
+  auto slave = Player(own, &slaveSink);
+  ASSERT_EQ(primary->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
+  ASSERT_EQ(slave->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
+  ASSERT_EQ(primary->AddSlave(slave.Get()), S_OK);
+  ASSERT_EQ(primary->SetTime(kS), S_OK);
+  ASSERT_EQ(primary->SetRate(3), S_OK);  // 2x, passed on
+  ASSERT_EQ(primary->Run(), S_OK);
+  clock->Advance(1'000'000 + kS / 2);  // the common start, then half a second
+  KivTime a = 0, b = 0;
+  ASSERT_EQ(primary->GetTime(&a), S_OK);
+  ASSERT_EQ(slave->GetTime(&b), S_OK);
+  EXPECT_EQ(a, 2 * kS);
+  EXPECT_LT(std::abs(a - b), kFrame);
+  primary->PresentNow();
+  slave->PresentNow();
+  EXPECT_EQ(primarySink->number, slaveSink->number);
+  ASSERT_EQ(primary->Pause(), S_OK);
+  clock->Advance(kS);
+  ASSERT_EQ(slave->GetTime(&b), S_OK);
+  EXPECT_EQ(b, 2 * kS);  // paused together
+  ASSERT_EQ(primary->RemoveSlave(slave.Get()), S_OK);
+  EXPECT_EQ(primary->RemoveSlave(slave.Get()), E_FAIL);
+}
+
+}  // namespace
+}  // namespace velmar::testing

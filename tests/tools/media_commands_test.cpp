@@ -1,0 +1,46 @@
+// The media commands end to end: a clip made, attached to a converted
+// outing, listed, its frame written as a PNG, edits refused with the
+// library's messages, and a short play.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "cli_run.h"
+
+namespace velmar::testing {
+namespace {
+
+TEST(MediaCommandsTest, AttachListGrabAFrameAndPlay) {
+  CliRunner cli;
+  const std::string store = cli.Path("s.trn"), clip = cli.Path("c.mp4"), png = cli.Path("f.png");
+  ASSERT_EQ(cli.Run({"convert", cli.Sample(), store}).exitCode, 0);
+  ASSERT_EQ(cli.Run({"clip", clip, "--seconds", "3"}).exitCode, 0);
+  const CliResult added = cli.Run({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
+  ASSERT_EQ(added.exitCode, 0) << added.err;
+  EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(store).parent_path() / "0001000.kvmedia"));
+  const auto rows = cli.Run({"media", store, "list"}).Rows();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0][0], "Onboard");
+  EXPECT_EQ(rows[0][1], "user");
+  EXPECT_EQ(rows[0][2], "1");
+
+  const CliResult frame = cli.Run({"frame", store, "Onboard", "--at", "2", "-o", png});
+  ASSERT_EQ(frame.exitCode, 0) << frame.err;
+  std::ifstream in(png, std::ios::binary);
+  std::string magic(8, '\0');
+  in.read(magic.data(), 8);
+  EXPECT_EQ(magic, "\x89PNG\r\n\x1a\n");
+
+  const CliResult again = cli.Run({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
+  EXPECT_NE(again.exitCode, 0);
+  EXPECT_NE(again.err.find("Failed to add Media Channel \"Onboard\" - duplicate Media Channel found"),
+            std::string::npos);
+  const CliResult play = cli.Run({"play", store, "--rate", "5", "--for", "0.3", "--channels", "Speed"});
+  ASSERT_EQ(play.exitCode, 0) << play.err;
+  EXPECT_EQ(play.Rows().at(0), (std::vector<std::string>{"position", "Speed"}));
+  EXPECT_GE(play.Rows().size(), 3u);
+}
+
+}  // namespace
+}  // namespace velmar::testing

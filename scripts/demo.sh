@@ -71,6 +71,7 @@ if [ -f "$store" ]; then
   "$cli" info "$store" set "Driver name=Demo Driver" "First lap number=5" && "$cli" laps "$store" | head -3
   printf 'demo setup sheet' > "$out/setup.txt"
   "$cli" blobs "$store" add "Setup sheet" "$out/setup.txt" && "$cli" blobs "$store"
+fi
 echo "== velmar export $sample: Speed and Gear with the events at 10 Hz, to text (the first 95 s) and to .trn"
 rm -f "$out/export.txt" "$out/export.trn"
 "$cli" export "$sample" "$out/export.txt" --channels Speed,Gear --events --to 95 --rate 10
@@ -80,6 +81,7 @@ echo "== velmar events $out/export.trn remove: the first lap end goes"
 first=$("$cli" events "$out/export.trn" | sed -n 2p | cut -f1)
 if [ -n "$first" ]; then
   "$cli" events "$out/export.trn" remove --name "End of lap" --time "$first" && "$cli" events "$out/export.trn"
+fi
 echo "== velmar clip, velmar media $store add, velmar frame: onboard video bound to the data's time"
 if [ -f "$store" ]; then
   "$cli" media "$store" remove Onboard >/dev/null 2>&1 || true

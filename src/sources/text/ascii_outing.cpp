@@ -84,57 +84,9 @@ bool CAsciiConstantFactory::LoadedRecords(std::vector<ConstantRecord>* records) 
 
 // --- Channel factory ----------------------------------------------------------
 
-KivResult CAsciiChannelFactory::GetItem(const std::u16string& name, IKivChannel** channel) {
-  if (!channel) return E_POINTER;
-  *channel = nullptr;
-  if (!cache_ || !cache_->EnsureLoaded()) return KIV_E_PENDING;
-  if (!listed()) FillNames();
-  auto it = items().find(name);
-  if (it == items().end()) return E_INVALIDARG;
-  try {
-    if (!it->second) it->second = MakeChannel(name);
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-  return GiveOut(static_cast<IKivChannel*>(it->second.Get()), channel);
-}
-
-ComPtr<CFileChannel> CAsciiChannelFactory::MakeChannel(const std::u16string& name) {
-  if (!unitTable_ && Failed(CreateUnitsComponent(&unitTable_))) unitTable_ = nullptr;
-  ComPtr<IKivChannelPropertyFactory> properties;
-  ComPtr<IKivUnknown> root;
-  if (Succeeded(GetRoot(root.Put())) && root) {
-    if (auto velmar = root.As<IKivVelmar>(); !velmar || Failed(velmar->GetChannelPropertyFactory(properties.Put()))) {
-      properties = nullptr;
-    }
-  }
-  const CAsciiRawChannel* raw = cache_->GetRawChannel(name);
-  const HeaderChannel header =
-      ResolveHeaderChannel(name, raw ? std::u16string_view(raw->unit) : std::u16string_view(), properties.Get(),
-                           unitTable_.Get(), true);
-  auto made = MakeKiv<CFileChannel>();
-  made->Bind(name, header.key, nullptr, ComPtr<CRawChannelSource>(cache_), header.unit, unitTable_.As<IKivUnits>());
-  if (timeOffset_ && *timeOffset_ != 0) (void)made->SetTimeOffset(*timeOffset_);
-  return made;
-}
-
-KivResult CAsciiChannelFactory::ShiftChannels(KivTime offset) {
-  KivResult last = S_OK;
-  for (auto& [name, channel] : items()) {
-    if (!channel) continue;
-    last = channel->SetTimeOffset(offset);
-    if (last != S_OK) return last;
-  }
-  return last;
-}
-
-void CAsciiChannelFactory::FillNames() {
-  if (cache_ && cache_->EnsureLoaded()) (void)Refill();
-}
-
-void CAsciiChannelFactory::DropItem(const std::u16string&, ComPtr<CFileChannel>& channel) {
-  if (channel) channel->Detach();
-  channel = nullptr;
+std::u16string CAsciiChannelFactory::UnitText(const std::u16string& name) {
+  const CAsciiRawChannel* raw = cache()->GetRawChannel(name);
+  return raw ? raw->unit : std::u16string();
 }
 
 // --- Outing -------------------------------------------------------------------

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "outing/channels/channel_file.h"
+#include "outing/channels/file_channel_factory.h"
 #include "outing/events/events_factory.h"
 #include "outing/cache/file_outing.h"
 #include "outing/laps/list_lap_markers.h"
@@ -73,34 +74,10 @@ class CAsciiConstantFactory : public CWritableConstantFactory<CLoadedConstantFac
 // The channels of a text outing: one per loaded column name. A channel
 // object is made on first demand, reads its column from the cache when a
 // client first reads it, and stays until the data is discarded.
-class CAsciiChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKivChannelFactory> {
- public:
-  // KIV_E_PENDING while loading (the load is asked for), E_INVALIDARG for a
-  // name the data set does not have.
-  KivResult GetItem(const std::u16string& name, IKivChannel** channel) override;
-  // `timeOffset`: the outing's offset, which every new channel starts with.
-  void Bind(CAsciiOutingCache* cache, const KivTime* timeOffset) {
-    cache_ = cache;
-    timeOffset_ = timeOffset;
-  }
-  NameList Refill() { return AddNames(cache_->ChannelNames()); }
-  // Shifts every channel made so far, in name order; the first failure stops
-  // the walk and is given back.
-  [[nodiscard]] KivResult ShiftChannels(KivTime offset);
-
+class CAsciiChannelFactory : public CFileChannelFactory<CAsciiOutingCache> {
  protected:
-  void FillNames() override;
-  // The channel goes: its sinks hear that it was removed.
-  void DropItem(const std::u16string& name, ComPtr<CFileChannel>& channel) override;
-
- private:
-  // A new channel of a listed name, keyed and scaled as its header's unit
-  // and the root's property database say.
-  ComPtr<CFileChannel> MakeChannel(const std::u16string& name);
-
-  CAsciiOutingCache* cache_ = nullptr;
-  const KivTime* timeOffset_ = nullptr;
-  ComPtr<IKivUnitTable> unitTable_;  // made on first use
+  // The unit text of the column's header.
+  std::u16string UnitText(const std::u16string& name) override;
 };
 
 inline KivTime LapMarkerTime(const TextLapMarker& m) { return m.time; }

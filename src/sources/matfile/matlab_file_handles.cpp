@@ -101,14 +101,8 @@ TextStatus CMatlabFileHandles::Create(const std::filesystem::path& path, TextFil
 
 TextStatus CMatlabFileHandles::Open(bool writable) {
   Close();
-  int fd = -1;
-  if (auto st = ops_.Open(path_, writable ? FileOpenMode::kReadWrite : FileOpenMode::kRead, &fd); !st.ok()) return st;
-  file_ = FileHandle(&ops_, fd);
+  if (auto st = OpenLockedFile(ops_, path_, writable, &file_); !st.ok()) return st;
   writable_ = writable;
-  if (auto st = ops_.Lock(fd); !st.ok()) {
-    Close();
-    return st;
-  }
   return Remap();
 }
 

@@ -144,6 +144,17 @@ TextFileOps& DefaultTextFileOps() {
   return ops;
 }
 
+TextStatus OpenLockedFile(TextFileOps& ops, const std::filesystem::path& path, bool writable, FileHandle* file) {
+  int fd = -1;
+  if (auto st = ops.Open(path, writable ? FileOpenMode::kReadWrite : FileOpenMode::kRead, &fd); !st.ok()) return st;
+  *file = FileHandle(&ops, fd);
+  if (auto st = ops.Lock(fd); !st.ok()) {
+    file->Reset();
+    return st;
+  }
+  return {};
+}
+
 FileHandle::FileHandle(FileHandle&& other) noexcept : ops_(other.ops_), fd_(other.fd_) { other.fd_ = -1; }
 
 FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {

@@ -85,6 +85,10 @@ class FileHandle {
   int fd_ = -1;
 };
 
+// Opens `path` (for writing too when `writable`) and takes its exclusive
+// lock, so no other writer shares it; on any failure `file` is left empty.
+TextStatus OpenLockedFile(TextFileOps& ops, const std::filesystem::path& path, bool writable, FileHandle* file);
+
 // Replaces the file at target with bytes: writes a temporary file beside it,
 // syncs it, renames it over the target and syncs the folder, so a failure at
 // any step leaves the old file as it was. With held set, the new file is

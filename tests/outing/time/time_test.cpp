@@ -27,6 +27,10 @@ TEST(Time, RoundTicksIsTheSameRuleOnTicks) {
   EXPECT_EQ(RoundTicks(-0.5), -1);
   EXPECT_EQ(RoundTicks(1.4999), 1);
   EXPECT_EQ(RoundTicks(-1.5), -2);
+  EXPECT_EQ(RoundTicks(0.49999999999999994), 0) << "the largest double below a half";
+  EXPECT_EQ(RoundTicks(-0.49999999999999994), 0);
+  EXPECT_EQ(RoundTicks(4503599627370497.0), 4503599627370497) << "2^52 + 1: whole, nothing to round";
+  EXPECT_EQ(RoundTicks(9007199254740993.0), 9007199254740992) << "as the double holds it";
 }
 
 TEST(Time, SecondsThatHaveNoTickGiveNothing) {

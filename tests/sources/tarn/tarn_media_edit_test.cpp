@@ -31,8 +31,16 @@ class TarnMediaEditTest : public TarnOutingTest {
     ASSERT_EQ(KivWriteSampleClip(clip_, {2.0, 64, 48, 25, 1.0}), S_OK);
     Reopen();
   }
+  // The facets hold the outing: they go first, so its close jobs run here.
+  void TearDown() override {
+    editor_ = nullptr;
+    txn_ = nullptr;
+    TarnOutingTest::TearDown();
+  }
   void Reopen() {
     listener_.reset();
+    editor_ = nullptr;
+    txn_ = nullptr;
     outing_ = nullptr;
     ASSERT_TRUE(Settle());
     OpenListened(path_);

@@ -59,7 +59,10 @@ int32_t AfterRemoval(int32_t index, const std::vector<size_t>& removed) {
 
 CTask::CTask() : defaultFinderClass_(CLSID_KivLapFinder) {}
 
-CTask::~CTask() { CloseSelections(); }
+CTask::~CTask() {
+  StopWatch();
+  CloseSelections();
+}
 
 KivResult CreateTask(ComPtr<CTask>* out) {
   if (!out) return E_POINTER;
@@ -253,6 +256,7 @@ KivResult CTask::SetWatchFollows(KivBool follows) {
   watchFollows_ = follows == KIV_TRUE;
   const KivResult written = WriteHeader();
   MarkDirty();
+  if (watchFollows_ && watchEnabled_) StartWatch();
   Fire(&IKivTaskNotifications5::OnWatchFollowsChanged);
   return Failed(written) ? E_FAIL : S_OK;
 }
@@ -351,10 +355,11 @@ KivResult CTask::Update(uint32_t flags, const Variant* indexes, uint32_t addCoun
   const bool descriptionChanged = (flags & kTaskDescription) && newDescription != description_;
   const bool seedChanged = (flags & kTaskColourSeed) && newColourSeed != colourSeed_;
   if (flags & kTaskWatch) {
-    // The folder watch itself starts with the autoupdate step; the task keeps its settings.
+    StopWatch();
     watchFolder_ = watchFolder;
     watchEnabled_ = watchEnabled == KIV_TRUE;
     watchMode_ = watchMode == 0 ? 1 : watchMode;
+    if (watchEnabled_) StartWatch();
   }
   if (nameChanged) name_ = newName;
   if (descriptionChanged) description_ = newDescription;
@@ -403,10 +408,19 @@ void CTask::RemoveSelections(const std::vector<size_t>& removed) {
   }
 }
 
+// Folder watch.
+
+void CTask::StartWatch() {
+  StopWatch();
+  if (closed_ || watchFolder_.empty()) return;
+  if (TaskWatchStarter start = GetTaskWatchStarter()) watch_ = start(this);
+}
+
 // Closing.
 
 KivResult CTask::Close() {
   if (closed_) return S_FALSE;
+  StopWatch();  // before anything else of the task goes
   Fire(&IKivTaskNotifications::OnClosing);
   playback_ = nullptr;  // it let go of the task on the closing event
   CloseSelections();

@@ -20,6 +20,7 @@
 #include "tasks/data_selection.h"
 #include "tasks/playback_controller.h"
 #include "tasks/task_properties.h"
+#include "tasks/task_watch.h"
 #include "tasks/tasks.h"
 
 namespace velmar {
@@ -92,6 +93,10 @@ class CTask final
   // Raised by the task's selections and, for the watch, by the folder watch.
   void RequestRefresh(uint32_t reason) override;
   size_t selection_count() const { return selections_.size(); }
+  // The running folder watch; null when none runs.
+  const ITaskWatch* watch() const { return watch_.get(); }
+  // The folder watch took up `path` (its selections are already changed).
+  void WatchTookFile(const std::u16string& path) { Fire(&IKivTaskNotifications3::OnWatchTookFile, path); }
   const std::vector<std::u16string>& selection_storage_names() const { return selectionNames_.names; }
 
  private:
@@ -125,6 +130,9 @@ class CTask final
   [[nodiscard]] KivResult LoadSelections();
   [[nodiscard]] KivResult LoadExtensions();
   void ReadRegistryDefault();
+  // Stops a running folder watch, then starts one on the folder set, if any.
+  void StartWatch();
+  void StopWatch() { watch_.reset(); }
 
   template <class Method, class... Args>
   void Fire(Method method, Args... args) {
@@ -135,6 +143,8 @@ class CTask final
   IKivVelmar* root_ = nullptr;
   // Made on first demand; it holds the task until the task closes.
   ComPtr<CPlaybackController> playback_;
+  // The folder watch while it runs; it stops before any watch setting changes.
+  std::unique_ptr<ITaskWatch> watch_;
   std::u16string name_, description_, watchFolder_;
   std::vector<ComPtr<CDataSelection>> selections_;
   int32_t activeSelection_ = -1, secondSelection_ = -1, watchSelection_ = -1;

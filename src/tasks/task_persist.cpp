@@ -246,6 +246,7 @@ KivResult CTask::Load(IKivStorage* storage) {
   if (KivResult r = LoadSelections(); Failed(r)) return r;
   if (KivResult r = LoadExtensions(); Failed(r)) return r;
   dirty_ = false;
+  if (watchEnabled_) StartWatch();
   return S_OK;
 }
 

@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
   AddFrameCommand(app, context);
   AddClipCommand(app, context);
   AddPlayCommand(app, context);
+  AddWatchCommand(app, context);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -7,6 +7,7 @@
 #include "core/velmar.h"
 #include "outing/factory/outing_factory.h"
 #include "regions/regions_classes.h"
+#include "sources/autoupdate/autoupdate.h"
 #include "sources/matfile/matlab_outing.h"
 #include "sources/realtime/rt_outing.h"
 #include "sources/tarn/tarn_outing.h"
@@ -40,6 +41,7 @@ KivResult RegisterBuiltInClasses(ClassRegistry& registry) {
       RegisterConfigClasses(registry),   RegisterTasksClasses(registry),       EnterMissingRows(registry),
       RegisterTextOutingSource(),        RegisterTarnOutingSource(),           RegisterRealtimeOutingSource(),
       RegisterMatlabOutingSource(),
+      RegisterAutoupdate(),
   };
   for (KivResult r : results) {
     if (Failed(r)) return r;

@@ -58,9 +58,10 @@ const fs::path& SampleTrn() {
 // 10,000 names for the sample (hard links: the folder's cost, not the disk's).
 const fs::path& BigFolder() {
   static const fs::path folder = [] {
+    const fs::path& sample = SampleTrn();  // first: it clears the bench's folder
     const fs::path f = Root() / "big";
     fs::create_directories(f);
-    for (int i = 0; i < kFiles; ++i) fs::create_hard_link(SampleTrn(), f / ("outing_" + std::to_string(i) + ".trn"));
+    for (int i = 0; i < kFiles; ++i) fs::create_hard_link(sample, f / ("outing_" + std::to_string(i) + ".trn"));
     return f;
   }();
   return folder;
@@ -94,6 +95,7 @@ class TakenUp final : public CTaskNotifications3Receiver {
 // From the copy of a new file into the folder to the task's word that it
 // took it up, as a selection of its own.
 void BM_WatchTakeUp(benchmark::State& state) {
+  (void)SampleTrn();
   const fs::path folder = Root() / "logger";
   fs::remove_all(folder);
   fs::create_directories(folder);

@@ -13,6 +13,8 @@
 #include "host_session.h"
 #include "output.h"
 #include "velmar/client_thread.h"
+#include "velmar/persist.h"
+#include "velmar/storage.h"
 #include "velmar/text.h"
 
 namespace velmar::cli {
@@ -86,6 +88,9 @@ std::u16string FolderText(const std::string& folder) {
 
 void Run(const WatchOptions& options, const CommandContext& context) {
   HostSession session(context.timeout(), false, context.settingsFile);
+  ComPtr<IKivStorage> memory;  // without a settings file, the defaults' colour table
+  if (!session.settings() && Succeeded(StgCreateMemoryStorage(memory.Put())))
+    if (auto persist = QueryAs<IKivPersistStorage>(session.root())) (void)persist->InitNew(memory.Get());
   ComPtr<IKivTasks> tasks;
   ComPtr<IKivTask> task;
   if (KivResult r = session.root()->GetTasks(tasks.Put()); Failed(r)) Fail("velmar", "the root has no task list", r);

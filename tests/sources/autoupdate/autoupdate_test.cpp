@@ -216,6 +216,24 @@ TEST_F(WatchTest, LockedFileIsTakenUpOnceReleased) {
   EXPECT_EQ(taken_.paths, std::vector<std::string>{locked.string()});
 }
 
+TEST_F(WatchTest, LoadedTaskWatchesAgainAndCloseStops) {
+  ComPtr<IKivStorage> storage;
+  ComPtr<CTask> saved, loaded;
+  ASSERT_EQ(StgCreateMemoryStorage(storage.Put()), S_OK);
+  ASSERT_EQ(CreateTask(&saved), S_OK);
+  ASSERT_EQ(saved->InitNew(storage.Get()), S_OK);
+  const std::u16string text = Utf8ToWide(folder().string() + "/");
+  ASSERT_EQ(saved->Update(kTaskWatch, nullptr, 0, 0, u"", u"", 0, text, 0, KIV_TRUE, 1, nullptr), S_OK);
+  EXPECT_NE(saved->watch(), nullptr);
+  saved->ReleaseParts();
+  ASSERT_EQ(saved->Close(), S_OK);
+  EXPECT_EQ(saved->watch(), nullptr);
+  ASSERT_EQ(CreateTask(&loaded), S_OK);
+  ASSERT_EQ(loaded->Load(storage.Get()), S_OK);
+  EXPECT_NE(loaded->watch(), nullptr);
+  ASSERT_EQ(loaded->Close(), S_OK);
+}
+
 TEST(AutoupdateScanTest, NewestOfOneScanAndLongPatterns) {
   TempDir dir;
   std::vector<std::u16string> found;

@@ -355,11 +355,15 @@ KivResult CTask::Update(uint32_t flags, const Variant* indexes, uint32_t addCoun
   const bool descriptionChanged = (flags & kTaskDescription) && newDescription != description_;
   const bool seedChanged = (flags & kTaskColourSeed) && newColourSeed != colourSeed_;
   if (flags & kTaskWatch) {
-    StopWatch();
+    // Only a new selection to follow: the running watch goes on, so no file
+    // lands between two watches.
+    const uint32_t mode = watchMode == 0 ? 1 : watchMode;
+    const bool sameWatch = watch_ && watchEnabled == KIV_TRUE && watchFolder == watchFolder_ && mode == watchMode_;
+    if (!sameWatch) StopWatch();
     watchFolder_ = watchFolder;
     watchEnabled_ = watchEnabled == KIV_TRUE;
-    watchMode_ = watchMode == 0 ? 1 : watchMode;
-    if (watchEnabled_) StartWatch();
+    watchMode_ = mode;
+    if (watchEnabled_ && !sameWatch) StartWatch();
   }
   if (nameChanged) name_ = newName;
   if (descriptionChanged) description_ = newDescription;

@@ -59,7 +59,7 @@ KivResult CAutoupdateNotifyStateMachine::Init() {
 void CAutoupdateNotifyStateMachine::JobCompleted(CJobItem* job) {
   auto* found = dynamic_cast<CAutoupdateNotifyJob*>(job);
   if (closed_ || !found) return;
-  ComPtr<CStateMachineEx> keep(this);  // a mode-2 restart of the watch lets go of it
+  ComPtr<CStateMachineEx> keep(this);  // a change of the task's watch may let go of it
   OnNewFile(found->name());
 }
 
@@ -90,7 +90,7 @@ void CAutoupdateNotifyStateMachine::OnNewFile(const std::u16string& name) {
 
 void CAutoupdateNotifyStateMachine::FollowNewest(const std::u16string& folder, const std::u16string& path) {
   if (!AddSelection(path)) return;
-  // The watch restarts on this: the machine is let go of inside the call.
+  // From now on the watch follows the new selection.
   (void)task_->Update(kTaskWatch, nullptr, 0, 0, u"", u"", 0, folder, SelectionCount(task_), KIV_TRUE, kWatchNewest,
                       nullptr);
 }

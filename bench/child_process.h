@@ -1,7 +1,9 @@
 // Runs a program as a child process for the end-to-end benchmarks: its wall
 // time and peak resident memory, per run and as the median over a
 // benchmark's iterations. RunHost hands the last argument (the output file)
-// to `before`, untimed, ahead of each run.
+// to `before`, untimed, ahead of each run. Also the pieces every host
+// benchmark shares: the generated text file, a peer script's own time, the
+// removal of an output (with a store's side files) ahead of a run.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -17,6 +19,8 @@
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "sources/text/sample_generator.h"
 
 namespace velmar::bench {
 
@@ -97,6 +101,31 @@ inline RunResult RunHost(benchmark::State& state, const std::vector<std::string>
   state.counters["median_ms"] = worst.seconds * 1000;
   state.counters["peak_MiB"] = worst.peakBytes / (1 << 20);
   return worst;
+}
+
+// A text data set of `rows` rows x 20 channels in $VELMAR_BENCH_DIR, made
+// when missing.
+inline std::filesystem::path SampleTextFile(const char* name, uint64_t rows) {
+  std::filesystem::path p = BenchDir() / name;
+  std::error_code ec;
+  if (!std::filesystem::exists(p, ec) && !WriteSampleFile(p, GenerateWideRows(rows)).ok()) std::abort();
+  return p;
+}
+
+// A peer script's own time in seconds, from its line "... (N ms ...": the
+// interpreter's start and imports left out. The line goes to stderr.
+inline double PeerSeconds(const std::vector<std::string>& args) {
+  RunResult r = RunChild(args, "");
+  const size_t open = r.out.find('(');
+  if (open == std::string::npos) std::abort();
+  std::fprintf(stderr, "peer: %s", r.out.c_str());
+  return std::strtod(r.out.c_str() + open + 1, nullptr) / 1000.0;
+}
+
+// Removes an output file, with a store's side files, ahead of a run.
+inline void RemoveOutput(const std::string& file) {
+  std::error_code ec;
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) std::filesystem::remove(file + suffix, ec);
 }
 
 }  // namespace velmar::bench

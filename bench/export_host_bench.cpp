@@ -9,59 +9,33 @@
 //
 // Files live in $VELMAR_BENCH_DIR (default /tmp) and are made when missing;
 // $VELMAR_CLI picks another host binary.
-#include <filesystem>
-
 #include "child_process.h"
-#include "sources/text/sample_generator.h"
 
+namespace velmar::bench {
 namespace {
-
-namespace fs = std::filesystem;
-using velmar::bench::BenchDir;
-using velmar::bench::Cli;
-using velmar::bench::RunChild;
-using velmar::bench::RunHost;
-using velmar::bench::RunResult;
 
 constexpr uint64_t kRows = 360000;  // an hour at 100 Hz
 constexpr double kSamples = 20.0 * kRows;
 
-void RemoveFile(const std::string& file) {
-  std::error_code ec;
-  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) fs::remove(file + suffix, ec);
-}
-
-const fs::path& TextHour() {
-  static const fs::path path = [] {
-    fs::path p = BenchDir() / "export_bench_hour.txt";
-    std::error_code ec;
-    if (!fs::exists(p, ec) && !velmar::WriteSampleFile(p, velmar::GenerateWideRows(kRows)).ok()) std::abort();
-    return p;
-  }();
+const std::filesystem::path& TextHour() {
+  static const std::filesystem::path path = SampleTextFile("export_bench_hour.txt", kRows);
   return path;
 }
 
-const fs::path& StoreHour() {
-  static const fs::path path = [] {
-    fs::path p = BenchDir() / "export_bench_hour.trn";
+const std::filesystem::path& StoreHour() {
+  static const std::filesystem::path path = [] {
+    std::filesystem::path p = BenchDir() / "export_bench_hour.trn";
     std::error_code ec;
-    if (!fs::exists(p, ec)) RunChild({Cli(), "--no-progress", "convert", TextHour().string(), p.string()});
+    if (!std::filesystem::exists(p, ec)) RunChild({Cli(), "--no-progress", "convert", TextHour().string(), p.string()});
     return p;
   }();
   return path;
 }
 
 double PandasSeconds() {
-  static const double seconds = [] {
-    const std::string out = (BenchDir() / "export_bench_pandas.tsv").string();
-    RunResult r = RunChild({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas_export.py",
-                            TextHour().string(), out, "10", "3"},
-                           "");
-    const size_t open = r.out.find('(');
-    if (open == std::string::npos) std::abort();
-    std::fprintf(stderr, "peer: %s", r.out.c_str());
-    return std::strtod(r.out.c_str() + open + 1, nullptr) / 1000.0;
-  }();
+  static const double seconds =
+      PeerSeconds({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas_export.py", TextHour().string(),
+                   (BenchDir() / "export_bench_pandas.tsv").string(), "10", "3"});
   return seconds;
 }
 
@@ -69,7 +43,7 @@ void BM_ExportResampledToText(benchmark::State& state) {
   const std::string in = StoreHour().string();
   const double pandas = PandasSeconds();
   const std::string out = (BenchDir() / "export_bench_10hz.txt").string();
-  RunResult r = RunHost(state, {Cli(), "--no-progress", "export", "--rate", "10", in, out}, "/dev/null", RemoveFile);
+  RunResult r = RunHost(state, {Cli(), "--no-progress", "export", "--rate", "10", in, out}, "/dev/null", RemoveOutput);
   state.counters["pandas_s"] = pandas;
   state.counters["x_pandas"] = pandas / r.seconds;  // goal: at least 3
   // Goal: below 2 x the samples the export goes through (the hour read);
@@ -82,11 +56,12 @@ BENCHMARK(BM_ExportResampledToText)->Unit(benchmark::kMillisecond)->UseManualTim
 void BM_ExportNativeToStore(benchmark::State& state) {
   const std::string in = StoreHour().string();
   const std::string out = (BenchDir() / "export_bench_native.trn").string();
-  RunResult r = RunHost(state, {Cli(), "--no-progress", "export", in, out}, "/dev/null", RemoveFile);
+  RunResult r = RunHost(state, {Cli(), "--no-progress", "export", in, out}, "/dev/null", RemoveOutput);
   state.counters["MB_per_s"] = kSamples * sizeof(double) / 1e6 / r.seconds;  // goal: at least 100
 }
 BENCHMARK(BM_ExportNativeToStore)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 
 }  // namespace
+}  // namespace velmar::bench
 
 BENCHMARK_MAIN();

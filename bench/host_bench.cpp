@@ -15,44 +15,18 @@
 //
 // Files live in $VELMAR_BENCH_DIR (default /tmp) and are made when missing.
 // $VELMAR_CLI picks another host binary (to compare builds).
-#include <benchmark/benchmark.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fcntl.h>
-#include <string>
-#include <vector>
-
 #include "child_process.h"
-#include "sources/text/sample_generator.h"
 
+namespace velmar::bench {
 namespace {
 
 namespace fs = std::filesystem;
-using velmar::bench::BenchDir;
-using velmar::bench::Cli;
-using velmar::bench::RunChild;
-using velmar::bench::RunHost;
-using velmar::bench::RunResult;
 
 constexpr uint64_t kRows = 300000;
 constexpr double kSamples = 20.0 * kRows;
 
 const fs::path& TextFile() {
-  static const fs::path path = [] {
-    fs::path p = BenchDir() / "host_bench_300k.txt";
-    std::error_code ec;
-    if (!fs::exists(p, ec)) {
-      if (!velmar::WriteSampleFile(p, velmar::GenerateWideRows(kRows)).ok()) std::abort();
-    }
-    return p;
-  }();
+  static const fs::path path = SampleTextFile("host_bench_300k.txt", kRows);
   return path;
 }
 
@@ -60,15 +34,8 @@ double TextBytes() { return static_cast<double>(fs::file_size(TextFile())); }
 
 // pandas' parse of the text file, in seconds; measured once per run.
 double PandasSeconds() {
-  static const double seconds = [] {
-    RunResult r =
-        RunChild({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas.py", TextFile().string(), "3"}, "");
-    const size_t open = r.out.find('(');
-    if (open == std::string::npos) std::abort();
-    const double ms = std::strtod(r.out.c_str() + open + 1, nullptr);
-    std::fprintf(stderr, "peer: %s", r.out.c_str());
-    return ms / 1000.0;
-  }();
+  static const double seconds =
+      PeerSeconds({"/usr/bin/python3", VELMAR_SOURCE_DIR "/scripts/bench_pandas.py", TextFile().string(), "3"});
   return seconds;
 }
 
@@ -103,10 +70,7 @@ BENCHMARK(BM_DumpText)->Unit(benchmark::kMillisecond)->UseManualTime()->Iteratio
 
 void BM_ConvertText(benchmark::State& state) {
   const std::string out = (BenchDir() / "host_bench_convert.trn").string();
-  RunResult r = RunHost(state, {Cli(), "convert", TextFile().string(), out}, "/dev/null", [](const std::string& file) {
-    std::error_code ec;
-    fs::remove(file, ec);
-  });
+  RunResult r = RunHost(state, {Cli(), "convert", TextFile().string(), out}, "/dev/null", RemoveOutput);
   state.counters["MB_per_s"] = TextBytes() / 1e6 / r.seconds;  // goal: at least 150
   state.counters["pandas_s"] = PandasSeconds();
   state.counters["x_pandas"] = PandasSeconds() / r.seconds;
@@ -120,5 +84,6 @@ void BM_ChannelsStore(benchmark::State& state) {
 BENCHMARK(BM_ChannelsStore)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(7);
 
 }  // namespace
+}  // namespace velmar::bench
 
 BENCHMARK_MAIN();

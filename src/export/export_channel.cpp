@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "outing/blocks/data_block_aperiodic.h"
+#include "outing/blocks/data_block_periodic.h"
 #include "outing/blocks/data_block_section.h"
 #include "outing/blocks/fast_iterator.h"
 
@@ -71,7 +72,8 @@ KivResult CExportChannel::CollectNative(IKivChannelIterator2* iterator, IKivData
     SampleWindow window;
     if (Failed(blocks->GetBlock(b, block.Put())) || Failed(ReadBlockShape(block.Get(), &shape))) return E_FAIL;
     // A failed copy drops that block only.
-    if (SelectWindow(shape, start_, end_, &window) == 0) (void)CopyWindow(block.Get(), shape, window);
+    if (SelectWindow(shape, start_, end_, &window) != 0) continue;
+    if (!window.whole || ShareBlock(block.Get(), shape) != S_OK) (void)CopyWindow(block.Get(), shape, window);
   }
   return S_OK;
 }
@@ -92,6 +94,24 @@ KivResult CExportChannel::CopyWindow(IKivDataBlock* block, const BlockShape& sha
     first = times.front();
   }
   return AddBlock(std::move(copy), first, shape.interval, std::move(times), continuous != KIV_FALSE);
+}
+
+KivResult CExportChannel::ShareBlock(IKivDataBlock* block, const BlockShape& shape) {
+  if (factor_ != 1.0 || offset_ != 0.0) return S_FALSE;
+  std::shared_ptr<const DataSection> section;
+  if (auto* periodic = dynamic_cast<CPeriodicOutingDataBlock*>(block)) section = periodic->section();
+  if (auto* aperiodic = dynamic_cast<CAperiodicOutingDataBlock*>(block)) section = aperiodic->section();
+  KivBool continuous = KIV_FALSE;
+  if (!section || section->sampleCount() != shape.count || Failed(block->GetContinuous(&continuous))) return S_FALSE;
+  // The item's times are the source's less `base`: the new block's offset.
+  const KivTime offset = shape.start - section->firstTime() - base_;
+  ComPtr<IKivDataBlockImplBase> shared;
+  if (Failed(MakeOutingDataBlock(std::move(section), static_cast<uint32_t>(blocks_.size()), offset,
+                                 continuous != KIV_FALSE, &shared))) {
+    return S_FALSE;
+  }
+  blocks_.push_back(std::move(shared));
+  return S_OK;
 }
 
 KivResult CExportChannel::Resample(IKivChannelIterator2* iterator, IKivDataBlocks* blocks, uint32_t count) {

@@ -47,6 +47,9 @@ class CExportChannel final : public CExportSourceItem {
   KivResult Fetch() override;
   KivResult CollectNative(IKivChannelIterator2* iterator, IKivDataBlocks* blocks, uint32_t count);
   KivResult CopyWindow(IKivDataBlock* block, const BlockShape& shape, const SampleWindow& window);
+  // A whole source block taken unscaled: a block over the source's own
+  // section, no copy. S_FALSE when the block must be copied.
+  KivResult ShareBlock(IKivDataBlock* block, const BlockShape& shape);
   KivResult Resample(IKivChannelIterator2* iterator, IKivDataBlocks* blocks, uint32_t count);
   // Adds a block of the item over `section`.
   KivResult AddBlock(std::vector<double> values, KivTime first, KivTime interval, std::vector<KivTime> times,

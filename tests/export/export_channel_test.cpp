@@ -22,7 +22,22 @@ class Waiter final : public CExportWaiter {
   void OnExportsComplete() override { ++complete; }
 };
 
-void ExpectBlocks(const CExportChannel& item, const json& expected) {
+// The values of the channel's block `index` (1-based).
+std::span<const double> SourceValues(IKivChannel* channel, uint32_t index) {
+  ComPtr<IKivChannelIterator2> iterator;
+  ComPtr<IKivDataBlocks> blocks;
+  ComPtr<IKivDataBlock> block;
+  std::span<const double> values;
+  if (channel->GetIterator(iterator.Put()) != S_OK || iterator->GetDataBlocks(blocks.Put()) != S_OK ||
+      blocks->GetBlock(index, block.Put()) != S_OK || block->GetValuesReference(&values) != S_OK) {
+    ADD_FAILURE() << "no source block " << index;
+  }
+  return values;
+}
+
+// "shares": the source block (1-based) whose values a block uses without a
+// copy; "copies": the one it took a copy of.
+void ExpectBlocks(const CExportChannel& item, const json& expected, IKivChannel* channel) {
   ASSERT_EQ(item.blocks().size(), expected.size());
   for (size_t i = 0; i < expected.size(); ++i) {
     const json& e = expected[i];
@@ -37,6 +52,12 @@ void ExpectBlocks(const CExportChannel& item, const json& expected) {
       const auto want = e["values"].get<std::vector<double>>();
       ASSERT_EQ(values.size(), want.size());
       for (size_t k = 0; k < want.size(); ++k) EXPECT_NEAR(values[k], want[k], 1e-9) << "block " << i << " #" << k;
+    }
+    if (e.contains("shares")) {
+      EXPECT_EQ(values.data(), SourceValues(channel, e["shares"].get<uint32_t>()).data()) << "block " << i;
+    }
+    if (e.contains("copies")) {
+      EXPECT_NE(values.data(), SourceValues(channel, e["copies"].get<uint32_t>()).data()) << "block " << i;
     }
     if (e.contains("last_value")) {
       EXPECT_NEAR(values.back(), e["last_value"].get<double>(), 1e-9);
@@ -70,7 +91,7 @@ TEST_P(ExportChannelTest, CollectsTheBlocksTheCaseSays) {
   }
   EXPECT_EQ(channel->locks, 0);
   EXPECT_EQ(item.state(), c["state"].get<int>());
-  ExpectBlocks(item, c["expected"]);
+  ExpectBlocks(item, c["expected"], channel.Get());
   if (c.contains("range")) {
     EXPECT_EQ(item.start(), c["range"][0].get<KivTime>());
     EXPECT_EQ(item.end(), c["range"][1].get<KivTime>());

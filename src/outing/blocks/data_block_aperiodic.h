@@ -47,6 +47,7 @@ class CAperiodicOutingDataBlock final : public AperiodicDataBlock {
                                         ComPtr<CAperiodicOutingDataBlock>* out);
 
   uint32_t GetSampleCount() const override { return section_->sampleCount(); }
+  const std::shared_ptr<const DataSection>& section() const { return section_; }
   KivResult TimesArray(std::span<const KivTime>* times) override;
   KivResult ValuesArray(bool refresh, std::span<const double>* values) override;
   bool timesShared() const { return timesShared_; }

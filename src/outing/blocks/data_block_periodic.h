@@ -67,6 +67,7 @@ class CPeriodicOutingDataBlock final : public PeriodicDataBlock {
   KivResult ValuesArray(bool refresh, std::span<const double>* values) override;
   // Whether the time array in use is the section's own.
   bool timesShared() const { return timesShared_; }
+  const std::shared_ptr<const DataSection>& section() const { return section_; }
 
  private:
   explicit CPeriodicOutingDataBlock(std::shared_ptr<const DataSection> section);

@@ -150,10 +150,16 @@ struct Stretch {
 // Cuts chunk rows to a window and joins what follows on into stretches, in
 // the order of their first sample; blocks that overlap in time stay apart.
 // Columns of a row: block_id, seq, first_time, sample_count, period,
-// continuous, samples, times.
+// continuous, samples, times, and the block's sample count.
+//
+// A stretch's arrays are sized once, for what its block still holds inside
+// the window: grown chunk by chunk they would end up to twice the samples'
+// size, and the reader keeps them. `sampleLimit` (what the file could hold
+// at most) bounds that guess against a corrupt block count.
 class StretchBuilder {
  public:
-  StretchBuilder(size_t sampleSize, KivTime from, KivTime to) : sampleSize_(sampleSize), from_(from), to_(to) {}
+  StretchBuilder(size_t sampleSize, KivTime from, KivTime to, uint64_t sampleLimit)
+      : sampleSize_(sampleSize), from_(from), to_(to), sampleLimit_(sampleLimit) {}
 
   KivResult Take(const Statement& row) {
     const uint64_t block = static_cast<uint64_t>(row.Int(0));
@@ -191,6 +197,9 @@ class StretchBuilder {
       s.period = period;
       s.continuous = continuous;
       s.first = pieceFirst;
+      const uint64_t expected = ExpectedSamples(row.Int(8), seq, w.begin, taken, period, pieceFirst);
+      s.samples.reserve(expected * sampleSize_);
+      if (period == 0) s.times.reserve(expected);
       open = openByBlock_.insert_or_assign(block, stretches_.size() - 1).first;
     }
     Stretch& s = stretches_[open->second];
@@ -216,16 +225,41 @@ class StretchBuilder {
            (period == 0 || s.next == pieceFirst) && s.count + taken <= static_cast<size_t>(kMaxCount);
   }
 
+  // The samples of the block from this piece on that the window may take:
+  // chunks hold kSamplesPerChunk samples each but the block's last.
+  uint64_t ExpectedSamples(int64_t blockCount, int64_t seq, size_t begin, size_t taken, int64_t period,
+                           int64_t pieceFirst) const {
+    const uint64_t before = static_cast<uint64_t>(seq) * kSamplesPerChunk + begin;
+    uint64_t expected = blockCount > 0 && static_cast<uint64_t>(blockCount) > before
+                            ? static_cast<uint64_t>(blockCount) - before
+                            : taken;
+    if (period > 0) expected = std::min(expected, Distance(to_, pieceFirst) / static_cast<uint64_t>(period) + 1);
+    return std::clamp<uint64_t>(expected, taken, std::max<uint64_t>(taken, sampleLimit_));
+  }
+
   size_t sampleSize_;
   KivTime from_;
   KivTime to_;
+  uint64_t sampleLimit_;
   std::vector<int64_t> chunkTimes_;
   std::vector<Stretch> stretches_;
   // The latest stretch of each block, which the block's next chunk may continue.
   std::unordered_map<uint64_t, size_t> openByBlock_;
 };
 
-constexpr const char* kChunkColumns = "block_id, seq, first_time, sample_count, period, continuous, samples, times";
+constexpr const char* kChunkColumns =
+    "block_id, seq, first_time, sample_count, period, continuous, samples, times, "
+    "(SELECT sample_count FROM blocks WHERE id = block_id)";
+
+// The most samples of `sampleSize` bytes the file could hold.
+uint64_t SampleLimit(Connection& db, size_t sampleSize) {
+  Statement s;
+  if (Failed(db.Prepare("SELECT page_count * page_size FROM pragma_page_count(), pragma_page_size()", &s)) ||
+      s.Step() != S_OK) {
+    return 0;
+  }
+  return static_cast<uint64_t>(std::max<int64_t>(s.Int(0), 0)) / sampleSize;
+}
 
 KivResult ChannelSampleSize(Connection& db, uint64_t channel, size_t* size, ChannelInfo* info = nullptr) {
   ChannelInfo local;
@@ -242,7 +276,8 @@ KivResult ReadBlock(Connection& db, uint64_t block, size_t sampleSize, std::vect
       std::string("SELECT ") + kChunkColumns + " FROM chunks WHERE block_id = ?1 ORDER BY seq";
   if (KivResult r = db.Prepare(sql.c_str(), &s); Failed(r)) return r;
   s.Bind(1, block);
-  StretchBuilder builder(sampleSize, std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max());
+  StretchBuilder builder(sampleSize, std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max(),
+                         SampleLimit(db, sampleSize));
   KivResult r;
   while ((r = s.Step()) == S_OK) {
     if (r = builder.Take(s); Failed(r)) return r;
@@ -313,7 +348,7 @@ KivResult ReadChannelData(Connection& db, uint64_t channelId, KivTime from, KivT
                                  "AND last_time >= ?4 ORDER BY first_time, block_id, seq";
   if (KivResult r = db.Prepare(sql.c_str(), &s); Failed(r)) return r;
   s.Bind(1, channelId).Bind(2, EarliestChunkStart(from, info.maxChunkSpan)).Bind(3, to).Bind(4, from);
-  StretchBuilder builder(sampleSize, from, to);
+  StretchBuilder builder(sampleSize, from, to, SampleLimit(db, sampleSize));
   KivResult r;
   while ((r = s.Step()) == S_OK) {
     if (r = builder.Take(s); Failed(r)) return r;

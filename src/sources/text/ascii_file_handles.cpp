@@ -73,8 +73,10 @@ TextStatus CAsciiFileHandles::CheckWritable() const {
   return {};
 }
 
-TextStatus CAsciiFileHandles::Append(std::string_view block) {
-  if (auto st = AppendToFile(ops_, file_.fd(), bytes().size(), block); !st.ok()) return st;
+TextStatus CAsciiFileHandles::Append(std::string&& block) {
+  const TextStatus written = AppendToFile(ops_, file_.fd(), bytes().size(), block);
+  std::string().swap(block);
+  if (!written.ok()) return written;
   return Reload();
 }
 
@@ -100,7 +102,7 @@ TextStatus CAsciiFileHandles::WriteChannel(const TextChannelData& channel, KivTi
   } catch (const std::bad_alloc&) {
     return {TextCode::kOutOfMemory, "no memory for the channel block"};
   }
-  return Append(block);
+  return Append(std::move(block));
 }
 
 TextStatus CAsciiFileHandles::WriteChannelGroup(std::span<const TextGroupChannel> channels, KivTime base) {
@@ -111,7 +113,7 @@ TextStatus CAsciiFileHandles::WriteChannelGroup(std::span<const TextGroupChannel
   } catch (const std::bad_alloc&) {
     return {TextCode::kOutOfMemory, "no memory for the channel block"};
   }
-  return Append(block);
+  return Append(std::move(block));
 }
 
 template <class Rewrite>

@@ -70,7 +70,9 @@ class CAsciiFileHandles {
 
  private:
   TextStatus CheckWritable() const;
-  TextStatus Append(std::string_view block);
+  // Writes `block` at the end, lets go of it, then reads the file again (so
+  // the block and the file's new bytes are not both held).
+  TextStatus Append(std::string&& block);
   TextStatus Replace(std::string_view contents);
   // Builds the new file with rewrite and puts it in place.
   template <class Rewrite>

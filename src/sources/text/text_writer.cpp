@@ -153,6 +153,20 @@ TextGroupSampler::Result ArraySampler::At(KivTime t, double* value) {
   return Result::kValue;
 }
 
+namespace {
+
+constexpr uint64_t kRowsToMeasure = 256;
+
+// Room for `rows` rows in all, at the mean length of the `done` rows after
+// `bodyStart` and an eighth more.
+void ReserveRows(std::string& out, size_t bodyStart, uint64_t done, uint64_t rows) {
+  const double perRow = static_cast<double>(out.size() - bodyStart) / static_cast<double>(done);
+  const double wanted = static_cast<double>(out.size()) + perRow * 1.125 * static_cast<double>(rows - done);
+  if (wanted < static_cast<double>(out.max_size() / 2)) out.reserve(static_cast<size_t>(wanted));
+}
+
+}  // namespace
+
 TextStatus AppendChannelGroupBlock(std::string& out, std::span<const TextGroupChannel> channels, KivTime base) {
   if (channels.empty()) return {TextCode::kInvalidArgument, "a channel group needs a channel"};
   KivTime period = channels.front().period;
@@ -171,7 +185,11 @@ TextStatus AppendChannelGroupBlock(std::string& out, std::span<const TextGroupCh
   // Unsigned, so that a span across the whole tick range does not overflow.
   uint64_t rows = (static_cast<uint64_t>(end) - static_cast<uint64_t>(start)) / static_cast<uint64_t>(period) + 1;
   std::vector<bool> finished(channels.size(), false);
+  const size_t bodyStart = out.size();
   for (uint64_t k = 0; k < rows; ++k) {
+    // Sized once from the first rows: grown by doubling, a large block would
+    // be copied again and again and held twice while it is.
+    if (k == kRowsToMeasure) ReserveRows(out, bodyStart, k, rows);
     auto t = static_cast<KivTime>(static_cast<uint64_t>(start) + k * static_cast<uint64_t>(period));
     size_t rowStart = out.size();
     AppendTime(out, t, base);

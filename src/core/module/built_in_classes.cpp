@@ -8,6 +8,7 @@
 #include "outing/factory/outing_factory.h"
 #include "regions/regions_classes.h"
 #include "sources/matfile/matlab_outing.h"
+#include "sources/spreadsheet/excel_outing.h"
 #include "sources/realtime/rt_outing.h"
 #include "sources/tarn/tarn_outing.h"
 #include "sources/text/text_outing_source.h"
@@ -39,7 +40,7 @@ KivResult RegisterBuiltInClasses(ClassRegistry& registry) {
       RegisterVelmarClasses(registry),   RegisterOutingFactoryClass(registry), RegisterRegionsClasses(registry),
       RegisterConfigClasses(registry),   RegisterTasksClasses(registry),       EnterMissingRows(registry),
       RegisterTextOutingSource(),        RegisterTarnOutingSource(),           RegisterRealtimeOutingSource(),
-      RegisterMatlabOutingSource(),
+      RegisterMatlabOutingSource(),      RegisterExcelOutingSource(),
   };
   for (KivResult r : results) {
     if (Failed(r)) return r;

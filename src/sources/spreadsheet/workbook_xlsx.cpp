@@ -130,6 +130,20 @@ std::map<std::string, std::string> ReadRelations(const std::string& bytes) {
   return relations;
 }
 
+// A cell text with its escapes "_xHHHH_" (characters XML cannot carry, such as CR) undone.
+std::u16string CellText(const std::string& utf8) {
+  std::u16string text = Utf8ToWide(utf8);
+  for (size_t at = text.find(u"_x"); at != std::u16string::npos; at = text.find(u"_x", at + 1)) {
+    if (at + 7 > text.size() || text[at + 6] != u'_') continue;
+    uint32_t code = 0;
+    const std::string hex = WideToUtf8(text.substr(at + 2, 4));
+    const auto [end, ec] = std::from_chars(hex.data(), hex.data() + hex.size(), code, 16);
+    if (ec != std::errc() || end != hex.data() + hex.size()) continue;
+    text.replace(at, 7, 1, static_cast<char16_t>(code));
+  }
+  return text;
+}
+
 // The shared texts in order: each "si" the run of its "t" elements.
 std::vector<std::u16string> ReadSharedStrings(const std::string& bytes) {
   std::vector<std::u16string> strings;
@@ -139,7 +153,7 @@ std::vector<std::u16string> ReadSharedStrings(const std::string& bytes) {
     if (name == "t") {
       current += text;
     } else if (name == "si") {
-      strings.push_back(Utf8ToWide(current));
+      strings.push_back(CellText(current));
       current.clear();
     }
   };
@@ -161,7 +175,7 @@ WorkbookCell SheetCell(const std::string& type, const std::string& value, const 
     const bool found = ec == std::errc() && end == value.data() + value.size() && index < shared.size();
     return {WorkbookCell::Kind::kOther, 0, found ? shared[index] : std::u16string()};
   }
-  if (type == "inlineStr" || type == "str") return {WorkbookCell::Kind::kOther, 0, Utf8ToWide(value)};
+  if (type == "inlineStr" || type == "str") return {WorkbookCell::Kind::kOther, 0, CellText(value)};
   return {WorkbookCell::Kind::kOther, 0, {}};
 }
 

@@ -37,12 +37,15 @@ std::u16string WithoutCarriageReturns(std::u16string_view text);
 
 class CExcelFileHandles {
  public:
-  explicit CExcelFileHandles(std::filesystem::path path, FileOps& ops = DefaultFileOps()) : file_(std::move(path), ops) {}
+  explicit CExcelFileHandles(std::filesystem::path path, FileOps& ops = DefaultFileOps())
+      : file_(std::move(path), ops) {}
 
   // The workbook read and locked; what CWorkbookFile::Open gives.
   [[nodiscard]] KivResult Open() { return file_.Open(); }
   // Saves (the old workbook stays on a failure) and lets the workbook go.
   [[nodiscard]] KivResult Close();
+  // Lets the workbook go unsaved (a cancelled transaction).
+  void Abandon() { file_.Close(); }
   bool IsOpen() const { return file_.IsOpen(); }
 
   // `sheet` from 1; the current cell becomes A1.

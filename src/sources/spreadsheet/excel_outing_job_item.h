@@ -54,7 +54,7 @@ class CExcelOutingTxnJobItem final : public CJobItemEx {
   CExcelOutingTxnJobItem(CStateMachineEx* owner, std::filesystem::path path, FileOps* ops)
       : CJobItemEx(owner),
         handles_(std::make_unique<CExcelFileHandles>(std::move(path), ops ? *ops : DefaultFileOps())) {}
-  void WTCleanupAfterCancel() override { (void)handles_->Close(); }
+  void WTCleanupAfterCancel() override { handles_->Abandon(); }
 
   // Worker thread: the open workbook, for the steps' jobs.
   CExcelFileHandles& handles() { return *handles_; }

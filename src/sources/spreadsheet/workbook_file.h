@@ -25,7 +25,8 @@ struct CellBlock {
   size_t columns = 0;
   std::vector<WorkbookCell> cells;  // rows x columns
 
-  CellBlock(size_t rowCount, size_t columnCount) : rows(rowCount), columns(columnCount), cells(rowCount * columnCount) {}
+  CellBlock(size_t rowCount, size_t columnCount)
+      : rows(rowCount), columns(columnCount), cells(rowCount * columnCount) {}
   WorkbookCell& At(size_t row, size_t column) { return cells[row * columns + column]; }
 };
 

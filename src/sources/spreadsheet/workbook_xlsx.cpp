@@ -229,7 +229,8 @@ KivResult ReadXlsxWorkbook(const std::filesystem::path& file, Workbook* workbook
     auto part = relations.find(entry.relation);
     WorkbookSheet sheet;
     sheet.name = entry.name;
-    if (part == relations.end() || !ReadPart(zip.get(), part->second, &bytes) || !ReadSheetPart(bytes, shared, &sheet)) {
+    if (part == relations.end() || !ReadPart(zip.get(), part->second, &bytes) ||
+        !ReadSheetPart(bytes, shared, &sheet)) {
       return E_FAIL;
     }
     read.sheets().push_back(std::move(sheet));

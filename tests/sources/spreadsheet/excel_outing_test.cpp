@@ -146,8 +146,8 @@ TEST_P(ExcelOutingTest, RefusedWritesSayWhyAndLeaveTheWorkbook) {
   ASSERT_EQ(Open(File("kept"), false), S_OK);
   const json before = OurDump(File("kept"));
   EXPECT_THAT(Commit({Channels({{u"Speed", 4}}, 0)}), ElementsAre("TransactionMessage:Failed to write channels"));
-  auto remove = MakeKiv<CExcelWriteBackEventsRemoveStateMachine>(outing_->cache()->write_back(),
-                                                                 std::vector<CExportEvent>{{u"Mark", 0, 1, {}, {}, {}, {}, true}});
+  std::vector<CExportEvent> gone{{u"Mark", 0, 1, {}, {}, {}, {}, true}};
+  auto remove = MakeKiv<CExcelWriteBackEventsRemoveStateMachine>(outing_->cache()->write_back(), std::move(gone));
   EXPECT_THAT(Commit({remove}), ElementsAre("TransactionMessage:Failed to remove events - events not found"));
   EXPECT_EQ(OurDump(File("kept")), before);
   NameList many;

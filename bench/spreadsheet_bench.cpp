@@ -6,13 +6,11 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <ctime>
 #include <filesystem>
 
 #include "child_process.h"
 #include "export/fake_channel.h"
+#include "peer_times.h"
 #include "sources/spreadsheet/excel_file_handles.h"
 #include "velmar/text.h"
 
@@ -37,34 +35,10 @@ std::vector<std::unique_ptr<CExportChannel>> Items() {
   return items;
 }
 
-// The peer's wall clock and CPU seconds; measured once per run.
-struct PeerTimes {
-  double wall = std::nan("");
-  double cpu = std::nan("");
-};
-
 PeerTimes Peer() {
-  static const PeerTimes times = [] {
-    const std::string command = "/usr/bin/python3 " VELMAR_SOURCE_DIR "/scripts/bench_pandas_xlsx.py " +
-                                (BenchDir() / "spreadsheet_bench_peer.xlsx").string() + " 20 65535";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    char line[512] = {};
-    const bool read = pipe && std::fgets(line, sizeof line, pipe) != nullptr;
-    PeerTimes out;
-    if (!pipe || ::pclose(pipe) != 0 || !read) return out;
-    std::fprintf(stderr, "peer: %s", line);
-    // The last brackets: the engine's name has some too.
-    if (const char* wall = std::strrchr(line, '(')) out.wall = std::strtod(wall + 1, nullptr) / 1000.0;
-    if (const char* cpu = std::strrchr(line, '[')) out.cpu = std::strtod(cpu + 1, nullptr) / 1000.0;
-    return out;
-  }();
+  static const PeerTimes times = RunPeer("/usr/bin/python3 " VELMAR_SOURCE_DIR "/scripts/bench_pandas_xlsx.py " +
+                                         (BenchDir() / "spreadsheet_bench_peer.xlsx").string() + " 20 65535");
   return times;
-}
-
-double ProcessCpuSeconds() {
-  timespec t{};
-  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
 }
 
 void WriteWorkbook(benchmark::State& state, const char* name, bool peer) {

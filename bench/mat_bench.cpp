@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "outing/factory/outing_factory.h"
+#include "peer_times.h"
 #include "platform/async/dispatcher.h"
 #include "platform/async/job_engine.h"
 #include "sources/matfile/matlab_outing.h"
@@ -34,6 +35,9 @@ namespace velmar {
 namespace {
 
 namespace fs = std::filesystem;
+using bench::PeerTimes;
+using bench::ProcessCpuSeconds;
+using bench::RunPeer;
 
 constexpr size_t kChannels = 20;
 constexpr size_t kSamples = 1'000'000;
@@ -80,34 +84,10 @@ const fs::path& BenchFile() {
   return path;
 }
 
-// The peer's best times in seconds, wall clock and CPU; measured once per run.
-struct PeerTimes {
-  double wall = std::nan("");
-  double cpu = std::nan("");
-};
-
-PeerTimes ScipyTimes() {
-  static const PeerTimes times = [] {
-    const std::string command =
-        "/usr/bin/python3 " VELMAR_SOURCE_DIR "/scripts/bench_scipy_mat.py " + BenchFile().string() + " 3";
-    PeerTimes out;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe) return out;
-    char line[512] = {};
-    const bool read = std::fgets(line, sizeof line, pipe) != nullptr;
-    if (::pclose(pipe) != 0 || !read) return out;
-    std::fprintf(stderr, "peer: %s", line);
-    if (const char* wall = std::strchr(line, '(')) out.wall = std::strtod(wall + 1, nullptr) / 1000.0;
-    if (const char* cpu = std::strchr(line, '[')) out.cpu = std::strtod(cpu + 1, nullptr) / 1000.0;
-    return out;
-  }();
+const PeerTimes& ScipyTimes() {
+  static const PeerTimes times =
+      RunPeer("/usr/bin/python3 " VELMAR_SOURCE_DIR "/scripts/bench_scipy_mat.py " + BenchFile().string() + " 3");
   return times;
-}
-
-double ProcessCpuSeconds() {
-  timespec t{};
-  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
 }
 
 // The extremes of values, in four independent lanes so that the processor

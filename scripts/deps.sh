@@ -6,7 +6,7 @@ set -euo pipefail
 PACKAGES=(
   build-essential cmake ninja-build pkg-config ccache git
   libgtest-dev libgmock-dev libbenchmark-dev
-  libsqlite3-dev libgsf-1-dev libfast-float-dev nlohmann-json3-dev libcli11-dev libfreexl-dev libminizip-dev libexpat1-dev libasio-dev
+  libsqlite3-dev libgsf-1-dev libfast-float-dev nlohmann-json3-dev libcli11-dev libfreexl-dev libminizip-dev libexpat1-dev libxlsxwriter-dev libasio-dev
   clang libclang-rt-14-dev
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev
   libplplot-dev plplot-driver-cairo libmuparser-dev pybind11-dev libpython3-dev

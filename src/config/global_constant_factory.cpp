@@ -9,7 +9,7 @@
 
 #include "outing/constants/constant.h"
 #include "outing/constants/constant_stream.h"
-#include "outing/workbook/workbook_application.h"
+#include "sources/spreadsheet/workbook_application.h"
 #include "velmar/text.h"
 #include "velmar/velmar.h"
 

@@ -53,14 +53,16 @@ KivResult AddToCacheTransaction(Cache* cache, ComPtr<CWriteBackStateMachineBase>
 // The answers every outing cache gives alike: channels from the outing's
 // channel factory (through its data selection), messages to every outing on the cache, steps into its
 // transaction. `Step` is the source's channel step; `stored` tells whether
-// the cache's list has a name.
+// the cache's list has a name; `limit` caps the channels of one write (0: none).
 template <class Cache, class Step>
 class OutingWriterCache final : public CChannelWriterCache {
  public:
   using StoredTest = bool (*)(Cache& cache, const std::u16string& name);
-  OutingWriterCache(Cache* cache, IKivDataFactory* channels, CWriteBackStateChanges* receiver, StoredTest stored)
-      : cache_(cache), channels_(channels), receiver_(receiver), stored_(stored) {}
+  OutingWriterCache(Cache* cache, IKivDataFactory* channels, CWriteBackStateChanges* receiver, StoredTest stored,
+                    uint32_t limit = 0)
+      : cache_(cache), channels_(channels), receiver_(receiver), stored_(stored), limit_(limit) {}
 
+  uint32_t GetChannelLimit() override { return limit_; }
   bool HasStoredChannel(const std::u16string& name) override { return stored_(*cache_, name); }
   KivResult GetExportChannel(const std::u16string& name, ComPtr<IKivChannel>* channel) override {
     auto factory = ClientFactory<IKivChannelFactory>(channels_);
@@ -80,6 +82,7 @@ class OutingWriterCache final : public CChannelWriterCache {
   IKivDataFactory* channels_;
   CWriteBackStateChanges* receiver_;
   StoredTest stored_;
+  uint32_t limit_;
 };
 
 }  // namespace velmar

@@ -58,7 +58,7 @@ void AddExportCommand(CLI::App& app, const CommandContext& context) {
   auto options = std::make_shared<ExportCommandOptions>();
   CLI::App* command = app.add_subcommand("export", "Write channels and events of a data set into a new one");
   command->add_option("IN", options->in, "Data set to read (.txt or .trn)")->required();
-  command->add_option("OUT", options->out, "New data set to write (.txt or .trn)")->required();
+  command->add_option("OUT", options->out, "New data set to write (.txt, .trn, .mat; .xlsx or .xls with --period or --rate)")->required();
   command->add_option("--channels", options->channels, "Channels to write (all when none named)")->delimiter(',');
   command->add_flag("--events", options->events, "Write the event sets too");
   command->add_option("--from", options->from, "Start of the range, in seconds");

@@ -33,7 +33,7 @@ class NewDataSet {
  public:
   NewDataSet(HostSession& session, const std::string& file) : session_(session), file_(file) {
     const std::u16string typeId = HostSession::TypeIdForFile(file);
-    if (typeId.empty()) Fail(file, "unknown file type (expected .txt or .trn)");
+    if (typeId.empty()) Fail(file, "unknown file type (expected .txt, .trn, .mat, .xlsx or .xls)");
     std::error_code error;
     if (std::filesystem::exists(file, error)) Fail(file, "already exists");
     const std::filesystem::path absolute = std::filesystem::absolute(file, error);

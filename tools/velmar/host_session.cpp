@@ -41,6 +41,7 @@ std::u16string HostSession::TypeIdForFile(const std::string& file) {
   if (EqualsNoCase(extension, u".txt")) return kTextOutingTypeId.ToWide();
   if (EqualsNoCase(extension, u".trn")) return kTarnOutingTypeId.ToWide();
   if (EqualsNoCase(extension, u".mat")) return kMatFileOutingTypeId.ToWide();
+  if (EqualsNoCase(extension, u".xlsx") || EqualsNoCase(extension, u".xls")) return kSpreadsheetOutingTypeId.ToWide();
   return {};
 }
 

@@ -9,6 +9,7 @@
 #include "regions/regions_classes.h"
 #include "sources/autoupdate/autoupdate.h"
 #include "sources/matfile/matlab_outing.h"
+#include "sources/spreadsheet/excel_outing.h"
 #include "sources/realtime/rt_outing.h"
 #include "sources/tarn/tarn_outing.h"
 #include "sources/text/text_outing_source.h"
@@ -40,7 +41,7 @@ KivResult RegisterBuiltInClasses(ClassRegistry& registry) {
       RegisterVelmarClasses(registry),   RegisterOutingFactoryClass(registry), RegisterRegionsClasses(registry),
       RegisterConfigClasses(registry),   RegisterTasksClasses(registry),       EnterMissingRows(registry),
       RegisterTextOutingSource(),        RegisterTarnOutingSource(),           RegisterRealtimeOutingSource(),
-      RegisterMatlabOutingSource(),
+      RegisterMatlabOutingSource(),      RegisterExcelOutingSource(),
       RegisterAutoupdate(),
   };
   for (KivResult r : results) {

@@ -1,8 +1,8 @@
-#include "outing/workbook/workbook_application.h"
+#include "sources/spreadsheet/workbook_application.h"
 
 #include <gtest/gtest.h>
 
-#include "outing/xlsx_writer.h"
+#include "sources/spreadsheet/xlsx_writer.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 

@@ -1,4 +1,4 @@
-#include "outing/workbook/workbook_xlsx.h"
+#include "sources/spreadsheet/workbook_xlsx.h"
 
 #include <expat.h>
 #include <unzip.h>
@@ -130,7 +130,56 @@ std::map<std::string, std::string> ReadRelations(const std::string& bytes) {
   return relations;
 }
 
-bool ReadSheetPart(const std::string& bytes, WorkbookSheet* sheet) {
+// A cell text with its escapes "_xHHHH_" (characters XML cannot carry, such as CR) undone.
+std::u16string CellText(const std::string& utf8) {
+  std::u16string text = Utf8ToWide(utf8);
+  for (size_t at = text.find(u"_x"); at != std::u16string::npos; at = text.find(u"_x", at + 1)) {
+    if (at + 7 > text.size() || text[at + 6] != u'_') continue;
+    uint32_t code = 0;
+    const std::string hex = WideToUtf8(text.substr(at + 2, 4));
+    const auto [end, ec] = std::from_chars(hex.data(), hex.data() + hex.size(), code, 16);
+    if (ec != std::errc() || end != hex.data() + hex.size()) continue;
+    text.replace(at, 7, 1, static_cast<char16_t>(code));
+  }
+  return text;
+}
+
+// The shared texts in order: each "si" the run of its "t" elements.
+std::vector<std::u16string> ReadSharedStrings(const std::string& bytes) {
+  std::vector<std::u16string> strings;
+  std::string current;
+  XmlHandler handler;
+  handler.end = [&](std::string_view name, const std::string& text) {
+    if (name == "t") {
+      current += text;
+    } else if (name == "si") {
+      strings.push_back(CellText(current));
+      current.clear();
+    }
+  };
+  if (!ParseXml(bytes, handler)) strings.clear();
+  return strings;
+}
+
+// A cell of type `type` holding `value` (an inline text's own text for "inlineStr").
+WorkbookCell SheetCell(const std::string& type, const std::string& value, const std::vector<std::u16string>& shared) {
+  if (type.empty() || type == "n") {
+    double number = 0;
+    const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), number);
+    if (ec == std::errc() && end == value.data() + value.size()) return {WorkbookCell::Kind::kNumber, number, {}};
+    return {WorkbookCell::Kind::kOther, 0, {}};
+  }
+  if (type == "s") {
+    size_t index = 0;
+    const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), index);
+    const bool found = ec == std::errc() && end == value.data() + value.size() && index < shared.size();
+    return {WorkbookCell::Kind::kOther, 0, found ? shared[index] : std::u16string()};
+  }
+  if (type == "inlineStr" || type == "str") return {WorkbookCell::Kind::kOther, 0, CellText(value)};
+  return {WorkbookCell::Kind::kOther, 0, {}};
+}
+
+bool ReadSheetPart(const std::string& bytes, const std::vector<std::u16string>& shared, WorkbookSheet* sheet) {
   XmlHandler handler;
   std::optional<CellRef> ref;
   std::string type;
@@ -140,6 +189,7 @@ bool ReadSheetPart(const std::string& bytes, WorkbookSheet* sheet) {
     if (name == "c") {
       ref = ParseCellRef(Utf8ToWide(Attribute(attributes, "r")));
       type = Attribute(attributes, "t");
+      value.clear();
       hasValue = false;
     } else if (name == "is") {
       hasValue = true;  // an inline text
@@ -149,14 +199,10 @@ bool ReadSheetPart(const std::string& bytes, WorkbookSheet* sheet) {
     if (name == "v") {
       value = text;
       hasValue = true;
+    } else if (name == "t") {
+      value += text;
     } else if (name == "c" && ref && hasValue) {
-      WorkbookCell cell{WorkbookCell::Kind::kOther, 0};
-      if (type.empty() || type == "n") {
-        double number = 0;
-        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), number);
-        if (ec == std::errc() && end == value.data() + value.size()) cell = {WorkbookCell::Kind::kNumber, number};
-      }
-      sheet->cells[*ref] = cell;
+      sheet->cells[*ref] = SheetCell(type, value, shared);
     }
   };
   return ParseXml(bytes, handler);
@@ -177,11 +223,14 @@ KivResult ReadXlsxWorkbook(const std::filesystem::path& file, Workbook* workbook
   }
   if (!ReadPart(zip.get(), "xl/_rels/workbook.xml.rels", &bytes)) return E_FAIL;
   const auto relations = ReadRelations(bytes);
+  std::vector<std::u16string> shared;
+  if (ReadPart(zip.get(), "xl/sharedStrings.xml", &bytes)) shared = ReadSharedStrings(bytes);
   for (const SheetEntry& entry : entries) {
     auto part = relations.find(entry.relation);
     WorkbookSheet sheet;
     sheet.name = entry.name;
-    if (part == relations.end() || !ReadPart(zip.get(), part->second, &bytes) || !ReadSheetPart(bytes, &sheet)) {
+    if (part == relations.end() || !ReadPart(zip.get(), part->second, &bytes) ||
+        !ReadSheetPart(bytes, shared, &sheet)) {
       return E_FAIL;
     }
     read.sheets().push_back(std::move(sheet));

@@ -1,4 +1,4 @@
-#include "outing/workbook/workbook_xls.h"
+#include "sources/spreadsheet/workbook_xls.h"
 
 #include <freexl.h>
 
@@ -19,11 +19,14 @@ WorkbookCell CellOf(const FreeXL_CellValue& value) {
     case FREEXL_CELL_NULL:
       return {};
     case FREEXL_CELL_INT:
-      return {WorkbookCell::Kind::kNumber, static_cast<double>(value.value.int_value)};
+      return {WorkbookCell::Kind::kNumber, static_cast<double>(value.value.int_value), {}};
     case FREEXL_CELL_DOUBLE:
-      return {WorkbookCell::Kind::kNumber, value.value.double_value};
+      return {WorkbookCell::Kind::kNumber, value.value.double_value, {}};
+    case FREEXL_CELL_TEXT:
+    case FREEXL_CELL_SST_TEXT:
+      return {WorkbookCell::Kind::kOther, 0, Utf8ToWide(value.value.text_value ? value.value.text_value : "")};
     default:
-      return {WorkbookCell::Kind::kOther, 0};
+      return {WorkbookCell::Kind::kOther, 0, {}};
   }
 }
 

@@ -1,6 +1,6 @@
 #include <zip.h>
 
-#include "outing/xlsx_writer.h"
+#include "sources/spreadsheet/xlsx_writer.h"
 
 namespace velmar::testing {
 

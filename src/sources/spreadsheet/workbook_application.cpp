@@ -1,8 +1,8 @@
-#include "outing/workbook/workbook_application.h"
+#include "sources/spreadsheet/workbook_application.h"
 
 #include <charconv>
 
-#include "outing/workbook/workbook.h"
+#include "sources/spreadsheet/workbook.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -15,9 +15,9 @@ WorkbookCell CellFromText(const std::u16string& text) {
   double number = 0;
   const auto [end, ec] = std::from_chars(utf8.data(), utf8.data() + utf8.size(), number);
   if (!utf8.empty() && ec == std::errc() && end == utf8.data() + utf8.size()) {
-    return {WorkbookCell::Kind::kNumber, number};
+    return {WorkbookCell::Kind::kNumber, number, {}};
   }
-  return {WorkbookCell::Kind::kOther, 0};
+  return {WorkbookCell::Kind::kOther, 0, text};
 }
 
 KivResult RunStep(Workbook& workbook, const ConstantElement& step, size_t* current) {

@@ -1,9 +1,9 @@
-#include "outing/workbook/workbook.h"
+#include "sources/spreadsheet/workbook.h"
 
 #include <system_error>
 
-#include "outing/workbook/workbook_xls.h"
-#include "outing/workbook/workbook_xlsx.h"
+#include "sources/spreadsheet/workbook_xls.h"
+#include "sources/spreadsheet/workbook_xlsx.h"
 #include "velmar/text.h"
 
 namespace velmar {

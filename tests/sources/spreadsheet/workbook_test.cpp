@@ -1,10 +1,10 @@
-#include "outing/workbook/workbook.h"
+#include "sources/spreadsheet/workbook.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 
-#include "outing/xlsx_writer.h"
+#include "sources/spreadsheet/xlsx_writer.h"
 #include "support/temp_dir.h"
 
 namespace velmar::testing {

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "outing/workbook/workbook.h"
+#include "sources/spreadsheet/workbook.h"
 
 namespace velmar {
 

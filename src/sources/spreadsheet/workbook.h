@@ -2,7 +2,7 @@
 // sheet that was active when it was saved, and its defined names. Read from
 // .xlsx (workbook_xlsx.h) or .xls (workbook_xls.h); only what a constant's
 // definition needs is kept: whether a cell is empty, a number, or anything
-// else.
+// else, with the text of a text cell (so a write can keep it).
 //
 // Any thread; one workbook is used by one thread at a time.
 #pragma once
@@ -24,6 +24,7 @@ struct WorkbookCell {
   enum class Kind { kEmpty, kNumber, kOther };  // other: text, a flag, an error
   Kind kind = Kind::kEmpty;
   double number = 0;
+  std::u16string text;  // a text cell's text
 };
 
 // A cell position, from 0.
@@ -39,6 +40,7 @@ std::optional<CellRef> ParseCellRef(std::u16string_view text);
 struct WorkbookSheet {
   std::u16string name;
   std::map<CellRef, WorkbookCell> cells;  // cells not held are empty
+  bool frozen = false;                     // panes frozen at B2 (a writer's look only)
 
   WorkbookCell At(CellRef ref) const;
 };

@@ -1,0 +1,38 @@
+// `velmar export` into workbooks: a sample's channels and events land on
+// their sheets in both forms; a native-rate export is refused.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli_run.h"
+#include "sources/spreadsheet/workbook.h"
+#include "velmar/text.h"
+
+namespace velmar::testing {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(SpreadsheetCommandsTest, ExportFillsTheThreeSheetsAndNeedsAGrid) {
+  CliRunner runner;
+  const std::string in = runner.Path("in.txt");
+  ASSERT_EQ(runner.Run({"sample", in, "--laps", "1"}).exitCode, 0);
+  for (const char* form : {"out.xlsx", "out.xls"}) {
+    const std::string out = runner.Path(form);
+    const CliResult run = runner.Run({"export", in, out, "--period", "100", "--channels", "Speed", "--events"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    Workbook book;
+    ASSERT_EQ(ReadWorkbook(out, &book), S_OK);
+    ASSERT_EQ(book.sheets().size(), 3u);
+    const WorkbookSheet& channels = book.sheets()[1];
+    EXPECT_EQ(channels.name, u"Channel Data");
+    EXPECT_EQ(channels.At({0, 1}).text, u"Speed");
+    EXPECT_EQ(channels.At({2, 0}).number, 0.1);
+    EXPECT_EQ(book.sheets()[2].At({1, 1}).text, u"End of lap");
+  }
+  const CliResult native = runner.Run({"export", in, runner.Path("native.xlsx")});
+  EXPECT_NE(native.exitCode, 0);
+  EXPECT_THAT(native.err, HasSubstr("Failed to write channels"));
+}
+
+}  // namespace
+}  // namespace velmar::testing

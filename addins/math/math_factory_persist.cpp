@@ -56,7 +56,7 @@ KivResult CMathChannelFactory::Save(IKivStorage* storage, KivBool sameAsLoad) {
   IKivStorage* target = storage ? storage : FromKivBool(sameAsLoad) ? storage_.Get() : nullptr;
   if (!target) return E_POINTER;
   ComPtr<IKivStream> stream;
-  const std::string text = WideToUtf8(definitionsText_);
+  const std::string text = WideToUtf8(definitions_->text);
   uint32_t written = 0;
   if (KivResult r = target->CreateStream(kDefinitionsStream, kWriteMode, stream.Put()); Failed(r)) return r;
   if (KivResult r = stream->Write(text.data(), static_cast<uint32_t>(text.size()), &written); Failed(r)) return r;

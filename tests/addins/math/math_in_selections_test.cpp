@@ -1,11 +1,14 @@
 // The math factory as a data factory add-in: one instance per data
 // selection over the selection's own channels, following the outing, the
-// definitions and the active list.
+// definitions and the active list; and its definitions kept in the root's
+// settings file and given back when the file is read.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "math_factory.h"
+#include "support/settings_file_support.h"
 #include "tasks/selection_fixture.h"
+#include "velmar/class_registry.h"
 #include "velmar/data_block.h"
 
 namespace velmar::testing {
@@ -85,6 +88,39 @@ TEST_F(MathInSelections, EachSelectionComputesFromItsOwnOutingAndFollowsTheList)
   ASSERT_EQ(task_->SetDataFactoryList({}), S_OK);
   EXPECT_THAT(Names(), Not(Contains(u"Tripled")));
   EXPECT_TRUE(math_->listeners().empty()) << "the selection let its instance go";
+}
+
+TEST(MathInTheSettingsFile, DefinitionsComeBackWhenTheFileIsRead) {
+  static ComPtr<math::CMathChannelFactory> made;
+  ClassRegistry::ClassInfo info;
+  info.clsid = CLSID_KivMathChannels;
+  info.display_name = u"Math Channels";
+  info.categories = {CATID_KivDataFactory};
+  info.create = [](IKivUnknown** out) {
+    made = MakeKiv<math::CMathChannelFactory>();
+    return GiveOut(static_cast<IKivChannelFactory*>(made.Get()), out);
+  };
+  ASSERT_TRUE(Succeeded(ClassRegistry::Process().Register(std::move(info))));
+  std::string bytes;
+  {
+    SettingsRoot first;
+    ASSERT_EQ(first.persist->InitNew(first.storage.Get()), S_OK);
+    ASSERT_EQ(first.root->AddDataFactory(CLSID_KivMathChannels), S_OK);
+    ASSERT_TRUE(made);
+    ASSERT_EQ(made->SetDefinitions(kDoubled), S_OK);
+    ASSERT_EQ(first.persist->Save(first.storage.Get(), KIV_TRUE), S_OK);
+    ASSERT_EQ(first.storage->Commit(STGC_DEFAULT), S_OK);
+    bytes = first.Bytes();
+  }
+  made = nullptr;
+  SettingsRoot second(bytes);
+  ASSERT_EQ(second.persist->Load(second.storage.Get()), S_OK);
+  ASSERT_TRUE(made) << "the list brought the factory back";
+  std::u16string unit;
+  EXPECT_EQ(made->GetUnit(u"Doubled", &unit), S_OK);
+  EXPECT_EQ(unit, u"m/s");
+  EXPECT_EQ(made->IsDirty(), S_FALSE);
+  made = nullptr;
 }
 
 }  // namespace

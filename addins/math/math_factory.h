@@ -8,6 +8,7 @@
 // Client thread only.
 #pragma once
 
+#include "core/persist_storage_impl.h"
 #include "math_channels_base.h"
 #include "velmar/math_channels.h"
 #include "velmar/persist.h"
@@ -17,7 +18,8 @@
 namespace velmar::math {
 
 class CMathChannelFactory final
-    : public CMathFactoryBase<IKivMathChannelDefinitions, IKivPersistStorage, IKivSelectionDataFactoryMaker> {
+    : public CMathFactoryBase<IKivMathChannelDefinitions, IPersistStorageKivImpl<CMathChannelFactory>,
+                              IKivSelectionDataFactoryMaker> {
  public:
   CMathChannelFactory() : CMathFactoryBase(std::make_shared<MathDefinitions>()) {}
 
@@ -29,8 +31,6 @@ class CMathChannelFactory final
   // IKivPersistStorage (math_factory_persist.cpp)
   KivResult GetClassId(Guid* clsid) override;
   KivResult IsDirty() override { return dirty_ ? S_OK : S_FALSE; }
-  KivResult InitNew(IKivStorage* storage) override;
-  KivResult Load(IKivStorage* storage) override;
   KivResult Save(IKivStorage* storage, KivBool sameAsLoad) override;
   KivResult SaveCompleted(IKivStorage* storage) override;
   KivResult HandsOffStorage() override;
@@ -42,6 +42,11 @@ class CMathChannelFactory final
   const std::vector<CMathSelectionChannels*>& listeners() const { return definitions_->listeners; }
 
  private:
+  friend class IPersistStorageKivImpl<CMathChannelFactory>;
+  // IPersistStorageKivImpl's checks made, InitNew and Load come here.
+  bool HoldsStorage() const { return storage_.Get() != nullptr; }
+  [[nodiscard]] KivResult InitNewStorage(IKivStorage* storage);
+  [[nodiscard]] KivResult LoadStorage(IKivStorage* storage);
   ComPtr<IKivChannelFactory> Operands() override { return QueryAs<IKivChannelFactory>(parent_.Get()); }
 
   ComPtr<IKivStorage> storage_;

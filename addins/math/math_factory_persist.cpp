@@ -29,17 +29,13 @@ KivResult CMathChannelFactory::GetClassId(Guid* clsid) {
   return S_OK;
 }
 
-KivResult CMathChannelFactory::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CMathChannelFactory::InitNewStorage(IKivStorage* storage) {
   storage_ = storage;
   dirty_ = true;
   return S_OK;
 }
 
-KivResult CMathChannelFactory::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CMathChannelFactory::LoadStorage(IKivStorage* storage) {
   ComPtr<IKivStream> stream;
   std::string text;
   if (Succeeded(storage->OpenStream(kDefinitionsStream, kReadMode, stream.Put()))) {

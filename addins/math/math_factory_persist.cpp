@@ -40,7 +40,9 @@ KivResult CMathChannelFactory::LoadStorage(IKivStorage* storage) {
   std::string text;
   if (Succeeded(storage->OpenStream(kDefinitionsStream, kReadMode, stream.Put()))) {
     if (KivResult r = ReadAll(stream.Get(), &text); Failed(r)) return r;
-    if (KivResult r = SetDefinitions(Utf8ToWide(text)); Failed(r)) return r;
+    // A text that is no list of definitions offers nothing, but stays as it
+    // was stored: the settings file still loads.
+    if (Failed(SetDefinitions(Utf8ToWide(text)))) definitions_->text = Utf8ToWide(text);
   }
   storage_ = storage;
   dirty_ = false;

@@ -9,6 +9,7 @@
 
 #include "outing/blocks/data_block_aperiodic.h"
 #include "outing/blocks/data_block_section.h"
+#include "math_block_program.h"
 #include "outing/blocks/fast_iterator.h"
 
 namespace velmar::math {
@@ -105,9 +106,8 @@ KivResult EvaluateColumns(mu::Parser& parser, const MathProgram& program,
   return S_OK;
 }
 
-KivResult AddBlock(Block& base, std::vector<double> values, DataBlockList* blocks) {
+KivResult AddBlock(Block& base, LockedArray<double> array, DataBlockList* blocks) {
   std::shared_ptr<const DataSection> section;
-  auto array = LockedArray<double>::FromVector(std::move(values));
   const KivResult made =
       base.interval > 0
           ? DataSection::MakePeriodic(std::move(array), base.start, base.interval, &section)
@@ -131,6 +131,9 @@ KivResult Evaluate(const MathProgram& program, std::span<IKivChannelIterator* co
   std::vector<Operand> others;
   others.reserve(operands.size() - 1);
   for (size_t k = 1; k < operands.size(); ++k) others.emplace_back(operands[k]);
+  // muparser evaluates alone only what the vectorised steps do not know.
+  BlockProgram steps;
+  const bool vectorised = steps.Build(program);
   mu::Parser parser;
   std::vector<std::span<const double>> columns(operands.size());
   blocks->clear();
@@ -140,8 +143,15 @@ KivResult Evaluate(const MathProgram& program, std::span<IKivChannelIterator* co
     if (base.values.empty()) continue;
     columns[0] = base.values;
     for (size_t k = 0; k < others.size(); ++k) columns[k + 1] = others[k].On(base, i);
-    std::vector<double> results;
-    if (KivResult r = EvaluateColumns(parser, program, columns, &results); Failed(r)) return r;
+    LockedArray<double> results;
+    if (vectorised) {
+      results = LockedArray<double>::Uninitialized(base.values.size());
+      steps.Run(columns, results.Writable());
+    } else {
+      std::vector<double> values;
+      if (KivResult r = EvaluateColumns(parser, program, columns, &values); Failed(r)) return r;
+      results = LockedArray<double>::FromVector(std::move(values));
+    }
     if (KivResult r = AddBlock(base, std::move(results), blocks); Failed(r)) return r;
   }
   return S_OK;

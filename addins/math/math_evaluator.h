@@ -1,8 +1,10 @@
 // Evaluates a math program over its operands' data: on the first operand's
 // samples, block by block, the other operands interpolated onto those times
 // (a value between two samples of one block, none before the first or after
-// the last, as a channel walk reads it). muparser works on whole blocks at
-// once; a result that is not a finite number is NaN.
+// the last, as a channel walk reads it). The expression runs as vectorised
+// steps over chunks of each block (math_block_program.h), or through
+// muparser's bulk mode where those don't reach; a result that is not a
+// finite number is NaN.
 #pragma once
 
 #include <span>

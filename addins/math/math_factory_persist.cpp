@@ -29,22 +29,20 @@ KivResult CMathChannelFactory::GetClassId(Guid* clsid) {
   return S_OK;
 }
 
-KivResult CMathChannelFactory::InitNew(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CMathChannelFactory::InitNewStorage(IKivStorage* storage) {
   storage_ = storage;
   dirty_ = true;
   return S_OK;
 }
 
-KivResult CMathChannelFactory::Load(IKivStorage* storage) {
-  if (!storage) return E_POINTER;
-  if (storage_) return E_UNEXPECTED;
+KivResult CMathChannelFactory::LoadStorage(IKivStorage* storage) {
   ComPtr<IKivStream> stream;
   std::string text;
   if (Succeeded(storage->OpenStream(kDefinitionsStream, kReadMode, stream.Put()))) {
     if (KivResult r = ReadAll(stream.Get(), &text); Failed(r)) return r;
-    if (KivResult r = SetDefinitions(Utf8ToWide(text)); Failed(r)) return r;
+    // A text that is no list of definitions offers nothing, but stays as it
+    // was stored: the settings file still loads.
+    if (Failed(SetDefinitions(Utf8ToWide(text)))) definitions_->text = Utf8ToWide(text);
   }
   storage_ = storage;
   dirty_ = false;
@@ -56,7 +54,7 @@ KivResult CMathChannelFactory::Save(IKivStorage* storage, KivBool sameAsLoad) {
   IKivStorage* target = storage ? storage : FromKivBool(sameAsLoad) ? storage_.Get() : nullptr;
   if (!target) return E_POINTER;
   ComPtr<IKivStream> stream;
-  const std::string text = WideToUtf8(definitionsText_);
+  const std::string text = WideToUtf8(definitions_->text);
   uint32_t written = 0;
   if (KivResult r = target->CreateStream(kDefinitionsStream, kWriteMode, stream.Put()); Failed(r)) return r;
   if (KivResult r = stream->Write(text.data(), static_cast<uint32_t>(text.size()), &written); Failed(r)) return r;

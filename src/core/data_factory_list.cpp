@@ -69,6 +69,20 @@ void CDataFactoryList::RememberStorageName(const DataFactoryRecord& record, std:
   }
 }
 
+IKivUnknown* CDataFactoryList::OpenStorageOf(const DataFactoryRecord& record) const {
+  const StorageSlot* slot = const_cast<CDataFactoryList*>(this)->SlotOf(record);
+  return slot ? slot->open.Get() : nullptr;
+}
+
+void CDataFactoryList::SetOpenStorage(const DataFactoryRecord& record, ComPtr<IKivUnknown> open) {
+  if (StorageSlot* slot = SlotOf(record)) slot->open = std::move(open);
+}
+
+void CDataFactoryList::ForgetOpenStorages() {
+  for (auto& [clsid, slot] : byClass_) slot.open = nullptr;
+  for (auto& [type, slot] : byName_) slot.open = nullptr;
+}
+
 void CDataFactoryList::EnsureStorageName(const DataFactoryRecord& record) {
   if (SlotOf(record)) return;
   RememberStorageName(record, DataFactoryStorageName(++nextFactoryId_));
@@ -131,6 +145,7 @@ KivResult CDataFactoryList::Apply(const DataFactoryRecords& wanted, Site& site) 
 }
 
 void CDataFactoryList::Release(ActiveDataFactory& entry, Site& site) {
+  SetOpenStorage(entry.record, nullptr);  // a new instance of it loads again
   if (entry.factory) site.DisconnectFactory(entry.factory.Get());
   if (entry.node) site.RemoveChildNode(entry.node.Get());
   entry.node = nullptr;

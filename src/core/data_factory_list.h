@@ -83,6 +83,11 @@ class CDataFactoryList {
   std::optional<std::u16string> StorageNameOf(const DataFactoryRecord& record) const;
   // Remembers a storage name read from the settings file.
   void RememberStorageName(const DataFactoryRecord& record, std::u16string name);
+  // The sub-storage a running factory was given (by Load or InitNew), held
+  // open while it runs; none once it left or the file was let go.
+  IKivUnknown* OpenStorageOf(const DataFactoryRecord& record) const;
+  void SetOpenStorage(const DataFactoryRecord& record, ComPtr<IKivUnknown> open);
+  void ForgetOpenStorages();
   uint32_t NextFactoryId() const { return nextFactoryId_; }
   void SetNextFactoryId(uint32_t id) { nextFactoryId_ = id; }
   const std::map<Guid, StorageSlot>& FactoriesByClass() const { return byClass_; }
@@ -92,7 +97,7 @@ class CDataFactoryList {
   StorageSlot* SlotOf(const DataFactoryRecord& record);
   void EnsureStorageName(const DataFactoryRecord& record);
   static ComPtr<IKivUnknown> CreateNative(const Guid& clsid, Site& site);
-  static void Release(ActiveDataFactory& entry, Site& site);
+  void Release(ActiveDataFactory& entry, Site& site);
 
   ActiveDataFactories active_;
   std::map<Guid, StorageSlot> byClass_;

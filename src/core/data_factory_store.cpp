@@ -1,5 +1,6 @@
 #include "core/data_factory_store.h"
 
+#include <algorithm>
 #include <set>
 
 #include "velmar/persist.h"
@@ -25,26 +26,62 @@ DataFactoryListContent CDataFactoryStore::ContentOf(const CDataFactoryList& list
   return content;
 }
 
-KivResult CDataFactoryStore::EnsureElement(const DataFactoryRecord& record, const std::u16string& name) const {
+bool CDataFactoryStore::HasElement(const std::u16string& name) const {
   std::vector<StatStg> elements;
-  if (KivResult r = storage_->EnumElements(&elements); Failed(r)) return r;
-  for (const auto& e : elements) {
-    if (e.name == name) return S_OK;
-  }
-  if (record.kind == DataFactoryKind::kManaged) {
+  if (Failed(storage_->EnumElements(&elements))) return false;
+  return std::any_of(elements.begin(), elements.end(), [&](const StatStg& e) { return e.name == name; });
+}
+
+// A managed tool's stream, or a native factory's sub-storage. A native
+// factory that persists is given it once: Load when the file has it, else
+// InitNew on a new one; it stays open while the factory runs.
+KivResult CDataFactoryStore::GiveStorage(CDataFactoryList& list, const ActiveDataFactory& entry,
+                                         const std::u16string& name) const {
+  const bool exists = HasElement(name);
+  if (entry.record.kind == DataFactoryKind::kManaged) {
     ComPtr<IKivStream> stream;
-    return storage_->CreateStream(name, kNewElement, stream.Put());
+    return exists ? S_OK : storage_->CreateStream(name, kNewElement, stream.Put());
   }
+  if (list.OpenStorageOf(entry.record)) return S_OK;
   ComPtr<IKivStorage> sub;
-  return CreateClassStorage(storage_.Get(), name.c_str(), CLSID_SettingsNativeFactory, sub.Put());
+  const KivResult opened = exists ? storage_->OpenStorage(name, kElementStream, sub.Put())
+                                  : CreateClassStorage(storage_.Get(), name.c_str(), CLSID_SettingsNativeFactory,
+                                                       sub.Put());
+  if (Failed(opened)) return opened;
+  auto persist = QueryAs<IKivPersistStorage>(entry.factory.Get());
+  if (!persist) return S_OK;
+  if (KivResult r = exists ? persist->Load(sub.Get()) : persist->InitNew(sub.Get()); Failed(r)) return r;
+  list.SetOpenStorage(entry.record, std::move(sub));
+  return S_OK;
 }
 
 KivResult CDataFactoryStore::Store(CDataFactoryList& list) {
   if (!storage_ || !list_) return E_FAIL;
   const DataFactoryListContent content = ContentOf(list);
   if (Failed(WriteDataFactoryList(list_.Get(), content))) return E_FAIL;
-  for (const auto& entry : content.entries) {
-    if (Failed(EnsureElement(entry.record, entry.storageName))) return E_FAIL;
+  for (const auto& entry : list.Active()) {
+    const auto name = list.StorageNameOf(entry.record);
+    if (name && Failed(GiveStorage(list, entry, *name))) return E_FAIL;
+  }
+  return S_OK;
+}
+
+void CDataFactoryStore::HandsOff(CDataFactoryList& list) {
+  for (const auto& entry : list.Active()) {
+    if (auto persist = QueryAs<IKivPersistStorage>(entry.factory.Get())) (void)persist->HandsOffStorage();
+  }
+  list.ForgetOpenStorages();
+}
+
+KivResult CDataFactoryStore::Reopen(CDataFactoryList& list) const {
+  for (const auto& entry : list.Active()) {
+    const auto name = list.StorageNameOf(entry.record);
+    auto persist = QueryAs<IKivPersistStorage>(entry.factory.Get());
+    if (!name || !persist || entry.record.kind != DataFactoryKind::kNative) continue;
+    ComPtr<IKivStorage> sub;
+    if (KivResult r = storage_->OpenStorage(*name, kElementStream, sub.Put()); Failed(r)) return r;
+    if (KivResult r = persist->SaveCompleted(sub.Get()); Failed(r)) return r;
+    list.SetOpenStorage(entry.record, std::move(sub));
   }
   return S_OK;
 }
@@ -57,8 +94,8 @@ KivResult CDataFactoryStore::SaveFactories(const CDataFactoryList& list, IKivSto
     auto persist = QueryAs<IKivPersistStorage>(entry.factory.Get());
     if (!target) {
       if (!persist) continue;
-      ComPtr<IKivStorage> sub;
-      if (Failed(storage_->OpenStorage(*name, kElementStream, sub.Put()))) return E_FAIL;
+      auto sub = QueryAs<IKivStorage>(list.OpenStorageOf(entry.record));
+      if (!sub && Failed(storage_->OpenStorage(*name, kElementStream, sub.Put()))) return E_FAIL;
       if (Failed(persist->Save(sub.Get(), KIV_TRUE)) || Failed(sub->Commit(STGC_DEFAULT))) return E_FAIL;
       continue;
     }
@@ -68,8 +105,8 @@ KivResult CDataFactoryStore::SaveFactories(const CDataFactoryList& list, IKivSto
     if (persist) {
       r = persist->Save(sub.Get(), KIV_FALSE);
     } else {
-      ComPtr<IKivStorage> old;
-      if (Succeeded(storage_->OpenStorage(*name, kElementStream, old.Put()))) r = old->CopyTo(sub.Get());
+      auto old = QueryAs<IKivStorage>(list.OpenStorageOf(entry.record));
+      if (old || Succeeded(storage_->OpenStorage(*name, kElementStream, old.Put()))) r = old->CopyTo(sub.Get());
     }
     if (Failed(r) || Failed(sub->Commit(STGC_DEFAULT))) return E_FAIL;
   }

@@ -20,7 +20,13 @@ class CDataFactoryStore final : public DataFactoryListStorage {
   IKivStorage* Storage() const { return storage_.Get(); }
   IKivStream* List() const { return list_.Get(); }
 
+  // Writes the list and gives each running factory its storage.
   [[nodiscard]] KivResult Store(CDataFactoryList& list) override;
+  // The file is let go: each factory lets go of its storage.
+  static void HandsOff(CDataFactoryList& list);
+  // After a save to a new file: each factory that persists gets its
+  // sub-storage there (SaveCompleted).
+  [[nodiscard]] KivResult Reopen(CDataFactoryList& list) const;
 
   // The list's content as it stands.
   static DataFactoryListContent ContentOf(const CDataFactoryList& list);
@@ -33,7 +39,9 @@ class CDataFactoryStore final : public DataFactoryListStorage {
   void RemoveUnknownElements(const CDataFactoryList& list) const;
 
  private:
-  [[nodiscard]] KivResult EnsureElement(const DataFactoryRecord& record, const std::u16string& name) const;
+  bool HasElement(const std::u16string& name) const;
+  [[nodiscard]] KivResult GiveStorage(CDataFactoryList& list, const ActiveDataFactory& entry,
+                                      const std::u16string& name) const;
 
   ComPtr<IKivStorage> storage_;
   ComPtr<IKivStream> list_;

@@ -450,6 +450,7 @@ void CVelmar::ReleaseElements() {
   }
   factoryStore_.Release();
   dataFactoryStorage_ = nullptr;
+  dataFactories_.ForgetOpenStorages();
 }
 
 KivResult CVelmar::HandsOffStorage() {
@@ -462,6 +463,7 @@ KivResult CVelmar::HandsOffStorage() {
     ComPtr<IKivPersistStorage> persist;
     if (Succeeded(PersistStorage(object, persist.Put()))) (void)persist->HandsOffStorage();
   }
+  CDataFactoryStore::HandsOff(dataFactories_);
   ReleaseElements();
   storage_ = nullptr;
   return S_OK;
@@ -504,7 +506,7 @@ KivResult CVelmar::OpenElements(IKivStorage* s) {
       [&] {
         factoryStore_.Attach(std::move(factories), std::move(list));
         dataFactoryStorage_ = &factoryStore_;
-        return S_OK;
+        return factoryStore_.Reopen(dataFactories_);
       });
 }
 

@@ -71,6 +71,7 @@ CDataSelection::~CDataSelection() {
 
 void CDataSelection::SetOwner(ISelectionOwner* owner) {
   owner_ = owner;
+  if (owner) SetDataFactories(owner->DataFactories());
   IKivVelmar* root = owner ? owner->Root() : nullptr;
   if (!root) return;
   // Once only: a factory keeps the first root it is given.
@@ -84,6 +85,8 @@ void CDataSelection::SetOwner(ISelectionOwner* owner) {
 void CDataSelection::Close() {
   if (closing_) return;
   closing_ = true;
+  for (const AddinSource& addin : addins_) ForgetAddin(addin);
+  LeaveAddins(0);
   DetachOuting();
   CSelectionChannelFactory::CloseFactory();
   CSelectionEventsFactory::CloseFactory();
@@ -340,9 +343,9 @@ void CDataSelection::AttachOuting(IKivOuting* outing, bool fromUpdate) {
   outingHeard_ = false;
   LabelFromOuting(fromUpdate);
   (void)outingSink_->Connect(outing);
-  if (auto f = QueryAs<IKivChannelFactory>(outing)) CSelectionChannelFactory::AddSource(f.Get());
-  if (auto f = QueryAs<IKivEventsFactory>(outing)) CSelectionEventsFactory::AddSource(f.Get());
-  if (auto f = QueryAs<IKivMediaChannelFactory>(outing)) CSelectionMediaFactory::AddSource(f.Get());
+  if (auto f = QueryAs<IKivChannelFactory>(outing)) CSelectionChannelFactory::AddSource(f.Get(), true);
+  if (auto f = QueryAs<IKivEventsFactory>(outing)) CSelectionEventsFactory::AddSource(f.Get(), true);
+  if (auto f = QueryAs<IKivMediaChannelFactory>(outing)) CSelectionMediaFactory::AddSource(f.Get(), true);
   if (realTimeOuting_) {
     KivBool follow = KIV_FALSE;
     IKivTask* task = owner_ ? owner_->Task() : nullptr;

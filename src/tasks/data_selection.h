@@ -20,10 +20,12 @@
 #include <map>
 #include <string>
 
+#include "core/data_factory_record.h"
 #include "core/notifications_impl.h"
 #include "tasks/channel_proxy.h"
 #include "tasks/item_proxies.h"
 #include "tasks/selection_factory.h"
+#include "tasks/selection_inputs.h"
 #include "tasks/selection_owner.h"
 #include "tasks/selection_properties.h"
 #include "velmar/data_selection.h"
@@ -56,6 +58,10 @@ class CDataSelection final
   void SetOwner(ISelectionOwner* owner);
   // Shut-down: Update is refused, proxies raise nothing more and let go.
   void Close();
+  // The root's active data factories, in order: each joins the selection as
+  // a source (an instance of its own when it makes one per selection);
+  // those that left go (data_selection_addins.cpp).
+  void SetDataFactories(const ActiveDataFactories& factories);
 
   // IKivDataSelection..4
   KivResult GetRealTime(KivBool* realTime) override;
@@ -97,6 +103,17 @@ class CDataSelection final
   const std::map<std::u16string, double>& channel_offsets() const { return channelOffsets_; }
 
  private:
+  // A data factory add-in as this selection has it.
+  struct AddinSource {
+    ComPtr<IKivUnknown> root;      // the root's instance: what the active list names
+    ComPtr<IKivUnknown> instance;  // this selection's (the root's one when it makes none)
+    ComPtr<IKivChannelFactory> channels;
+    ComPtr<IKivEventsFactory> events;
+    ComPtr<IKivMediaChannelFactory> media;
+    ComPtr<CSelectionInputs<CSelectionChannelFactory>> channelInputs;
+    ComPtr<CSelectionInputs<CSelectionEventsFactory>> eventInputs;
+  };
+
   struct Streams {
     ComPtr<IKivStorage> storage;
     ComPtr<IKivStream> version, properties, navigator, offsets, popUps;
@@ -111,6 +128,13 @@ class CDataSelection final
   void AttachOuting(IKivOuting* outing, bool fromUpdate);
   void LabelFromOuting(bool direct);
   bool realTime() const { return static_cast<bool>(realTimeOuting_); }
+
+  // Data factory add-ins.
+  [[nodiscard]] bool MakeAddin(IKivUnknown* root, AddinSource* out);
+  void JoinAddin(const AddinSource& addin);
+  void LeaveAddin(const AddinSource& addin);
+  void LeaveAddins(size_t from);
+  static void ForgetAddin(const AddinSource& addin);
 
   // Navigator and its finder.
   void AttachNavigator(IKivTimeRegionNavigator* navigator);
@@ -147,6 +171,7 @@ class CDataSelection final
   IKivUnknown* OwnerUnknown() override { return PrimaryUnknown(); }
   void FireItems(IKivDataFactory* factory, uint32_t kind, const NameList& added, const NameList& changed,
                  const NameList& removed) override;
+  void InputsMoved(IKivDataFactory* later) override;
 
   // COutingNotificationsReceiver: the outing's first event.
   void OnInformationChanged(IKivOuting*) override { OnOutingEvent(); }
@@ -158,6 +183,7 @@ class CDataSelection final
   void OnRegionsChanged() override;
 
   ISelectionOwner* owner_ = nullptr;
+  std::vector<AddinSource> addins_;
   ComPtr<IKivOuting> outing_;
   ComPtr<IKivRealtimeOuting> realTimeOuting_;
   ComPtr<IKivLapMarkers> lapMarkers_;

@@ -3,8 +3,9 @@
 // selection object as an outing's factories are of the outing (see
 // outing/outing_data_factory.h).
 //
-// It lists the names of its sources (the outing's factory of its kind, in
-// the order added) and hands out a proxy per name. A proxy is bound to the
+// It lists the names of its sources (the outing's factory of its kind
+// first, then host sources and data factory add-ins in the order added) and
+// hands out a proxy per name. A proxy is bound to the
 // first source that has an item of its name; when a source goes, its
 // proxies go back to none, and when one comes they bind to it. Names that
 // came, changed or went are told through the selection's data factory
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <new>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -30,6 +32,9 @@ class ISelectionFactoryOwner : public IProxyOwner {
  public:
   virtual void FireItems(IKivDataFactory* factory, uint32_t kind, const NameList& added, const NameList& changed,
                          const NameList& removed) = 0;
+  // The names of a source ahead of `later` came, went or changed: `later`
+  // may compute from them.
+  virtual void InputsMoved(IKivDataFactory* later) = 0;
 
  protected:
   ~ISelectionFactoryOwner() = default;
@@ -42,6 +47,7 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
  public:
   using Parent = IKivUnknown;  // stops the identity walk: the selection answers IKivDataFactory
   using Data = typename Proxy::Data;
+  using FactoryFace = Factory;
 
   CSelectionDataFactory() : sourceSink_(MakeKiv<CDataFactoryNotificationsSink<CBaseMultiSourceSink>>()) {
     sourceSink_->SetReceiver(static_cast<CDataFactoryNotificationsReceiver*>(this));
@@ -82,16 +88,41 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
   }
 
   // A factory data can come from: proxies of its names bind to it. False
-  // when it is one already, or the factory is closed.
-  bool AddSource(Factory* source) {
+  // when it is one already, or the factory is closed. `first` puts it ahead
+  // of every other source (the outing's own factory).
+  bool AddSource(Factory* source, bool first = false) {
     if (!owner_ || !source || HasSource(source)) return false;
-    sources_.emplace_back(source);
+    sources_.emplace(first ? sources_.begin() : sources_.end(), source);
     (void)sourceSink_->Connect(source);
     (void)source->SetParent(owner_->OwnerUnknown());
     NameList names;
     (void)source->GetNames(&names);
     TakeNames(names);
+    TellLaterSources(source);
     return true;
+  }
+
+  // What a source placed at `stop` computes from: the names and items of
+  // the sources ahead of it (all of them while `stop` is none of them).
+  NameList NamesBefore(Factory* stop) {
+    NameList all;
+    std::set<std::u16string> seen;
+    for (const ComPtr<Factory>& source : SourcesBefore(stop)) {
+      NameList names;
+      if (Failed(source->GetNames(&names))) continue;
+      for (std::u16string& name : names) {
+        if (seen.insert(name).second) all.push_back(std::move(name));
+      }
+    }
+    return all;
+  }
+
+  ComPtr<Data> FindRealBefore(const std::u16string& name, Factory* stop) {
+    for (const ComPtr<Factory>& source : SourcesBefore(stop)) {
+      ComPtr<Data> item;
+      if (Succeeded(source->GetItem(name, item.Put())) && item) return item;
+    }
+    return nullptr;
   }
 
   bool HasSource(Factory* source) const {
@@ -104,6 +135,7 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
     auto it = std::find(sources_.begin(), sources_.end(), source);
     if (it == sources_.end()) return;
     ComPtr<Factory> gone = *it;
+    const std::ptrdiff_t place = it - sources_.begin();
     sources_.erase(it);
     sourceSink_->Disconnect(gone.Get());
     ComPtr<IKivUnknown> parent;
@@ -112,6 +144,7 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
     NameList names;
     (void)gone->GetNames(&names);
     DropNames(names);
+    TellLaterSources(gone.Get(), place);
   }
 
   void RemoveAllSources() {
@@ -141,12 +174,29 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
   }
 
  private:
-  ComPtr<Data> FindReal(const std::u16string& name) {
-    for (const ComPtr<Factory>& source : sources_) {
-      ComPtr<Data> item;
-      if (Succeeded(source->GetItem(name, item.Put())) && item) return item;
+  ComPtr<Data> FindReal(const std::u16string& name) { return FindRealBefore(name, nullptr); }
+
+  std::vector<ComPtr<Factory>> SourcesBefore(Factory* stop) const {
+    auto end = std::find(sources_.begin(), sources_.end(), stop);
+    return {sources_.begin(), end};
+  }
+
+  // Each source after the one at `from` (the moved source's place) hears
+  // that its inputs moved. A copy: a source's answer may change the list.
+  void TellLaterSources(Factory* moved, std::ptrdiff_t from = -1) {
+    if (!owner_) return;
+    if (from < 0) from = std::find(sources_.begin(), sources_.end(), moved) - sources_.begin() + 1;
+    if (from >= static_cast<std::ptrdiff_t>(sources_.size())) return;
+    const std::vector<ComPtr<Factory>> later(sources_.begin() + from, sources_.end());
+    for (const ComPtr<Factory>& source : later) {
+      if (owner_ && HasSource(source.Get())) owner_->InputsMoved(source.Get());
     }
-    return nullptr;
+  }
+
+  void SourceMoved(IKivDataFactory* factory) {
+    for (const ComPtr<Factory>& source : sources_) {
+      if (static_cast<IKivDataFactory*>(source.Get()) == factory) return TellLaterSources(source.Get());
+    }
   }
 
   void TakeNames(const NameList& names) {
@@ -187,14 +237,20 @@ class CSelectionDataFactory : public IKivDataFactoryImpl<Proxy*, Factory>,
   }
 
   // CDataFactoryNotificationsReceiver: the sources' lists moved.
-  void OnItemsAdded(IKivDataFactory*, uint32_t kind, const NameList& names) override {
-    if (kind == Kind) TakeNames(names);
+  void OnItemsAdded(IKivDataFactory* factory, uint32_t kind, const NameList& names) override {
+    if (kind != Kind) return;
+    TakeNames(names);
+    SourceMoved(factory);
   }
-  void OnItemsRemoved(IKivDataFactory*, uint32_t kind, const NameList& names) override {
-    if (kind == Kind) DropNames(names);
+  void OnItemsRemoved(IKivDataFactory* factory, uint32_t kind, const NameList& names) override {
+    if (kind != Kind) return;
+    DropNames(names);
+    SourceMoved(factory);
   }
-  void OnItemsChanged(IKivDataFactory*, uint32_t kind, const NameList& names) override {
-    if (kind == Kind) TakeNames(names);
+  void OnItemsChanged(IKivDataFactory* factory, uint32_t kind, const NameList& names) override {
+    if (kind != Kind) return;
+    TakeNames(names);
+    SourceMoved(factory);
   }
 
   ISelectionFactoryOwner* owner_ = nullptr;

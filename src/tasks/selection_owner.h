@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "core/data_factory_record.h"
 #include "velmar/tasks.h"
 #include "velmar/velmar.h"
 
@@ -23,6 +24,8 @@ class ISelectionOwner {
   // The selection changed something that is saved.
   virtual void SelectionDirty() = 0;
   virtual void RequestRefresh(uint32_t reason) = 0;
+  // The root's active data factories, which join every selection.
+  virtual const ActiveDataFactories& DataFactories() = 0;
 
  protected:
   ~ISelectionOwner() = default;

@@ -441,8 +441,11 @@ void CTask::CloseSelections() {
   extensions_.clear();
 }
 
-KivResult CTask::SetDataFactoryList(const ActiveDataFactories&) {
-  // Data provider add-ins join the selections with the add-in step.
+KivResult CTask::SetDataFactoryList(const ActiveDataFactories& factories) {
+  factories_ = factories;
+  // A copy: a selection's clients may change the list while they hear of it.
+  const auto selections = selections_;
+  for (const auto& selection : selections) selection->SetDataFactories(factories_);
   return S_OK;
 }
 

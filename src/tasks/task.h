@@ -112,6 +112,7 @@ class CTask final
   IKivTask* Task() override { return this; }
   IKivVelmar* Root() override { return root_; }
   void SelectionDirty() override { MarkDirty(); }
+  const ActiveDataFactories& DataFactories() override { return factories_; }
 
   TaskProperties Properties() const;
   [[nodiscard]] KivResult WriteHeader();
@@ -154,6 +155,7 @@ class CTask final
   KivTime currentTime_ = 0;
   Guid defaultFinderClass_;
   std::map<std::u16string, Extension> extensions_;
+  ActiveDataFactories factories_;  // the root's, which join every selection
   uint32_t refreshFlags_ = 0;
   std::vector<uint32_t> refreshList_;
   bool dirty_ = true, closed_ = false;

@@ -60,7 +60,7 @@ class SelectionView {
       throw std::runtime_error("channel \"" + name + "\" has no blocks");
     std::vector<KivTime> times;
     std::vector<double> values;
-    for (uint32_t b = 0; b < count; ++b) {
+    for (uint32_t b = 1; b <= count; ++b) {
       ComPtr<IKivDataBlock> block;
       std::vector<KivTime> t;
       std::vector<double> v;

@@ -15,11 +15,12 @@ KivResult LayBlock(PluginChannel& channel, DotNetBlockInfo& info, DataBlockList*
   std::span<double> out = values.Writable();
   std::shared_ptr<const DataSection> section;
   KivResult made = S_OK;
+  const bool held = channel.BlockValues(info.sourceBlock, info.firstIndex, info.count, out.data());
   if (info.periodic) {
-    channel.ValuesAtPeriod(info.start, info.interval, info.count, out.data());
+    if (!held) channel.ValuesAtPeriod(info.start, info.interval, info.count, out.data());
     made = DataSection::MakePeriodic(std::move(values), info.start, info.interval, &section);
   } else {
-    channel.Values(info.times.data(), info.count, out.data());
+    if (!held) channel.Values(info.times.data(), info.count, out.data());
     made = DataSection::MakeAperiodic(std::move(values), LockedArray<KivTime>::FromVector(std::move(info.times)),
                                       &section);
   }
@@ -41,7 +42,7 @@ KivResult CDotNetChannel::GetName(std::u16string* name) {
 
 KivResult CDotNetChannel::GetStatus(uint32_t* status) {
   if (!status) return E_POINTER;
-  if (status_ == DataStatus::kUnknown) (void)Read();
+  if (status_ == DataStatus::kUnknown || status_ == DataStatus::kPending) (void)Read();
   *status = static_cast<uint32_t>(status_);
   return S_OK;
 }
@@ -59,6 +60,9 @@ KivResult CDotNetChannel::Read() {
         return E_FAIL;
       }
     }
+  } catch (const PluginPending&) {
+    status_ = DataStatus::kPending;
+    return KIV_E_PENDING;
   } catch (const PluginError&) {
     status_ = DataStatus::kNotAvailable;
     return E_FAIL;

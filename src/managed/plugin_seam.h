@@ -30,6 +30,13 @@ class PluginError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The plug-in waits for data the library is still fetching: ask again once
+// the client thread has run.
+class PluginPending : public PluginError {
+ public:
+  using PluginError::PluginError;
+};
+
 // One class of a module, as the module declares it.
 struct PluginTypeInfo {
   std::u16string typeName;
@@ -125,6 +132,9 @@ class PluginChannel {
   virtual int64_t IndexOfNextTime(int64_t block, KivTime time) = 0;
   virtual int64_t IndexOfPreviousTime(int64_t block, KivTime time) = 0;
   virtual void CopyTimes(int64_t block, int64_t first, int64_t count, KivTime* out) = 0;
+  // The values of samples [first, first + count) of a block when the
+  // plug-in holds them as an array; false when it doesn't (then Values).
+  virtual bool BlockValues(int64_t block, int64_t first, int64_t count, double* out) = 0;
   // Values at the given times, one call for the whole array.
   virtual void Values(const KivTime* times, int64_t count, double* out) = 0;
   // Values from `start` every `interval`, one call for the whole array.

@@ -46,5 +46,6 @@ void AddMediaCommand(CLI::App& app, const CommandContext& context);
 void AddFrameCommand(CLI::App& app, const CommandContext& context);
 void AddClipCommand(CLI::App& app, const CommandContext& context);
 void AddPlayCommand(CLI::App& app, const CommandContext& context);
+void AddToolsCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

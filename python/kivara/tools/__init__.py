@@ -14,6 +14,11 @@ import numpy as np
 TICKS_PER_SECOND = 10_000_000
 
 
+class DataPending(Exception):
+    """The library is still fetching the data asked for: the host asks the
+    plug-in again once it has come."""
+
+
 class ContainsTools:
     """Module marker: `contains_tools = ContainsTools()` at the top level."""
 

@@ -75,7 +75,13 @@ def make(cls, state):
         if not isinstance(made, cls):
             raise TypeError("the saved state is of another type")
         return made
-    return cls()
+    made = cls()
+    if isinstance(made, contract.IDataFactory):
+        # A factory whose __init__ skipped the base class's still gets its slots.
+        for name, value in (("Added", []), ("Removed", []), ("DataSelection", None), ("Velmar", None)):
+            if name not in made.__dict__:
+                setattr(made, name, value)
+    return made
 
 
 def save(obj):

@@ -9,6 +9,7 @@
 #include "velmar/classes.h"
 #include "velmar/data_factory.h"
 #include "velmar/data_selection.h"
+#include "velmar/outing.h"
 #include "velmar/tasks.h"
 #include "velmar/text.h"
 #include "velmar/time_regions.h"
@@ -36,8 +37,17 @@ class SelectionView {
     return Utf8(caption);
   }
 
+  // The recorded channels: those of the selection's outing. (The selection
+  // itself lists the plug-ins' channels too, which would ask the plug-in
+  // back.)
+  ComPtr<IKivChannelFactory> Recorded() const {
+    ComPtr<IKivOuting> outing;
+    if (Failed(selection_->GetOuting(outing.Put())) || !outing) return nullptr;
+    return QueryAs<IKivChannelFactory>(outing.Get());
+  }
+
   std::vector<std::string> ChannelNames() const {
-    auto factory = QueryAs<IKivChannelFactory>(selection_.Get());
+    auto factory = Recorded();
     NameList names;
     if (!factory || Failed(factory->GetNames(&names))) return {};
     std::vector<std::string> out;
@@ -47,13 +57,19 @@ class SelectionView {
 
   // (times in ticks, values), every block joined.
   py::tuple ReadChannel(const std::string& name) const {
-    auto factory = QueryAs<IKivChannelFactory>(selection_.Get());
+    auto factory = Recorded();
     ComPtr<IKivChannel> channel;
     if (!factory) throw std::runtime_error("the selection offers no channels");
     if (KivResult r = factory->GetItem(Utf8ToWide(name), channel.Put()); Failed(r) || !channel)
       Raise("no channel \"" + name + "\"", r);
     ComPtr<IKivChannelIterator2> iterator;
-    if (KivResult r = channel->GetIterator(iterator.Put()); Failed(r)) Raise("channel \"" + name + "\" not read", r);
+    if (KivResult r = channel->GetIterator(iterator.Put()); Failed(r)) {
+      if (r == KIV_E_PENDING) {
+        PyErr_SetString(py::module_::import("kivara.tools").attr("DataPending").ptr(), name.c_str());
+        throw py::error_already_set();
+      }
+      Raise("channel \"" + name + "\" not read", r);
+    }
     ComPtr<IKivDataBlocks> blocks;
     uint32_t count = 0;
     if (Failed(iterator->GetDataBlocks(blocks.Put())) || Failed(blocks->GetCount(&count)))

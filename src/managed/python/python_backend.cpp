@@ -180,6 +180,17 @@ class PythonChannel final : public PluginChannel {
       CopyOut(times, count, out);
     });
   }
+  bool BlockValues(int64_t block, int64_t first, int64_t count, double* out) override {
+    return WithPython([&] {
+      py::object values = py::getattr(Data()[py::int_(block)], "Values", py::none());
+      if (values.is_none()) return false;
+      auto array = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(values);
+      if (!array || array.ndim() != 1 || first < 0 || first + count > array.shape(0))
+        throw PluginError("a block's values of the wrong size");
+      std::memcpy(out, array.data() + first, static_cast<size_t>(count) * sizeof(double));
+      return true;
+    });
+  }
   void Values(const KivTime* times, int64_t count, double* out) override {
     WithPython([&] {
       // The times cross as a view of the caller's array; the values come

@@ -63,6 +63,16 @@ py::module_& HostModule() {
   return *host;
 }
 
+void ThrowPluginError(const py::error_already_set& error) {
+  bool pending = false;
+  try {
+    pending = error.matches(py::module_::import("kivara.tools").attr("DataPending"));
+  } catch (const py::error_already_set&) {
+  }
+  if (pending) throw PluginPending(error.what());
+  throw PluginError(error.what());
+}
+
 double ImportTimeLimit() {
   if (const char* env = std::getenv("KIVARA_TOOLS_IMPORT_TIMEOUT"); env && *env) {
     char* end = nullptr;

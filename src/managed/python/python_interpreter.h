@@ -28,6 +28,9 @@ py::module_& HostModule();
 // installed one, else the source tree's.
 std::string PackageFolder();
 
+// PluginPending for kivara.tools.DataPending, else PluginError. GIL held.
+[[noreturn]] void ThrowPluginError(const py::error_already_set& error);
+
 // Runs `f` under the GIL, turning anything Python raises into PluginError.
 template <class F>
 auto WithPython(F&& f) -> decltype(f()) {
@@ -36,7 +39,7 @@ auto WithPython(F&& f) -> decltype(f()) {
   try {
     return f();
   } catch (const py::error_already_set& error) {
-    throw PluginError(error.what());
+    ThrowPluginError(error);
   } catch (const py::builtin_exception& error) {  // cast errors too
     throw PluginError(error.what());
   }

@@ -1,0 +1,45 @@
+"""Plug-ins the CPython backend tests load."""
+import numpy as np
+
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
+                          SubCommands, serializable, tool)
+
+marker = ContainsTools()
+
+
+@tool(name="Counter")
+@serializable
+class Counter(ITool):
+    def __init__(self):
+        self.count = 0
+
+    @property
+    def Commands(self):
+        more = SubCommands("More", [CommandGroup([Command("Raise", self.fail)])])
+        return [CommandGroup([Command(f"Count {self.count}", self.bump, "Adds one"),
+                              Command("Off", self.bump, enabled=False)], [more])]
+
+    def bump(self):
+        self.count += 1
+        self.property_changed("count")
+
+    def fail(self):
+        raise RuntimeError("a plug-in fault")
+
+
+@tool(name="Twice")
+@tool(name="Twice again")
+class Twice(ITool):
+    Commands = []
+
+
+@tool(name="Ramp")
+class Ramp(IDataFactory):
+    @property
+    def Keys(self):
+        return ["Ramp", "Broken"]
+
+    def __getitem__(self, key):
+        if key == "Broken":
+            raise ValueError("no data")
+        return ArrayChannel(np.arange(1000, dtype=np.float64) * 0.5, start=0, interval=100)

@@ -11,19 +11,25 @@ namespace velmar::managed {
 namespace {
 
 KivResult LayBlock(PluginChannel& channel, DotNetBlockInfo& info, DataBlockList* blocks) {
-  auto values = LockedArray<double>::Uninitialized(static_cast<size_t>(info.count));
-  std::span<double> out = values.Writable();
-  std::shared_ptr<const DataSection> section;
-  KivResult made = S_OK;
-  const bool held = channel.BlockValues(info.sourceBlock, info.firstIndex, info.count, out.data());
-  if (info.periodic) {
-    if (!held) channel.ValuesAtPeriod(info.start, info.interval, info.count, out.data());
-    made = DataSection::MakePeriodic(std::move(values), info.start, info.interval, &section);
+  const auto count = static_cast<size_t>(info.count);
+  PluginChannel::SharedValues shared = channel.BlockValues(info.sourceBlock, info.firstIndex, info.count);
+  LockedArray<double> values;
+  if (shared.data) {
+    values = LockedArray<double>::Borrow(std::span<const double>(shared.data, count), std::move(shared.owner));
   } else {
-    if (!held) channel.Values(info.times.data(), info.count, out.data());
-    made = DataSection::MakeAperiodic(std::move(values), LockedArray<KivTime>::FromVector(std::move(info.times)),
-                                      &section);
+    values = LockedArray<double>::Uninitialized(count);
+    double* out = values.Writable().data();
+    if (info.periodic) {
+      channel.ValuesAtPeriod(info.start, info.interval, info.count, out);
+    } else {
+      channel.Values(info.times.data(), info.count, out);
+    }
   }
+  std::shared_ptr<const DataSection> section;
+  const KivResult made =
+      info.periodic ? DataSection::MakePeriodic(std::move(values), info.start, info.interval, &section)
+                    : DataSection::MakeAperiodic(std::move(values),
+                                                 LockedArray<KivTime>::FromVector(std::move(info.times)), &section);
   if (Failed(made)) return made;
   ComPtr<IKivDataBlockImplBase> block;
   const auto index = static_cast<uint32_t>(blocks->size());

@@ -132,9 +132,15 @@ class PluginChannel {
   virtual int64_t IndexOfNextTime(int64_t block, KivTime time) = 0;
   virtual int64_t IndexOfPreviousTime(int64_t block, KivTime time) = 0;
   virtual void CopyTimes(int64_t block, int64_t first, int64_t count, KivTime* out) = 0;
-  // The values of samples [first, first + count) of a block when the
-  // plug-in holds them as an array; false when it doesn't (then Values).
-  virtual bool BlockValues(int64_t block, int64_t first, int64_t count, double* out) = 0;
+  // The values of samples [first, first + count) of a block, shared without
+  // a copy when the plug-in holds them as an array (`owner` keeps them); a
+  // null `data` when it doesn't (then Values). The plug-in must not change
+  // an array it has handed out.
+  struct SharedValues {
+    const double* data = nullptr;
+    std::shared_ptr<const void> owner;
+  };
+  virtual SharedValues BlockValues(int64_t block, int64_t first, int64_t count) = 0;
   // Values at the given times, one call for the whole array.
   virtual void Values(const KivTime* times, int64_t count, double* out) = 0;
   // Values from `start` every `interval`, one call for the whole array.

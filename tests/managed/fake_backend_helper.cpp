@@ -64,7 +64,7 @@ class FakeChannel final : public PluginChannel {
     const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
     std::copy_n(t.begin() + first, count, out);
   }
-  bool BlockValues(int64_t, int64_t, int64_t, double*) override { return false; }
+  SharedValues BlockValues(int64_t, int64_t, int64_t) override { return {}; }
   void Values(const KivTime* times, int64_t count, double* out) override {
     Check();
     for (int64_t k = 0; k < count; ++k) out[k] = static_cast<double>(times[k]) / 10.0;

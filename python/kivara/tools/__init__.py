@@ -287,6 +287,10 @@ class ArrayChannel(Channel):
 
     def __init__(self, values, times=None, start=0, interval=0):
         self.values = np.ascontiguousarray(values, dtype=np.float64)
+        if times is not None and len(times) > 1:
+            steps = np.diff(times)
+            if steps[0] > 0 and np.all(steps == steps[0]):  # evenly spaced: periodic
+                start, interval, times = int(times[0]), int(steps[0]), None
         block_times = ArrayTimes(times=times) if times is not None else ArrayTimes(
             start=start, interval=interval, count=len(self.values))
         self.Data = [DataBlock(block_times, self.values)] if len(self.values) else []

@@ -180,15 +180,15 @@ class PythonChannel final : public PluginChannel {
       CopyOut(times, count, out);
     });
   }
-  bool BlockValues(int64_t block, int64_t first, int64_t count, double* out) override {
-    return WithPython([&] {
+  SharedValues BlockValues(int64_t block, int64_t first, int64_t count) override {
+    return WithPython([&]() -> SharedValues {
       py::object values = py::getattr(Data()[py::int_(block)], "Values", py::none());
-      if (values.is_none()) return false;
+      if (values.is_none()) return {};
       auto array = py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(values);
       if (!array || array.ndim() != 1 || first < 0 || first + count > array.shape(0))
         throw PluginError("a block's values of the wrong size");
-      std::memcpy(out, array.data() + first, static_cast<size_t>(count) * sizeof(double));
-      return true;
+      const double* data = array.data() + first;
+      return {data, std::make_shared<PyRef>(std::move(array))};
     });
   }
   void Values(const KivTime* times, int64_t count, double* out) override {

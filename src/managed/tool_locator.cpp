@@ -3,9 +3,11 @@
 namespace velmar::managed {
 namespace {
 
+// Never destroyed: the interpreter is never finalised, and a Python host may
+// already have shut it down when static destructors run.
 std::unique_ptr<ManagedRuntime>& Slot() {
-  static std::unique_ptr<ManagedRuntime> runtime;
-  return runtime;
+  static auto* runtime = new std::unique_ptr<ManagedRuntime>();
+  return *runtime;
 }
 
 // The holder's descriptions and its dirty flag.

@@ -40,7 +40,8 @@ TEST_F(PythonBackendTest, BadModulesAreSkippedAndTheFirstOfTwoTypeNamesWins) {
   for (const auto& t : types_) found.emplace_back(t.name, t.type_name, t.kind);
   using T = std::tuple<std::u16string, std::u16string, uint32_t>;
   EXPECT_EQ(found, (std::vector<T>{T{u"Counter", u"a_tools.Counter", kKivPluginTool},
-                                   T{u"Ramp", u"a_tools.Ramp", kKivPluginChannelFactory}}));
+                                   T{u"Ramp", u"a_tools.Ramp", kKivPluginChannelFactory},
+                                   T{u"Keeper", u"a_tools.Keeper", kKivPluginTool}}));
 }
 
 TEST_F(PythonBackendTest, CommandsRunAndAFaultGivesEFailWithoutTakingTheHostDown) {
@@ -78,6 +79,19 @@ TEST_F(PythonBackendTest, StateRoundTripsThroughPickleAndABadStreamStartsFresh) 
   ASSERT_TRUE(fresh->Create(u"a_tools.Counter", &garbage, nullptr));
   EXPECT_TRUE(fresh->wrapper().StateRejected());
   EXPECT_EQ(Labels(fresh.Get()).front(), u"Count 0");
+}
+
+TEST_F(PythonBackendTest, ASinkCalledAfterItsToolWentRaisesInThePlugin) {
+  ComPtr<IKivObjectNode> first;
+  ASSERT_EQ(KivCreatePluginTool(u"a_tools.Keeper", nullptr, first.Put()), S_OK);
+  ASSERT_EQ(first->InvokeCommand(0, 0, 0), S_OK);
+  first = nullptr;
+  ComPtr<IKivObjectNode> second;
+  ASSERT_EQ(KivCreatePluginTool(u"a_tools.Keeper", nullptr, second.Put()), S_OK);
+  ASSERT_EQ(second->InvokeCommand(1, 0, 0), S_OK);
+  const std::u16string last = Labels(second.Get()).back();
+  EXPECT_EQ(last.rfind(u"Last: Delegate call failed: Native sink was not attached or has already detached from the "
+                       u"managed proxy (m_p_native_target =0x", 0), 0u) << std::string(last.begin(), last.end());
 }
 
 TEST_F(PythonBackendTest, ChannelsCrossAsArraysAndARaisingOneIsNotAvailable) {

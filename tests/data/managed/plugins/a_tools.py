@@ -43,3 +43,27 @@ class Ramp(IDataFactory):
         if key == "Broken":
             raise ValueError("no data")
         return ArrayChannel(np.arange(1000, dtype=np.float64) * 0.5, start=0, interval=100)
+
+
+KEPT = []
+
+
+@tool(name="Keeper")
+class Keeper(ITool):
+    """Keeps the host's sink past the tool's end, and calls it later."""
+    last = ""
+
+    @property
+    def Commands(self):
+        return [CommandGroup([Command("Keep", self.keep), Command("Call kept", self.call_kept),
+                              Command(f"Last: {Keeper.last}", lambda: None)])]
+
+    def keep(self):
+        KEPT.append(self._subscribers[0])
+
+    def call_kept(self):
+        try:
+            KEPT[0]("x")
+        except RuntimeError as error:
+            Keeper.last = str(error)
+        self.property_changed("last")

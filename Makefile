@@ -15,6 +15,10 @@ build: deps
 demo: build
 	@mkdir -p $(DEMO_DIR)
 	@bash scripts/demo.sh $(CLI) $(DEMO_DIR)
+	@echo "== velmar --tools addins/python tools list; tools run; dump LongAccel: the example Python plug-ins"
+	@$(CLI) --tools addins/python tools list
+	@$(CLI) --tools addins/python tools run "Fastest laps" "List fastest laps" --file $(DEMO_DIR)/sample.txt
+	@$(CLI) --tools addins/python dump $(DEMO_DIR)/sample.txt LongAccel --from 60 --to 60.05
 
 test: build
 	@ctest --preset $(PRESET)

@@ -15,3 +15,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/velmarConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/velmarConfig.cmake ${PROJECT_BINARY_DIR}/velmarConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/velmar)
 install(FILES ${PROJECT_SOURCE_DIR}/data/units.json DESTINATION ${CMAKE_INSTALL_DATADIR}/velmar)
+# The plug-in contract package (kivara.tools) the embedded interpreter imports.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/kivara DESTINATION ${CMAKE_INSTALL_DATADIR}/velmar/python
+        PATTERN "__pycache__" EXCLUDE)

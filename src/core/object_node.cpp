@@ -170,7 +170,9 @@ KivResult ObjectNodeCore::InvokeCommand(uint32_t id, uint32_t a, int32_t b) cons
   uint32_t state = 0;
   if (Failed(it->second.command->GetState(&state))) return E_FAIL;
   if (state & kKivCommandDisabled) return KIV_E_COMMAND_DISABLED;
-  return it->second.handler(it->second.command.Get(), a, b);
+  // A copy: the handler may rebuild the node's commands while it runs.
+  const Entry entry = it->second;
+  return entry.handler(entry.command.Get(), a, b);
 }
 
 }  // namespace velmar

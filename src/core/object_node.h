@@ -112,6 +112,12 @@ class ObjectNodeCore {
   bool RemoveChild(IKivObjectNode* child);
   // Gives up every child; false when there were none.
   bool ClearChildren();
+  // Drops every command and group.
+  void ClearCommands() {
+    commands_.clear();
+    groups_.clear();
+  }
+  bool HasCommandGroup(uint32_t group) const { return groups_.count(group) != 0; }
 
   KivResult GetDescription(std::u16string* description) const;
   KivResult GetName(std::u16string* name) const;
@@ -158,6 +164,8 @@ class IKivObjectNodeImpl : public IKivObjectNode {
   void SetNodeDescription(std::u16string description) { node_.SetDescription(std::move(description)); }
   bool HasNodeName() const { return node_.HasName(); }
   void AddCommandGroup(uint32_t group) { node_.AddCommandGroup(group); }
+  bool HasCommandGroup(uint32_t group) const { return node_.HasCommandGroup(group); }
+  void ClearCommands() { node_.ClearCommands(); }
   void AddCommand(ComPtr<IKivObjectNodeCommand> command, Handler handler) {
     node_.AddCommand(std::move(command), [this, handler](IKivObjectNodeCommand* c, uint32_t a, int32_t b) {
       return (static_cast<T*>(this)->*handler)(c, a, b);

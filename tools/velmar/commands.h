@@ -47,5 +47,6 @@ void AddFrameCommand(CLI::App& app, const CommandContext& context);
 void AddClipCommand(CLI::App& app, const CommandContext& context);
 void AddPlayCommand(CLI::App& app, const CommandContext& context);
 void AddWatchCommand(CLI::App& app, const CommandContext& context);
+void AddToolsCommand(CLI::App& app, const CommandContext& context);
 
 }  // namespace velmar::cli

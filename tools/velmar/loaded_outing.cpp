@@ -5,6 +5,7 @@
 
 #include "host_error.h"
 #include "item_wait.h"
+#include "plugin_channels.h"
 #include "velmar/channel_key.h"
 #include "velmar/text.h"
 
@@ -29,6 +30,7 @@ LoadedOuting::LoadedOuting(HostSession& session, std::string file) : session_(se
   if (selection_->GetOuting(outing_.Put()) != S_OK) Fail(file_, "the outing could not be selected");
   watch_ = std::make_unique<OutingWatch>(outing_.Get(), file_);
   WaitForLoad();
+  AttachPluginChannels(session.root(), selection_.Get());
 }
 
 LoadedOuting::~LoadedOuting() {

@@ -2,6 +2,7 @@
 // any host does (root, outing factory, sinks, the client-thread loop) and
 // prints what it reads as tab-separated lines or JSON.
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 
 #include "commands.h"
@@ -45,6 +46,9 @@ int main(int argc, char** argv) {
   AddClipCommand(app, context);
   AddPlayCommand(app, context);
   AddWatchCommand(app, context);
+  AddToolsCommand(app, context);
+  app.add_option_function<std::string>("--tools", [](const std::string& dir) { setenv("KIVARA_TOOLS", dir.c_str(), 1); },
+                                       "Folder of Python plug-ins (instead of \"Tools\" beside the library)");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

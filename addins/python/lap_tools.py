@@ -1,0 +1,82 @@
+"""Example Velmar plug-in: a tool listing the fastest laps of the active
+task, and a data factory offering longitudinal acceleration worked out from
+the selection's speed.
+
+Drop this file into the "Tools" folder (or point KIVARA_TOOLS at this one)."""
+import sys
+
+import numpy as np
+
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
+                          QuantifiedName, TICKS_PER_SECOND, serializable, tool)
+
+contains_tools = ContainsTools()
+
+
+def _seconds(ticks):
+    return ticks / TICKS_PER_SECOND
+
+
+@tool(name="Fastest laps")
+@serializable
+class FastestLaps(ITool):
+    """Lists the quickest laps of the active task's selections."""
+
+    def __init__(self):
+        self.count = 3
+
+    @property
+    def Commands(self):
+        return [CommandGroup([
+            Command("&List fastest laps", self.list_fastest, "The quickest laps of the active task"),
+            Command("Show &more", self.show_more, f"List {self.count + 1} laps from now on"),
+        ])]
+
+    def fastest(self):
+        tasks = self.Velmar.Tasks if self.Velmar is not None else []
+        laps = []
+        if tasks:
+            for selection in tasks[0].DataSelections:
+                for name, start, end in selection.Laps():
+                    laps.append((end - start, name, selection.Caption))
+        return sorted(laps)[: self.count]
+
+    def list_fastest(self):
+        for rank, (duration, name, caption) in enumerate(self.fastest(), 1):
+            print(f"{rank}\t{name}\t{_seconds(duration):.3f}\t{caption}")
+        sys.stdout.flush()
+
+    def show_more(self):
+        self.count += 1
+        self.property_changed("count")  # saved with the settings
+
+
+@tool(name="Longitudinal acceleration")
+class LongitudinalAcceleration(IDataFactory):
+    """"LongAccel" in m/s^2: the time derivative of "Speed" (read in its base
+    unit, m/s)."""
+
+    KEY = QuantifiedName("LongAccel")
+
+    def _speed_name(self):
+        selection = self.DataSelection
+        if selection is None:
+            return None
+        for name in selection.ChannelNames():
+            if name == "Speed" or name.endswith("]Speed"):
+                return name
+        return None
+
+    @property
+    def Keys(self):
+        return [self.KEY] if self._speed_name() else []
+
+    def __getitem__(self, key):
+        name = self._speed_name()
+        if str(key) != str(self.KEY) or name is None:
+            return None
+        times, speed = self.DataSelection.ReadChannel(name)
+        if len(times) < 2:
+            return ArrayChannel(np.zeros(len(times)), times=times)
+        accel = np.gradient(speed, times / TICKS_PER_SECOND)
+        return ArrayChannel(accel, times=times)

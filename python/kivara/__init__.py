@@ -1,0 +1,1 @@
+"""Kivara: the Python side of the Velmar telemetry library."""

@@ -1,0 +1,52 @@
+// A plug-in data factory as the library's channel factory: its keys are the
+// names, its channels come as CDotNetChannel, and the names it adds or
+// removes reach the factory's sinks. A plug-in that raises gives no names.
+//
+// Client thread only.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "core/notifications_impl.h"
+#include "managed/plugin_seam.h"
+#include "managed/tool_type_library.h"
+#include "velmar/data_factory.h"
+#include "velmar/outing_notifications.h"
+
+namespace velmar::managed {
+
+class CDotNetChannelFactory final
+    : public KivObject<IKivChannelFactory,
+                       IKivNotificationsImpl<CDotNetChannelFactory, IKivDataFactoryNotifications>>,
+      private PluginDataFactoryListener {
+ public:
+  ~CDotNetChannelFactory() override;
+  // The channel factory of that plug-in type; null when it can't be made or
+  // offers no channels.
+  static ComPtr<CDotNetChannelFactory> Create(DotNetToolTypeLibrary& library, const std::u16string& typeName,
+                                              IKivUnknown* root);
+
+  // Points the plug-in at a selection; false (and nothing changes) for an
+  // index out of range.
+  bool SetDataSelection(int32_t task, int32_t selection);
+
+  // IKivDataFactory
+  KivResult GetNames(NameList* names) override;
+  KivResult GetParent(IKivUnknown** parent) override;
+  KivResult SetParent(IKivUnknown* parent) override;
+  KivResult GetRoot(IKivUnknown** root) override;
+  KivResult SetRoot(IKivUnknown* root) override;
+  KivResult GetIcon(int32_t index, int32_t size, IKivUnknown** picture) override;
+  KivResult GetItem(const std::u16string& name, IKivChannel** channel) override;
+
+ private:
+  void OnNamesAdded(const std::vector<std::u16string>& names) override;
+  void OnNamesRemoved(const std::vector<std::u16string>& names) override;
+
+  std::unique_ptr<PluginDataFactory> factory_;
+  ComPtr<IKivUnknown> parent_;
+  ComPtr<IKivUnknown> root_;
+};
+
+}  // namespace velmar::managed

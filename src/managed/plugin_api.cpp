@@ -1,0 +1,73 @@
+// The host's entry points to plug-ins (velmar/plugin_tools.h).
+#include "managed/dotnet_data_factory.h"
+#include "managed/dotnet_tool.h"
+#include "managed/tool_locator.h"
+#include "velmar/plugin_tools.h"
+
+namespace velmar {
+
+using managed::CDotNetChannelFactory;
+using managed::CDotNetTool;
+using managed::ManagedRuntime;
+using managed::PluginBackend;
+using managed::PluginError;
+
+namespace {
+
+uint32_t KindOf(PluginBackend& backend, const std::u16string& typeName) {
+  try {
+    if (backend.IsTool(typeName)) return kKivPluginTool;
+    if (backend.IsDataFactory(typeName)) return kKivPluginChannelFactory;
+  } catch (const PluginError&) {
+  }
+  return kKivPluginOther;
+}
+
+}  // namespace
+
+KivResult KivFindPluginTypes(std::vector<KivPluginType>* types) {
+  if (!types) return E_POINTER;
+  types->clear();
+  try {
+    ManagedRuntime& runtime = ManagedRuntime::Process();
+    for (const managed::CToolDesc& desc : managed::CDotNetToolLocator::FindTools()) {
+      types->push_back({desc.name, desc.id.typeName, KindOf(runtime.backend(), desc.id.typeName)});
+    }
+  } catch (const PluginError&) {
+    return E_FAIL;  // no interpreter
+  }
+  return S_OK;
+}
+
+void KivRescanPlugins() { managed::CDotNetToolLocator::MarkDirty(); }
+
+KivResult KivCreatePluginTool(const std::u16string& type_name, IKivUnknown* root, IKivObjectNode** node) {
+  if (!node) return E_POINTER;
+  *node = nullptr;
+  ManagedRuntime& runtime = ManagedRuntime::Process();
+  if (!runtime.library().Has(type_name)) return E_INVALIDARG;
+  auto tool = MakeKiv<CDotNetTool>(runtime.library(), nullptr);
+  if (!tool->Create(type_name, nullptr, root)) return E_FAIL;
+  *node = static_cast<IKivObjectNode*>(tool.Detach());
+  return S_OK;
+}
+
+KivResult KivCreatePluginChannelFactory(const std::u16string& type_name, IKivUnknown* root,
+                                        IKivChannelFactory** factory) {
+  if (!factory) return E_POINTER;
+  *factory = nullptr;
+  ManagedRuntime& runtime = ManagedRuntime::Process();
+  if (!runtime.library().Has(type_name)) return E_INVALIDARG;
+  ComPtr<CDotNetChannelFactory> made = CDotNetChannelFactory::Create(runtime.library(), type_name, root);
+  if (!made) return E_FAIL;
+  *factory = static_cast<IKivChannelFactory*>(made.Detach());
+  return S_OK;
+}
+
+KivResult KivSetPluginDataSelection(IKivChannelFactory* factory, int32_t task, int32_t selection) {
+  auto* plugin = dynamic_cast<CDotNetChannelFactory*>(factory);
+  if (!plugin) return E_INVALIDARG;
+  return plugin->SetDataSelection(task, selection) ? S_OK : S_FALSE;
+}
+
+}  // namespace velmar

@@ -1,0 +1,69 @@
+"""Plug-ins the CPython backend tests load."""
+import numpy as np
+
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
+                          SubCommands, serializable, tool)
+
+marker = ContainsTools()
+
+
+@tool(name="Counter")
+@serializable
+class Counter(ITool):
+    def __init__(self):
+        self.count = 0
+
+    @property
+    def Commands(self):
+        more = SubCommands("More", [CommandGroup([Command("Raise", self.fail)])])
+        return [CommandGroup([Command(f"Count {self.count}", self.bump, "Adds one"),
+                              Command("Off", self.bump, enabled=False)], [more])]
+
+    def bump(self):
+        self.count += 1
+        self.property_changed("count")
+
+    def fail(self):
+        raise RuntimeError("a plug-in fault")
+
+
+@tool(name="Twice")
+@tool(name="Twice again")
+class Twice(ITool):
+    Commands = []
+
+
+@tool(name="Ramp")
+class Ramp(IDataFactory):
+    @property
+    def Keys(self):
+        return ["Ramp", "Broken"]
+
+    def __getitem__(self, key):
+        if key == "Broken":
+            raise ValueError("no data")
+        return ArrayChannel(np.arange(1000, dtype=np.float64) * 0.5, start=0, interval=100)
+
+
+KEPT = []
+
+
+@tool(name="Keeper")
+class Keeper(ITool):
+    """Keeps the host's sink past the tool's end, and calls it later."""
+    last = ""
+
+    @property
+    def Commands(self):
+        return [CommandGroup([Command("Keep", self.keep), Command("Call kept", self.call_kept),
+                              Command(f"Last: {Keeper.last}", lambda: None)])]
+
+    def keep(self):
+        KEPT.append(self._subscribers[0])
+
+    def call_kept(self):
+        try:
+            KEPT[0]("x")
+        except RuntimeError as error:
+            Keeper.last = str(error)
+        self.property_changed("last")

@@ -1,0 +1,2 @@
+from kivara.tools import ContainsTools
+marker = ContainsTools(

@@ -1,0 +1,1 @@
+import kivara_no_such_module  # noqa

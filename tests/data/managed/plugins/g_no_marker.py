@@ -1,0 +1,6 @@
+from kivara.tools import ITool, tool
+
+
+@tool(name="Unmarked")
+class Unmarked(ITool):
+    Commands = []

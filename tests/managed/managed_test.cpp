@@ -1,0 +1,341 @@
+// The plug-in logic over the in-process fake backend: finding types,
+// tools and their commands, saved states, channels and their blocks.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <limits>
+
+#include "managed/block_clipping.h"
+#include "managed/dotnet_data_factory.h"
+#include "managed/dotnet_tool.h"
+#include "managed/fake_backend.h"
+#include "outing/blocks/data_block.h"
+#include "velmar/channel.h"
+#include "support/fixtures.h"
+#include "support/scoped_env.h"
+#include "support/temp_dir.h"
+#include "velmar/registry.h"
+
+namespace velmar::managed {
+namespace {
+
+using fake::FakeBackend;
+using fake::LoggedCommand;
+using testing::ScopedEnv;
+using testing::TempDir;
+
+PluginModuleInfo Module(std::vector<PluginTypeInfo> types, bool marker = true) { return {marker, std::move(types)}; }
+
+void Touch(const std::filesystem::path& path) { std::ofstream(path) << "#"; }
+
+// A "Tools" folder of empty files and a library over the fake backend.
+struct ToolsFolder {
+  TempDir dir;
+  ScopedEnv env{"KIVARA_TOOLS", dir.path().string()};
+  FakeBackend backend;
+  DotNetToolTypeLibrary library{backend};
+  std::vector<std::u16string> TypeNames() {
+    std::vector<std::u16string> names;
+    for (const auto& d : library.ToolTypeDescriptions()) names.push_back(d.m_typeName);
+    return names;
+  }
+};
+
+TEST(ToolTypeLibraryTest, ModulesLoadInByteOrderAndFollowTheMarkerRules) {
+  ToolsFolder tools;
+  for (const char* name : {"b.py", "a.py", "B.py", "c.txt", "bad.py", "nomarker.py"}) Touch(tools.dir / name);
+  std::filesystem::create_directories(tools.dir / "sub");
+  Touch(tools.dir / "sub" / "deep.py");
+  tools.backend.modules["a.py"] = Module({{u"T.Lap", u"Laps", 1}, {u"T.Twice", u"Twice", 2}, {u"T.None", u"", 0}});
+  tools.backend.modules["b.py"] = Module({{u"T.Lap", u"Other laps", 1}, {u"T.Gear", u"Gears", 1}});
+  tools.backend.modules["B.py"] = Module({{u"T.Upper", u"Upper", 1}});
+  tools.backend.modules["nomarker.py"] = Module({{u"T.Hidden", u"Hidden", 1}}, false);
+
+  EXPECT_EQ(tools.TypeNames(), (std::vector<std::u16string>{u"T.Upper", u"T.Lap", u"T.Gear"}));
+  EXPECT_EQ(tools.backend.loadOrder, (std::vector<std::string>{"B.py", "a.py", "b.py", "bad.py", "nomarker.py"}));
+  EXPECT_EQ(tools.library.ToolTypeDescriptions()[1].m_name, u"Laps");  // the first module wins
+  tools.library.ToolTypeDescriptions();
+  EXPECT_EQ(tools.backend.loadOrder.size(), 5u) << "found once until marked dirty";
+}
+
+TEST(ToolTypeLibraryTest, FolderComesFromTheEnvironmentElseTheMachineInstallDir) {
+  TempDir dir;
+  ScopedEnv machine("VELMAR_REGISTRY_MACHINE", (dir / "machine.json").string());
+  ScopedEnv env("KIVARA_TOOLS", std::nullopt);
+  EXPECT_FALSE(DotNetToolTypeLibrary::ToolsFolder());
+  FakeBackend backend;
+  DotNetToolTypeLibrary library(backend);
+  EXPECT_TRUE(library.ToolTypeDescriptions().empty());
+
+  RegistryKey key;
+  ASSERT_EQ(RegistryKey::Create(RegHive::kLocalMachine, u"SOFTWARE\\Halvane\\Kivara", &key), S_OK);
+  ASSERT_EQ(key.SetString(u"InstallDir", dir.path().u16string()), S_OK);
+  EXPECT_FALSE(DotNetToolTypeLibrary::ToolsFolder()) << "no Tools folder below it yet";
+  std::filesystem::create_directories(dir / "Tools");
+  EXPECT_EQ(DotNetToolTypeLibrary::ToolsFolder(), (dir / "Tools").string());
+}
+
+// A tool type "T.Tool" with two groups and a sub-menu.
+struct ToolFixture : ::testing::Test {
+  ToolsFolder tools;
+  std::shared_ptr<fake::FakeToolState> state = tools.backend.lastTool;
+  ComPtr<CDotNetTool> tool;
+
+  void SetUp() override {
+    Touch(tools.dir / "tool.py");
+    tools.backend.modules["tool.py"] = Module({{u"T.Tool", u"Lap tool", 1}});
+    tools.backend.types[u"T.Tool"] = fake::FakeType{};
+    PluginCommandGroup first{{LoggedCommand(state, u"&Fastest"), LoggedCommand(state, u"Off", false)}, {}};
+    PluginSubCommands more{u"More", {PluginCommandGroup{{LoggedCommand(state, u"Raise", true, true)}, {}}}};
+    PluginCommandGroup second{{LoggedCommand(state, u"Slowest")}, {more}};
+    state->groups = {first, second};
+    tool = MakeKiv<CDotNetTool>(tools.library, nullptr);
+  }
+
+  std::vector<std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>> Commands(IKivObjectNode* node) {
+    ObjectNodeCommands commands;
+    EXPECT_EQ(node->GetCommands(&commands), S_OK);
+    std::vector<std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>> out;
+    for (const auto& c : commands) {
+      uint32_t id = 0, group = 0, state = 0;
+      std::u16string label;
+      (void)c->GetId(&id), (void)c->GetGroup(&group), (void)c->GetState(&state), (void)c->GetLabel(&label);
+      out.emplace_back(id, group, state, label);
+    }
+    return out;
+  }
+  ComPtr<IKivObjectNode> SubNode() {
+    ComPtr<IKivObjectNodes> children;
+    ComPtr<IKivObjectNode> child;
+    EXPECT_EQ(tool->GetChildren(children.Put()), S_OK);
+    EXPECT_EQ(children->GetItem(1, child.Put()), S_OK);
+    return child;
+  }
+};
+
+TEST_F(ToolFixture, CommandsAreNumberedInOrderWithGroupsFromOneAndSubMenusAsNodes) {
+  ASSERT_TRUE(tool->Create(u"T.Tool", nullptr, nullptr));
+  std::u16string name;
+  ASSERT_EQ(tool->GetName(&name), S_OK);
+  EXPECT_EQ(name, u"Lap tool");
+  using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
+  EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"&Fastest"}, C{1, 1, kCommandDisabled, u"Off"},
+                                                  C{2, 2, 0, u"Slowest"}}));
+  ComPtr<IKivObjectNode> more = SubNode();
+  ASSERT_EQ(more->GetName(&name), S_OK);
+  EXPECT_EQ(name, u"More");
+  EXPECT_EQ(Commands(more.Get()), (std::vector<C>{C{3, 1, kCommandChecked, u"Raise"}}));
+}
+
+TEST_F(ToolFixture, InvokingRunsTheCommandWithTheWindowAndReportsFaults) {
+  ASSERT_TRUE(tool->Create(u"T.Tool", nullptr, nullptr));
+  EXPECT_EQ(tool->InvokeCommand(0, 1, 77), S_OK);
+  EXPECT_EQ(state->log, (std::vector<std::string>{"window 77", "&Fastest"}));
+  EXPECT_EQ(tool->InvokeCommand(1, 0, 0), KIV_E_COMMAND_DISABLED);
+  EXPECT_EQ(tool->InvokeCommand(2, 2, 0), KIV_E_BAD_COMMAND_ARG);
+  EXPECT_EQ(tool->InvokeCommand(9, 0, 0), KIV_E_NO_SUCH_COMMAND);
+  EXPECT_EQ(SubNode()->InvokeCommand(3, 0, 0), E_FAIL) << "the plug-in raised";
+  EXPECT_EQ(state->log.size(), 3u) << "the disabled and bad commands never ran";
+  EXPECT_FALSE(tool->wrapper().ExecuteCommand(4, 0));
+}
+
+TEST_F(ToolFixture, ChangesRebuildTheCommandsWithFreshIdsEvenDuringARebuild) {
+  ASSERT_TRUE(tool->Create(u"T.Tool", nullptr, nullptr));
+  state->groups.erase(state->groups.begin());
+  state->listener->OnCommandsChanged();
+  using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
+  EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"Slowest"}}));
+
+  // A plug-in that changes its commands while they are walked: the walk
+  // runs again and the ids are the new list's.
+  state->duringCommands = [this] {
+    state->groups[0].commands.insert(state->groups[0].commands.begin(), LoggedCommand(state, u"First"));
+    state->listener->OnCommandsChanged();
+  };
+  state->listener->OnCommandsChanged();
+  EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"First"}, C{1, 1, 0, u"Slowest"}}));
+  EXPECT_EQ(tool->InvokeCommand(0, 0, 0), S_OK);
+  EXPECT_EQ(state->log.back(), "First");
+
+  state->raiseInCommands = true;
+  state->listener->OnCommandsChanged();
+  EXPECT_TRUE(Commands(tool.Get()).empty()) << "a plug-in raising in Commands leaves no commands";
+}
+
+TEST_F(ToolFixture, StateIsReadOnlyForPersistingToolsAndABadStateStartsFresh) {
+  const std::vector<uint8_t> saved{1, 2, 3};
+  ASSERT_TRUE(tool->Create(u"T.Tool", &saved, nullptr));
+  EXPECT_TRUE(state->loaded.empty()) << "a tool that doesn't persist ignores the state";
+  std::vector<uint8_t> out;
+  EXPECT_FALSE(tool->wrapper().Save(&out));
+
+  tools.backend.types[u"T.Tool"].persists = true;
+  tools.backend.types[u"T.Tool"].badState = {9};
+  auto persisting = MakeKiv<CDotNetTool>(tools.library, nullptr);
+  ASSERT_TRUE(persisting->Create(u"T.Tool", &saved, nullptr));
+  EXPECT_EQ(state->loaded, saved);
+  state->saved = {4, 5};
+  EXPECT_TRUE(persisting->wrapper().Save(&out));
+  EXPECT_EQ(out, state->saved);
+
+  const std::vector<uint8_t> bad{9};
+  auto fresh = MakeKiv<CDotNetTool>(tools.library, nullptr);
+  ASSERT_TRUE(fresh->Create(u"T.Tool", &bad, nullptr));
+  EXPECT_TRUE(fresh->wrapper().StateRejected());
+}
+
+struct DirtyLog final : CDotNetToolParentDirtyCallback {
+  std::vector<std::u16string> dirty;
+  void OnToolDirty(const std::u16string& typeName) override { dirty.push_back(typeName); }
+};
+
+TEST_F(ToolFixture, AToolChangeTellsTheParentOnlyWhenTheToolPersists) {
+  DirtyLog parent;
+  auto plain = MakeKiv<CDotNetTool>(tools.library, &parent);
+  ASSERT_TRUE(plain->Create(u"T.Tool", nullptr, nullptr));
+  state->listener->OnToolChanged();
+  EXPECT_TRUE(parent.dirty.empty());
+  tools.backend.types[u"T.Tool"].persists = true;
+  auto persisting = MakeKiv<CDotNetTool>(tools.library, &parent);
+  ASSERT_TRUE(persisting->Create(u"T.Tool", nullptr, nullptr));
+  state->listener->OnToolChanged();
+  EXPECT_EQ(parent.dirty, std::vector<std::u16string>{u"T.Tool"});
+}
+
+TEST_F(ToolFixture, TypesThatCannotBeMadeGiveNoTool) {
+  EXPECT_FALSE(tool->Create(u"T.Missing", nullptr, nullptr));
+  EXPECT_TRUE(tool->Create(u"T.Missing", nullptr, nullptr) == false) << "a second call does nothing";
+  for (auto breakIt : {+[](fake::FakeType& t) { t.disposable = false; }, +[](fake::FakeType& t) { t.tool = false; },
+                       +[](fake::FakeType& t) { t.raiseOnCreate = true; }}) {
+    fake::FakeType type;
+    breakIt(type);
+    tools.backend.types[u"T.Tool"] = type;
+    EXPECT_FALSE(MakeKiv<CDotNetTool>(tools.library, nullptr)->Create(u"T.Tool", nullptr, nullptr));
+  }
+}
+
+TEST_F(ToolFixture, AppearanceReachesOnlyToolsThatHaveIt) {
+  ASSERT_TRUE(tool->Create(u"T.Tool", nullptr, nullptr));
+  tool->wrapper().SetBackColor(0xff0000);
+  EXPECT_EQ(state->backColor, 0u);
+  state->appearance = true;
+  tool->wrapper().SetBackColor(0xff0000);
+  EXPECT_EQ(state->backColor, 0xff0000u);
+  tool = nullptr;
+  EXPECT_TRUE(state->disposed);
+}
+
+KivTime TimeOf(const nlohmann::json& value) {
+  if (value == "min") return std::numeric_limits<KivTime>::min();
+  if (value == "max") return std::numeric_limits<KivTime>::max();
+  return value.get<KivTime>();
+}
+
+fake::FakeChannelData ChannelOf(const nlohmann::json& blocks) {
+  fake::FakeChannelData data;
+  for (const auto& b : blocks) {
+    fake::FakeBlock block;
+    block.info.periodic = b.at("periodic");
+    block.info.join = b.value("join", false);
+    if (block.info.periodic) {
+      block.info.start = b.at("start");
+      block.info.interval = b.at("interval");
+      block.info.count = b.at("count");
+      block.info.end = block.info.start + block.info.interval * (block.info.count - 1);
+    } else {
+      block.times = b.at("times").get<std::vector<KivTime>>();
+      block.info.start = block.times.front();
+      block.info.end = block.times.back();
+      block.info.count = static_cast<int64_t>(block.times.size());
+    }
+    data.blocks.push_back(std::move(block));
+  }
+  return data;
+}
+
+class ClippingCases : public ::testing::TestWithParam<std::filesystem::path> {};
+
+TEST_P(ClippingCases, BlocksBetweenTimes) {
+  const nlohmann::json c = testing::ReadFixture(GetParam());
+  auto channel = fake::MakeFakeChannel(ChannelOf(c.at("blocks")));
+  const auto infos = GetDataBlocksBetweenTimes(*channel, TimeOf(c.at("t0")), TimeOf(c.at("t1")));
+  const auto& expect = c.at("expect");
+  ASSERT_EQ(infos.size(), expect.size());
+  for (size_t k = 0; k < infos.size(); ++k) {
+    SCOPED_TRACE(k);
+    EXPECT_EQ(infos[k].start, expect[k].at("start").get<KivTime>());
+    EXPECT_EQ(infos[k].end, expect[k].at("end").get<KivTime>());
+    EXPECT_EQ(infos[k].count, expect[k].at("count").get<int32_t>());
+    EXPECT_EQ(infos[k].join, expect[k].at("join").get<bool>());
+    EXPECT_EQ(infos[k].interval, expect[k].value("interval", KivTime{0}));
+    EXPECT_EQ(infos[k].times, expect[k].value("times", std::vector<KivTime>{}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, ClippingCases, testing::FixtureCases("managed/clipping"), testing::FixtureName);
+
+// A data factory type "T.Accel" offering one channel of two blocks.
+struct FactoryFixture : ::testing::Test {
+  ToolsFolder tools;
+  void SetUp() override {
+    Touch(tools.dir / "f.py");
+    tools.backend.modules["f.py"] = Module({{u"T.Accel", u"Acceleration", 1}});
+    fake::FakeType type;
+    type.tool = false;
+    nlohmann::json blocks = nlohmann::json::parse(
+        R"([{"periodic": true, "start": 0, "interval": 10, "count": 4}, {"periodic": false, "times": [100, 105]}])");
+    type.channels[u"[LongAccel]LongAccel"] = ChannelOf(blocks);
+    type.channels[u"Broken"] = ChannelOf(blocks);
+    type.channels[u"Broken"].raise = true;
+    tools.backend.types[u"T.Accel"] = type;
+  }
+};
+
+TEST_F(FactoryFixture, ChannelsReadEveryBlockWithTheirValues) {
+  auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
+  ASSERT_TRUE(factory);
+  NameList names;
+  ASSERT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_EQ(names, (NameList{u"Broken", u"[LongAccel]LongAccel"}));
+  ComPtr<IKivChannel> channel;
+  EXPECT_EQ(factory->GetItem(u"Missing", channel.Put()), E_INVALIDARG);
+  ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", channel.Put()), S_OK);
+  ComPtr<IKivChannelIterator2> iterator;
+  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK);
+  ComPtr<IKivDataBlocks> blocks;
+  uint32_t count = 0;
+  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
+  ASSERT_EQ(blocks->GetCount(&count), S_OK);
+  ASSERT_EQ(count, 2u);
+  ComPtr<IKivDataBlock> second;
+  std::vector<double> values;
+  std::vector<KivTime> times;
+  ASSERT_EQ(blocks->GetBlock(2, second.Put()), S_OK);
+  ASSERT_EQ(second->GetValues(&values), S_OK);
+  ASSERT_EQ(second->GetTimes(&times), S_OK);
+  EXPECT_EQ(times, (std::vector<KivTime>{100, 105}));
+  EXPECT_EQ(values, (std::vector<double>{10.0, 10.5}));
+  uint32_t status = 0;
+  ASSERT_EQ(channel->GetStatus(&status), S_OK);
+  EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kAvailable));
+
+  ComPtr<IKivChannel> broken;
+  ASSERT_EQ(factory->GetItem(u"Broken", broken.Put()), S_OK);
+  EXPECT_EQ(broken->GetIterator(iterator.Put()), E_FAIL);
+  ASSERT_EQ(broken->GetStatus(&status), S_OK);
+  EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
+}
+
+TEST_F(FactoryFixture, SelectionIndexesOutOfRangeChangeNothing) {
+  auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
+  ASSERT_TRUE(factory);
+  EXPECT_TRUE(factory->SetDataSelection(1, 2));
+  for (auto [task, selection] : {std::pair{0, 1}, {2, 1}, {1, 0}, {1, 3}}) {
+    EXPECT_FALSE(factory->SetDataSelection(task, selection));
+  }
+  EXPECT_EQ(tools.backend.selection, (std::pair<int32_t, int32_t>{1, 2}));
+  EXPECT_FALSE(CDotNetChannelFactory::Create(tools.library, u"T.Missing", nullptr));
+}
+
+}  // namespace
+}  // namespace velmar::managed

@@ -92,7 +92,9 @@ void CClipManager::Present(KivTime time) {
   ClipSpot spot = clips_.Locate(time);
   if (!spot.clip) return DeliverBlank(time);
   // A file that went or broke blanks its clip and leaves the others playing.
-  if (Failed(spot.clip->decoder->FrameAt(spot.fileTime, &frame_))) return DeliverBlank(time);
+  if (!spot.clip->decoder->FileStillThere() || Failed(spot.clip->decoder->FrameAt(spot.fileTime, &frame_))) {
+    return DeliverBlank(time);
+  }
   if (!shownBlank_ && shownClip_ == spot.clip && shownFileTime_ == frame_.time) return;
   shownClip_ = spot.clip;
   shownFileTime_ = frame_.time;

@@ -31,7 +31,15 @@ MappedFrames MapFrames(const ClipSource& clip, const DistanceFrame& frame, KivTi
   WalkFrameTable(clip, s.ownStart - s.timeOffset, [&](uint32_t number, KivTime storeTime, bool first) {
     KivTime t = storeTime + s.timeOffset;
     KivTime m = 0;
-    if (!MapToActive(frame, t, &m) || m < s.activeStart + position) return true;
+    if (!MapToActive(frame, t, &m)) {
+      // Beyond the distance the active outing's data reaches: past the span's end.
+      double d = 0;
+      if (out.adjusted.empty() || !frame.own->ValueAt(t, &d) || d - frame.ownStartDistance < frame.activeDistanceRange) {
+        return true;
+      }
+      m = limit + 1;
+    }
+    if (m < s.activeStart + position) return true;
     if (out.adjusted.empty()) {
       // A clip that began before the span joins it at the span's start.
       if (!first && startsBeforeSpan) {

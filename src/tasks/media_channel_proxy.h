@@ -2,8 +2,8 @@
 // the selection's span; asked to adjust for distance, it plays the clips
 // against the task's active selection, each frame where the active outing
 // reaches the distance the frame was taken at. The distance channel of
-// both is the root's common channel for corrected distance, as each
-// selection lists it. With no distance channel on either side, or the same
+// both is the root's common channel for corrected distance (else distance),
+// as each selection lists it. With no distance channel on either side, or the same
 // one on both (the active selection is this one), the clips play by time.
 // What the route reads is kept up to date by a CMediaDistanceBinding, bound
 // when the proxy is made; a change there reaches the proxy's clients as a

@@ -2,6 +2,7 @@
 
 #include "outing/channels/distance_channel.h"
 #include "velmar/common_channels.h"
+#include "velmar/lap_compare.h"
 
 namespace velmar {
 namespace {
@@ -30,7 +31,7 @@ CMediaDistanceBinding::Side::~Side() {
 void CMediaDistanceBinding::Side::LookUp(IKivDataSelection* selection) {
   Drop();
   auto channels = QueryAs<IKivDataFactory>(selection);
-  if (!channels || Failed(FindCommonChannel(channels.Get(), CommonChannelRole::kCorrectedDistance, &channel_))) {
+  if (!channels || Failed(KivFindLapDistanceChannel(channels.Get(), &channel_, nullptr))) {
     channel_ = nullptr;
     return;
   }
@@ -113,11 +114,12 @@ void CMediaDistanceBinding::BindActive() {
 
 std::u16string CMediaDistanceBinding::DistanceName() const {
   ComPtr<IKivCommonChannels> common;
-  std::u16string name;
+  std::u16string corrected, plain;
   if (root_ && Succeeded(root_->GetCommonChannels(common.Put()))) {
-    (void)GetCommonChannel(common.Get(), CommonChannelRole::kCorrectedDistance, &name);
+    (void)GetCommonChannel(common.Get(), CommonChannelRole::kCorrectedDistance, &corrected);
+    (void)GetCommonChannel(common.Get(), CommonChannelRole::kDistance, &plain);
   }
-  return name;
+  return corrected + u"\n" + plain;
 }
 
 void CMediaDistanceBinding::OnActiveSelectionChanged(IKivTask*, int32_t, int32_t) {
@@ -139,6 +141,10 @@ void CMediaDistanceBinding::CommonChannelsChanged(IKivVelmar*) {
 }
 
 KivResult CMediaDistanceBinding::Request(DistanceRequest* request) {
+  // A selection whose channel list was not in when it was looked up may
+  // have named a channel it doesn't have: look again.
+  if (own_ && ownSide_.Empty()) ownSide_.LookUp(own_.Get());
+  if (active_ && activeSide_.Empty()) activeSide_.LookUp(active_.Get());
   if (!own_ || !active_ || SameObject(ownSide_.channel(), activeSide_.channel())) return S_FALSE;
   if (!SpanOf(own_.Get(), &request->ownStart, &request->ownEnd) ||
       !SpanOf(active_.Get(), &request->activeStart, &request->activeEnd)) {

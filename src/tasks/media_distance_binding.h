@@ -5,7 +5,7 @@
 // holds each channel's samples once read.
 //
 // What it hears, and what it does:
-//   root: common channels changed   the name is read again; a new name drops
+//   root: common channels changed   the names are read again; a new name drops
 //                                   both channels and tells the owner
 //   task: active selection changed  binds the new one, looks up both
 //                                   channels anew, tells the owner
@@ -65,6 +65,8 @@ class CMediaDistanceBinding final : private CTaskNotificationsReceiver,
     void LookUp(IKivDataSelection* selection);
     void Drop();
     IKivChannel* channel() const { return channel_.Get(); }
+    // No channel, or one whose samples were read and hold none.
+    bool Empty() const { return !channel_ || (read_ && trace_.empty()); }
     // S_OK with the samples (null: none), KIV_E_PENDING while read.
     KivResult Trace(const DistanceTrace** trace);
 

@@ -8,7 +8,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsqlite3-dev libgsf-1-dev libfast-float-dev nlohmann-json3-dev libcli11-dev libfreexl-dev libminizip-dev libexpat1-dev libxlsxwriter-dev libasio-dev
   clang libclang-rt-14-dev
-  libavformat-dev libavcodec-dev libswscale-dev libavutil-dev
+  libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev
   libplplot-dev plplot-driver-cairo libmuparser-dev pybind11-dev libpython3-dev
   python3 python3-pandas python3-olefile python3-numpy python3-scipy python3-openpyxl python3-xlrd gcovr
 )

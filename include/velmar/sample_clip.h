@@ -16,10 +16,11 @@ struct KivSampleClipOptions {
   int32_t height = 180;
   int32_t framesPerSecond = 25;
   double keyframeSeconds = 2.0;  // the distance between keyframes
+  double toneHz = 0.0;           // above 0: an AAC sound track, a sine of this pitch
 };
 
 // Writes the clip (H.264 when the encoder is there, else MPEG-4 Part 2, in
-// an MP4 file). E_INVALIDARG for sizes or rates out of reason, E_FAIL when
+// an MP4 file; the sound, when asked for, in AAC at 48 kHz stereo). E_INVALIDARG for sizes or rates out of reason, E_FAIL when
 // the file can't be written.
 [[nodiscard]] KivResult KivWriteSampleClip(const std::u16string& path, const KivSampleClipOptions& options);
 

@@ -11,6 +11,8 @@ extern "C" {
 #include <algorithm>
 #include <cmath>
 
+#include "platform/file_ops.h"
+
 namespace velmar {
 namespace {
 
@@ -78,6 +80,9 @@ std::unique_ptr<ClipDecoder> ClipDecoder::Open(const std::string& path, ClipOpen
   };
   std::unique_ptr<ClipDecoder> d(new ClipDecoder());
   Av& av = *d->av_;
+  FileStamp stamp;
+  if (Succeeded(DefaultFileOps().Stat(path, &stamp)) && stamp.exists) d->inode_ = stamp.inode;
+  d->path_ = path;
   if (!av.packet || !av.shown || !av.ahead) return fail(ClipOpenError::kBroken, "out of memory");
   // No format named: the demuxer is chosen by probing the content.
   if (int r = avformat_open_input(&av.format, path.c_str(), nullptr, nullptr); r < 0) {
@@ -153,6 +158,11 @@ KivResult ClipDecoder::Seek(KivTime time) {
   av_frame_unref(av.ahead);
   av.haveShown = av.haveAhead = av.ended = av.flushSent = false;
   return S_OK;
+}
+
+bool ClipDecoder::FileStillThere() const {
+  FileStamp stamp;
+  return Succeeded(DefaultFileOps().Stat(path_, &stamp)) && stamp.exists && stamp.inode == inode_;
 }
 
 KivResult ClipDecoder::FrameAt(KivTime time, DecodedFrame* frame) {

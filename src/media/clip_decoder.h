@@ -58,6 +58,10 @@ class ClipDecoder {
   // first, past the last the last. E_FAIL when nothing can be decoded.
   [[nodiscard]] KivResult FrameAt(KivTime time, DecodedFrame* frame);
 
+  // The file is still the one opened: not deleted, moved away or replaced.
+  // An open file reads on after its name is gone, so this asks by name.
+  bool FileStillThere() const;
+
   KivTime duration() const { return duration_; }
   // The time between frames by the stream's average rate; 0 when unknown.
   KivTime frame_interval() const { return frameInterval_; }
@@ -78,6 +82,8 @@ class ClipDecoder {
   [[nodiscard]] KivResult Convert(DecodedFrame* frame);
 
   std::unique_ptr<Av> av_;
+  std::string path_;
+  uint64_t inode_ = 0;
   KivTime duration_ = 0;
   KivTime frameInterval_ = 0;
   bool hasAudio_ = false;

@@ -55,6 +55,8 @@ KivResult CClipList::Add(ClipEntry entry, std::string* failure) {
     return E_FAIL;
   }
   entry.log = ClipBuildLog(*entry.decoder, HasTable(entry));
+  if (entry.decoder->has_audio()) entry.audio = AudioTrack::Open(WideToUtf8(entry.path));
+  if (entry.audio) entry.log += "Using FFmpeg audio decoder \"" + entry.audio->codec_name() + "\".\r\n";
   const KivTime position = entry.position;
   auto at = std::find_if(clips_.begin(), clips_.end(), [&](const auto& c) { return c->position > position; });
   clips_.insert(at, std::make_unique<ClipEntry>(std::move(entry)));

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "media/audio_track.h"
 #include "media/clip_decoder.h"
 #include "media/dynamic_timestamp.h"
 
@@ -21,6 +22,7 @@ struct ClipEntry {
   ComPtr<CDynamicTimestamp> timestamp;  // null: the file's own timing
   std::unique_ptr<ClipDecoder> decoder;
   std::string log;
+  std::unique_ptr<AudioTrack> audio;  // null: the file has no sound we can play
 };
 
 // What a time of the timeline shows: a clip and the time in its file, or a gap.

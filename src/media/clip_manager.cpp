@@ -16,6 +16,10 @@ constexpr KivTime kGapFrame = 400'000;
 // Further behind the clock than this, the render thread jumps.
 constexpr KivTime kMaxLag = kTicksPerSecond / 2;
 
+// Sound goes out in blocks of 10 ms, a whole number of ticks and frames.
+constexpr KivTime kAudioBlock = kTicksPerSecond / 100;
+constexpr int32_t kAudioBlockFrames = kKivAudioRate / 100;
+
 // The frame size of a blank when no clip gives one.
 constexpr int32_t kBlankWidth = 640;
 constexpr int32_t kBlankHeight = 360;
@@ -35,7 +39,7 @@ KivResult CClipManager::AddClip(const std::u16string& path, ComPtr<CDynamicTimes
   }
   std::lock_guard lock(renderMutex_);
   const bool first = clips_.empty();
-  ClipEntry entry{path, position, length, start, std::move(timestamp), nullptr, {}};
+  ClipEntry entry{path, position, length, start, std::move(timestamp), nullptr, {}, nullptr};
   std::string failure;
   if (Failed(clips_.Add(std::move(entry), &failure))) {
     log_ += "Failed to create Clip.\r\n" + failure;
@@ -92,7 +96,9 @@ void CClipManager::Present(KivTime time) {
   ClipSpot spot = clips_.Locate(time);
   if (!spot.clip) return DeliverBlank(time);
   // A file that went or broke blanks its clip and leaves the others playing.
-  if (Failed(spot.clip->decoder->FrameAt(spot.fileTime, &frame_))) return DeliverBlank(time);
+  if (!spot.clip->decoder->FileStillThere() || Failed(spot.clip->decoder->FrameAt(spot.fileTime, &frame_))) {
+    return DeliverBlank(time);
+  }
   if (!shownBlank_ && shownClip_ == spot.clip && shownFileTime_ == frame_.time) return;
   shownClip_ = spot.clip;
   shownFileTime_ = frame_.time;
@@ -102,7 +108,52 @@ void CClipManager::Present(KivTime time) {
   }
 }
 
-void CClipManager::PresentNow() { Present(TimeNow()); }
+void CClipManager::PresentNow() {
+  KivTime now = 0;
+  double factor = 0.0;
+  {
+    std::lock_guard lock(stateMutex_);
+    now = CurrentTime();
+    factor = state_ == kClipPlayerRunning ? factor_ : 0.0;
+  }
+  Present(now);
+  PumpAudio(now, factor);
+}
+
+bool CClipManager::ReadAudio(KivTime time, int16_t* out) {
+  ClipSpot spot = clips_.Locate(time);
+  // A clip's last picture stands at its end; its sound ends there.
+  ClipEntry* clip = spot.clip && time < spot.clip->position + spot.clip->length ? spot.clip : nullptr;
+  // Distance-adjusted pictures run at the other outing's pace: no sound fits them.
+  if (!clip || !clip->audio || (clip->timestamp && clip->timestamp->has_source()) ||
+      !clip->decoder->FileStillThere()) {
+    audioClip_ = nullptr;
+    return false;
+  }
+  // Within one clip the sound runs on; entering one it starts at the picture.
+  const KivTime fileTime = clip == audioClip_ ? audioFileTime_ : spot.fileTime;
+  clip->audio->Read(fileTime, kAudioBlockFrames, out);
+  audioClip_ = clip;
+  audioFileTime_ = fileTime + kAudioBlock;
+  return true;
+}
+
+void CClipManager::PumpAudio(KivTime now, double factor) {
+  std::lock_guard lock(renderMutex_);
+  // Any rate but 1x forwards is silent; the sound starts again from the picture.
+  if (!audioSink_ || factor != 1.0 || audioAt_ < 0 || now < audioAt_ || now - audioAt_ > kMaxLag) {
+    audioAt_ = factor == 1.0 ? now : -1;
+    audioClip_ = nullptr;
+    return;
+  }
+  audioBlock_.resize(static_cast<size_t>(kAudioBlockFrames) * kKivAudioChannels);
+  while (now - audioAt_ >= kAudioBlock) {
+    const bool sound = ReadAudio(audioAt_, audioBlock_.data());
+    if (!sound) std::fill(audioBlock_.begin(), audioBlock_.end(), int16_t{0});
+    audioSink_->OnAudio(this, {audioBlock_.data(), kAudioBlockFrames, audioAt_, ToKivBool(!sound)});
+    audioAt_ += kAudioBlock;
+  }
+}
 
 void CClipManager::RenderLoop(std::stop_token stop) {
   std::mutex idle;
@@ -131,6 +182,7 @@ void CClipManager::RenderLoop(std::stop_token stop) {
       if ((next - last) * direction > 0 && (now - next) * direction >= 0) target = next;
     }
     Present(target);
+    PumpAudio(now, factor);
     if (target == now) {
       std::unique_lock lock(idle);
       wake_.wait_for(lock, stop, std::chrono::milliseconds(2), [] { return false; });
@@ -183,6 +235,10 @@ KivResult CClipManager::RunAt(KivTime clockTime) {
     anchorClock_ = clockTime;
     anchorTime_ = state_ == kClipPlayerStopped ? 0 : pausedAt_;
     state_ = kClipPlayerRunning;
+  }
+  {
+    std::lock_guard lock(renderMutex_);
+    audioAt_ = -1;  // the sound starts at the picture, not where it stopped
   }
   if (renderThread_) render_ = std::jthread([this](std::stop_token stop) { RenderLoop(stop); });
   return S_OK;
@@ -302,6 +358,13 @@ KivResult CClipManager::SetFrameSink(IKivVideoFrameSink* sink) {
   sink_ = sink;
   shownClip_ = nullptr;
   shownBlank_ = false;
+  return S_OK;
+}
+
+KivResult CClipManager::SetAudioSink(IKivAudioSink* sink) {
+  std::lock_guard lock(renderMutex_);
+  audioSink_ = sink;
+  audioAt_ = -1;
   return S_OK;
 }
 

@@ -23,6 +23,7 @@
 
 #include "media/clip_list.h"
 #include "media/player_clock.h"
+#include "velmar/audio_sink.h"
 #include "velmar/clip_player.h"
 
 namespace velmar {
@@ -38,7 +39,8 @@ struct IKivClockedPlayer : IKivUnknown {
 // The player's state code for a wrong call (no clips, or running).
 inline constexpr KivResult VFW_E_WRONG_STATE = Code(0x80040227);
 
-class CClipManager final : public KivObject<IKivClipPlayer, IKivWindowlessClipPlayer, IKivClockedPlayer> {
+class CClipManager final
+    : public KivObject<IKivClipPlayer, IKivWindowlessClipPlayer, IKivClockedPlayer, IKivAudioClipPlayer> {
  public:
   // `renderThread` false: nothing plays by itself, PresentNow does it (tests).
   explicit CClipManager(std::shared_ptr<PlayerClock> clock = SteadyPlayerClock(), bool renderThread = true);
@@ -53,7 +55,8 @@ class CClipManager final : public KivObject<IKivClipPlayer, IKivWindowlessClipPl
   const std::string& log() const { return log_; }
   size_t clip_count() const { return clips_.size(); }
 
-  // Shows the frame of the current time now (what the render thread does).
+  // Shows the frame of the current time now, and hands the sound up to it
+  // (what the render thread does).
   void PresentNow();
 
   // IKivClipPlayer
@@ -74,6 +77,9 @@ class CClipManager final : public KivObject<IKivClipPlayer, IKivWindowlessClipPl
   KivResult SetFrameSink(IKivVideoFrameSink* sink) override;
   KivResult GetLog(std::u16string* log) override;
 
+  // IKivAudioClipPlayer
+  KivResult SetAudioSink(IKivAudioSink* sink) override;
+
   // IKivClockedPlayer
   void UseClock(std::shared_ptr<PlayerClock> clock) override;
   KivResult RunAt(KivTime clockTime) override;
@@ -88,6 +94,10 @@ class CClipManager final : public KivObject<IKivClipPlayer, IKivWindowlessClipPl
   // Shows the frame at `time` unless it is the one shown last.
   void Present(KivTime time);
   void DeliverBlank(KivTime time);
+  // Hands the sound from where it stopped up to `now` when running at 1x.
+  void PumpAudio(KivTime now, double factor);
+  // One block of sound from `time`; false for silence.
+  bool ReadAudio(KivTime time, int16_t* out);
   void RenderLoop(std::stop_token stop);
   void StopRendering();
   void PauseSelf();
@@ -118,6 +128,11 @@ class CClipManager final : public KivObject<IKivClipPlayer, IKivWindowlessClipPl
   bool shownBlank_ = false;
   KivTime shownAt_ = 0;
   std::vector<uint8_t> black_;
+  ComPtr<IKivAudioSink> audioSink_;
+  KivTime audioAt_ = -1;           // where the sound stopped; -1 starts it at the picture
+  const ClipEntry* audioClip_ = nullptr;  // the clip the last block came from
+  KivTime audioFileTime_ = 0;      // and where in its file it ended
+  std::vector<int16_t> audioBlock_;
 
   std::condition_variable_any wake_;
   std::jthread render_;

@@ -68,6 +68,29 @@ FrameTimes FrameTimesInRegion(const ClipSource& clip, KivTime base, KivTime span
   return out;
 }
 
+void WalkFrameTable(const ClipSource& clip, KivTime from,
+                    const std::function<bool(uint32_t frame, KivTime time, bool first)>& visit) {
+  if (clip.frames.empty() || !SaneClip(clip, 0, from, from)) return;
+  const TarnMediaFrame& first = clip.frames.front();
+  if (first.time >= from && !visit(first.frameNumber, first.time, true)) return;
+  size_t visited = 1;
+  for (size_t i = 1; i < clip.frames.size(); ++i) {
+    const TarnMediaFrame& previous = clip.frames[i - 1];
+    const TarnMediaFrame& record = clip.frames[i];
+    if (record.frameNumber <= previous.frameNumber || record.time <= previous.time) return;
+    const uint32_t frames = record.frameNumber - previous.frameNumber;
+    const double step = static_cast<double>(record.time - previous.time) / frames;
+    if (step < kMinFrameStep) return;
+    const double skip = std::floor(static_cast<double>(from - previous.time) / step);
+    const uint32_t firstK = skip < 1.0 ? 1 : static_cast<uint32_t>(std::min(skip, static_cast<double>(frames)));
+    for (uint32_t k = firstK; k <= frames; ++k) {
+      const KivTime t = previous.time + static_cast<KivTime>(k * step);
+      if (t < from) continue;
+      if (++visited > kMaxFrameTimes || !visit(previous.frameNumber + k, t, false)) return;
+    }
+  }
+}
+
 bool ClipInSpan(const ClipSource& clip, KivTime timeOffset, KivTime spanStart, KivTime spanEnd) {
   if (!SaneClip(clip, timeOffset, spanStart, spanEnd)) return false;
   const KivTime start = timeOffset + clip.start;

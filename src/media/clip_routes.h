@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,14 @@ struct PlannedClip {
 // timeline; a clip whose frame table leaves no frame inside is skipped.
 std::vector<PlannedClip> PlainRoute(const std::vector<ClipSource>& clips, KivTime timeOffset, KivTime spanStart,
                                     KivTime spanEnd);
+
+// Walks a clip's frame table: every frame, the first record's and each one
+// between and up to the later records, as (frame number, store time, whether
+// it is the clip's first frame). The walk stops where time or frame number
+// stops rising, where frames lie closer than a frame table allows, or when
+// `visit` returns false. Frames before `from` (store time) pass unseen.
+void WalkFrameTable(const ClipSource& clip, KivTime from,
+                    const std::function<bool(uint32_t frame, KivTime time, bool first)>& visit);
 
 // A clip overlaps the span (offset applied).
 bool ClipInSpan(const ClipSource& clip, KivTime timeOffset, KivTime spanStart, KivTime spanEnd);

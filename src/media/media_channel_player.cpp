@@ -1,5 +1,6 @@
 #include "media/media_channel_player.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -54,6 +55,30 @@ void InformationLine(const std::vector<ClipSource>& clips, std::u16string* text)
                                                         : 11013);
 }
 
+std::u16string ClipLine(const MediaChannelFacts& facts, const ClipSource& clip, size_t index) {
+  return Fill(MediaText(11005), {Number(static_cast<int64_t>(index + 1)), Time(clip.start + facts.timeOffset),
+                                 Time(clip.end + facts.timeOffset), clip.path});
+}
+
+std::u16string MissingLine(const ClipSource& clip) {
+  return Fill(MediaText(11014), {clip.path.empty() ? MediaText(11006) : clip.path});
+}
+
+void DistanceRouteLines(const MediaChannelFacts& facts, const std::vector<ClipSource>& clips, std::u16string* text) {
+  if (facts.preparation != DistancePreparation::kReady) {
+    *text += MediaText(facts.preparation == DistancePreparation::kNoActiveDistance ? 11018 : 11019);
+    return;
+  }
+  using Fate = DistanceRoute::Fate;
+  const auto& fates = facts.route.fates;
+  for (size_t c = 0; c < clips.size() && c < fates.size(); ++c) {
+    if (fates[c] == Fate::kNoFile) *text += MissingLine(clips[c]);
+    if (fates[c] == Fate::kAdded) *text += ClipLine(facts, clips[c], c);
+  }
+  if (facts.route.distanceMissing) *text += MediaText(11016);
+  *text += Fill(MediaText(11020), {Number(static_cast<int64_t>(std::count(fates.begin(), fates.end(), Fate::kAdded)))});
+}
+
 void PlainRouteLines(const MediaChannelFacts& facts, const std::vector<ClipSource>& clips, std::u16string* text) {
   int64_t overlapping = 0;
   std::u16string lines;
@@ -61,19 +86,18 @@ void PlainRouteLines(const MediaChannelFacts& facts, const std::vector<ClipSourc
     const ClipSource& clip = clips[c];
     if (!ClipInSpan(clip, facts.timeOffset, facts.spanStart, facts.spanEnd)) continue;
     ++overlapping;
-    std::error_code ec;
-    if (clip.path.empty() || !std::filesystem::exists(WideToUtf8(clip.path), ec)) {
-      lines += Fill(MediaText(11014), {clip.path.empty() ? MediaText(11006) : clip.path});
-      continue;
-    }
-    lines += Fill(MediaText(11005), {Number(static_cast<int64_t>(c + 1)), Time(clip.start + facts.timeOffset),
-                                     Time(clip.end + facts.timeOffset), clip.path});
+    lines += ClipFileExists(clip.path) ? ClipLine(facts, clip, c) : MissingLine(clip);
   }
   *text += Fill(MediaText(11008), {Number(overlapping), Time(facts.spanStart), Time(facts.spanEnd)});
   *text += lines;
 }
 
 }  // namespace
+
+bool ClipFileExists(const std::u16string& path) {
+  std::error_code ec;
+  return !path.empty() && std::filesystem::exists(WideToUtf8(path), ec);
+}
 
 std::u16string MediaText(int number) {
   static const std::map<int, std::u16string_view> kTexts = {
@@ -102,20 +126,39 @@ std::u16string MediaText(int number) {
   return it == kTexts.end() ? std::u16string() : std::u16string(it->second);
 }
 
-KivResult BuildClipPlayer(const std::vector<ClipSource>& clips, KivTime timeOffset, KivTime spanStart,
-                          KivTime spanEnd, bool adjustForDistance, ComPtr<CClipManager>* player, std::string* log) {
+KivResult BuildPlannedPlayer(std::vector<PlannedClip> planned, KivTime spanLength, bool adjustForDistance,
+                             ComPtr<CClipManager>* player, std::string* log) {
   auto made = MakeKiv<CClipManager>();
   made->SetAdjustForDistance(adjustForDistance);
   size_t added = 0;
-  for (PlannedClip& clip : PlainRoute(clips, timeOffset, spanStart, spanEnd)) {
+  for (PlannedClip& clip : planned) {
     // A clip that can't be built leaves the others standing.
     if (Succeeded(made->AddClip(clip.path, std::move(clip.timestamp), clip.position, clip.length, 0))) ++added;
   }
   *log = made->log();
   if (added == 0) return E_FAIL;
-  (void)made->SetRange(0, std::max<KivTime>(spanEnd - spanStart, 0));
+  (void)made->SetRange(0, std::max<KivTime>(spanLength, 0));
   *player = std::move(made);
   return S_OK;
+}
+
+KivResult BuildClipPlayer(const std::vector<ClipSource>& clips, KivTime timeOffset, KivTime spanStart,
+                          KivTime spanEnd, bool adjustForDistance, ComPtr<CClipManager>* player, std::string* log) {
+  return BuildPlannedPlayer(PlainRoute(clips, timeOffset, spanStart, spanEnd), spanEnd - spanStart,
+                            adjustForDistance, player, log);
+}
+
+void GiveFrameTables(std::vector<ClipSource>* clips) {
+  for (ClipSource& clip : *clips) {
+    if (clip.frames.size() >= 2) continue;
+    ClipOpenError why = ClipOpenError::kNone;
+    std::string log;
+    auto decoder = ClipDecoder::Open(WideToUtf8(clip.path), &why, &log);
+    if (!decoder || decoder->frame_interval() <= 0) continue;
+    const KivTime interval = decoder->frame_interval();
+    const int64_t last = std::max<int64_t>(decoder->duration() / interval - 1, 1);
+    clip.frames = {{clip.start, 0, {}}, {clip.start + last * interval, static_cast<uint32_t>(last), {}}};
+  }
 }
 
 KivResult BuildPreviewPlayer(const ClipSource& clip, ComPtr<CClipManager>* player) {
@@ -145,7 +188,11 @@ std::u16string MediaDiagnostics(const MediaChannelFacts& facts, const std::vecto
   }
   if (facts.addedByUser) InformationLine(clips, &text);
   FrameTableLines(clips, &text);
-  PlainRouteLines(facts, clips, &text);
+  if (facts.byDistance) {
+    DistanceRouteLines(facts, clips, &text);
+  } else {
+    PlainRouteLines(facts, clips, &text);
+  }
   text += facts.lastLog;
   return text;
 }

@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include <cmath>
+#include <numbers>
 #include <memory>
 #include <string_view>
 
@@ -24,12 +25,19 @@ struct Output {
   AVStream* stream = nullptr;
   AVFrame* frame = av_frame_alloc();
   AVPacket* packet = av_packet_alloc();
+  // The tone, when asked for.
+  AVCodecContext* audio = nullptr;
+  AVStream* audioStream = nullptr;
+  AVFrame* sound = av_frame_alloc();
+  int64_t soundAt = 0;  // samples written
   bool opened = false;
   ~Output() {
     if (opened) avio_closep(&format->pb);
     av_frame_free(&frame);
+    av_frame_free(&sound);
     av_packet_free(&packet);
     avcodec_free_context(&codec);
+    avcodec_free_context(&audio);
     avformat_free_context(format);
   }
 };
@@ -58,15 +66,55 @@ void Paint(AVFrame* f, int64_t n) {
   }
 }
 
-bool Drain(Output& o) {
+bool Drain(Output& o, AVCodecContext* codec, AVStream* stream) {
   for (;;) {
-    const int r = avcodec_receive_packet(o.codec, o.packet);
+    const int r = avcodec_receive_packet(codec, o.packet);
     if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) return true;
     if (r < 0) return false;
-    av_packet_rescale_ts(o.packet, o.codec->time_base, o.stream->time_base);
-    o.packet->stream_index = o.stream->index;
+    av_packet_rescale_ts(o.packet, codec->time_base, stream->time_base);
+    o.packet->stream_index = stream->index;
     if (av_interleaved_write_frame(o.format, o.packet) < 0) return false;
   }
+}
+
+bool Drain(Output& o) { return Drain(o, o.codec, o.stream); }
+
+// An AAC stream of 48 kHz stereo for the tone; false when it can't be made.
+bool AddTone(Output& o) {
+  const AVCodec* aac = avcodec_find_encoder(AV_CODEC_ID_AAC);
+  o.audioStream = aac ? avformat_new_stream(o.format, nullptr) : nullptr;
+  o.audio = aac ? avcodec_alloc_context3(aac) : nullptr;
+  if (!o.audioStream || !o.audio || !o.sound) return false;
+  o.audio->sample_fmt = AV_SAMPLE_FMT_FLTP;
+  o.audio->sample_rate = 48000;
+  o.audio->ch_layout = AV_CHANNEL_LAYOUT_STEREO;
+  o.audio->bit_rate = 128000;
+  o.audio->time_base = {1, 48000};
+  if (o.format->oformat->flags & AVFMT_GLOBALHEADER) o.audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  if (avcodec_open2(o.audio, aac, nullptr) < 0 ||
+      avcodec_parameters_from_context(o.audioStream->codecpar, o.audio) < 0) {
+    return false;
+  }
+  o.audioStream->time_base = o.audio->time_base;
+  o.sound->format = o.audio->sample_fmt;
+  o.sound->nb_samples = o.audio->frame_size;
+  o.sound->sample_rate = 48000;
+  return av_channel_layout_copy(&o.sound->ch_layout, &o.audio->ch_layout) == 0 && av_frame_get_buffer(o.sound, 0) >= 0;
+}
+
+// The tone's frames up to `until` (samples): a sine of `hz` on both sides.
+bool WriteTone(Output& o, int64_t until, double hz) {
+  while (o.soundAt < until) {
+    if (av_frame_make_writable(o.sound) < 0) return false;
+    for (int i = 0; i < o.sound->nb_samples; ++i) {
+      const float v = static_cast<float>(0.5 * std::sin(2.0 * std::numbers::pi * hz * static_cast<double>(o.soundAt + i) / 48000.0));
+      for (int c = 0; c < 2; ++c) reinterpret_cast<float*>(o.sound->data[c])[i] = v;
+    }
+    o.sound->pts = o.soundAt;
+    o.soundAt += o.sound->nb_samples;
+    if (avcodec_send_frame(o.audio, o.sound) < 0 || !Drain(o, o.audio, o.audioStream)) return false;
+  }
+  return true;
 }
 
 const AVCodec* ChooseEncoder() {
@@ -105,6 +153,7 @@ KivResult KivWriteSampleClip(const std::u16string& path, const KivSampleClipOpti
   if (avcodec_open2(o.codec, encoder, nullptr) < 0) return E_FAIL;
   if (avcodec_parameters_from_context(o.stream->codecpar, o.codec) < 0) return E_FAIL;
   o.stream->time_base = o.codec->time_base;
+  if (options.toneHz > 0.0 && !AddTone(o)) return E_FAIL;
   if (avio_open(&o.format->pb, file.c_str(), AVIO_FLAG_WRITE) < 0) return E_FAIL;
   o.opened = true;
   if (avformat_write_header(o.format, nullptr) < 0) return E_FAIL;
@@ -118,8 +167,10 @@ KivResult KivWriteSampleClip(const std::u16string& path, const KivSampleClipOpti
     Paint(o.frame, n);
     o.frame->pts = n;
     if (avcodec_send_frame(o.codec, o.frame) < 0 || !Drain(o)) return E_FAIL;
+    if (o.audio && !WriteTone(o, (n + 1) * 48000 / options.framesPerSecond, options.toneHz)) return E_FAIL;
   }
   if (avcodec_send_frame(o.codec, nullptr) < 0 || !Drain(o)) return E_FAIL;
+  if (o.audio && (avcodec_send_frame(o.audio, nullptr) < 0 || !Drain(o, o.audio, o.audioStream))) return E_FAIL;
   return av_write_trailer(o.format) < 0 ? E_FAIL : S_OK;
 }
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "tasks/data_proxy.h"
+#include "tasks/media_channel_proxy.h"
 #include "velmar/events.h"
-#include "velmar/media.h"
 
 namespace velmar {
 
@@ -18,20 +18,6 @@ class CEventSetProxy final : public CDataProxy<CEventSetProxy, IKivEventSet> {
   }
   void ReadOffset() {}
   void OnRebound(IKivEventSet*) {}
-};
-
-// A media channel through a selection plays the selection's span.
-class CMediaChannelProxy final
-    : public CDataProxy<CMediaChannelProxy, IKivMediaChannel, IKivMediaChannelDiagnostic> {
- public:
-  KivResult CreateClipPlayer(void* window, KivBool adjustForDistance, IKivClipPlayer** player) override;
-  KivResult GetDiagnostics(KivBool adjustForDistance, std::u16string* text) override;
-  void ReadOffset() {}
-  void OnRebound(IKivMediaChannel*) {}
-
- private:
-  // The selection's span; false when it has none.
-  bool Span(KivTime* start, KivTime* end) const;
 };
 
 }  // namespace velmar

@@ -131,6 +131,7 @@ void AddClipCommand(CLI::App& app, const CommandContext& context) {
   command->add_option("--height", options->clip.height, "Picture height");
   command->add_option("--fps", options->clip.framesPerSecond, "Frames a second");
   command->add_option("--keyframe", options->clip.keyframeSeconds, "Seconds between keyframes");
+  command->add_option("--tone", options->clip.toneHz, "A sound track: a sine of this pitch in Hz");
   command->callback([options] {
     if (KivResult r = KivWriteSampleClip(Utf8ToWide(options->out), options->clip); Failed(r)) {
       Fail(options->out, "cannot write the clip", r);

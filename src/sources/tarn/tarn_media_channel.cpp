@@ -123,12 +123,7 @@ KivResult CTarnMediaChannelBase::CreateClipPlayer(void* window, KivBool adjustFo
   return CreateWindowlessClipPlayer(adjustForDistance, player);
 }
 
-KivResult CTarnMediaChannelBase::DiagnosticsOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
-                                                 std::u16string* text) {
-  (void)adjustForDistance;  // the plain route's lines either way
-  if (!text) return E_POINTER;
-  std::vector<ClipSource> clips;
-  (void)Sources(&clips);
+MediaChannelFacts CTarnMediaChannelBase::Facts(KivTime spanStart, KivTime spanEnd) const {
   MediaChannelFacts facts;
   facts.clips = accessState_ == AccessState::kLoaded   ? MediaChannelFacts::Clips::kLoaded
                 : accessState_ == AccessState::kFailed ? MediaChannelFacts::Clips::kFailed
@@ -138,6 +133,59 @@ KivResult CTarnMediaChannelBase::DiagnosticsOver(KivTime spanStart, KivTime span
   facts.spanStart = spanStart;
   facts.spanEnd = spanEnd;
   facts.lastLog = log_;
+  return facts;
+}
+
+KivResult CTarnMediaChannelBase::DiagnosticsOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
+                                                 std::u16string* text) {
+  (void)adjustForDistance;  // the distance route comes through DiagnosticsByDistance
+  if (!text) return E_POINTER;
+  std::vector<ClipSource> clips;
+  (void)Sources(&clips);
+  *text = MediaDiagnostics(Facts(spanStart, spanEnd), clips);
+  return S_OK;
+}
+
+KivResult CTarnMediaChannelBase::PlanByDistance(const DistanceRequest& request, std::vector<ClipSource>* clips,
+                                                MediaChannelFacts* facts) {
+  const KivResult r = Sources(clips);
+  *facts = Facts(request.activeStart, request.activeEnd);
+  facts->byDistance = true;
+  if (Failed(r)) return r;
+  DistanceSpans spans{request.ownStart, request.ownEnd, request.activeStart, request.activeEnd,
+                      kTimeMin,         kTimeMax,       timeOffset_};
+  (void)OutingSpan(&spans.outingStart, &spans.outingEnd);
+  DistanceFrame frame;
+  facts->preparation = PrepareDistanceRoute(request.own, request.active, spans, &frame);
+  if (facts->preparation != DistancePreparation::kReady) return S_OK;
+  std::vector<ClipSource> tabled = *clips;
+  GiveFrameTables(&tabled);
+  facts->route = PlanDistanceRoute(tabled, frame, ClipFileExists);
+  return S_OK;
+}
+
+KivResult CTarnMediaChannelBase::CreatePlayerByDistance(const DistanceRequest& request, IKivClipPlayer** player) {
+  if (!player) return E_POINTER;
+  *player = nullptr;
+  std::vector<ClipSource> clips;
+  MediaChannelFacts facts;
+  if (KivResult r = PlanByDistance(request, &clips, &facts); Failed(r)) return r;
+  log_.clear();
+  if (facts.preparation != DistancePreparation::kReady) return E_FAIL;
+  ComPtr<CClipManager> made;
+  std::string log;
+  const KivResult r = BuildPlannedPlayer(std::move(facts.route.planned), request.activeEnd - request.activeStart,
+                                         true, &made, &log);
+  log_ += Utf8ToWide(log);
+  if (Failed(r)) return r;
+  return GiveOut(static_cast<IKivClipPlayer*>(made.Get()), player);
+}
+
+KivResult CTarnMediaChannelBase::DiagnosticsByDistance(const DistanceRequest& request, std::u16string* text) {
+  if (!text) return E_POINTER;
+  std::vector<ClipSource> clips;
+  MediaChannelFacts facts;
+  (void)PlanByDistance(request, &clips, &facts);
   *text = MediaDiagnostics(facts, clips);
   return S_OK;
 }

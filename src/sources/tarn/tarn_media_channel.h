@@ -11,9 +11,9 @@
 //
 // Players. A channel read from the outing plays the outing's span (first to
 // last lap marker); through a data selection's proxy, the selection's span
-// (IKivSpanMediaChannel). Only the plain route is built: clips by outing
-// time; a distance-adjusted request plays the plain route and says so in
-// the player's flag. A user-added channel (type 3) also answers
+// (IKivSpanMediaChannel): by outing time (the plain route), or, when the
+// proxy has two distance channels to go by, adjusted by distance against
+// the task's active selection. A user-added channel (type 3) also answers
 // IKivOffsetMediaChannel.
 //
 // Client thread only.
@@ -73,6 +73,8 @@ class CTarnMediaChannelBase
                              IKivClipPlayer** player) override;
   KivResult DiagnosticsOver(KivTime spanStart, KivTime spanEnd, KivBool adjustForDistance,
                             std::u16string* text) override;
+  KivResult CreatePlayerByDistance(const DistanceRequest& request, IKivClipPlayer** player) override;
+  KivResult DiagnosticsByDistance(const DistanceRequest& request, std::u16string* text) override;
 
   const TarnMediaChannelEntry& entry() const { return entry_; }
   // Added by a user from a video file (type 3), not recorded.
@@ -91,6 +93,12 @@ class CTarnMediaChannelBase
   KivResult Sources(std::vector<ClipSource>* clips);
   // The outing's span; false while the lap markers are not in.
   bool OutingSpan(KivTime* start, KivTime* end);
+  // What the diagnostics start from, over a span.
+  MediaChannelFacts Facts(KivTime spanStart, KivTime spanEnd) const;
+  // Runs the distance route over the loaded clips into `facts`. The
+  // result of reading the clips.
+  KivResult PlanByDistance(const DistanceRequest& request, std::vector<ClipSource>* clips,
+                           MediaChannelFacts* facts);
 
   // ITarnItemDataClient
   void OnItemDataReady(bool succeeded, KivTime from, KivTime to) override;

@@ -63,22 +63,6 @@ TEST(TarnRecordLayout, SizesAndOffsetsAreTheContract) {
 
 class TarnStoreInterfaces : public StoreTest {};
 
-TEST_F(TarnStoreInterfaces, MainObjectAnswersForEveryListInTheQueryOrder) {
-  Create();
-  ComPtr<IKivUnknown> identity = store_.As<IKivUnknown>();
-  const Guid order[] = {IKivTarnOutingDetails::iid, IKivTarnWriteAccess::iid, IKivTarnBlobs::iid,
-                        IKivTarnChannels::iid,      IKivTarnEvents::iid,      IKivTarnLapMarkers::iid,
-                        IKivTarnConstants::iid,     IKivTarnMedia::iid};
-  for (const Guid& iid : order) {
-    ComPtr<IKivUnknown> list;
-    ASSERT_EQ(store_->QueryInterface(iid, list.PutVoid()), S_OK) << iid.ToString();
-    // Every list is the same object.
-    EXPECT_EQ(list.As<IKivUnknown>(), identity) << iid.ToString();
-  }
-  ComPtr<IKivUnknown> none;
-  EXPECT_EQ(store_->QueryInterface(IKivTarnWriteHandle::iid, none.PutVoid()), E_NOINTERFACE);
-}
-
 TEST_F(TarnStoreInterfaces, NullOutArgumentsGivePointerErrors) {
   Create();
   KivTime t = 0;

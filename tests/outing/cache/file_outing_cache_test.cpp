@@ -111,6 +111,8 @@ TEST_F(FileOutingCacheTest, TwoPathsDifferingInCaseMakeTwoCaches) {
   ASSERT_EQ(OpenMemoryOuting(lower, &y), S_OK);
   EXPECT_NE(x->cache(), y->cache());
   EXPECT_EQ(x->cache()->client_count(), 1u);
+  EXPECT_EQ(x->CloseData(), S_OK) << "nothing loaded: nothing to close, and no failure";
+  EXPECT_TRUE(x->cache()->closed());
 }
 
 TEST_F(FileOutingCacheTest, ResultZeroFiresChannelAndLapNotifications) {

@@ -94,7 +94,7 @@ TEST_P(Refusals, OneLineNonZeroAndNoFile) {
   const CliResult result = Runner().Run(args);
   EXPECT_NE(result.exitCode, 0);
   EXPECT_THAT(result.out, ::testing::IsEmpty());
-  EXPECT_THAT(result.err, HasSubstr(fill(c["message"])));
+  EXPECT_THAT(result.err, HasSubstr(fill(c["message"].get<std::string>())));
   EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
   // Neither the output nor its temporary file.
   for (const auto& entry : std::filesystem::directory_iterator(Runner().Path(""))) {

@@ -127,15 +127,17 @@ TEST(ChannelIterator, BadArgumentsAndNoBlocks) {
 
 TEST(ChannelIterator, ValuesAndTimesOfEachFixtureCase) {
   for (const auto table = testing::Fixture("outing/iterator_values.json"); const auto& c : table["cases"]) {
-    const auto selection = c[1].is_null() ? nullptr : Selection(c[1][0].get<KivTime>(), c[1][1].get<KivTime>());
+    ComPtr<IKivSelectionRange> selection;
+    if (!c[1].is_null()) selection = Selection(c[1][0].get<KivTime>(), c[1][1].get<KivTime>());
     auto it = TwoBlocks(c[0].get<bool>(), selection);
     double value = -1;
     KivTime time = -1;
-    const uint32_t mode = c[4], range = c[5];
+    const auto mode = c[4].get<uint32_t>(), range = c[5].get<uint32_t>();
     const KivResult r = c[2] == "value_at" ? it->GetValueAtTime(c[3].get<KivTime>(), mode, range, &value)
                                            : it->FindTimeOfValue(c[3].get<double>(), mode, range, &time);
     EXPECT_EQ(ResultName(r), c[6].get<std::string>()) << c;
-    if (!c[7].is_null()) EXPECT_DOUBLE_EQ(c[2] == "value_at" ? value : static_cast<double>(time), c[7].get<double>()) << c;
+    const double got = c[2] == "value_at" ? value : static_cast<double>(time);
+    if (!c[7].is_null()) EXPECT_DOUBLE_EQ(got, c[7].get<double>()) << c;
   }
 }
 

@@ -42,16 +42,19 @@ TEST(DataBlockValues, EachFixtureCase) {
   for (const auto table = testing::Fixture("outing/block_values.json"); const auto& b : table["blocks"]) {
     std::vector<double> values;
     for (const auto& v : b["values"]) values.push_back(testing::FixtureNumber(v));
-    auto block = b.contains("periodic") ? testing::PeriodicBlock(b["periodic"][0], b["periodic"][1], values)
+    auto block = b.contains("periodic") ? testing::PeriodicBlock(b["periodic"][0].get<KivTime>(),
+                                                                 b["periodic"][1].get<KivTime>(), values)
                                         : testing::AperiodicBlock(b["times"].get<std::vector<KivTime>>(), values);
     for (const auto& c : b.value("value_at", nlohmann::json::array())) {
       double value = -1;
-      EXPECT_EQ(ResultName(block->GetValueAt(testing::FixtureTime(c[0]), modes.at(c[1]), &value)), c[2].get<std::string>()) << b << c;
+      const KivResult r = block->GetValueAt(testing::FixtureTime(c[0]), modes.at(c[1].get<std::string>()), &value);
+      EXPECT_EQ(ResultName(r), c[2].get<std::string>()) << b << c;
       if (!c[3].is_null()) EXPECT_EQ(value, c[3].get<double>()) << b << c;
     }
     for (const auto& c : b.value("time_of", nlohmann::json::array())) {
       KivTime time = -1;
-      EXPECT_EQ(ResultName(block->FindTimeOfValue(testing::FixtureNumber(c[0]), c[1], &time)), c[2].get<std::string>()) << b << c;
+      const KivResult r = block->FindTimeOfValue(testing::FixtureNumber(c[0]), c[1].get<uint32_t>(), &time);
+      EXPECT_EQ(ResultName(r), c[2].get<std::string>()) << b << c;
       if (!c[3].is_null()) EXPECT_EQ(time, c[3].get<KivTime>()) << b << c;
     }
   }

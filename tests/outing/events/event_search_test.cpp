@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "support/fixtures.h"
@@ -28,8 +30,11 @@ Found Search(const std::vector<KivTime>& times, KivTime t, uint32_t mode, std::o
 TEST(FindEvent, EachFixtureCase) {
   const std::map<std::string, uint32_t> modes{{"next after", 0}, {"last before", 1}, {"nearest", 2}};
   for (const auto table = testing::Fixture("outing/event_search.json"); const auto& c : table["cases"]) {
-    const auto bound = [](const nlohmann::json& v) { return v.is_null() ? std::nullopt : std::optional(KivTime(v)); };
-    const Found f = Search(c[0].get<std::vector<KivTime>>(), c[1], modes.at(c[2]), bound(c[3]), bound(c[4]));
+    const auto bound = [](const nlohmann::json& v) {
+      return v.is_null() ? std::nullopt : std::optional(v.get<KivTime>());
+    };
+    const Found f = Search(c[0].get<std::vector<KivTime>>(), c[1].get<KivTime>(), modes.at(c[2].get<std::string>()),
+                           bound(c[3]), bound(c[4]));
     EXPECT_EQ(ResultName(f.result), c[5].get<std::string>()) << c;
     if (!c[6].is_null()) EXPECT_EQ(f.index, c[6].get<int32_t>()) << c;
   }

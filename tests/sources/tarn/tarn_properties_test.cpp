@@ -139,7 +139,9 @@ TEST(FindFastLap, EachFixtureCase) {
     TarnLapSpan span{};
     if (!c[1].is_null()) {
       span = {c[1][0].get<KivTime>() * kS, c[1][1].get<KivTime>() * kS, std::nullopt};
-      if (!c[1][2].is_null()) span.movement = std::pair{c[1][2].get<KivTime>() * kS, c[1][3].get<KivTime>() * kS};
+      if (!c[1][2].is_null()) {
+        span.movement = std::pair{c[1][2].get<KivTime>() * kS, c[1][3].get<KivTime>() * kS};
+      }
     }
     const auto fast = FindFastLap(markers, span, c[2].get<KivTime>() * kS);
     ASSERT_EQ(fast.has_value(), !c[3].is_null()) << c;

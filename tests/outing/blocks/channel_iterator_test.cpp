@@ -137,7 +137,9 @@ TEST(ChannelIterator, ValuesAndTimesOfEachFixtureCase) {
                                            : it->FindTimeOfValue(c[3].get<double>(), mode, range, &time);
     EXPECT_EQ(ResultName(r), c[6].get<std::string>()) << c;
     const double got = c[2] == "value_at" ? value : static_cast<double>(time);
-    if (!c[7].is_null()) EXPECT_DOUBLE_EQ(got, c[7].get<double>()) << c;
+    if (!c[7].is_null()) {
+      EXPECT_DOUBLE_EQ(got, c[7].get<double>()) << c;
+    }
   }
 }
 

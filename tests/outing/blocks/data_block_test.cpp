@@ -49,13 +49,17 @@ TEST(DataBlockValues, EachFixtureCase) {
       double value = -1;
       const KivResult r = block->GetValueAt(testing::FixtureTime(c[0]), modes.at(c[1].get<std::string>()), &value);
       EXPECT_EQ(ResultName(r), c[2].get<std::string>()) << b << c;
-      if (!c[3].is_null()) EXPECT_EQ(value, c[3].get<double>()) << b << c;
+      if (!c[3].is_null()) {
+        EXPECT_EQ(value, c[3].get<double>()) << b << c;
+      }
     }
     for (const auto& c : b.value("time_of", nlohmann::json::array())) {
       KivTime time = -1;
       const KivResult r = block->FindTimeOfValue(testing::FixtureNumber(c[0]), c[1].get<uint32_t>(), &time);
       EXPECT_EQ(ResultName(r), c[2].get<std::string>()) << b << c;
-      if (!c[3].is_null()) EXPECT_EQ(time, c[3].get<KivTime>()) << b << c;
+      if (!c[3].is_null()) {
+        EXPECT_EQ(time, c[3].get<KivTime>()) << b << c;
+      }
     }
   }
 }

@@ -36,7 +36,9 @@ TEST(FindEvent, EachFixtureCase) {
     const Found f = Search(c[0].get<std::vector<KivTime>>(), c[1].get<KivTime>(), modes.at(c[2].get<std::string>()),
                            bound(c[3]), bound(c[4]));
     EXPECT_EQ(ResultName(f.result), c[5].get<std::string>()) << c;
-    if (!c[6].is_null()) EXPECT_EQ(f.index, c[6].get<int32_t>()) << c;
+    if (!c[6].is_null()) {
+      EXPECT_EQ(f.index, c[6].get<int32_t>()) << c;
+    }
   }
 }
 

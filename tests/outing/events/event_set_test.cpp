@@ -45,7 +45,9 @@ ComPtr<IKivEvent> EventAt(IKivEventsIterator* iterator, int32_t index) {
   ComPtr<IKivEvents> events;
   EXPECT_EQ(iterator->GetEvents(events.Put()), S_OK);
   ComPtr<IKivEvent> event;
-  if (events) EXPECT_EQ(events->GetEvent(index, event.Put()), S_OK);
+  if (events) {
+    EXPECT_EQ(events->GetEvent(index, event.Put()), S_OK);
+  }
   return event;
 }
 

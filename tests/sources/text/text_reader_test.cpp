@@ -29,7 +29,9 @@ TEST_P(TextReadCase, ReadsWhatTheFileHolds) {
     TextDataSet data;
     const TextStatus st = ReadTextDataSet(bytes, {}, &data);
     EXPECT_EQ(TextCodeName(st.code()), c["code"].get<std::string>());
-    if (c.contains("line")) EXPECT_EQ(st.line(), c["line"].get<uint64_t>());
+    if (c.contains("line")) {
+      EXPECT_EQ(st.line(), c["line"].get<uint64_t>());
+    }
     return;
   }
   Problems problems;
@@ -62,7 +64,9 @@ TEST_P(TextReadCase, ReadsWhatTheFileHolds) {
           << i;
     }
   }
-  if (c.contains("columns")) EXPECT_EQ(data.columns.size(), c["columns"].get<size_t>());
+  if (c.contains("columns")) {
+    EXPECT_EQ(data.columns.size(), c["columns"].get<size_t>());
+  }
   for (const auto& p : c.value("problems", nlohmann::json::array())) {
     EXPECT_TRUE(std::any_of(problems.items.begin(), problems.items.end(), [&](const TextProblem& got) {
       return TextCodeName(got.code) == p[0].get<std::string>() && got.line == p[1].get<uint64_t>();

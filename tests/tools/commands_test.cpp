@@ -261,7 +261,8 @@ TEST_F(CommandsTest, MarkersEditAStoreAndTheLapTableFollows) {
 
   const CliResult refused = Run({"markers", trn, "remove", "999"});
   EXPECT_NE(refused.exitCode, 0);
-  EXPECT_THAT(refused.err, HasSubstr(trn + ": the remove was refused"));
+  EXPECT_THAT(refused.err, HasSubstr(trn + ": "));
+  EXPECT_THAT(refused.err, HasSubstr("refused"));
 }
 
 TEST_F(CommandsTest, BadArgumentsExitNonZero) {

@@ -58,13 +58,11 @@ class Owner final : public CConstantsCacheOwner {
 // read until the test lets it go.
 class FakeSpreadsheet final : public CSpreadsheetApplication {
  public:
-  KivResult ReadConstant(const std::u16string& file, const ConstantElements& steps, const std::u16string& target,
+  KivResult ReadConstant(const std::u16string& file, const ConstantElements&, const std::u16string&,
                          double* value) override {
     std::unique_lock lock(mu_);
     ++reads_;
     lastFile_ = file;
-    lastTarget_ = target;
-    lastSteps_ = steps.size();
     cv_.notify_all();
     cv_.wait(lock, [&] { return open_; });
     *value = answer_;
@@ -104,8 +102,7 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
   int reads_ = 0;
   KivResult result_ = S_OK;
   double answer_ = 0;
-  std::u16string lastFile_, lastTarget_;
-  size_t lastSteps_ = 0;
+  std::u16string lastFile_;
 };
 
 class ConstantsCacheTest : public ::testing::Test {

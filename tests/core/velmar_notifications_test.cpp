@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <memory>
-#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -31,18 +30,6 @@ const std::vector<std::string> kSlotOrder = {
             KIV_VELMAR_NOTIFICATIONS_5(VELMAR_NAME) KIV_VELMAR_NOTIFICATIONS_6(VELMAR_NAME)
                 KIV_VELMAR_NOTIFICATIONS_7(VELMAR_NAME)};
 #undef VELMAR_NAME
-
-TEST(VelmarNotifications, EveryGenerationHasItsOwnIdentity) {
-  const std::set<Guid> ids = {IKivVelmarNotifications::iid,  IKivVelmarNotifications2::iid,
-                              IKivVelmarNotifications3::iid, IKivVelmarNotifications4::iid,
-                              IKivVelmarNotifications5::iid, IKivVelmarNotifications6::iid,
-                              IKivVelmarNotifications7::iid};
-  EXPECT_EQ(ids.size(), 7u);
-  EXPECT_EQ(kSlotOrder.size(), 21u) << "slots 3 to 23";
-  EXPECT_EQ(kSlotOrder.front(), "ChannelPropertyFactoryChanged");
-  EXPECT_EQ(kSlotOrder[9], "PrioritiesChanged") << "slot 12 opens generation 3";
-  EXPECT_EQ(kSlotOrder.back(), "OutingLabelInitializationChanged");
-}
 
 #if defined(__GNUC__) && !defined(_MSC_VER)
 // Under the Itanium ABI a pointer to a virtual member holds 1 + its byte

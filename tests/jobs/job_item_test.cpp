@@ -64,15 +64,6 @@ TEST(CJobItem, AnExceptionFromRunGivesEFail) {
   EXPECT_NE(err.find("overflow"), std::string::npos);
 }
 
-TEST(CJobItem, DefaultsOfTheOptionalSlots) {
-  auto job = MakeKiv<Sum>(1, 2);
-  EXPECT_EQ(job->CancelJob(), 1) << "cancellable unless a job says otherwise";
-  EXPECT_FALSE(job->SupportsAggregation());
-  job->SetStatus(E_JOB_DROPPED);
-  EXPECT_EQ(job->status(), E_JOB_DROPPED);
-  job->Completed();  // no owner: nobody to tell, must not crash
-}
-
 // A machine that only records what reaches it.
 class Recorder : public CStateMachineEx {
  public:

@@ -13,6 +13,7 @@
 #include "outing/blocks/channel_iterator.h"
 #include "outing/blocks/data_block_aperiodic.h"
 #include "outing/blocks/data_block_periodic.h"
+#include "support/fixtures.h"
 
 namespace velmar::testing {
 
@@ -87,13 +88,6 @@ inline int32_t SearchMode(const nlohmann::json& name) {
   static const std::map<std::string, int32_t> modes{
       {"next after", kFindNextAfter}, {"last before", kFindLastBefore}, {"nearest", kFindNearest}};
   return modes.at(name.get<std::string>());
-}
-
-// A time of a fixture: ticks, or "min" and "max" for the unbounded ends.
-inline KivTime FixtureTime(const nlohmann::json& v) {
-  if (v == "min") return kTimeMin;
-  if (v == "max") return kTimeMax;
-  return v.get<KivTime>();
 }
 
 inline KivResult SearchResult(const nlohmann::json& name) {

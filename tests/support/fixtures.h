@@ -7,12 +7,16 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "velmar/types.h"
 
 namespace velmar::testing {
 
@@ -33,5 +37,18 @@ nlohmann::json Fixture(const char* name);
 
 // tests/data: VELMAR_TEST_DATA (ctest sets it), else the source tree's.
 std::filesystem::path FixtureRoot();
+
+// A time of a fixture: ticks, or "min" and "max" for the unbounded ends.
+inline KivTime FixtureTime(const nlohmann::json& v) {
+  if (v == "min") return kTimeMin;
+  if (v == "max") return kTimeMax;
+  return v.get<KivTime>();
+}
+
+// A number of a fixture: a JSON number, or "nan", "inf" and "-inf".
+inline double FixtureNumber(const nlohmann::json& v) {
+  if (v.is_number()) return v.get<double>();
+  return v == "nan" ? std::nan("") : (v == "inf" ? 1 : -1) * std::numeric_limits<double>::infinity();
+}
 
 }  // namespace velmar::testing

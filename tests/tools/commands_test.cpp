@@ -20,7 +20,6 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
@@ -49,15 +48,6 @@ class CommandsTest : public ::testing::Test {
     EXPECT_FALSE(rows.empty());
     for (size_t i = 1; i < rows.size(); ++i) byName[rows[i][0]] = rows[i];
     return byName;
-  }
-
-  // A failed run: non-zero, nothing on stdout, one line on stderr naming `subject`.
-  static void ExpectFailure(const CliResult& result, const std::string& subject, const std::string& what) {
-    EXPECT_NE(result.exitCode, 0);
-    EXPECT_THAT(result.out, IsEmpty());
-    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-    EXPECT_THAT(result.err, HasSubstr(subject));
-    EXPECT_THAT(result.err, HasSubstr(what));
   }
 
   static CliRunner* runner_;
@@ -269,21 +259,10 @@ TEST_F(CommandsTest, MarkersEditAStoreAndTheLapTableFollows) {
   ASSERT_EQ(reset.exitCode, 0) << reset.err;
   EXPECT_EQ(Run({"laps", trn}).Rows(), before) << "reset restores the recorded markers";
 
-  ExpectFailure(Run({"markers", trn, "remove", "999"}), trn, "refused");
-  ExpectFailure(Run({"markers", Sample(), "reset"}), Sample(), "cannot be edited");
-}
-
-TEST_F(CommandsTest, AMissingFileAnUnknownTypeJunkOrAnUnknownChannelFailsNamingIt) {
-  const std::string missing = Path("nowhere.txt");
-  ExpectFailure(Run({"channels", missing}), missing, "no such file");
-  ExpectFailure(Run({"info", missing, "--json"}), missing, "no such file");
-  const std::string csv = Path("data.csv");
-  std::ofstream(csv) << "a,b\n1,2\n";
-  ExpectFailure(Run({"channels", csv}), csv, "unknown file type");
-  const std::string junk = Path("junk.txt");
-  std::ofstream(junk) << "this is not a data set\n\x01\x02\x03 at all\n";
-  ExpectFailure(Run({"--timeout", "20", "channels", junk}), junk, "");
-  ExpectFailure(Run({"dump", Sample(), "Speed", "Warp Factor"}), Sample(), "Warp Factor");
+  const CliResult refused = Run({"markers", trn, "remove", "999"});
+  EXPECT_NE(refused.exitCode, 0);
+  EXPECT_THAT(refused.err, HasSubstr(trn + ": "));
+  EXPECT_THAT(refused.err, HasSubstr("refused"));
 }
 
 TEST_F(CommandsTest, BadArgumentsExitNonZero) {
@@ -291,9 +270,7 @@ TEST_F(CommandsTest, BadArgumentsExitNonZero) {
   EXPECT_NE(Run({"frobnicate"}).exitCode, 0);
   EXPECT_NE(Run({"dump", Sample()}).exitCode, 0) << "dump needs a channel";
   EXPECT_NE(Run({"sample", Path("s.txt"), "--laps", "0"}).exitCode, 0);
-  ExpectFailure(Run({"sample", Path("s.csv")}), Path("s.csv"), ".txt");
-  ExpectFailure(Run({"dump", Sample(), "Speed", "--from", "5", "--to", "1"}), Sample(), "--from");
-  ExpectFailure(Run({"convert", Sample(), Path("out.txt")}), Path("out.txt"), ".trn");
+  EXPECT_NE(Run({"sample", Path("bad.txt"), "--clock", "25:00:00"}).exitCode, 0);
 }
 
 }  // namespace
@@ -313,7 +290,6 @@ TEST_F(CommandsTest, AlignShiftsTheLaterClockAndDumpOffsetsThroughTheSelection) 
   const auto json = nlohmann::json::parse(aligned.out);
   EXPECT_EQ(json["outings"][0]["shift_ticks"].get<int64_t>(), -130000000);
   EXPECT_EQ(json["outings"][1]["shift_ticks"].get<int64_t>(), 0);
-  EXPECT_NE(Run({"sample", Path("bad.txt"), "--clock", "25:00:00"}).exitCode, 0);
 
   const CliResult plain = Run({"dump", early, "Throttle", "--to", "0", "--json"});
   const CliResult shifted = Run({"dump", early, "Throttle", "--to", "0", "--offset", "2", "--json"});

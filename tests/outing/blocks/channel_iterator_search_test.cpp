@@ -15,34 +15,17 @@ DataBlockList Blocks() {
   return list;
 }
 
-TEST(SearchBlocks, InsideOrInTheGapAfter) {
+TEST(SearchBlocks, EachFixtureCase) {
   const DataBlockList list = Blocks();
+  for (const auto table = testing::Fixture("outing/block_search.json"); const auto& c : table["cases"]) {
+    BlockPosition at;
+    const KivResult r = SearchBlocks(list, testing::FixtureTime(c[0]), &at);
+    EXPECT_EQ(r, c[1].is_null() ? E_FAIL : S_OK) << c;
+    if (c[1].is_null()) continue;
+    EXPECT_EQ(at.kind, c[1] == "inside" ? BlockPosition::Kind::kInside : BlockPosition::Kind::kGapAfter) << c;
+    EXPECT_EQ(at.block, c[2].get<size_t>()) << c;
+  }
   BlockPosition at;
-  ASSERT_EQ(SearchBlocks(list, 110, &at), S_OK);
-  EXPECT_EQ(at.kind, BlockPosition::Kind::kInside);
-  EXPECT_EQ(at.block, 1u);
-  ASSERT_EQ(SearchBlocks(list, 120, &at), S_OK);
-  EXPECT_EQ(at.block, 1u) << "the end belongs to the block";
-  ASSERT_EQ(SearchBlocks(list, 121, &at), S_OK);
-  EXPECT_EQ(at.kind, BlockPosition::Kind::kGapAfter);
-  EXPECT_EQ(at.block, 1u);
-  ASSERT_EQ(SearchBlocks(list, 999, &at), S_OK);
-  EXPECT_EQ(at.kind, BlockPosition::Kind::kGapAfter);
-  EXPECT_EQ(at.block, 2u);
-  ASSERT_EQ(SearchBlocks(list, 1000, &at), S_OK);
-  EXPECT_EQ(at.kind, BlockPosition::Kind::kInside);
-  EXPECT_EQ(at.block, 3u);
-  ASSERT_EQ(SearchBlocks(list, 0, &at), S_OK);
-  EXPECT_EQ(at.block, 0u);
-}
-
-TEST(SearchBlocks, OutsideTheDataFails) {
-  const DataBlockList list = Blocks();
-  BlockPosition at;
-  EXPECT_EQ(SearchBlocks(list, -1, &at), E_FAIL);
-  EXPECT_EQ(SearchBlocks(list, 1021, &at), E_FAIL);
-  EXPECT_EQ(SearchBlocks(list, kTimeMin, &at), E_FAIL);
-  EXPECT_EQ(SearchBlocks(list, kTimeMax, &at), E_FAIL);
   EXPECT_EQ(SearchBlocks({}, 5, &at), E_FAIL);
   EXPECT_EQ(SearchBlocks(list, 5, nullptr), E_POINTER);
 }

@@ -125,60 +125,22 @@ TEST(ChannelIterator, BadArgumentsAndNoBlocks) {
   EXPECT_FALSE(blocks);
 }
 
-TEST(ChannelIterator, ValueAtTheLastSampleAndOneTickLater) {
-  auto it = TwoBlocks();
-  double v = -1;
-  EXPECT_EQ(it->GetValueAtTime(120, kValueExact, 0, &v), S_OK);
-  EXPECT_EQ(v, 12.0);
-  EXPECT_EQ(it->GetValueAtTime(121, kValueInterpolate, 0, &v), E_FAIL);
-  EXPECT_EQ(v, 0.0) << "the out value is cleared first";
-  EXPECT_EQ(it->GetValueAtTime(-1, kValueHold, 0, &v), E_FAIL);
-  EXPECT_EQ(it->GetValueAtTime(15, kValueInterpolate, 0, &v), S_FALSE);
-  EXPECT_DOUBLE_EQ(v, 1.5);
-}
-
-TEST(ChannelIterator, ValueInTheGapOfContinuousBlocksIsInterpolated) {
-  auto it = TwoBlocks(true);
-  double v = 0;
-  EXPECT_EQ(it->GetValueAtTime(70, kValueInterpolate, 0, &v), S_FALSE);
-  EXPECT_DOUBLE_EQ(v, 7.0);
-  EXPECT_EQ(it->GetValueAtTime(70, kValueHold, 0, &v), S_FALSE);
-  EXPECT_EQ(v, 4.0);
-  EXPECT_EQ(it->GetValueAtTime(70, kValueExact, 0, &v), E_FAIL);
-
-  auto broken = TwoBlocks(false);
-  EXPECT_EQ(broken->GetValueAtTime(70, kValueInterpolate, 0, &v), E_FAIL) << "no value across a break";
-
-  auto limited = TwoBlocks(true, Selection(0, 50));
-  EXPECT_EQ(limited->GetValueAtTime(70, kValueInterpolate, kRangeSelection, &v), E_FAIL);
-  EXPECT_EQ(limited->GetValueAtTime(45, kValueInterpolate, kRangeSelection, &v), S_FALSE);
-}
-
-TEST(ChannelIterator, TimeOfValueInBlocksAndAcrossGaps) {
-  KivTime t = 0;
-  auto it = TwoBlocks(true);
-  EXPECT_EQ(it->FindTimeOfValue(2.5, kCrossingInterpolated, 0, &t), S_FALSE);
-  EXPECT_EQ(t, 25);
-  EXPECT_EQ(it->FindTimeOfValue(11.0, kCrossingInterpolated, 0, &t), S_OK);
-  EXPECT_EQ(t, 110);
-  EXPECT_EQ(it->FindTimeOfValue(7.0, kCrossingInterpolated, 0, &t), S_FALSE) << "interpolated over the gap";
-  EXPECT_EQ(t, 70);
-  EXPECT_EQ(it->FindTimeOfValue(7.0, kCrossingSampleBefore, 0, &t), E_FAIL) << "gaps count in mode 2 only";
-  EXPECT_EQ(it->FindTimeOfValue(99.0, kCrossingInterpolated, 0, &t), E_FAIL);
-
-  auto broken = TwoBlocks(false);
-  EXPECT_EQ(broken->FindTimeOfValue(7.0, kCrossingInterpolated, 0, &t), S_OK) << "a break gives the nearer sample";
-  EXPECT_EQ(t, 100) << "equally near: the later";
-  EXPECT_EQ(broken->FindTimeOfValue(6.0, kCrossingInterpolated, 0, &t), S_OK);
-  EXPECT_EQ(t, 40);
-  EXPECT_EQ(broken->FindTimeOfValue(7.0, kCrossingInterpolated | kCrossingAcrossBreaks, 0, &t), S_FALSE);
-  EXPECT_EQ(t, 70);
-
-  auto late = TwoBlocks(true, Selection(105, 200));
-  EXPECT_EQ(late->FindTimeOfValue(2.5, kCrossingInterpolated, kRangeSelection, &t), E_FAIL)
-      << "the search starts at the selection's block";
-  auto early = TwoBlocks(true, Selection(-50, -10));
-  EXPECT_EQ(early->FindTimeOfValue(2.5, kCrossingInterpolated, kRangeSelection, &t), E_FAIL);
+TEST(ChannelIterator, ValuesAndTimesOfEachFixtureCase) {
+  for (const auto table = testing::Fixture("outing/iterator_values.json"); const auto& c : table["cases"]) {
+    ComPtr<IKivSelectionRange> selection;
+    if (!c[1].is_null()) selection = Selection(c[1][0].get<KivTime>(), c[1][1].get<KivTime>());
+    auto it = TwoBlocks(c[0].get<bool>(), selection);
+    double value = -1;
+    KivTime time = -1;
+    const auto mode = c[4].get<uint32_t>(), range = c[5].get<uint32_t>();
+    const KivResult r = c[2] == "value_at" ? it->GetValueAtTime(c[3].get<KivTime>(), mode, range, &value)
+                                           : it->FindTimeOfValue(c[3].get<double>(), mode, range, &time);
+    EXPECT_EQ(ResultName(r), c[6].get<std::string>()) << c;
+    const double got = c[2] == "value_at" ? value : static_cast<double>(time);
+    if (!c[7].is_null()) {
+      EXPECT_DOUBLE_EQ(got, c[7].get<double>()) << c;
+    }
+  }
 }
 
 TEST(ChannelIterator, LastSampleEndTimeAndLastValue) {

@@ -36,32 +36,6 @@ TEST(AperiodicFindSample, BadArguments) {
   EXPECT_EQ(FindAperiodicSample({}, 0, 80, 10, 0, &index), E_FAIL);
 }
 
-TEST(AperiodicValueAt, SampleHoldOrLineElseFail) {
-  const std::vector<double> v{0, 1, 2, 4, 8};
-  double value = -1;
-  EXPECT_EQ(AperiodicValueAt(kTimes, v, 40, kValueExact, &value), S_OK);
-  EXPECT_EQ(value, 4);
-  EXPECT_EQ(AperiodicValueAt(kTimes, v, 50, kValueHold, &value), S_FALSE);
-  EXPECT_EQ(value, 4);
-  EXPECT_EQ(AperiodicValueAt(kTimes, v, 50, kValueInterpolate, &value), S_FALSE);
-  EXPECT_EQ(value, 5);
-  EXPECT_EQ(AperiodicValueAt(kTimes, v, 50, kValueExact, &value), E_FAIL);
-  EXPECT_EQ(AperiodicValueAt(kTimes, v, 81, kValueHold, &value), E_FAIL);
-  EXPECT_EQ(AperiodicValueAt(kTimes, v, -1, kValueHold, &value), E_FAIL);
-}
-
-TEST(AperiodicTimeOfValue, CrossingStopsInModesOneAndTwoOnly) {
-  const std::vector<double> v{0, 10, 0, 5, 10};
-  KivTime t = 0;
-  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 5, kCrossingSampleBefore, &t), S_OK);
-  EXPECT_EQ(t, 0);
-  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 5, kCrossingInterpolated, &t), S_OK);
-  EXPECT_EQ(t, 5);
-  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 5, 0, &t), S_OK) << "mode 0 scans on to the equal sample";
-  EXPECT_EQ(t, 40);
-  EXPECT_EQ(AperiodicTimeOfValue(kTimes, v, 7, 0, &t), E_FAIL);
-}
-
 TEST(CAperiodicOutingDataBlock, OffsetMakesAPrivateArrayAndZeroTakesTheSharedOneBack) {
   auto section = AperiodicSection({0, 10, 25}, {1, 2, 3});
   ComPtr<CAperiodicOutingDataBlock> block;

@@ -37,38 +37,6 @@ TEST(PeriodicFindSample, EachFixtureCase) {
   EXPECT_EQ(FindPeriodicSample(kRun, 100, 140, 110, 0, nullptr), E_POINTER);
 }
 
-TEST(PeriodicValueAt, SampleHoldOrLine) {
-  const std::vector<double> v{0.0, 10.0, 20.0, 40.0, 80.0};
-  double value = -1;
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 120, kValueExact, &value), S_OK);
-  EXPECT_EQ(value, 20.0);
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 125, kValueHold, &value), S_FALSE);
-  EXPECT_EQ(value, 20.0);
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 125, kValueInterpolate, &value), S_FALSE);
-  EXPECT_EQ(value, 30.0);
-  value = -1;
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 125, kValueExact, &value), S_FALSE);
-  EXPECT_EQ(value, -1) << "no value between samples in exact mode";
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 140, kValueExact, &value), S_OK);
-  EXPECT_EQ(value, 80.0);
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 141, kValueInterpolate, &value), E_FAIL);
-  EXPECT_EQ(PeriodicValueAt(kRun, v, 99, kValueInterpolate, &value), E_FAIL);
-  EXPECT_EQ(PeriodicValueAt(kRun, v, kTimeMin, kValueInterpolate, &value), E_FAIL);
-}
-
-TEST(PeriodicTimeOfValue, FirstMatchOrCrossingThenStops) {
-  const std::vector<double> v{0.0, 10.0, 20.0, 10.0, 0.0};
-  KivTime t = 0;
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 20.0, kCrossingInterpolated, &t), S_OK);
-  EXPECT_EQ(t, 120);
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 5.0, kCrossingSampleBefore, &t), S_FALSE);
-  EXPECT_EQ(t, 100);
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 2.5, kCrossingInterpolated, &t), S_FALSE);
-  EXPECT_EQ(t, 103) << "100 + trunc(2.5 + 0.5)";
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 25.0, kCrossingInterpolated, &t), E_FAIL);
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, v, std::nan(""), kCrossingInterpolated, &t), E_FAIL);
-}
-
 TEST(PeriodicTimeOfValue, NaNAndInfiniteSamplesAreSafe) {
   const double inf = std::numeric_limits<double>::infinity();
   const std::vector<double> v{std::nan(""), -inf, inf, 3.0, 4.0};
@@ -76,10 +44,6 @@ TEST(PeriodicTimeOfValue, NaNAndInfiniteSamplesAreSafe) {
   EXPECT_EQ(PeriodicTimeOfValue(kRun, v, 1.0, kCrossingInterpolated, &t), S_FALSE);
   EXPECT_GE(t, 110);
   EXPECT_LE(t, 120) << "a crossing between infinities stays between their times";
-  const std::vector<double> gaps{std::nan(""), std::nan(""), 2.0, 3.0, 4.0};
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, gaps, 3.5, kCrossingInterpolated, &t), S_FALSE);
-  EXPECT_EQ(t, 135) << "NaN samples are stepped over";
-  EXPECT_EQ(PeriodicTimeOfValue(kRun, gaps, 1.0, kCrossingInterpolated, &t), E_FAIL);
 }
 
 TEST(CPeriodicOutingDataBlock, ReadsTheSectionWithoutCopying) {

@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
+#include <string>
 
 #include "outing/data_block_test_util.h"
 
@@ -31,6 +33,35 @@ TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePair) {
 TEST(DataBlockMath, LinearValue) {
   EXPECT_DOUBLE_EQ(LinearValue(0, 10, 1.0, 3.0, 5), 2.0);
   EXPECT_DOUBLE_EQ(LinearValue(7, 7, 1.0, 3.0, 7), 1.0) << "one point: its value";
+}
+
+// Periodic and aperiodic blocks answer the value at a time and the time of a value.
+TEST(DataBlockValues, EachFixtureCase) {
+  const std::map<std::string, uint32_t> modes{
+      {"exact", kValueExact}, {"hold", kValueHold}, {"interpolate", kValueInterpolate}};
+  for (const auto table = testing::Fixture("outing/block_values.json"); const auto& b : table["blocks"]) {
+    std::vector<double> values;
+    for (const auto& v : b["values"]) values.push_back(testing::FixtureNumber(v));
+    auto block = b.contains("periodic") ? testing::PeriodicBlock(b["periodic"][0].get<KivTime>(),
+                                                                 b["periodic"][1].get<KivTime>(), values)
+                                        : testing::AperiodicBlock(b["times"].get<std::vector<KivTime>>(), values);
+    for (const auto& c : b.value("value_at", nlohmann::json::array())) {
+      double value = -1;
+      const KivResult r = block->GetValueAt(testing::FixtureTime(c[0]), modes.at(c[1].get<std::string>()), &value);
+      EXPECT_EQ(ResultName(r), c[2].get<std::string>()) << b << c;
+      if (!c[3].is_null()) {
+        EXPECT_EQ(value, c[3].get<double>()) << b << c;
+      }
+    }
+    for (const auto& c : b.value("time_of", nlohmann::json::array())) {
+      KivTime time = -1;
+      const KivResult r = block->FindTimeOfValue(testing::FixtureNumber(c[0]), c[1].get<uint32_t>(), &time);
+      EXPECT_EQ(ResultName(r), c[2].get<std::string>()) << b << c;
+      if (!c[3].is_null()) {
+        EXPECT_EQ(time, c[3].get<KivTime>()) << b << c;
+      }
+    }
+  }
 }
 
 TEST(DataBlockBase, OffsetMovesStartAndEndAndMustFit) {

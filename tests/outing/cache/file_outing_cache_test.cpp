@@ -111,6 +111,8 @@ TEST_F(FileOutingCacheTest, TwoPathsDifferingInCaseMakeTwoCaches) {
   ASSERT_EQ(OpenMemoryOuting(lower, &y), S_OK);
   EXPECT_NE(x->cache(), y->cache());
   EXPECT_EQ(x->cache()->client_count(), 1u);
+  EXPECT_EQ(x->CloseData(), S_OK) << "nothing loaded: nothing to close, and no failure";
+  EXPECT_TRUE(x->cache()->closed());
 }
 
 TEST_F(FileOutingCacheTest, ResultZeroFiresChannelAndLapNotifications) {
@@ -169,24 +171,6 @@ TEST_F(FileOutingCacheTest, GetOutingInformationDuringALoadStartsNothingMore) {
   EXPECT_EQ(loaded.Get(), a_->cache()->information());
 }
 
-TEST_F(FileOutingCacheTest, EnsureLoadedWhileLoadingQueuesNothingMore) {
-  PutData(S_OK);
-  MemoryDisk::CloseGate(path_);
-  a_ = Open();
-  b_ = Open();
-  EXPECT_FALSE(a_->cache()->EnsureLoaded());
-  ASSERT_TRUE(MemoryDisk::WaitForLoadAtGate(path_, kLong));
-  EXPECT_FALSE(a_->cache()->EnsureLoaded());
-  (void)Names(a_.Get());
-  (void)Names(b_.Get());
-  std::u16string caption;
-  EXPECT_EQ(b_->GetCaption(&caption), S_OK);
-  EXPECT_EQ(a_->cache()->load_machine().state(), State::kRunning);
-  MemoryDisk::OpenGate(path_);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
-}
-
 TEST_F(FileOutingCacheTest, LookingAtTheCaptionBringsTheOutingIn) {
   PutData(S_OK);
   a_ = Open();
@@ -212,6 +196,7 @@ TEST_F(FileOutingCacheTest, CloseDataDiscardsForEveryOutingOnTheFile) {
   b_->calls.clear();
 
   EXPECT_EQ(a_->CloseData(), S_OK);
+  EXPECT_EQ(a_->CloseData(), S_OK) << "a second close does the work once";
   EXPECT_TRUE(a_->cache()->closed());
   EXPECT_THAT(a_->calls, ElementsAre("discarded"));
   EXPECT_THAT(b_->calls, ElementsAre("discarded"));
@@ -228,16 +213,6 @@ TEST_F(FileOutingCacheTest, CloseDataDiscardsForEveryOutingOnTheFile) {
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
   EXPECT_THAT(b_->calls, ElementsAre("discarded", "information:1", "information-changed", "channels", "laps-reset"));
   EXPECT_EQ(a_->GetOutingInformation(information.Put()), S_OK);
-}
-
-TEST_F(FileOutingCacheTest, CloseDataTwiceDoesTheWorkOnce) {
-  OpenLoaded();
-  a_->calls.clear();
-  EXPECT_EQ(a_->CloseData(), S_OK);
-  EXPECT_EQ(a_->CloseData(), S_OK);
-  EXPECT_THAT(a_->calls, ElementsAre("discarded"));
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
 }
 
 TEST_F(FileOutingCacheTest, ADiscardWithAHeldLapListTellsInformationChangedAndLoadsLazily) {
@@ -314,20 +289,6 @@ TEST_F(FileOutingCacheTest, AFailedLoadIsSilentAndTheNextReadUsesTheSameJob) {
   EXPECT_THAT(Names(a_.Get()), ElementsAre(u"Gear", u"Speed"));
 }
 
-TEST_F(FileOutingCacheTest, ACompletionAfterTheLastClientReachesNobody) {
-  PutData(S_OK);
-  MemoryDisk::RefuseCancel(path_);  // the job runs to its end and comes back
-  MemoryDisk::CloseGate(path_);
-  a_ = Open();
-  (void)Names(a_.Get());
-  ASSERT_TRUE(MemoryDisk::WaitForLoadAtGate(path_, kLong));
-  a_ = nullptr;
-  EXPECT_EQ(CMemoryOutingCache::live(), cachesBefore_) << "the cache ends with its last client";
-  MemoryDisk::OpenGate(path_);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(CMemoryLoadJob::live(), jobsBefore_);
-}
-
 TEST_F(FileOutingCacheTest, TheLastClientEndsTheCacheAndASecondOpenStartsAfresh) {
   OpenLoaded();
   a_ = nullptr;
@@ -394,17 +355,6 @@ TEST_F(FileOutingCacheTest, OnCreatedWithTwoClientsReachesOnlyTheLastAttached) {
   listeners_.clear();
 }
 
-TEST_F(FileOutingCacheTest, AFailedCreationIsToldAsFalse) {
-  TempDir dir;
-  const std::u16string path = Utf8ToWide((dir / "new.mem").string());
-  MemoryDisk::FailCreate(path);
-  ComPtr<CMemoryOuting> outing;
-  ASSERT_EQ(OpenMemoryOuting(path, &outing), S_OK);
-  ASSERT_TRUE(outing->cache()->CreateDataSet());
-  ASSERT_TRUE(Settle());
-  EXPECT_THAT(outing->calls, ElementsAre("created:0"));
-}
-
 TEST_F(FileOutingCacheTest, CreateDataSetInAFolderThatCannotBeWrittenAnswersFalseAtOnce) {
   TempDir dir;
   const std::u16string path = Utf8ToWide((dir / "missing" / "new.mem").string());
@@ -419,32 +369,12 @@ TEST_F(FileOutingCacheTest, OutingsFollowTheirOwnOffsetAndOverrideFlag) {
   a_ = Open();
   ASSERT_EQ(OpenMemoryOuting(path_, &b_, kMemoryTypeId, /*overrideProperties=*/true), S_OK);
   EXPECT_EQ(a_->SetTimeOffset(5 * kTicksPerSecond), S_OK);
-  EXPECT_EQ(a_->time_offset(), 5 * kTicksPerSecond);
   EXPECT_EQ(b_->time_offset(), 0) << "an offset belongs to the outing object, not the file";
   KivBool flag = 7;
   EXPECT_EQ(a_->GetOverrideProperties(&flag), S_OK);
   EXPECT_EQ(flag, KIV_FALSE);
   EXPECT_EQ(b_->GetOverrideProperties(&flag), S_OK);
   EXPECT_EQ(flag, KIV_TRUE);
-  std::u16string name;
-  EXPECT_EQ(b_->GetFileName(&name), S_OK);
-  EXPECT_EQ(name, path_);
-  uint32_t type = 0;
-  EXPECT_EQ(b_->GetOutingType(&type), S_OK);
-  EXPECT_EQ(type, 3u);
-}
-
-TEST_F(FileOutingCacheTest, OnCreatedWithNoClientLeftDoesNothing) {
-  TempDir dir;
-  const std::u16string path = Utf8ToWide((dir / "new.mem").string());
-  ComPtr<CMemoryOuting> outing;
-  ASSERT_EQ(OpenMemoryOuting(path, &outing), S_OK);
-  ComPtr<CMemoryOutingCache> cache(outing->cache());
-  ASSERT_TRUE(cache->CreateDataSet());
-  outing = nullptr;
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(cache->client_count(), 0u);
-  EXPECT_EQ(cache->create_machine().state(), State::kDone);
 }
 
 TEST_F(FileOutingCacheTest, AChangedFastLapSettingMakesTheCaptionStale) {

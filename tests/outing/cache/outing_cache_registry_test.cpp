@@ -99,9 +99,5 @@ TEST(OutingCacheRegistryTest, RemoveOfAStrangerIsRefused) {
   EXPECT_EQ(stranger->registry(), nullptr);
 }
 
-TEST(OutingCacheRegistryTest, EachCacheTypeHasOneProcessWideRegistry) {
-  EXPECT_EQ(&COutingCacheRegistry<PlainCache>::Instance(), &COutingCacheRegistry<PlainCache>::Instance());
-}
-
 }  // namespace
 }  // namespace velmar::testing

@@ -32,27 +32,6 @@ class OutingImplTest : public ::testing::Test {
   ComPtr<COutingStateChanges> client_;
 };
 
-TEST_F(OutingImplTest, EveryInterfaceIsOneObject) {
-  IKivUnknown* identity = Identity();
-  auto same = [&](auto typed) {
-    ASSERT_TRUE(typed);
-    EXPECT_EQ(typed.template As<IKivUnknown>().Get(), identity);
-  };
-  same(outing_.As<IKivOuting2>());
-  same(outing_.As<IKivOuting3>());
-  same(outing_.As<IKivOuting4>());
-  same(outing_.As<IKivNotifications>());
-  same(outing_.As<IKivChannelFactory>());
-  same(outing_.As<IKivEventsFactory>());
-  same(outing_.As<IKivConstantFactory>());
-  same(outing_.As<IKivLapMarkers>());
-  same(outing_.As<IKivLapMarkerWriter>());
-  EXPECT_EQ(static_cast<IKivOuting*>(outing_.As<IKivOuting4>().Get()), outing_.Get());
-  void* none = reinterpret_cast<void*>(0x1);
-  EXPECT_EQ(outing_->QueryInterface(IKivPropertySet::iid, &none), E_NOINTERFACE);
-  EXPECT_EQ(none, nullptr);
-}
-
 TEST_F(OutingImplTest, EachFactoryHasItsOwnTableAndIKivDataFactoryIsTheFirst) {
   auto channels = outing_.As<IKivChannelFactory>();
   auto events = outing_.As<IKivEventsFactory>();

@@ -40,26 +40,31 @@ ComPtr<IKivEventsIterator> IteratorOf(CEventSet* set) {
   return iterator;
 }
 
+// The event at a 1-based index of the iterator's list.
+ComPtr<IKivEvent> EventAt(IKivEventsIterator* iterator, int32_t index) {
+  ComPtr<IKivEvents> events;
+  EXPECT_EQ(iterator->GetEvents(events.Put()), S_OK);
+  ComPtr<IKivEvent> event;
+  if (events) {
+    EXPECT_EQ(events->GetEvent(index, event.Put()), S_OK);
+  }
+  return event;
+}
+
 TEST(EventSet, EventsComeInTimeOrderWithTheirRecordFields) {
   std::vector<EventRecordPtr> records{Record(u"Pit", 30), Record(u"Pit", 10), Record(u"Pit", 20)};
   auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, 0), nullptr, 0);
   set->Bind();
+  auto iterator = IteratorOf(set.Get());
   ComPtr<IKivEvents> events;
-  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
+  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
   uint32_t count = 0;
   ASSERT_EQ(events->GetCount(&count), S_OK);
   ASSERT_EQ(count, 3u);
-  std::vector<KivTime> times;
-  for (int32_t i = 1; i <= 3; ++i) {
-    ComPtr<IKivEvent> event;
-    ASSERT_EQ(events->GetEvent(i, event.Put()), S_OK);
-    KivTime t = 0;
-    ASSERT_EQ(event->GetTime(&t), S_OK);
-    times.push_back(t);
-  }
+  std::vector<KivTime> times(3);
+  for (int32_t i = 1; i <= 3; ++i) ASSERT_EQ(EventAt(iterator.Get(), i)->GetTime(&times[i - 1]), S_OK);
   EXPECT_THAT(times, ElementsAre(10, 20, 30));
-  ComPtr<IKivEvent> first;
-  ASSERT_EQ(events->GetEvent(1, first.Put()), S_OK);
+  ComPtr<IKivEvent> first = EventAt(iterator.Get(), 1);
   std::u16string text;
   ASSERT_EQ(first->GetName(&text), S_OK);
   EXPECT_EQ(text, u"Pit");
@@ -87,30 +92,19 @@ TEST(EventSet, ListAndEventObjectsFollowTheIndexRules) {
   EXPECT_EQ(set->GetIterator(nullptr), E_POINTER);
 }
 
-TEST(EventSet, ATextSourceEventHasNoPayload) {
-  auto set = MakeSet({5});
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
-  ComPtr<IKivEvent> event;
-  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
+TEST(EventSet, PayloadsAreCopiedOutAndATextSourceEventHasNone) {
+  auto text = MakeSet({5});
   std::vector<uint8_t> bytes{1, 2};
-  EXPECT_EQ(event->GetData(&bytes), S_FALSE);
+  EXPECT_EQ(EventAt(IteratorOf(text.Get()).Get(), 1)->GetData(&bytes), S_FALSE);
   EXPECT_TRUE(bytes.empty());
-  EXPECT_EQ(event->GetFixedData(&bytes), S_FALSE);
-}
-
-TEST(EventSet, PayloadsAreCopiedOut) {
+  EXPECT_EQ(EventAt(IteratorOf(text.Get()).Get(), 1)->GetFixedData(&bytes), S_FALSE);
   auto record = std::make_shared<CCachedEventData>();
   record->name = u"Alarm";
   record->data = std::vector<uint8_t>{7, 8, 9};
   record->fixedData.emplace();
   (*record->fixedData)[31] = 0xAB;
   auto set = MakeKiv<CEventSet>(u"Alarm", MakeEventReferences({record}, 0), nullptr, 0);
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
-  ComPtr<IKivEvent> event;
-  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
-  std::vector<uint8_t> bytes;
+  ComPtr<IKivEvent> event = EventAt(IteratorOf(set.Get()).Get(), 1);
   ASSERT_EQ(event->GetData(&bytes), S_OK);
   EXPECT_THAT(bytes, ElementsAre(7, 8, 9));
   ASSERT_EQ(event->GetFixedData(&bytes), S_OK);
@@ -166,12 +160,8 @@ TEST(EventSet, ATimeOffsetMovesTheEventsNotTheRecordsAndIsReportedOnceIterated) 
   auto iterator = IteratorOf(set.Get());
   ASSERT_EQ(set->SetTimeOffset(50), S_OK);
   EXPECT_THAT(log, ElementsAre(kChangedWhole));
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
-  ComPtr<IKivEvent> event;
-  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
   KivTime t = 0;
-  ASSERT_EQ(event->GetTime(&t), S_OK);
+  ASSERT_EQ(EventAt(iterator.Get(), 1)->GetTime(&t), S_OK);
   EXPECT_EQ(t, 150);
   EXPECT_EQ(records[0]->time, 100) << "the record stays as loaded";
   int32_t index = 0;
@@ -185,11 +175,7 @@ TEST(EventSet, AnEventOutlivesItsDetachedSet) {
   std::vector<std::string> log;
   testing::CDataListener listener(&log);
   ASSERT_TRUE(listener.Connect(set->AsData(), /*internal=*/false));
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_OK);
-  ComPtr<IKivEvent> event;
-  ASSERT_EQ(events->GetEvent(1, event.Put()), S_OK);
-  events = nullptr;
+  ComPtr<IKivEvent> event = EventAt(IteratorOf(set.Get()).Get(), 1);
   set->Detach();
   EXPECT_THAT(log, ElementsAre("removed"));
   listener.Disconnect();

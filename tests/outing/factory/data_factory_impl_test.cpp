@@ -157,12 +157,5 @@ TEST(DataFactoryImplTest, GetIconAsksTheUnderlyingFactoriesInOrder) {
   EXPECT_EQ(icon.Get(), has->icon->PrimaryUnknown());
 }
 
-TEST(DataFactoryImplTest, AStandAloneFactoryAnswersForEveryGeneration) {
-  auto factory = MakeKiv<ListFactory>();
-  auto generic = factory.As<IKivDataFactory>();
-  ASSERT_TRUE(generic);
-  EXPECT_EQ(generic.Get(), static_cast<IKivDataFactory*>(factory.Get()));
-}
-
 }  // namespace
 }  // namespace velmar::testing

@@ -340,32 +340,5 @@ TEST_F(OutingFactoryTest, EveryRowButTheEmptyOneIsSupportedAndOnlyTheRealTimeRow
   EXPECT_EQ(factory_->IsRealTimeType(u"rt", &answer), E_INVALIDARG);
 }
 
-// --- Identity and class table ---------------------------------------------------------
-
-TEST_F(OutingFactoryTest, TheOldEntryAndEveryGenerationAreOneObject) {
-  ComPtr<IKivUnknown> identity = QueryAs<IKivUnknown>(static_cast<IKivNewOutingFactory5*>(factory_.Get()));
-  for (const Guid& iid : {IKivOutingFactory::iid, IKivNewOutingFactory::iid, IKivNewOutingFactory2::iid,
-                          IKivNewOutingFactory3::iid, IKivNewOutingFactory4::iid, IKivNewOutingFactory5::iid}) {
-    ComPtr<IKivUnknown> face;
-    ASSERT_EQ(identity->QueryInterface(iid, face.PutVoid()), S_OK) << iid.ToString();
-    EXPECT_EQ(QueryAs<IKivUnknown>(face.Get()), identity);
-  }
-}
-
-TEST_F(OutingFactoryTest, TheClassTableMakesItByIdentityAndProgramId) {
-  ClassRegistry table;
-  ASSERT_EQ(RegisterOutingFactoryClass(table), S_OK);
-  Guid clsid;
-  ASSERT_EQ(table.ProgIdToClsid(u"KivVelmar.OutingFactory.1", &clsid), S_OK);
-  EXPECT_EQ(clsid, CLSID_KivOutingFactory);
-  ASSERT_EQ(table.ProgIdToClsid(u"KivVelmar.OutingFactory", &clsid), S_OK);
-  EXPECT_EQ(clsid, CLSID_KivOutingFactory);
-  EXPECT_EQ(table.ProgIdToClsid(u"KivVelmar.NoSuchFactory", &clsid), CO_E_CLASSSTRING);
-  ComPtr<IKivNewOutingFactory> made;
-  ASSERT_EQ(table.CreateInstance(CLSID_KivOutingFactory, &made), S_OK);
-  EXPECT_TRUE(QueryAs<IKivOutingFactory>(made.Get()));
-  EXPECT_EQ(CreateOutingFactory(nullptr), E_POINTER);
-}
-
 }  // namespace
 }  // namespace velmar::testing

@@ -2,44 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
+#include "support/fixtures.h"
 
 namespace velmar {
 namespace {
 
-TEST(Time, SecondsRoundHalfAwayFromZero) {
-  EXPECT_EQ(TicksFromSeconds(1.0), 10'000'000);
-  EXPECT_EQ(TicksFromSeconds(0.0), 0);
-  EXPECT_EQ(TicksFromSeconds(-0.0), 0);
-  // Half a tick is 5e-8 s.
-  EXPECT_EQ(TicksFromSeconds(0.5e-7), 1);
-  EXPECT_EQ(TicksFromSeconds(-0.5e-7), -1);
-  EXPECT_EQ(TicksFromSeconds(0.49e-7), 0);
-  EXPECT_EQ(TicksFromSeconds(-0.49e-7), 0);
-  EXPECT_EQ(TicksFromSeconds(2.5e-7), 3);
-  EXPECT_EQ(TicksFromSeconds(-2.5e-7), -3);
-  EXPECT_EQ(TicksFromSeconds(-1.23456789), -12'345'679);
-}
-
-TEST(Time, RoundTicksIsTheSameRuleOnTicks) {
-  EXPECT_EQ(RoundTicks(0.5), 1);
-  EXPECT_EQ(RoundTicks(-0.5), -1);
-  EXPECT_EQ(RoundTicks(1.4999), 1);
-  EXPECT_EQ(RoundTicks(-1.5), -2);
-  EXPECT_EQ(RoundTicks(0.49999999999999994), 0) << "the largest double below a half";
-  EXPECT_EQ(RoundTicks(-0.49999999999999994), 0);
-  EXPECT_EQ(RoundTicks(4503599627370497.0), 4503599627370497) << "2^52 + 1: whole, nothing to round";
-  EXPECT_EQ(RoundTicks(9007199254740993.0), 9007199254740992) << "as the double holds it";
-}
-
-TEST(Time, SecondsThatHaveNoTickGiveNothing) {
-  EXPECT_FALSE(TicksFromSeconds(std::nan("")));
-  EXPECT_FALSE(TicksFromSeconds(std::numeric_limits<double>::infinity()));
-  EXPECT_FALSE(TicksFromSeconds(-std::numeric_limits<double>::infinity()));
-  EXPECT_FALSE(TicksFromSeconds(1e12)) << "1e19 ticks is past the range";
-  EXPECT_FALSE(TicksFromSeconds(-1e12));
-  EXPECT_TRUE(TicksFromSeconds(9e11)) << "9e18 ticks still fits";
+TEST(Time, SecondsAndTickCountsRoundHalfAwayFromZero) {
+  const auto table = testing::Fixture("outing/ticks.json");
+  for (const auto& c : table["seconds"]) {
+    const auto ticks = c[1].is_null() ? std::nullopt : std::optional(c[1].get<KivTime>());
+    EXPECT_EQ(TicksFromSeconds(testing::FixtureNumber(c[0])), ticks) << c;
+  }
+  for (const auto& c : table["round"]) EXPECT_EQ(RoundTicks(c[0].get<double>()), c[1].get<KivTime>()) << c;
 }
 
 TEST(Time, TicksBackToSeconds) {

@@ -107,16 +107,6 @@ TEST_F(StoreFactoryTest, CreateLeavesOnlyTheFileAndRefusesAnExistingOne) {
   EXPECT_EQ(factory_->CreateFile(PathOf("c.trn"), IKivTarnStore::iid, nullptr), E_POINTER);
 }
 
-TEST_F(StoreFactoryTest, OpenGivesAnyInterfaceOfTheMainObject) {
-  Create();
-  store_ = nullptr;
-  ComPtr<IKivTarnChannels> channels;
-  ASSERT_EQ(factory_->OpenFile(path_, IKivTarnChannels::iid, channels.PutVoid()), S_OK);
-  EXPECT_TRUE(channels.As<IKivTarnBlobs>());
-  ComPtr<IKivUnknown> none;
-  EXPECT_EQ(factory_->OpenFile(path_, IKivTarnWriteHandle::iid, none.PutVoid()), E_NOINTERFACE);
-}
-
 TEST_F(StoreFactoryTest, MissingFileFolderAndEmptyPathAreRefused) {
   Open(PathOf("nothing.trn"), STG_E_FILENOTFOUND);
   Open(W(dir_.path().string()), STG_E_ACCESSDENIED);
@@ -148,7 +138,6 @@ TEST_F(StoreFactoryTest, UnknownVersionOpensAndEveryReadSaysSo) {
   store_ = Open(path_);
   ASSERT_TRUE(store_);
   ExpectEveryReadGives(E_BADFILEVERSION);
-  EXPECT_EQ(E_BADFILEVERSION, Code(0x8000000F));
   uint32_t version = 0;
   EXPECT_EQ(factory_->GetFileVersion(path_, &version), S_OK);
   EXPECT_EQ(version, 99u);

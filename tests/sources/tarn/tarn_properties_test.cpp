@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/fixtures.h"
+
 namespace velmar {
 namespace {
 
@@ -129,44 +131,25 @@ TEST(OutingProperties, TheClockIsTodayInDaysSince1899) {
   EXPECT_LT(NowAsOleDate(), 43831.0 + 365.0 * 100);
 }
 
-constexpr KivTime kS = kTicksPerSecond;
-constexpr uint32_t kAnyIndex = ~0u;
-
-TEST(FindFastLap, TheShortestLapAboveTheMinimumWithOneLapRunOverTheMovementOrTheOuting) {
-  const TarnLapSpan moving{0, 100 * kS, std::pair{10 * kS, 95 * kS}};
-  const TarnLapSpan still{2 * kS, 100 * kS, std::nullopt};
-  const TarnLapSpan late{50 * kS, 100 * kS, std::nullopt};
-  struct Row {
+TEST(FindFastLap, EachFixtureCase) {
+  constexpr KivTime kS = kTicksPerSecond;
+  for (const auto table = testing::Fixture("sources/tarn_fast_lap.json"); const auto& c : table["cases"]) {
     std::vector<KivTime> markers;
-    TarnLapSpan span;
-    KivTime minimum;
-    std::optional<std::pair<uint32_t, KivTime>> fast;  // index and time, or none
-  };
-  const Row rows[] = {
-      // Two equal fastest laps give the later one.
-      {{0, 90 * kS, 170 * kS, 250 * kS, 340 * kS}, {}, 5 * kS, std::pair{3u, 80 * kS}},
-      // Among markers a lap equal to the minimum is rejected...
-      {{0, 5 * kS, 15 * kS}, {}, 5 * kS, std::pair{2u, 10 * kS}},
-      {{0, 5 * kS}, {}, 5 * kS, std::nullopt},
-      // ...but one lap equal to it is accepted: from the first movement to the marker.
-      {{15 * kS}, moving, 5 * kS, std::pair{0u, 5 * kS}},
-      {{}, moving, 0, std::pair{kAnyIndex, 85 * kS}},
-      {{}, still, 0, std::pair{kAnyIndex, 98 * kS}},
-      // A marker not later than the first movement: the lap starts with the outing.
-      {{10 * kS}, moving, 0, std::pair{kAnyIndex, 10 * kS}},
-      // A negative or too short single lap counts for nothing.
-      {{40 * kS}, late, 0, std::nullopt},
-      {{}, late, 51 * kS, std::nullopt},
-  };
-  for (size_t i = 0; i < std::size(rows); ++i) {
-    const Row& row = rows[i];
-    auto fast = FindFastLap(row.markers, row.span, row.minimum);
-    ASSERT_EQ(fast.has_value(), row.fast.has_value()) << "row " << i;
-    if (!fast) continue;
-    if (row.fast->first != kAnyIndex) {
-      EXPECT_EQ(fast->index, row.fast->first) << "row " << i;
+    for (const auto& m : c[0]) markers.push_back(m.get<KivTime>() * kS);
+    TarnLapSpan span{};
+    if (!c[1].is_null()) {
+      span = {c[1][0].get<KivTime>() * kS, c[1][1].get<KivTime>() * kS, std::nullopt};
+      if (!c[1][2].is_null()) {
+        span.movement = std::pair{c[1][2].get<KivTime>() * kS, c[1][3].get<KivTime>() * kS};
+      }
     }
-    EXPECT_EQ(fast->time, row.fast->second) << "row " << i;
+    const auto fast = FindFastLap(markers, span, c[2].get<KivTime>() * kS);
+    ASSERT_EQ(fast.has_value(), !c[3].is_null()) << c;
+    if (!fast) continue;
+    if (!c[3][0].is_null()) {
+      EXPECT_EQ(fast->index, c[3][0].get<uint32_t>()) << c;
+    }
+    EXPECT_EQ(fast->time, c[3][1].get<KivTime>() * kS) << c;
   }
 }
 

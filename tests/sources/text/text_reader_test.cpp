@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+
+#include "support/fixtures.h"
 #include "text_test_util.h"
+#include "velmar/text.h"
 
 namespace velmar {
 namespace {
@@ -11,35 +16,66 @@ using testing::Lines;
 using testing::MustRead;
 using testing::Problems;
 
-TextCode ReadCode(std::string_view bytes) {
-  TextDataSet data;
-  return ReadTextDataSet(bytes, {}, &data).code();
+// Each case: a file's lines (or bytes), what is read of its information,
+// events and constants and the problems reported, or the code of a file
+// that cannot be read.
+class TextReadCase : public ::testing::TestWithParam<std::filesystem::path> {};
+
+TEST_P(TextReadCase, ReadsWhatTheFileHolds) {
+  const auto c = testing::ReadFixture(GetParam());
+  std::string bytes = c.value("bytes", "");
+  for (const auto& line : c.value("lines", nlohmann::json::array())) bytes += line.get<std::string>() + "\r\n";
+  if (c.contains("code")) {
+    TextDataSet data;
+    const TextStatus st = ReadTextDataSet(bytes, {}, &data);
+    EXPECT_EQ(TextCodeName(st.code()), c["code"].get<std::string>());
+    if (c.contains("line")) {
+      EXPECT_EQ(st.line(), c["line"].get<uint64_t>());
+    }
+    return;
+  }
+  Problems problems;
+  const auto data = MustRead(bytes, &problems);
+  if (c.contains("information")) {
+    ASSERT_EQ(data.information.size(), c["information"].size());
+    for (size_t i = 0; i < data.information.size(); ++i) {
+      EXPECT_EQ(WideToUtf8(data.information[i].key), c["information"][i][0].get<std::string>()) << i;
+      EXPECT_EQ(WideToUtf8(data.information[i].value), c["information"][i][1].get<std::string>()) << i;
+    }
+  }
+  if (c.contains("events")) {
+    ASSERT_EQ(data.events.size(), c["events"].size());
+    for (size_t i = 0; i < data.events.size(); ++i) {
+      const TextEvent& e = data.events[i];
+      const auto& want = c["events"][i];
+      EXPECT_EQ(e.time, want.value("time", e.time)) << i;
+      EXPECT_EQ(WideToUtf8(e.name), want.value("name", WideToUtf8(e.name))) << i;
+      EXPECT_EQ(e.category, want.value("category", e.category)) << i;
+      EXPECT_EQ(WideToUtf8(e.source), want.value("source", WideToUtf8(e.source))) << i;
+      EXPECT_EQ(WideToUtf8(e.message), want.value("message", WideToUtf8(e.message))) << i;
+    }
+  }
+  if (c.contains("constants")) {
+    ASSERT_EQ(data.constants.size(), c["constants"].size());
+    for (size_t i = 0; i < data.constants.size(); ++i) {
+      const auto& want = c["constants"][i];
+      EXPECT_EQ(data.constants[i], (TextConstant{Utf8ToWide(want[0].get<std::string>()), want[1].get<double>(),
+                                                 Utf8ToWide(want[2].get<std::string>())}))
+          << i;
+    }
+  }
+  if (c.contains("columns")) {
+    EXPECT_EQ(data.columns.size(), c["columns"].get<size_t>());
+  }
+  for (const auto& p : c.value("problems", nlohmann::json::array())) {
+    EXPECT_TRUE(std::any_of(problems.items.begin(), problems.items.end(), [&](const TextProblem& got) {
+      return TextCodeName(got.code) == p[0].get<std::string>() && got.line == p[1].get<uint64_t>();
+    })) << p;
+  }
+  EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }
 
-TEST(TextReaderInformation, PairsInFileOrderUntilTheFirstBadLine) {
-  Problems problems;
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "", "{OutingInformation}", "DriverName\tJo Castell",
-                              "Custom\tkept", "LongComment\tline one$%$^line two, $$% off", "TrackName Halvane Park",
-                              "CarName", "ShortComment\tnot read"}),
-                       &problems);
-  ASSERT_EQ(data.information.size(), 4u);
-  EXPECT_EQ(data.information[0], (TextInfoEntry{u"DriverName", u"Jo Castell"}));
-  EXPECT_EQ(data.information[1], (TextInfoEntry{u"Custom", u"kept"}));
-  EXPECT_EQ(data.information[2].value, u"line one\r\nline two, $% off");
-  EXPECT_EQ(data.information[3], (TextInfoEntry{u"TrackName", u"Halvane Park"}));  // a key takes no blanks
-  EXPECT_TRUE(problems.Has(TextCode::kMissingValue, 8));
-}
-
-TEST(TextReaderInformation, ABlankLineOrTagEndsItQuietly) {
-  Problems problems;
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{OutingInformation}", "A\t1", "{ChannelBlock}", "Time\tX"}),
-                       &problems);
-  EXPECT_EQ(data.information.size(), 1u);
-  EXPECT_TRUE(problems.items.empty());
-  data = MustRead(Lines({"KivaraASCIIDataSet", "{OutingInformation}", "A\t{x}", "B\t2"}), &problems);
-  EXPECT_TRUE(data.information.empty());
-  EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 3));
-}
+INSTANTIATE_TEST_SUITE_P(Cases, TextReadCase, testing::FixtureCases("sources/text_reads"), testing::FixtureName);
 
 TEST(TextReaderInformation, CodePageTextsBecomeWide) {
   auto data = MustRead("KivaraASCIIDataSet\r\n{OutingInformation}\r\nDriverName\tJos\xe9 \x80\r\n");
@@ -47,25 +83,6 @@ TEST(TextReaderInformation, CodePageTextsBecomeWide) {
 }
 
 const char* kEventHeader = "Time\tName\tCategory\tSource\tMessage";
-
-TEST(TextReaderEvents, RowsWithAndWithoutOptionalFields) {
-  Problems problems;
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{EventBlock}", kEventHeader,
-                              "1.5\tEnd of lap\tBox Created\tBeacon\tLap 1",
-                              "2\tPit\tKivara Added", "3\tNo category", "4\t \bSpaced\t\bOther text\t\tmessage only",
-                              "0.00000005\tTick\tX\tS\tM", "5\tName\tCat\t{src}\tmsg", "bad\tName\tCat"}),
-                       &problems);
-  ASSERT_EQ(data.events.size(), 6u);
-  EXPECT_EQ(data.events[0], (TextEvent{15'000'000, u"End of lap", kEventFromCar, u"Beacon", u"Lap 1"}));
-  EXPECT_EQ(data.events[1], (TextEvent{20'000'000, u"Pit", kEventFromAnalysis, u"", u""}));
-  EXPECT_EQ(data.events[2], (TextEvent{40'000'000, u"Spaced", kEventFromAnalysis, u"", u"message only"}));
-  EXPECT_EQ(data.events[3].time, 1);  // half a tick rounds away from zero
-  EXPECT_EQ(data.events[4].source, u"");  // a failed optional field reads as empty
-  EXPECT_EQ(data.events[5].time, 0) << "a time with no number in it is 0, as atof reads it";
-  EXPECT_TRUE(problems.Has(TextCode::kEventDropped, 6));
-  EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 9));
-  EXPECT_TRUE(problems.Has(TextCode::kNonNumeric, 10));
-}
 
 TEST(TextReaderEvents, TheLastBlockCountsAndGroupsKeepTheFirst) {
   auto data = MustRead(Lines({"KivaraASCIIDataSet", "{EventBlock}", kEventHeader, "1\tOld\tX", "",
@@ -77,56 +94,6 @@ TEST(TextReaderEvents, TheLastBlockCountsAndGroupsKeepTheFirst) {
   ASSERT_EQ(lap.size(), 2u);
   EXPECT_EQ(lap.at(20'000'000).source, u"first");
   EXPECT_EQ(lap.begin()->first, 10'000'000);  // in rising time order
-}
-
-TEST(TextReaderConstants, FirstOfANameStandsAndTheLastBlockCounts) {
-  Problems problems;
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{ConstantBlock}", "Name\tValue\tComment", "Old\t1", "",
-                              "{ConstantBlock}", "Name\tValue\tComment", "Wing Angle\t12.5\t  deg", "Wing Angle\t13\tlater",
-                              "Fuel\t60", "NoValue", "Text\tabc\tx", "Trail\t2kg", "Empty\t\tc"}),
-                       &problems);
-  ASSERT_EQ(data.constants.size(), 4u);
-  EXPECT_EQ(data.constants[0], (TextConstant{u"Wing Angle", 12.5, u"  deg"})) << "a comment keeps its leading blanks";
-  EXPECT_EQ(data.constants[1], (TextConstant{u"Fuel", 60, u""}));
-  EXPECT_EQ(data.constants[2], (TextConstant{u"Text", 0, u"x"})) << "no number in the value: 0, as atof reads it";
-  EXPECT_EQ(data.constants[3], (TextConstant{u"Trail", 2, u""}));
-  EXPECT_TRUE(problems.Has(TextCode::kConstantDropped, 11));
-  EXPECT_TRUE(problems.Has(TextCode::kNonNumeric, 12));
-  EXPECT_TRUE(problems.Has(TextCode::kTrailingCharacters, 13));
-  EXPECT_TRUE(problems.Has(TextCode::kConstantDropped, 14));
-}
-
-// Times and values take no blanks, so a blank ends them and the next field
-// starts behind it.
-TEST(TextReaderConstants, ABlankEndsEventTimesAndConstantValues) {
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{EventBlock}", kEventHeader, "1.5 Lap\tBox Created\tcar",
-                              "", "{ConstantBlock}", "Name\tValue\tComment", "Wing Gain\t2.5 trimmed"}));
-  ASSERT_EQ(data.events.size(), 1u);
-  EXPECT_EQ(data.events[0], (TextEvent{15'000'000, u"Lap", kEventFromCar, u"car", u""}));
-  ASSERT_EQ(data.constants.size(), 1u);
-  EXPECT_EQ(data.constants[0], (TextConstant{u"Wing Gain", 2.5, u"trimmed"}));
-}
-
-TEST(TextReader, BadFilesGiveClearCodes) {
-  EXPECT_EQ(ReadCode(""), TextCode::kTruncated);
-  EXPECT_EQ(ReadCode("Kivara"), TextCode::kTruncated);
-  EXPECT_EQ(ReadCode("Time\tA\r\n1\t2\r\n"), TextCode::kNoMagic);
-  EXPECT_EQ(ReadCode("KivaraVersionedASCIIDataSet\r\nVersion\t1\r\n"), TextCode::kBadVersion);
-  EXPECT_EQ(ReadCode("KivaraASCIIDataSet\r\n"), TextCode::kOk);
-  TextStatus st = [] {
-    TextDataSet d;
-    return ReadTextDataSet("PK\x03\x04", {}, &d);
-  }();
-  EXPECT_EQ(st.result(), E_FAIL);
-  EXPECT_EQ(st.line(), 1u);
-}
-
-TEST(TextReader, OnlyMagicAndInformationIsEmpty) {
-  auto data = MustRead("KivaraASCIIDataSet\r\n\r\n{OutingInformation}\r\n");
-  EXPECT_FALSE(data.versioned);
-  EXPECT_TRUE(data.information.empty());
-  EXPECT_TRUE(data.columns.empty());
-  EXPECT_TRUE(data.events.empty());
 }
 
 TEST(TextReader, CollectKeepsTheFirstNamedColumnWithSamples) {

@@ -247,7 +247,11 @@ KivResult CVelmar::ApplyToAllRoots(DataFactoryRecords wanted) {
 KivResult CVelmar::AddDataFactory(const Guid& clsid) {
   if (closed_) return E_UNEXPECTED;
   if (ClassRegistry::Process().IsClassOfCategory(clsid, CATID_KivDataFactory) != S_OK) return E_INVALIDARG;
-  const auto record = DataFactoryRecord::Native(clsid);
+  return AddDataFactoryRecord(DataFactoryRecord::Native(clsid));
+}
+
+KivResult CVelmar::AddDataFactoryRecord(const DataFactoryRecord& record) {
+  if (closed_) return E_UNEXPECTED;
   if (IsMandatoryDataFactory(record) || !CurrentDataFactoryBranding().IsAllowed(record)) return E_INVALIDARG;
   DataFactoryRecords wanted = dataFactories_.ActiveRecords();
   if (dataFactories_.IsActive(record)) return S_FALSE;
@@ -257,7 +261,11 @@ KivResult CVelmar::AddDataFactory(const Guid& clsid) {
 
 KivResult CVelmar::RemoveDataFactory(const Guid& clsid) {
   if (closed_) return E_UNEXPECTED;
-  const auto record = DataFactoryRecord::Native(clsid);
+  return RemoveDataFactoryRecord(DataFactoryRecord::Native(clsid));
+}
+
+KivResult CVelmar::RemoveDataFactoryRecord(const DataFactoryRecord& record) {
+  if (closed_) return E_UNEXPECTED;
   if (IsMandatoryDataFactory(record)) return E_INVALIDARG;
   if (!dataFactories_.IsActive(record)) return S_FALSE;
   DataFactoryRecords wanted = dataFactories_.ActiveRecords();

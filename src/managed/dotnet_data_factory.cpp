@@ -38,6 +38,15 @@ bool CDotNetChannelFactory::SetDataSelection(int32_t task, int32_t selection) {
   return true;
 }
 
+bool CDotNetChannelFactory::SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs) {
+  try {
+    factory_->SetSelectionInputs(selection, inputs);
+  } catch (const PluginError&) {
+    return false;
+  }
+  return true;
+}
+
 KivResult CDotNetChannelFactory::GetNames(NameList* names) {
   if (!names) return E_POINTER;
   names->clear();

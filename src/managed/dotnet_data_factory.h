@@ -30,6 +30,9 @@ class CDotNetChannelFactory final
   // Points the plug-in at a selection; false (and nothing changes) for an
   // index out of range.
   bool SetDataSelection(int32_t task, int32_t selection);
+  // Points the plug-in at one selection, read through its inputs; false
+  // when the plug-in raised.
+  bool SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs);
 
   // IKivDataFactory
   KivResult GetNames(NameList* names) override;

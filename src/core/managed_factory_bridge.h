@@ -48,6 +48,9 @@ class ManagedFactoryBridge {
   // Whether a running entry is a tool (it has a tool wrapper).
   virtual bool IsTool(IKivUnknown* factory) = 0;
   virtual bool Persists(IKivUnknown* factory) = 0;
+  // Gives a running tool the root's colours (a tool without an appearance
+  // ignores them).
+  virtual void SetColours(IKivUnknown* factory, uint32_t back, uint32_t fore, uint32_t grid) = 0;
   // The running entry goes: it no longer tells its listener.
   virtual void Detach(IKivUnknown* factory) = 0;
 

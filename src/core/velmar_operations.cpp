@@ -192,9 +192,14 @@ KivResult CVelmar::GetIDsOfNames(const std::u16string&, int32_t*) { return E_NOT
 KivResult CVelmar::Invoke(int32_t, uint16_t) { return E_NOTIMPL; }
 
 void CVelmar::ControlPropertyChanged() {
-  // Managed tools take the control's font and colours from the managed
-  // bridge; no managed entry can be active without it. Repainting is the
-  // platform's drawing face.
+  // Plug-in tools take the control's colours; the font object is the
+  // platform's drawing face, as is repainting.
+  if (ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge()) {
+    for (const ActiveDataFactory& entry : dataFactories_.Active()) {
+      if (entry.record.kind == DataFactoryKind::kManaged && entry.factory)
+        bridge->SetColours(entry.factory.Get(), backColor_, foreColor_, gridColor_);
+    }
+  }
   MarkDirty();
 }
 
@@ -286,7 +291,7 @@ KivResult CVelmar::RemoveDataFactoryByProgId(const std::u16string& progId) {
 }
 
 KivResult CVelmar::ApplyDataFactoryList(const DataFactoryRecords& wanted) {
-  // The managed bridge hears of the tools that left when it joins.
+  // Plug-in tools that leave are detached from the root by the list.
   return dataFactories_.Apply(wanted, *this);
 }
 

@@ -82,6 +82,14 @@ bool RootAddInBridge::Persists(IKivUnknown* factory) {
   return tool && tool->wrapper().SupportsPersistence();
 }
 
+void RootAddInBridge::SetColours(IKivUnknown* factory, uint32_t back, uint32_t fore, uint32_t grid) {
+  CDotNetTool* tool = ToolOf(factory);
+  if (!tool) return;
+  tool->wrapper().SetBackColor(back);
+  tool->wrapper().SetForeColor(fore);
+  tool->wrapper().SetGridColor(grid);
+}
+
 void RootAddInBridge::Detach(IKivUnknown* factory) {
   CDotNetTool* tool = ToolOf(factory);
   if (!tool) return;

@@ -42,6 +42,7 @@ class RootAddInBridge final : public ManagedFactoryBridge {
   bool Save(IKivUnknown* factory, std::vector<uint8_t>* bytes) override;
   bool IsTool(IKivUnknown* factory) override { return ToolOf(factory) != nullptr; }
   bool Persists(IKivUnknown* factory) override;
+  void SetColours(IKivUnknown* factory, uint32_t back, uint32_t fore, uint32_t grid) override;
   void Detach(IKivUnknown* factory) override;
 
  private:

@@ -1,6 +1,7 @@
 // Plug-in types in the root's add-in list, over the fake backend: a data
 // factory joins each selection with an instance of its own, and a tool's
-// state goes into the settings file and comes back with it.
+// state goes into the settings file and comes back with it, and it takes
+// the root's colours.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -90,6 +91,9 @@ TEST_F(RootAddIns, DataFactoryJoinsEverySelectionThroughItsInputs) {
 TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
   auto first = Root();
   ASSERT_EQ(KivAddPluginToRoot(first->root.Get(), u"T.Tool"), S_OK);
+  backend_->lastTool->appearance = true;
+  ASSERT_EQ(QueryAs<IKivVelmarControl>(first->root.Get())->SetBackColor(0x123456), S_OK);
+  EXPECT_EQ(backend_->lastTool->backColor, 0x123456u) << "the root's colours reach its tools";
   (void)Saved(*first);
   EXPECT_EQ(first->persist->IsDirty(), S_FALSE);
   backend_->lastTool->listener->OnToolChanged();

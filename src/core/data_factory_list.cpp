@@ -181,6 +181,7 @@ void CDataFactoryList::Drop(const DataFactoryRecord& record, Site& site) {
   if (it == active_.end()) return;
   ActiveDataFactory gone = std::move(*it);
   active_.erase(it);
+  if (DataFactoryListStorage* storage = site.Storage()) (void)storage->Store(*this);
   Release(gone, site);
   site.ActiveFactoriesChanged(active_);
 }

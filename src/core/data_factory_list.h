@@ -83,8 +83,8 @@ class CDataFactoryList {
   // the first storage failure.
   [[nodiscard]] KivResult Apply(const DataFactoryRecords& wanted, Site& site);
 
-  // Takes one factory out of the active list and lets it go, without storing
-  // the list (the review after load).
+  // Takes one factory out of the active list, stores the list and lets the
+  // factory go (the review after load).
   void Drop(const DataFactoryRecord& record, Site& site);
 
   // Lets go of every active factory (the root is closing).

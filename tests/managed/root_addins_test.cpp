@@ -119,7 +119,11 @@ TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
   backend_->types[u"T.Tool"].persists = false;
   auto fourth = Root(bytes);
   EXPECT_EQ(fourth->persist->IsDirty(), S_OK);
+  const std::string reviewed = Saved(*fourth);
   EXPECT_EQ(KivAddPluginToRoot(fourth->root.Get(), u"T.Tool"), S_OK) << "it was dropped";
+  fourth.reset();
+  backend_->types[u"T.Tool"].persists = true;  // it would load again if still listed
+  EXPECT_EQ(KivAddPluginToRoot(Root(reviewed)->root.Get(), u"T.Tool"), S_OK) << "and the file forgot it";
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <fstream>
 
+#include "managed/dotnet_data_factory.h"
 #include "managed/fake_backend.h"
 #include "managed/tool_locator.h"
 #include "support/scoped_env.h"
@@ -86,6 +87,32 @@ TEST_F(RootAddIns, DataFactoryJoinsEverySelectionThroughItsInputs) {
   channel = nullptr;
   EXPECT_EQ(KivRemovePluginFromRoot(root->root.Get(), u"T.Data"), S_OK);
   EXPECT_TRUE(names().empty()) << "gone with the entry";
+}
+
+struct NameLog : CDataFactoryNotificationsReceiver {
+  std::vector<std::u16string> seen;
+  void OnItemsAdded(IKivDataFactory*, uint32_t, const NameList& names) override { Log(u"+", names); }
+  void OnItemsRemoved(IKivDataFactory*, uint32_t, const NameList& names) override { Log(u"-", names); }
+  void Log(const std::u16string& sign, const NameList& names) {
+    for (const auto& name : names) seen.push_back(sign + name);
+  }
+};
+
+TEST_F(RootAddIns, NewInputsTellWhatTheKeysGainedAndLost) {
+  auto factory = CDotNetChannelFactory::Create(ManagedRuntime::Process().library(), u"T.Data", nullptr);
+  NameList names;
+  ASSERT_EQ(factory->GetNames(&names), S_OK);
+  NameLog log;
+  auto sink = MakeKiv<CDataFactoryNotificationsSink<>>();
+  sink->SetReceiver(&log);
+  ASSERT_TRUE(sink->Connect(static_cast<IKivChannelFactory*>(factory.Get())));
+  auto& channels = backend_->types[u"T.Data"].channels;
+  channels[u"Jerk"] = channels[u"Accel"];
+  channels.erase(u"Accel");
+  ASSERT_EQ(QueryAs<IKivSelectionInputsSink>(static_cast<IKivChannelFactory*>(factory.Get()))->OnInputsChanged(), S_OK);
+  EXPECT_EQ(log.seen, (std::vector<std::u16string>{u"-Accel", u"+Jerk"}));
+  sink->SetReceiver(nullptr);
+  sink->Disconnect(static_cast<IKivChannelFactory*>(factory.Get()));
 }
 
 TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {

@@ -1,8 +1,11 @@
 // Plug-ins written in Python: tools and data factories in the modules of the
 // "Tools" folder ($KIVARA_TOOLS, else the machine registry's "InstallDir" +
-// "/Tools"), found once per process on first use. A host lists them, makes a
-// tool (a node of its tree, with commands) or a data factory (channels it
-// hands to a data selection as a source, velmar/selection_sources.h).
+// "/Tools"), found once per process on first use. A host lists them and
+// switches them on in the root's add-in list (KivAddPluginToRoot, or the
+// add-in manager, whose rows list them): a tool becomes a node under the
+// root, its state kept in the settings file; a data factory joins every
+// data selection, one instance each, reading the selection's channels. A
+// host may also make a tool or a data factory on its own.
 //
 // The interpreter starts on the first call, on the client thread. Client
 // thread only.
@@ -46,6 +49,14 @@ KivResult KivCreatePluginTool(const std::u16string& type_name, IKivUnknown* root
 // "not available" (status 2).
 KivResult KivCreatePluginChannelFactory(const std::u16string& type_name, IKivUnknown* root,
                                         IKivChannelFactory** factory);
+
+// Switches a plug-in type on at the end of the add-in list of every root
+// (`root` is one of them); S_FALSE when it already is, E_INVALIDARG for an
+// unknown type name or a root that isn't this library's, E_FAIL when it
+// can't be made (it then stays listed without an object).
+KivResult KivAddPluginToRoot(IKivUnknown* root, const std::u16string& type_name);
+// Switches it off again; S_FALSE when it wasn't on.
+KivResult KivRemovePluginFromRoot(IKivUnknown* root, const std::u16string& type_name);
 
 // Points a plug-in data factory at a selection of the root's tasks (both
 // from 1); S_FALSE when either is out of range, which changes nothing.

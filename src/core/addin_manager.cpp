@@ -1,5 +1,7 @@
 #include "core/addin_manager.h"
 
+#include "core/managed_factory_bridge.h"
+
 #include <algorithm>
 #include <mutex>
 #include <optional>
@@ -87,10 +89,14 @@ std::vector<KivAddInRow> ReadAvailableDataFactories(const ClassRegistry& registr
   return rows;
 }
 
-const std::vector<KivAddInRow>& AvailableDataFactories() {
+std::vector<KivAddInRow> AvailableDataFactories() {
   static std::once_flag once;
-  static std::vector<KivAddInRow> rows;
-  std::call_once(once, [] { rows = ReadAvailableDataFactories(ClassRegistry::Process()); });
+  static std::vector<KivAddInRow> native;
+  std::call_once(once, [] { native = ReadAvailableDataFactories(ClassRegistry::Process()); });
+  std::vector<KivAddInRow> rows = native;
+  if (ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge()) {
+    for (KivAddInRow& row : bridge->Available()) rows.push_back(std::move(row));
+  }
   return rows;
 }
 

@@ -18,9 +18,10 @@ namespace velmar {
 // The native add-ins of `registry`'s data factory category, in its order;
 // an error reading the category gives none.
 std::vector<KivAddInRow> ReadAvailableDataFactories(const ClassRegistry& registry);
-// The process's list: read from the process class table at the first call
-// and kept to the end of the process.
-const std::vector<KivAddInRow>& AvailableDataFactories();
+// The process's list: the native ones read from the process class table at
+// the first call and kept to the end of the process, then the plug-in ones
+// the plug-in layer has found.
+std::vector<KivAddInRow> AvailableDataFactories();
 
 // A name without its leading "Kivara ", any letter case.
 std::u16string StripKivaraPrefix(std::u16string name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/data_factory_branding.h"
+#include "core/managed_factory_bridge.h"
 #include "velmar/class_registry.h"
 #include "velmar/data_factory.h"
 #include "velmar/text.h"
@@ -100,6 +101,23 @@ ComPtr<IKivUnknown> CDataFactoryList::CreateNative(const Guid& clsid, Site& site
   return factory;
 }
 
+void CDataFactoryList::CreateManaged(ActiveDataFactory* entry, Site& site) {
+  ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge();
+  if (!bridge) return;
+  std::vector<uint8_t> state;
+  const auto name = StorageNameOf(entry->record);
+  const bool stored = name && site.ReadManagedState(*name, &state);
+  ManagedFactoryBridge::Made made;
+  if (!bridge->Create(entry->record.typeName, site.Root(), stored ? &state : nullptr, site.ToolListener(), entry,
+                      &made)) {
+    entry->factory = nullptr;
+    entry->node = nullptr;
+    return;
+  }
+  // A state that didn't load leaves the tool fresh, and the file must learn it.
+  if (made.stateRejected) site.ManagedStateRejected();
+}
+
 KivResult CDataFactoryList::Apply(const DataFactoryRecords& wanted, Site& site) {
   const DataFactoryRecords before = ActiveRecords();
 
@@ -115,10 +133,13 @@ KivResult CDataFactoryList::Apply(const DataFactoryRecords& wanted, Site& site) 
     if (!branding.IsAllowed(record) || IsActive(record)) continue;
     std::optional<ActiveDataFactory> entry = working.Take(record);
     if (!entry) {
+      EnsureStorageName(record);  // a managed tool loads its state from it
       ActiveDataFactory made{record, nullptr, nullptr};
-      // Managed tools run in the managed bridge, which this build lacks:
-      // such a tool can't be created, as a native class that isn't there.
-      if (record.kind == DataFactoryKind::kNative) made.factory = CreateNative(record.clsid, site);
+      if (record.kind == DataFactoryKind::kNative) {
+        made.factory = CreateNative(record.clsid, site);
+      } else {
+        CreateManaged(&made, site);
+      }
       if (made.factory) entry = std::move(made);
     }
     EnsureStorageName(record);
@@ -146,10 +167,23 @@ KivResult CDataFactoryList::Apply(const DataFactoryRecords& wanted, Site& site) 
 
 void CDataFactoryList::Release(ActiveDataFactory& entry, Site& site) {
   SetOpenStorage(entry.record, nullptr);  // a new instance of it loads again
+  if (entry.record.kind == DataFactoryKind::kManaged && entry.factory) {
+    if (ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge()) bridge->Detach(entry.factory.Get());
+  }
   if (entry.factory) site.DisconnectFactory(entry.factory.Get());
   if (entry.node) site.RemoveChildNode(entry.node.Get());
   entry.node = nullptr;
   entry.factory = nullptr;
+}
+
+void CDataFactoryList::Drop(const DataFactoryRecord& record, Site& site) {
+  auto it = std::find_if(active_.begin(), active_.end(), [&](const auto& e) { return e.record.SameFactory(record); });
+  if (it == active_.end()) return;
+  ActiveDataFactory gone = std::move(*it);
+  active_.erase(it);
+  if (DataFactoryListStorage* storage = site.Storage()) (void)storage->Store(*this);
+  Release(gone, site);
+  site.ActiveFactoriesChanged(active_);
 }
 
 void CDataFactoryList::ReleaseAll(Site& site) {

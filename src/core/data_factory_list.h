@@ -21,6 +21,7 @@ namespace velmar {
 
 struct IKivVelmar;
 class CDataFactoryList;
+class ManagedToolStateListener;
 
 // Writes the "Data Factory List" stream and hands each factory its storage
 // in the settings file. Null while the root has no settings file: the list
@@ -50,6 +51,12 @@ class CDataFactoryList {
     // The active list changed: the tasks take it.
     virtual void ActiveFactoriesChanged(const ActiveDataFactories& active) = 0;
     virtual DataFactoryListStorage* Storage() = 0;
+    // A managed tool's saved state in the settings file; false for none.
+    virtual bool ReadManagedState(const std::u16string& storageName, std::vector<uint8_t>* bytes) = 0;
+    // Hears of managed tools whose state changed.
+    virtual ManagedToolStateListener* ToolListener() = 0;
+    // A managed tool's saved state didn't load: it started fresh.
+    virtual void ManagedStateRejected() = 0;
 
    protected:
     ~Site() = default;
@@ -76,6 +83,10 @@ class CDataFactoryList {
   // the first storage failure.
   [[nodiscard]] KivResult Apply(const DataFactoryRecords& wanted, Site& site);
 
+  // Takes one factory out of the active list, stores the list and lets the
+  // factory go (the review after load).
+  void Drop(const DataFactoryRecord& record, Site& site);
+
   // Lets go of every active factory (the root is closing).
   void ReleaseAll(Site& site);
 
@@ -97,6 +108,7 @@ class CDataFactoryList {
   StorageSlot* SlotOf(const DataFactoryRecord& record);
   void EnsureStorageName(const DataFactoryRecord& record);
   static ComPtr<IKivUnknown> CreateNative(const Guid& clsid, Site& site);
+  void CreateManaged(ActiveDataFactory* entry, Site& site);
   void Release(ActiveDataFactory& entry, Site& site);
 
   ActiveDataFactories active_;

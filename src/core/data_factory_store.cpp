@@ -3,9 +3,14 @@
 #include <algorithm>
 #include <set>
 
+#include "core/managed_factory_bridge.h"
+#include "core/stream_values.h"
 #include "velmar/persist.h"
 
 namespace velmar {
+
+// Longest saved state of a managed tool that is read back.
+inline constexpr uint64_t kMaxToolStateBytes = 64u << 20;
 
 void CDataFactoryStore::Attach(ComPtr<IKivStorage> storage, ComPtr<IKivStream> list) {
   storage_ = std::move(storage);
@@ -86,9 +91,40 @@ KivResult CDataFactoryStore::Reopen(CDataFactoryList& list) const {
   return S_OK;
 }
 
+bool CDataFactoryStore::ReadToolState(const std::u16string& name, std::vector<uint8_t>* bytes) const {
+  ComPtr<IKivStream> stream;
+  StatStg stat;
+  if (!storage_ || Failed(storage_->OpenStream(name, kElementStream, stream.Put())) || Failed(stream->Stat(&stat)) ||
+      stat.size == 0 || stat.size > kMaxToolStateBytes)
+    return false;
+  bytes->resize(static_cast<size_t>(stat.size));
+  return Succeeded(ReadStreamBytes(stream.Get(), bytes->data(), static_cast<uint32_t>(bytes->size())));
+}
+
+// A tool that saves nothing leaves its stream empty, so that the review
+// after load finds it consistent.
+KivResult CDataFactoryStore::WriteToolState(const CDataFactoryList& list, const ActiveDataFactory& entry,
+                                            IKivStorage* target) const {
+  ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge();
+  const auto name = list.StorageNameOf(entry.record);
+  IKivStorage* into = target ? target : storage_.Get();
+  if (!bridge || !name || !into || !entry.factory) return S_OK;
+  std::vector<uint8_t> bytes;
+  if (!bridge->Save(entry.factory.Get(), &bytes)) bytes.clear();
+  if (bytes.size() > kMaxToolStateBytes) return E_FAIL;
+  ComPtr<IKivStream> stream;
+  if (KivResult r = into->CreateStream(*name, kNewElement, stream.Put()); Failed(r)) return r;
+  if (KivResult r = WriteStreamBytes(stream.Get(), bytes.data(), static_cast<uint32_t>(bytes.size())); Failed(r))
+    return r;
+  return stream->Commit(STGC_DEFAULT);
+}
+
 KivResult CDataFactoryStore::SaveFactories(const CDataFactoryList& list, IKivStorage* target) const {
   for (const auto& entry : list.Active()) {
-    if (entry.record.kind != DataFactoryKind::kNative) continue;
+    if (entry.record.kind == DataFactoryKind::kManaged) {
+      if (Failed(WriteToolState(list, entry, target))) return E_FAIL;
+      continue;
+    }
     const auto name = list.StorageNameOf(entry.record);
     if (!name) continue;
     auto persist = QueryAs<IKivPersistStorage>(entry.factory.Get());

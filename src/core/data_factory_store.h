@@ -34,6 +34,12 @@ class CDataFactoryStore final : public DataFactoryListStorage {
   // into `target` (a new "Data Factories") when given, copying the old
   // sub-storage of one that doesn't persist.
   [[nodiscard]] KivResult SaveFactories(const CDataFactoryList& list, IKivStorage* target) const;
+  // A managed tool's state stream: its bytes (false when it has none), and
+  // the stream rewritten with the tool's state as it stands.
+  bool ReadToolState(const std::u16string& name, std::vector<uint8_t>* bytes) const;
+  [[nodiscard]] KivResult WriteToolState(const CDataFactoryList& list, const ActiveDataFactory& entry,
+                                         IKivStorage* target) const;
+
   // Deletes each element that is neither the version, the list, nor a
   // storage name the list knows.
   void RemoveUnknownElements(const CDataFactoryList& list) const;

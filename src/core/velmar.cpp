@@ -86,8 +86,9 @@ KivResult CVelmar::Construct() {
   (void)tasks_->SetRoot(AsVelmar());
   // 10.
   JoinProcessState();
-  // 11. The managed bridge, told whether this is the first root, joins with
-  // the managed data providers.
+  // 11. Plug-in entries are made through the process's managed bridge when
+  // the list is applied; a host review delegate, which the first root would
+  // keep, isn't offered.
   return S_OK;
 }
 

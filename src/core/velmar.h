@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "core/data_factory_list.h"
+#include "core/managed_factory_bridge.h"
 #include "core/data_factory_store.h"
 #include "core/database_replacement.h"
 #include "core/display_settings.h"
@@ -50,7 +51,8 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
                       public CQuantityToColorMappingParentCallback,
                       public CFavoritesParentCallback,
                       public CColourTableParentCallback,
-                      private CDataFactoryList::Site {
+                      private CDataFactoryList::Site,
+                      private ManagedToolStateListener {
  public:
   // The screen the control face assumes, and its start extent: 32 pixels in
   // hundredths of a millimetre.
@@ -145,6 +147,11 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
   bool HasUnsavedChanges() const { return dirty_; }
   // The settings file was saved.
   void ClearDirty() { dirty_ = false; }
+  // A factory joins the end of the active list / leaves it, in every root:
+  // S_FALSE when it already was / wasn't there, E_INVALIDARG for a
+  // mandatory or excluded one.
+  [[nodiscard]] KivResult AddDataFactoryRecord(const DataFactoryRecord& record);
+  [[nodiscard]] KivResult RemoveDataFactoryRecord(const DataFactoryRecord& record);
   bool IsClosed() const { return closed_; }
   int32_t ExtentWidth() const { return extentWidth_; }
   int32_t ExtentHeight() const { return extentHeight_; }
@@ -266,6 +273,13 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
   void RemoveChildNode(IKivUnknown* node) override;
   void ActiveFactoriesChanged(const ActiveDataFactories& active) override;
   DataFactoryListStorage* Storage() override { return dataFactoryStorage_; }
+  bool ReadManagedState(const std::u16string& storageName, std::vector<uint8_t>* bytes) override;
+  ManagedToolStateListener* ToolListener() override { return this; }
+  void ManagedStateRejected() override;
+  // ManagedToolStateListener
+  void OnManagedToolChanged(const std::u16string& typeName) override;
+  // The stored managed entries checked against what loaded.
+  void ReviewManagedEntries(const DataFactoryListContent& content);
 
   // Owned objects.
   ComPtr<IKivChannelPropertyFactory> channelPropertyFactory_;
@@ -304,6 +318,8 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
   bool dirty_ = true;
   bool initialising_ = false;
   bool loading_ = false;
+  // Something read while loading must be written back: dirty once loaded.
+  bool staleAfterLoad_ = false;
   bool closed_ = false;
   bool joined_ = false;
   bool counted_ = false;

@@ -192,9 +192,14 @@ KivResult CVelmar::GetIDsOfNames(const std::u16string&, int32_t*) { return E_NOT
 KivResult CVelmar::Invoke(int32_t, uint16_t) { return E_NOTIMPL; }
 
 void CVelmar::ControlPropertyChanged() {
-  // Managed tools take the control's font and colours from the managed
-  // bridge; no managed entry can be active without it. Repainting is the
-  // platform's drawing face.
+  // Plug-in tools take the control's colours; the font object is the
+  // platform's drawing face, as is repainting.
+  if (ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge()) {
+    for (const ActiveDataFactory& entry : dataFactories_.Active()) {
+      if (entry.record.kind == DataFactoryKind::kManaged && entry.factory)
+        bridge->SetColours(entry.factory.Get(), backColor_, foreColor_, gridColor_);
+    }
+  }
   MarkDirty();
 }
 
@@ -247,7 +252,11 @@ KivResult CVelmar::ApplyToAllRoots(DataFactoryRecords wanted) {
 KivResult CVelmar::AddDataFactory(const Guid& clsid) {
   if (closed_) return E_UNEXPECTED;
   if (ClassRegistry::Process().IsClassOfCategory(clsid, CATID_KivDataFactory) != S_OK) return E_INVALIDARG;
-  const auto record = DataFactoryRecord::Native(clsid);
+  return AddDataFactoryRecord(DataFactoryRecord::Native(clsid));
+}
+
+KivResult CVelmar::AddDataFactoryRecord(const DataFactoryRecord& record) {
+  if (closed_) return E_UNEXPECTED;
   if (IsMandatoryDataFactory(record) || !CurrentDataFactoryBranding().IsAllowed(record)) return E_INVALIDARG;
   DataFactoryRecords wanted = dataFactories_.ActiveRecords();
   if (dataFactories_.IsActive(record)) return S_FALSE;
@@ -257,7 +266,11 @@ KivResult CVelmar::AddDataFactory(const Guid& clsid) {
 
 KivResult CVelmar::RemoveDataFactory(const Guid& clsid) {
   if (closed_) return E_UNEXPECTED;
-  const auto record = DataFactoryRecord::Native(clsid);
+  return RemoveDataFactoryRecord(DataFactoryRecord::Native(clsid));
+}
+
+KivResult CVelmar::RemoveDataFactoryRecord(const DataFactoryRecord& record) {
+  if (closed_) return E_UNEXPECTED;
   if (IsMandatoryDataFactory(record)) return E_INVALIDARG;
   if (!dataFactories_.IsActive(record)) return S_FALSE;
   DataFactoryRecords wanted = dataFactories_.ActiveRecords();
@@ -278,7 +291,7 @@ KivResult CVelmar::RemoveDataFactoryByProgId(const std::u16string& progId) {
 }
 
 KivResult CVelmar::ApplyDataFactoryList(const DataFactoryRecords& wanted) {
-  // The managed bridge hears of the tools that left when it joins.
+  // Plug-in tools that leave are detached from the root by the list.
   return dataFactories_.Apply(wanted, *this);
 }
 

@@ -191,7 +191,7 @@ KivResult CVelmar::LoadStorage(IKivStorage* storage) {
       },
       [&] { return LoadDatabases(fileVersion); }, [&] { return LoadSharedElements(); },
       [&] { return LoadCircuitMap(fileVersion); }, [&] { return LoadDataFactories(); });
-  if (Succeeded(r)) dirty_ = false;
+  if (Succeeded(r)) dirty_ = std::exchange(staleAfterLoad_, false);
   return r;
 }
 
@@ -344,7 +344,9 @@ KivResult CVelmar::LoadDataFactories() {
   factoryStore_.Attach(std::move(factories), std::move(list));
   dataFactoryStorage_ = &factoryStore_;
   factoryStore_.RemoveUnknownElements(dataFactories_);
-  return ApplyToAllRoots(std::move(wanted));
+  const KivResult applied = ApplyToAllRoots(std::move(wanted));
+  ReviewManagedEntries(content);
+  return applied;
 }
 
 // Save.

@@ -1,5 +1,7 @@
 #include "managed/dotnet_data_factory.h"
 
+#include <algorithm>
+
 #include "managed/dotnet_channel.h"
 
 namespace velmar::managed {
@@ -38,14 +40,43 @@ bool CDotNetChannelFactory::SetDataSelection(int32_t task, int32_t selection) {
   return true;
 }
 
+bool CDotNetChannelFactory::SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs) {
+  try {
+    factory_->SetSelectionInputs(selection, inputs);
+  } catch (const PluginError&) {
+    return false;
+  }
+  return true;
+}
+
+NameList CDotNetChannelFactory::Keys() {
+  try {
+    return factory_->Keys();
+  } catch (const PluginError&) {
+    return {};
+  }
+}
+
 KivResult CDotNetChannelFactory::GetNames(NameList* names) {
   if (!names) return E_POINTER;
-  names->clear();
-  try {
-    *names = factory_->Keys();
-  } catch (const PluginError&) {
-    names->clear();
-  }
+  *names = listed_ = Keys();
+  return S_OK;
+}
+
+KivResult CDotNetChannelFactory::OnInputsChanged() {
+  NameList now = Keys();
+  const auto missingFrom = [](const NameList& from, const NameList& names) {
+    NameList out;
+    for (const auto& name : names) {
+      if (std::find(from.begin(), from.end(), name) == from.end()) out.push_back(name);
+    }
+    return out;
+  };
+  const NameList removed = missingFrom(now, listed_);
+  const NameList added = missingFrom(listed_, now);
+  listed_ = std::move(now);
+  if (!removed.empty()) OnNamesRemoved(removed);
+  if (!added.empty()) OnNamesAdded(added);
   return S_OK;
 }
 

@@ -13,11 +13,12 @@
 #include "managed/tool_type_library.h"
 #include "velmar/data_factory.h"
 #include "velmar/outing_notifications.h"
+#include "velmar/selection_data_factory.h"
 
 namespace velmar::managed {
 
 class CDotNetChannelFactory final
-    : public KivObject<IKivChannelFactory,
+    : public KivObject<IKivChannelFactory, IKivSelectionInputsSink,
                        IKivNotificationsImpl<CDotNetChannelFactory, IKivDataFactoryNotifications>>,
       private PluginDataFactoryListener {
  public:
@@ -30,6 +31,9 @@ class CDotNetChannelFactory final
   // Points the plug-in at a selection; false (and nothing changes) for an
   // index out of range.
   bool SetDataSelection(int32_t task, int32_t selection);
+  // Points the plug-in at one selection, read through its inputs; false
+  // when the plug-in raised.
+  bool SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs);
 
   // IKivDataFactory
   KivResult GetNames(NameList* names) override;
@@ -40,11 +44,19 @@ class CDotNetChannelFactory final
   KivResult GetIcon(int32_t index, int32_t size, IKivUnknown** picture) override;
   KivResult GetItem(const std::u16string& name, IKivChannel** channel) override;
 
+  // IKivSelectionInputsSink: the plug-in's keys may follow the selection's
+  // data, so they are read again and what changed since the last listing is
+  // told.
+  KivResult OnInputsChanged() override;
+
  private:
   void OnNamesAdded(const std::vector<std::u16string>& names) override;
   void OnNamesRemoved(const std::vector<std::u16string>& names) override;
 
+  NameList Keys();
+
   std::unique_ptr<PluginDataFactory> factory_;
+  NameList listed_;  // the names last given out
   ComPtr<IKivUnknown> parent_;
   ComPtr<IKivUnknown> root_;
 };

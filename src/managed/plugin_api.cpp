@@ -1,6 +1,8 @@
 // The host's entry points to plug-ins (velmar/plugin_tools.h).
+#include "core/velmar.h"
 #include "managed/dotnet_data_factory.h"
 #include "managed/dotnet_tool.h"
+#include "managed/root_addins.h"
 #include "managed/tool_locator.h"
 #include "velmar/plugin_tools.h"
 
@@ -13,6 +15,10 @@ using managed::PluginBackend;
 using managed::PluginError;
 
 namespace {
+
+// A host that links the plug-in entry points gets plug-in entries in its
+// roots' add-in lists from the start, before any plug-in is asked for.
+[[maybe_unused]] const bool kBridgeInstalled = (managed::RootAddInBridge::Install(), true);
 
 uint32_t KindOf(PluginBackend& backend, const std::u16string& typeName) {
   try {
@@ -62,6 +68,30 @@ KivResult KivCreatePluginChannelFactory(const std::u16string& type_name, IKivUnk
   if (!made) return E_FAIL;
   *factory = static_cast<IKivChannelFactory*>(made.Detach());
   return S_OK;
+}
+
+namespace {
+
+CVelmar* RootOf(IKivUnknown* root) {
+  auto velmar = QueryAs<IKivVelmar>(root);
+  return dynamic_cast<CVelmar*>(velmar.Get());
+}
+
+}  // namespace
+
+KivResult KivAddPluginToRoot(IKivUnknown* root, const std::u16string& type_name) {
+  CVelmar* velmar = RootOf(root);
+  if (!velmar || !ManagedRuntime::Process().library().Has(type_name)) return E_INVALIDARG;
+  const auto record = DataFactoryRecord::Managed(type_name);
+  const KivResult r = velmar->AddDataFactoryRecord(record);
+  if (r != S_OK) return r;
+  return velmar->DataFactories().IsActive(record) ? S_OK : E_FAIL;
+}
+
+KivResult KivRemovePluginFromRoot(IKivUnknown* root, const std::u16string& type_name) {
+  CVelmar* velmar = RootOf(root);
+  if (!velmar) return E_INVALIDARG;
+  return velmar->RemoveDataFactoryRecord(DataFactoryRecord::Managed(type_name));
 }
 
 KivResult KivSetPluginDataSelection(IKivChannelFactory* factory, int32_t task, int32_t selection) {

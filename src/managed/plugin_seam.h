@@ -22,6 +22,10 @@
 #include "velmar/types.h"
 #include "velmar/unknown.h"
 
+namespace velmar {
+struct IKivChannelFactory;
+}
+
 namespace velmar::managed {
 
 // A plug-in raised, or its module could not be read.
@@ -185,6 +189,9 @@ class PluginDataFactory {
   virtual int32_t TaskCount() = 0;
   virtual int32_t SelectionCount(int32_t task) = 0;
   virtual void SetDataSelection(int32_t task, int32_t selection) = 0;
+  // Points the factory at one selection whose data it reads through
+  // `inputs` only (the selection's channels ahead of this factory).
+  virtual void SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs) = 0;
   virtual std::unique_ptr<PluginChannel> Channel(const std::u16string& name) = 0;
   virtual std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) = 0;
   virtual void Dispose() = 0;

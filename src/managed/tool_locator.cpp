@@ -1,5 +1,7 @@
 #include "managed/tool_locator.h"
 
+#include "managed/root_addins.h"
+
 namespace velmar::managed {
 namespace {
 
@@ -32,6 +34,7 @@ ManagedRuntime& ManagedRuntime::Process() {
 void ManagedRuntime::SetBackend(std::unique_ptr<PluginBackend> backend) {
   if (!backend) backend = MakePythonBackend();
   Slot().reset(new ManagedRuntime(std::move(backend)));
+  RootAddInBridge::Install();  // from now on the roots make plug-in entries
   CDotNetToolLocator::MarkDirty();
 }
 

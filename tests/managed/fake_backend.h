@@ -58,6 +58,8 @@ class FakeBackend final : public PluginBackend {
   // The last tool made, and the selection the last factory was pointed at.
   std::shared_ptr<FakeToolState> lastTool = std::make_shared<FakeToolState>();
   std::pair<int32_t, int32_t> selection{0, 0};
+  // The selections factories were pointed at through their inputs.
+  std::vector<IKivUnknown*> selectionsWithInputs;
   PluginDataFactoryListener* factoryListener = nullptr;
 
   PluginModuleInfo LoadModule(const std::string& path) override;

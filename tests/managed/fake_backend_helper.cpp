@@ -95,6 +95,9 @@ class FakeFactory final : public PluginDataFactory {
   int32_t TaskCount() override { return type_.tasks; }
   int32_t SelectionCount(int32_t) override { return type_.selections; }
   void SetDataSelection(int32_t task, int32_t selection) override { backend_.selection = {task, selection}; }
+  void SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory*) override {
+    backend_.selectionsWithInputs.push_back(selection);
+  }
   std::unique_ptr<PluginChannel> Channel(const std::u16string& name) override {
     return MakeFakeChannel(type_.channels.at(name));
   }

@@ -30,7 +30,7 @@ LoadedOuting::LoadedOuting(HostSession& session, std::string file) : session_(se
   if (selection_->GetOuting(outing_.Put()) != S_OK) Fail(file_, "the outing could not be selected");
   watch_ = std::make_unique<OutingWatch>(outing_.Get(), file_);
   WaitForLoad();
-  AttachPluginChannels(session.root(), selection_.Get());
+  JoinPluginChannels(session.root());
 }
 
 LoadedOuting::~LoadedOuting() {

@@ -29,7 +29,8 @@ std::string Utf8(const std::u16string& text) { return WideToUtf8(text); }
 // One data selection as Python sees it.
 class SelectionView {
  public:
-  explicit SelectionView(ComPtr<IKivDataSelection4> selection) : selection_(std::move(selection)) {}
+  explicit SelectionView(ComPtr<IKivDataSelection4> selection, ComPtr<IKivChannelFactory> inputs = nullptr)
+      : selection_(std::move(selection)), inputs_(std::move(inputs)) {}
 
   std::string Caption() const {
     std::u16string caption;
@@ -37,10 +38,11 @@ class SelectionView {
     return Utf8(caption);
   }
 
-  // The recorded channels: those of the selection's outing. (The selection
-  // itself lists the plug-ins' channels too, which would ask the plug-in
-  // back.)
+  // The channels a plug-in reads: its inputs when the selection gave some,
+  // else those of the selection's outing. (The selection itself lists the
+  // plug-ins' channels too, which would ask the plug-in back.)
   ComPtr<IKivChannelFactory> Recorded() const {
+    if (inputs_) return inputs_;
     ComPtr<IKivOuting> outing;
     if (Failed(selection_->GetOuting(outing.Put())) || !outing) return nullptr;
     return QueryAs<IKivChannelFactory>(outing.Get());
@@ -113,6 +115,7 @@ class SelectionView {
 
  private:
   ComPtr<IKivDataSelection4> selection_;
+  ComPtr<IKivChannelFactory> inputs_;
 };
 
 class TaskView {
@@ -209,6 +212,12 @@ void RegisterHostModule() {
   py::module_ m = py::module_::create_extension_module("_velmar_host", nullptr, &definition);
   Bind(m);
   modules["_velmar_host"] = m;
+}
+
+py::object MakeSelectionView(IKivUnknown* selection, IKivChannelFactory* inputs) {
+  auto view = QueryAs<IKivDataSelection4>(selection);
+  if (!view) return py::none();
+  return py::cast(SelectionView(view, ComPtr<IKivChannelFactory>(inputs)));
 }
 
 py::object MakeRootView(IKivUnknown* root) {

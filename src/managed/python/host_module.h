@@ -13,6 +13,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include "velmar/data_factory.h"
 #include "velmar/unknown.h"
 
 namespace velmar::managed::python {
@@ -22,6 +23,8 @@ namespace py = pybind11;
 void RegisterHostModule();
 
 // The managed view of `root` (an IKivVelmar), or None.
+// A data selection as Python sees it, reading through `inputs`.
+py::object MakeSelectionView(IKivUnknown* selection, IKivChannelFactory* inputs);
 py::object MakeRootView(IKivUnknown* root);
 
 // A callable that forwards its arguments to a native target until the

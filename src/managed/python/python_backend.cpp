@@ -262,6 +262,9 @@ class PythonDataFactory final : public PluginDataFactory {
           root_.attr("Tasks")[py::int_(task - 1)].attr("DataSelections")[py::int_(selection - 1)];
     });
   }
+  void SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs) override {
+    WithPython([&] { factory_.attr("DataSelection") = MakeSelectionView(selection, inputs); });
+  }
   std::unique_ptr<PluginChannel> Channel(const std::u16string& name) override {
     return WithPython([&]() -> std::unique_ptr<PluginChannel> {
       py::object item = factory_[py::str(WideToUtf8(name))];

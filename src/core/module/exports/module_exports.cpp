@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "core/module/module_frame.h"
+#include "managed/root_addins.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -20,14 +21,15 @@ std::filesystem::path ModuleFile() {
   return ec ? std::filesystem::path() : file;
 }
 
-// Load: the processor test and KIVARA_TOOLS, and the companion library
-// beside the module. Unload: the frame, made after this, ends first and
+// Load: the processor test and KIVARA_TOOLS, the plug-in bridge, and the
+// companion library beside the module. Unload: the frame, made after this, ends first and
 // releases the class factories; then the companion goes. No thread is
 // started or waited for here.
 class ModuleLifetime {
  public:
   ModuleLifetime() : folder_(ModuleFile().parent_path()) {
     RunModuleLoadSteps(folder_);
+    managed::RootAddInBridge::Install();  // plug-in entries in the roots' add-in lists
     companion_ = std::make_unique<CompanionLibrary>(folder_);
   }
 

@@ -101,5 +101,5 @@ if [ -f "$store" ]; then
 fi
 echo "== velmar export $sample to .xlsx and .xls: the three sheets, channels on a 100 ms grid with the events"
 rm -f "$out/export.xlsx" "$out/export.xls"
-"$cli" export "$sample" "$out/export.xlsx" --channels Speed,Gear --events --to 95 --period 100
+"$cli" export "$sample" "$out/export.xlsx" --channels Speed,Gear --events --info --to 95 --period 100
 "$cli" export "$sample" "$out/export.xls" --channels Speed,Gear --events --to 95 --period 100

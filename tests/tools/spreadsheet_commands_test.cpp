@@ -1,5 +1,6 @@
 // `velmar export` into workbooks: a sample's channels and events land on
-// their sheets in both forms; a native-rate export is refused.
+// their sheets in both forms, with the outing information when asked; a
+// native-rate export is refused.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ TEST(SpreadsheetCommandsTest, ExportFillsTheThreeSheetsAndNeedsAGrid) {
   ASSERT_EQ(runner.Run({"sample", in, "--laps", "1"}).exitCode, 0);
   for (const char* form : {"out.xlsx", "out.xls"}) {
     const std::string out = runner.Path(form);
-    const CliResult run = runner.Run({"export", in, out, "--period", "100", "--channels", "Speed", "--events"});
+    const CliResult run = runner.Run({"export", in, out, "--period", "100", "--channels", "Speed", "--events", "--info"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     Workbook book;
     ASSERT_EQ(ReadWorkbook(out, &book), S_OK);
@@ -28,6 +29,9 @@ TEST(SpreadsheetCommandsTest, ExportFillsTheThreeSheetsAndNeedsAGrid) {
     EXPECT_EQ(channels.At({0, 1}).text, u"Speed");
     EXPECT_EQ(channels.At({2, 0}).number, 0.1);
     EXPECT_EQ(book.sheets()[2].At({1, 1}).text, u"End of lap");
+    bool driver = false;
+    for (const auto& [ref, cell] : book.sheets()[0].cells) driver = driver || cell.text == u"Driver name";
+    EXPECT_TRUE(driver) << "no information written to " << form;
   }
   const CliResult native = runner.Run({"export", in, runner.Path("native.xlsx")});
   EXPECT_NE(native.exitCode, 0);

@@ -26,6 +26,7 @@ struct ExportCommandOptions {
   std::string out;
   std::vector<std::string> channels;
   bool events = false;
+  bool information = false;
   std::optional<double> from;
   std::optional<double> to;
   std::optional<double> rate;
@@ -45,6 +46,7 @@ void Run(const ExportCommandOptions& options, const CommandContext& context) {
   request.out = options.out;
   for (const std::string& name : options.channels) request.channels.push_back(Utf8ToWide(name));
   request.events = options.events;
+  request.information = options.information;
   request.start = options.from ? TicksOfSeconds(*options.from) : kTimeMin;
   request.end = options.to ? TicksOfSeconds(*options.to) : kTimeMax;
   request.period = PeriodOf(options);
@@ -61,6 +63,8 @@ void AddExportCommand(CLI::App& app, const CommandContext& context) {
   command->add_option("OUT", options->out, "New data set to write (.txt, .trn, .mat; .xlsx or .xls with --period or --rate)")->required();
   command->add_option("--channels", options->channels, "Channels to write (all when none named)")->delimiter(',');
   command->add_flag("--events", options->events, "Write the event sets too");
+  command->add_flag("--info", options->information,
+                    "Write the input's outing information too (driver, track, car, session, comments)");
   command->add_option("--from", options->from, "Start of the range, in seconds");
   command->add_option("--to", options->to, "End of the range, in seconds");
   auto* rate = command->add_option("--rate", options->rate, "Resample onto a grid of this many samples a second")

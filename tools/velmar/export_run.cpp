@@ -1,5 +1,6 @@
 #include "export_run.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 
@@ -98,6 +99,34 @@ NameList ChosenChannels(const LoadedOuting& in, const NameList& asked) {
   return names;
 }
 
+// The input's information a user sets; what a data set works out for itself
+// (dates, fast lap, identity) stays the destination's own. The first lap
+// number is left out: without the lap markers it would number nothing.
+PropertyList UserInformation(const LoadedOuting& in) {
+  static constexpr std::u16string_view kUserSet[] = {u"Driver name",   u"Track name",   u"Session number",
+                                                     u"Outing number", u"Short comment", u"Long comment",
+                                                     u"Car name",      u"Engine test",  u"System details"};
+  PropertyList chosen;
+  for (const Property& property : in.Information()) {
+    if (std::find(std::begin(kUserSet), std::end(kUserSet), property.name) != std::end(kUserSet)) {
+      chosen.push_back(property);
+    }
+  }
+  return chosen;
+}
+
+// Queues the information step; 1 when one was queued.
+int QueueInformation(const ExportRequest& request, const PropertyList& information, IKivOuting* outing) {
+  if (information.empty()) return 0;
+  ComPtr<IKivPropertySet> properties;
+  if (outing->GetOutingInformation(properties.Put()) != S_OK || !properties) {
+    Fail(request.out, "this data set cannot take outing information");
+  }
+  const KivResult r = properties->SetProperties(information);
+  if (Failed(r)) Fail(request.out, "the outing information was refused", r);
+  return 1;
+}
+
 // Queues the writes; the number of steps queued.
 int QueueWrites(const ExportRequest& request, const NameList& channels, const NameList& eventSets,
                 IKivOuting* outing) {
@@ -148,6 +177,7 @@ ExportCounts RunExport(const ExportRequest& request, const CommandContext& conte
   int queued = 0;
   try {
     queued = QueueWrites(request, channels, eventSets, out.outing());
+    if (request.information) queued += QueueInformation(request, UserInformation(in), out.outing());
   } catch (const HostError&) {
     (void)transaction->Rollback();
     out.Remove();

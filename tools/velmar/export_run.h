@@ -18,6 +18,7 @@ struct ExportRequest {
   std::string out;
   NameList channels;  // as the user named them; all when empty
   bool events = false;
+  bool information = false;  // the input's user-set outing information too
   KivTime start = kTimeMin;
   KivTime end = kTimeMax;
   KivTime period = 0;  // 0: the native rate

@@ -20,6 +20,12 @@ KivResult CExcelOutingCache::AddInformationStep(PropertyList properties) {
   return transaction_->AddWriteBackStep(MakeKiv<CExcelOutingInfoStep>(write_back(), std::move(properties)));
 }
 
+ComPtr<IKivPropertySet> CExcelOutingCache::MakeInformation(CExcelOutingJobItem&) {
+  return MakeKiv<CExcelOutingInformation>(static_cast<COutingInformationCache*>(this));
+}
+
+void CExcelOutingCache::ReleaseInformation(IKivPropertySet& old) { static_cast<CExcelOutingInformation&>(old).Orphan(); }
+
 ComPtr<CJobItem> CExcelOutingCache::MakeWriteAccessJob(CStateMachineEx* owner) {
   return MakeKiv<CExcelOutingTxnJobItem>(owner, ExcelFilePath(path()), ops_);
 }

@@ -13,7 +13,7 @@
 #include "outing/cache/empty_facets.h"
 #include "outing/cache/file_outing.h"
 #include "outing/cache/file_outing_cache.h"
-#include "jobs/job_thread.h"
+#include "outing/information/outing_information_base.h"
 #include "outing/cache/outing_state_changes.h"
 #include "sources/spreadsheet/excel_outing_job_item.h"
 #include "writeback/channel_writer_facet.h"
@@ -25,8 +25,16 @@
 
 namespace velmar {
 
+// The information object of a workbook: empty, since nothing is read back;
+// what a client sets goes to the "Outing Information" sheet.
+class CExcelOutingInformation final : public COutingInformationBase {
+ public:
+  explicit CExcelOutingInformation(COutingInformationCache* cache) : COutingInformationBase({}, {}, cache) {}
+};
+
 class CExcelOutingCache final : public CFileOutingCache<CExcelOutingCache, COutingStateChanges, ExcelSource>,
-                                public CTransactions<CExcelOutingCache> {
+                                public CTransactions<CExcelOutingCache>,
+                                private COutingInformationCache {
  public:
   // ops: the file system the transaction's saves go through; null for the real one.
   CExcelOutingCache(std::u16string path, const Guid& outingId, FileOps* ops = nullptr);
@@ -39,7 +47,7 @@ class CExcelOutingCache final : public CFileOutingCache<CExcelOutingCache, COuti
   CWriteBackStateChanges* write_back() { return &writeBack_; }
   void CloseData() { writeBack_.CloseData(); }
   // Queues the properties for the "Outing Information" sheet in the transaction.
-  [[nodiscard]] KivResult AddInformationStep(PropertyList properties);
+  [[nodiscard]] KivResult AddInformationStep(PropertyList properties) override;
 
   ComPtr<CJobItem> MakeWriteAccessJob(CStateMachineEx* owner) override;
   ComPtr<CJobItem> MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) override;
@@ -50,8 +58,13 @@ class CExcelOutingCache final : public CFileOutingCache<CExcelOutingCache, COuti
 
  protected:
   std::u16string BuildCaption() override { return u"Excel Outing"; }
+  ComPtr<IKivPropertySet> MakeInformation(CExcelOutingJobItem& job) override;
+  void ReleaseInformation(IKivPropertySet& old) override;
 
  private:
+  // No lap markers are held, so no fast lap is ever worked out.
+  FastLapSettings InformationFastLapSettings() const override { return {}; }
+
   FileOps* const ops_;
   CDiscardAfterCommit<CExcelOutingCache> writeBack_{this};
   ClientRef<CTransactionStateMachine> transaction_;

@@ -91,13 +91,15 @@ if [ -f "$store" ]; then
   "$cli" frame "$store" Onboard --at 12.5 -o "$out/frame.png"
   echo "== velmar play $store --rate 5 --for 1 --channels Speed"
   "$cli" play "$store" --rate 5 --for 1 --channels Speed | head -6
-  echo "== velmar play $store --media Lap2 --lap 2 --against $store --against-lap 3 --by distance"
-  echo "   (lap 2's video kept to the place on the circuit where lap 3 is; its sound to a WAV file at 1x)"
+  # The store's laps are numbered from 5 since the information edit above: its
+  # second and third laps are "Lap 6" and "Lap 7".
+  echo "== velmar play $store --media Lap2 --lap 6 --against $store --against-lap 7 --by distance"
+  echo "   (the second lap's video kept to the place on the circuit where the third lap is; its sound to a WAV file at 1x)"
   "$cli" media "$store" remove Lap2 >/dev/null 2>&1 || true
   "$cli" clip "$out/lap2.mp4" --seconds 93 --width 320 --height 180 --tone 440
   "$cli" media "$store" add Lap2 "$out/lap2.mp4" --start 94.4 --end 187.4 --folder "$out/media"
-  "$cli" play "$store" --media Lap2 --lap 2 --against "$store" --against-lap 3 --by distance --rate 5 --for 1 | head -6
-  "$cli" play "$store" --media Lap2 --lap 2 --rate 2 --for 1 --audio "$out/lap2.wav" | tail -2
+  "$cli" play "$store" --media Lap2 --lap 6 --against "$store" --against-lap 7 --by distance --rate 5 --for 1 | head -6
+  "$cli" play "$store" --media Lap2 --lap 6 --rate 2 --for 1 --audio "$out/lap2.wav" | tail -2
 fi
 echo "== velmar export $sample to .xlsx and .xls: the three sheets, channels on a 100 ms grid with the events"
 rm -f "$out/export.xlsx" "$out/export.xls"

@@ -33,7 +33,9 @@ TEST(RuntimeModule, LoadsAndRefusalsAsTabled) {
     const KivResult r = LoadRuntimeModuleEntry(fill(c["file"]), c["entry"].get<std::string>().c_str(), &entry, &error);
     EXPECT_STREQ(ResultName(r), c["code"].get<std::string>().c_str()) << c["case"];
     EXPECT_EQ(entry != nullptr, Succeeded(r)) << c["case"];
-    if (Failed(r)) EXPECT_EQ(error, fill(c["error"])) << c["case"];
+    if (Failed(r)) {
+      EXPECT_EQ(error, fill(c["error"])) << c["case"];
+    }
   }
 }
 

@@ -10,6 +10,7 @@
 #include "commands.h"
 #include "host_error.h"
 #include "lap_figure.h"
+#include "plot_drawing.h"
 #include "lap_traces.h"
 #include "output.h"
 #include "velmar/channel_key.h"
@@ -123,9 +124,7 @@ void Run(const PlotOptions& options, const CommandContext& context) {
     for (const ChosenLap& c : chosen) (void)RequireDistanceChannel(*c.outing);
   }
   const LapFigure figure = MakeFigure(options, chosen);
-  PlotPage page(options.out, options.width, options.height);
-  DrawLapFigure(figure);
-  page.Commit();
+  LoadPlotDrawing(options.out).DrawLaps(options.out, options.width, options.height, figure);
   std::cout << options.out << "\n";
 }
 

@@ -12,7 +12,7 @@
 #include "host_error.h"
 #include "lap_traces.h"
 #include "output.h"
-#include "plot_page.h"
+#include "plot_drawing.h"
 #include "region_list.h"
 #include "track_figure.h"
 #include "velmar/channel_key.h"
@@ -129,9 +129,7 @@ void Run(const TrackmapOptions& options, const CommandContext& context) {
   } else {
     figure.labels.insert(figure.labels.begin(), {0, "Start"});
   }
-  PlotPage page(options.out, options.width, options.height);
-  DrawTrackFigure(figure);
-  page.Commit();
+  LoadPlotDrawing(options.out).DrawTrack(options.out, options.width, options.height, figure);
   std::cout << options.out << "\n";
 }
 

@@ -1,7 +1,8 @@
 // The lap overlay: stacked panels sharing one x axis (distance or time from
 // the lap's start), each lap in its own colour in every panel, a legend row
 // of the laps and their times above, and with a delta the time delta panel
-// on top. Drawn on an open PlotPage.
+// on top. Drawn on an open PlotPage by the PLplot
+// module (plplot/); the command line reaches it through plot_drawing.h.
 #pragma once
 
 #include <string>

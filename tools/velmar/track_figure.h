@@ -1,7 +1,8 @@
 // The track map: a lap's GPS trace on a plane (metres east and north, the
 // same scale both ways), each stretch coloured by a channel's value with a
 // colour bar beside it, the start marked, and the circuit map's segments
-// named where they begin. Drawn on an open PlotPage.
+// named where they begin. Drawn on an open PlotPage by the PLplot
+// module (plplot/); the command line reaches it through plot_drawing.h.
 #pragma once
 
 #include <string>

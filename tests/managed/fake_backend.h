@@ -74,6 +74,7 @@ class FakeBackend final : public PluginBackend {
   bool SupportsPersistence(const std::u16string& t) override { return types.at(t).persists; }
   bool IsTool(const std::u16string& t) override { return types.at(t).tool; }
   bool IsDataFactory(const std::u16string& t) override { return !types.at(t).tool; }
+  bool IsEventsFactory(const std::u16string& t) override { return !types.at(t).eventSets.empty(); }
   std::unique_ptr<PluginTool> CreateTool(const std::u16string& typeName, const std::vector<uint8_t>* state,
                                          PluginToolListener* listener, IKivUnknown* root) override;
   std::unique_ptr<PluginDataFactory> CreateDataFactory(const std::u16string& typeName,

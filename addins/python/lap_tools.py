@@ -1,14 +1,15 @@
 """Example Velmar plug-in: a tool listing the fastest laps of the active
-task, and a data factory offering longitudinal acceleration worked out from
-the selection's speed.
+task, a data factory offering longitudinal acceleration worked out from
+the selection's speed, and one offering "Braking points" found in its brake
+pressure.
 
 Drop this file into the "Tools" folder (or point KIVARA_TOOLS at this one)."""
 import sys
 
 import numpy as np
 
-from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
-                          QuantifiedName, TICKS_PER_SECOND, serializable, tool)
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, Event, IDataFactory, ITool,
+                          ListEventSet, QuantifiedName, TICKS_PER_SECOND, serializable, tool)
 
 contains_tools = ContainsTools()
 
@@ -80,3 +81,39 @@ class LongitudinalAcceleration(IDataFactory):
             return ArrayChannel(np.zeros(len(times)), times=times)
         accel = np.gradient(speed, times / TICKS_PER_SECOND)
         return ArrayChannel(accel, times=times)
+
+
+@tool(name="Braking points")
+class BrakingPoints(IDataFactory):
+    """"Braking points": one event each time the brake pressure ("Brake F",
+    else any channel named "Brake...") rises through THRESHOLD bar."""
+
+    kind = "events"
+    KEY = "Braking points"
+    THRESHOLD = 10.0
+
+    def _brake_name(self):
+        selection = self.DataSelection
+        if selection is None:
+            return None
+        names = list(selection.ChannelNames())
+        plain = [(n.split("]")[-1], n) for n in names]
+        for short, name in plain:
+            if short == "Brake F":
+                return name
+        return next((name for short, name in plain if short.startswith("Brake")), None)
+
+    @property
+    def Keys(self):
+        return [self.KEY] if self._brake_name() else []
+
+    def __getitem__(self, key):
+        name = self._brake_name()
+        if key != self.KEY or name is None:
+            return None
+        times, pressure = self.DataSelection.ReadChannel(name)
+        above = np.asarray(pressure) > self.THRESHOLD
+        rises = np.flatnonzero(above[1:] & ~above[:-1]) + 1
+        return ListEventSet(Event(int(times[i]), 1, "Braking points", f"Brake on ({pressure[i]:.1f} bar)",
+                                  [f"Point {k}"], [float(pressure[i])])
+                            for k, i in enumerate(rises, 1))

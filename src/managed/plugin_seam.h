@@ -208,6 +208,8 @@ class PluginBackend {
   virtual bool SupportsPersistence(const std::u16string& typeName) = 0;
   virtual bool IsTool(const std::u16string& typeName) = 0;
   virtual bool IsDataFactory(const std::u16string& typeName) = 0;
+  // A data factory offering event sets rather than channels.
+  virtual bool IsEventsFactory(const std::u16string& typeName) = 0;
   // A new tool, from `state` when given. Null when the state doesn't load
   // or the type isn't there.
   // `root` is the library's root the plug-in sees (its managed view), or

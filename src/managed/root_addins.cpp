@@ -10,11 +10,25 @@ KivResult CDotNetDataFactoryMaker::CreateForSelection(IKivUnknown* selection, IK
                                                       IKivEventsFactory*, IKivUnknown** factory) {
   if (!selection || !channels || !factory) return E_POINTER;
   *factory = nullptr;
-  ComPtr<CDotNetChannelFactory> made = CDotNetChannelFactory::Create(library_, typeName_, root_);
+  if (ComPtr<CDotNetChannelFactory> made = CDotNetChannelFactory::Create(library_, typeName_, root_)) {
+    if (!made->SetSelectionInputs(selection, channels)) return E_FAIL;
+    *factory = static_cast<IKivChannelFactory*>(made.Detach());
+    return S_OK;
+  }
+  ComPtr<CDotNetEventsFactory> made = CDotNetEventsFactory::Create(library_, typeName_, root_);
   if (!made || !made->SetSelectionInputs(selection, channels)) return E_FAIL;
-  *factory = static_cast<IKivChannelFactory*>(made.Detach());
+  *factory = static_cast<IKivEventsFactory*>(made.Detach());
   return S_OK;
 }
+
+namespace {
+
+// Whether a data factory of that type can be made now, in either form.
+bool CanMakeDataFactory(DotNetToolTypeLibrary& library, const std::u16string& typeName, IKivVelmar* root) {
+  return CDotNetChannelFactory::Create(library, typeName, root) || CDotNetEventsFactory::Create(library, typeName, root);
+}
+
+}  // namespace
 
 void RootAddInBridge::Install() {
   static RootAddInBridge bridge;
@@ -33,7 +47,7 @@ bool RootAddInBridge::Create(const std::u16string& typeName, IKivVelmar* root, c
   }
   if (tool) return CreateTool(typeName, root, state, listener, entry, made);
   // A data factory that can't be made now won't be for a selection either.
-  if (!CDotNetChannelFactory::Create(library, typeName, root)) return false;
+  if (!CanMakeDataFactory(library, typeName, root)) return false;
   entry->factory = static_cast<IKivUnknown*>(MakeKiv<CDotNetDataFactoryMaker>(library, typeName, root).Get());
   return true;
 }

@@ -36,6 +36,11 @@ struct FakeChannelData {
   bool raise = false;
 };
 
+struct FakeEventSetData {
+  std::vector<PluginEvent> events;
+  bool raise = false;
+};
+
 struct FakeType {
   bool tool = true;
   bool disposable = true;
@@ -45,6 +50,8 @@ struct FakeType {
   std::vector<uint8_t> badState;
   // Data factory: key -> channel.
   std::map<std::u16string, FakeChannelData> channels;
+  // An events factory when set: key -> event set.
+  std::map<std::u16string, FakeEventSetData> eventSets;
   int32_t tasks = 1;
   int32_t selections = 2;
 };
@@ -67,6 +74,7 @@ class FakeBackend final : public PluginBackend {
   bool SupportsPersistence(const std::u16string& t) override { return types.at(t).persists; }
   bool IsTool(const std::u16string& t) override { return types.at(t).tool; }
   bool IsDataFactory(const std::u16string& t) override { return !types.at(t).tool; }
+  bool IsEventsFactory(const std::u16string& t) override { return !types.at(t).eventSets.empty(); }
   std::unique_ptr<PluginTool> CreateTool(const std::u16string& typeName, const std::vector<uint8_t>* state,
                                          PluginToolListener* listener, IKivUnknown* root) override;
   std::unique_ptr<PluginDataFactory> CreateDataFactory(const std::u16string& typeName,

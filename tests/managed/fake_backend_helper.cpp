@@ -82,16 +82,34 @@ class FakeChannel final : public PluginChannel {
   FakeChannelData data_;
 };
 
+class FakeEventSet final : public PluginEventSet {
+ public:
+  explicit FakeEventSet(FakeEventSetData data) : data_(std::move(data)) {}
+  int64_t Count() override {
+    if (data_.raise) throw PluginError("Count raised");
+    return static_cast<int64_t>(data_.events.size());
+  }
+  PluginEvent Event(int64_t index) override { return data_.events.at(static_cast<size_t>(index)); }
+
+ private:
+  FakeEventSetData data_;
+};
+
 class FakeFactory final : public PluginDataFactory {
  public:
   FakeFactory(FakeBackend& backend, const FakeType& type) : backend_(backend), type_(type) {}
-  PluginFactoryKind Kind() const override { return PluginFactoryKind::kChannels; }
+  PluginFactoryKind Kind() const override {
+    return type_.eventSets.empty() ? PluginFactoryKind::kChannels : PluginFactoryKind::kEvents;
+  }
   std::vector<std::u16string> Keys() override {
     std::vector<std::u16string> keys;
     for (const auto& [key, channel] : type_.channels) keys.push_back(key);
+    for (const auto& [key, set] : type_.eventSets) keys.push_back(key);
     return keys;
   }
-  bool Contains(const std::u16string& name) override { return type_.channels.count(name) != 0; }
+  bool Contains(const std::u16string& name) override {
+    return type_.channels.count(name) != 0 || type_.eventSets.count(name) != 0;
+  }
   int32_t TaskCount() override { return type_.tasks; }
   int32_t SelectionCount(int32_t) override { return type_.selections; }
   void SetDataSelection(int32_t task, int32_t selection) override { backend_.selection = {task, selection}; }
@@ -101,7 +119,9 @@ class FakeFactory final : public PluginDataFactory {
   std::unique_ptr<PluginChannel> Channel(const std::u16string& name) override {
     return MakeFakeChannel(type_.channels.at(name));
   }
-  std::unique_ptr<PluginEventSet> EventSet(const std::u16string&) override { return nullptr; }
+  std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) override {
+    return std::make_unique<FakeEventSet>(type_.eventSets.at(name));
+  }
   void Dispose() override {}
 
  private:

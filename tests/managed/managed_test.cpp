@@ -1,7 +1,9 @@
 // The plug-in logic over the in-process fake backend: finding types,
-// tools and their commands, saved states, channels and their blocks.
+// tools and their commands, saved states, channels and their blocks, event
+// sets and their records.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <limits>
 
@@ -14,7 +16,9 @@
 #include "support/fixtures.h"
 #include "support/scoped_env.h"
 #include "support/temp_dir.h"
+#include "velmar/events.h"
 #include "velmar/registry.h"
+#include "velmar/text.h"
 
 namespace velmar::managed {
 namespace {
@@ -336,6 +340,82 @@ TEST_F(FactoryFixture, SelectionIndexesOutOfRangeChangeNothing) {
   EXPECT_EQ(tools.backend.selection, (std::pair<int32_t, int32_t>{1, 2}));
   EXPECT_FALSE(CDotNetChannelFactory::Create(tools.library, u"T.Missing", nullptr));
 }
+
+std::u16string TextOf(const nlohmann::json& value) { return Utf8ToWide(value.get<std::string>()); }
+
+fake::FakeEventSetData EventsOf(const nlohmann::json& events) {
+  fake::FakeEventSetData data;
+  for (const auto& e : events) {
+    PluginEvent event{e.at("time"), e.at("category"), TextOf(e.at("source")), TextOf(e.at("message")), {}, {}};
+    for (const auto& line : e.value("information", std::vector<std::string>{})) event.information.push_back(W(line));
+    event.data = e.value("data", std::vector<double>{});
+    data.events.push_back(std::move(event));
+  }
+  return data;
+}
+
+// An events factory "T.Brakes" with the fixture's set as "Set" and a set
+// whose plug-in raises as "Broken".
+class EventSetCases : public ::testing::TestWithParam<std::filesystem::path> {};
+
+TEST_P(EventSetCases, RecordsCopiedOnePerEventInRisingTime) {
+  const nlohmann::json c = testing::ReadFixture(GetParam());
+  ToolsFolder tools;
+  Touch(tools.dir / "e.py");
+  tools.backend.modules["e.py"] = Module({{u"T.Brakes", u"Brakes", 1}});
+  fake::FakeType type;
+  type.tool = false;
+  type.eventSets[u"Set"] = EventsOf(c.at("events"));
+  type.eventSets[u"Broken"].raise = true;
+  tools.backend.types[u"T.Brakes"] = type;
+  EXPECT_FALSE(CDotNetChannelFactory::Create(tools.library, u"T.Brakes", nullptr));
+  auto factory = CDotNetEventsFactory::Create(tools.library, u"T.Brakes", nullptr);
+  ASSERT_TRUE(factory);
+
+  ComPtr<IKivEventSet> set;
+  ASSERT_EQ(factory->GetItem(u"Set", set.Put()), S_OK);
+  ComPtr<IKivEventsIterator> iterator;
+  ComPtr<IKivEvents> events;
+  ASSERT_EQ(set->GetIterator(iterator.Put()), S_OK);
+  const auto& expect = c.at("expect");
+  EXPECT_EQ(iterator->GetEvents(events.Put()), expect.empty() ? S_FALSE : S_OK);
+  uint32_t count = 0;
+  ASSERT_EQ(events->GetCount(&count), S_OK);
+  ASSERT_EQ(count, expect.size());
+  for (uint32_t k = 0; k < count; ++k) {
+    SCOPED_TRACE(k);
+    ComPtr<IKivEvent> event;
+    ASSERT_EQ(events->GetEvent(static_cast<int32_t>(k + 1), event.Put()), S_OK);
+    KivTime time = 0;
+    uint32_t priority = 0;
+    std::u16string source, message, name;
+    std::vector<uint8_t> payload;
+    ASSERT_EQ(event->GetTime(&time), S_OK);
+    ASSERT_EQ(event->GetCategory(&priority), S_OK);
+    ASSERT_EQ(event->GetSource(&source), S_OK);
+    ASSERT_EQ(event->GetMessage(&message), S_OK);
+    ASSERT_EQ(event->GetName(&name), S_OK);
+    const auto& e = expect[k];
+    EXPECT_EQ(time, e.at("time").get<KivTime>());
+    EXPECT_EQ(priority, e.at("priority").get<uint32_t>());
+    EXPECT_EQ(source, TextOf(e.at("source")));
+    EXPECT_EQ(message, TextOf(e.at("message")));
+    EXPECT_EQ(name, u"Set");
+    EXPECT_EQ(event->GetData(&payload), e.at("data").is_null() ? S_FALSE : S_OK);
+    std::vector<double> values(payload.size() / sizeof(double));
+    std::memcpy(values.data(), payload.data(), payload.size());
+    EXPECT_EQ(values, e.at("data").is_null() ? std::vector<double>{} : e.at("data").get<std::vector<double>>());
+  }
+
+  uint32_t status = 0;
+  ComPtr<IKivEventSet> broken;
+  ASSERT_EQ(factory->GetItem(u"Broken", broken.Put()), S_OK);
+  EXPECT_EQ(broken->GetIterator(iterator.Put()), E_FAIL);
+  ASSERT_EQ(broken->GetStatus(&status), S_OK);
+  EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EventSetCases, testing::FixtureCases("managed/events"), testing::FixtureName);
 
 }  // namespace
 }  // namespace velmar::managed

@@ -1,6 +1,6 @@
 // The CPython backend on real modules: bad ones skipped (a blocking one cut
 // off by the import time limit), tools with commands, raises and pickled
-// state, and a data factory's channel read through the library.
+// state, and a data factory's channel and event set read through the library.
 #include <gtest/gtest.h>
 
 #include "managed/dotnet_tool.h"
@@ -8,6 +8,7 @@
 #include "support/fixtures.h"
 #include "support/scoped_env.h"
 #include "velmar/channel.h"
+#include "velmar/events.h"
 #include "velmar/plugin_tools.h"
 
 namespace velmar::managed {
@@ -41,7 +42,8 @@ TEST_F(PythonBackendTest, BadModulesAreSkippedAndTheFirstOfTwoTypeNamesWins) {
   using T = std::tuple<std::u16string, std::u16string, uint32_t>;
   EXPECT_EQ(found, (std::vector<T>{T{u"Counter", u"a_tools.Counter", kKivPluginTool},
                                    T{u"Ramp", u"a_tools.Ramp", kKivPluginChannelFactory},
-                                   T{u"Keeper", u"a_tools.Keeper", kKivPluginTool}}));
+                                   T{u"Keeper", u"a_tools.Keeper", kKivPluginTool},
+                                   T{u"Marks", u"a_tools.Marks", kKivPluginEventsFactory}}));
 }
 
 TEST_F(PythonBackendTest, CommandsRunAndAFaultGivesEFailWithoutTakingTheHostDown) {
@@ -119,6 +121,31 @@ TEST_F(PythonBackendTest, ChannelsCrossAsArraysAndARaisingOneIsNotAvailable) {
   EXPECT_EQ(KivSetPluginDataSelection(factory.Get(), 1, 1), S_FALSE) << "no root, no tasks";
   ASSERT_EQ(channel->GetStatus(&status), S_OK);
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kAvailable));
+}
+
+TEST_F(PythonBackendTest, EventSetsAreCopiedInTimeOrderWithTheirInformationAndData) {
+  ComPtr<IKivEventsFactory> factory;
+  ASSERT_EQ(KivCreatePluginEventsFactory(u"a_tools.Marks", nullptr, factory.Put()), S_OK);
+  ComPtr<IKivEventSet> set;
+  ComPtr<IKivEventsIterator> iterator;
+  ComPtr<IKivEvents> events;
+  ComPtr<IKivEvent> late;
+  ASSERT_EQ(factory->GetItem(u"Marks", set.Put()), S_OK);
+  ASSERT_EQ(set->GetIterator(iterator.Put()), S_OK);
+  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
+  ASSERT_EQ(events->GetEvent(2, late.Put()), S_OK);
+  KivTime time = 0;
+  uint32_t priority = 0;
+  std::u16string message;
+  std::vector<uint8_t> data;
+  ASSERT_EQ(late->GetTime(&time), S_OK);
+  ASSERT_EQ(late->GetCategory(&priority), S_OK);
+  ASSERT_EQ(late->GetMessage(&message), S_OK);
+  ASSERT_EQ(late->GetData(&data), S_OK);
+  EXPECT_EQ(time, 200);
+  EXPECT_EQ(priority, 3u);
+  EXPECT_EQ(message, u"late\nLap 1");
+  EXPECT_EQ(data.size(), sizeof(double));
 }
 
 }  // namespace

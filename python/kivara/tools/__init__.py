@@ -325,6 +325,21 @@ class EventSet(ABC):
     def __getitem__(self, index): ...
 
 
+class ListEventSet(EventSet):
+    """An event set over a list of `Event`s, in any order (the host sorts
+    them by time)."""
+
+    def __init__(self, events):
+        self.events = list(events)
+
+    @property
+    def Count(self):
+        return len(self.events)
+
+    def __getitem__(self, index):
+        return self.events[index]
+
+
 class IDataFactory(ABC):
     """A data factory: keys (QuantifiedName for channels, text for event
     sets), the items behind them, and the selection it works on.

@@ -68,6 +68,10 @@ def is_data_factory(cls):
     return issubclass(cls, contract.IDataFactory)
 
 
+def is_events_factory(cls):
+    return is_data_factory(cls) and cls.kind == "events"
+
+
 def make(cls, state):
     """A new instance, or one read from a pickled state."""
     if state is not None:

@@ -218,6 +218,29 @@ class PythonChannel final : public PluginChannel {
   SharedPy channel_;
 };
 
+class PythonEventSet final : public PluginEventSet {
+ public:
+  explicit PythonEventSet(py::object set) : set_(std::make_shared<PyRef>(std::move(set))) {}
+
+  int64_t Count() override { return WithPython([&] { return py::cast<int64_t>(set_->get().attr("Count")); }); }
+  PluginEvent Event(int64_t index) override {
+    return WithPython([&] {
+      py::object e = set_->get()[py::int_(index)];
+      PluginEvent event;
+      event.time = py::cast<KivTime>(py::int_(e.attr("Time")));
+      event.category = py::cast<int32_t>(py::int_(e.attr("Category")));
+      event.source = Wide(e.attr("Source"));
+      event.message = Wide(e.attr("Message"));
+      for (py::handle line : e.attr("Information")) event.information.push_back(Wide(line));
+      for (py::handle value : e.attr("Data")) event.data.push_back(py::cast<double>(py::float_(py::reinterpret_borrow<py::object>(value))));
+      return event;
+    });
+  }
+
+ private:
+  SharedPy set_;
+};
+
 class PythonDataFactory final : public PluginDataFactory {
  public:
   PythonDataFactory(py::object factory, py::object root, PluginDataFactoryListener* listener)
@@ -272,7 +295,13 @@ class PythonDataFactory final : public PluginDataFactory {
       return std::make_unique<PythonChannel>(std::move(item));
     });
   }
-  std::unique_ptr<PluginEventSet> EventSet(const std::u16string&) override { return nullptr; }
+  std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) override {
+    return WithPython([&]() -> std::unique_ptr<PluginEventSet> {
+      py::object item = factory_[py::str(WideToUtf8(name))];
+      if (item.is_none()) return nullptr;
+      return std::make_unique<PythonEventSet>(std::move(item));
+    });
+  }
   void Dispose() override {
     WithPython([&] {
       factory_.attr("Velmar") = py::none();
@@ -318,6 +347,7 @@ class PythonBackend final : public PluginBackend {
   bool SupportsPersistence(const std::u16string& typeName) override { return Ask("supports_persistence", typeName); }
   bool IsTool(const std::u16string& typeName) override { return Ask("is_tool", typeName); }
   bool IsDataFactory(const std::u16string& typeName) override { return Ask("is_data_factory", typeName); }
+  bool IsEventsFactory(const std::u16string& typeName) override { return Ask("is_events_factory", typeName); }
 
   std::unique_ptr<PluginTool> CreateTool(const std::u16string& typeName, const std::vector<uint8_t>* state,
                                          PluginToolListener* listener, IKivUnknown* root) override {

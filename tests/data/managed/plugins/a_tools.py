@@ -1,8 +1,8 @@
 """Plug-ins the CPython backend tests load."""
 import numpy as np
 
-from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
-                          SubCommands, serializable, tool)
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, Event, IDataFactory, ITool,
+                          ListEventSet, SubCommands, serializable, tool)
 
 marker = ContainsTools()
 
@@ -67,3 +67,15 @@ class Keeper(ITool):
         except RuntimeError as error:
             Keeper.last = str(error)
         self.property_changed("last")
+
+
+@tool(name="Marks")
+class Marks(IDataFactory):
+    kind = "events"
+
+    @property
+    def Keys(self):
+        return ["Marks"]
+
+    def __getitem__(self, key):
+        return ListEventSet([Event(200, 3, "Marks", "late", ["Lap 1"], [1.5]), Event(100, 0, "Marks", "early")])

@@ -86,11 +86,13 @@ class LongitudinalAcceleration(IDataFactory):
 @tool(name="Braking points")
 class BrakingPoints(IDataFactory):
     """"Braking points": one event each time the brake pressure ("Brake F",
-    else any channel named "Brake...") rises through THRESHOLD bar."""
+    else any channel named "Brake...") rises through THRESHOLD bar. Channels
+    are read in their base unit: pressure in Pa."""
 
     kind = "events"
     KEY = "Braking points"
     THRESHOLD = 10.0
+    PA_PER_BAR = 1e5
 
     def _brake_name(self):
         selection = self.DataSelection
@@ -111,8 +113,9 @@ class BrakingPoints(IDataFactory):
         name = self._brake_name()
         if key != self.KEY or name is None:
             return None
-        times, pressure = self.DataSelection.ReadChannel(name)
-        above = np.asarray(pressure) > self.THRESHOLD
+        times, pascal = self.DataSelection.ReadChannel(name)
+        pressure = np.asarray(pascal) / self.PA_PER_BAR
+        above = pressure > self.THRESHOLD
         rises = np.flatnonzero(above[1:] & ~above[:-1]) + 1
         return ListEventSet(Event(int(times[i]), 1, "Braking points", f"Brake on ({pressure[i]:.1f} bar)",
                                   [f"Point {k}"], [float(pressure[i])])

@@ -4,6 +4,7 @@
 
 #include "managed/dotnet_channel.h"
 #include "managed/dotnet_event_set.h"
+#include "managed/plugin_picture.h"
 
 namespace velmar::managed {
 namespace {
@@ -151,10 +152,26 @@ KivResult CDotNetDataFactory<Factory>::SetRoot(IKivUnknown* root) {
 }
 
 template <class Factory>
-KivResult CDotNetDataFactory<Factory>::GetIcon(int32_t, int32_t, IKivUnknown** picture) {
+KivResult CDotNetDataFactory<Factory>::GetIcon(int32_t index, int32_t, IKivUnknown** picture) {
   if (!picture) return E_POINTER;
   *picture = nullptr;
-  return E_FAIL;
+  if (listed_.empty()) listed_ = Keys();
+  if (index < 1 || static_cast<size_t>(index) > listed_.size()) return E_INVALIDARG;
+  const std::u16string& name = listed_[static_cast<size_t>(index - 1)];
+  auto it = icons_.find(name);
+  if (it == icons_.end()) {
+    SharedPluginPicture source;
+    try {
+      source = factory_->Icon(name);
+    } catch (const PluginError&) {
+      return E_FAIL;
+    }
+    it = icons_.emplace(name, source ? MakeIcon(*source) : nullptr).first;
+  }
+  if (!it->second) return S_FALSE;
+  ComPtr<IKivUnknown> out(static_cast<IKivUnknown*>(it->second.Get()));
+  *picture = out.Detach();
+  return S_OK;
 }
 
 template <class Factory>

@@ -6,6 +6,7 @@
 // Client thread only.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -14,6 +15,7 @@
 #include "managed/tool_type_library.h"
 #include "velmar/data_factory.h"
 #include "velmar/events.h"
+#include "velmar/object_node.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/selection_data_factory.h"
 
@@ -63,6 +65,9 @@ class CDotNetDataFactory final
   KivResult SetParent(IKivUnknown* parent) override;
   KivResult GetRoot(IKivUnknown** root) override;
   KivResult SetRoot(IKivUnknown* root) override;
+  // The 16 by 16 icon of the `index`th name (from 1) as last listed, made
+  // once from the plug-in's picture; `size` is not looked at. S_FALSE and
+  // null when the plug-in gives none.
   KivResult GetIcon(int32_t index, int32_t size, IKivUnknown** picture) override;
   KivResult GetItem(const std::u16string& name, Item** item) override;
 
@@ -79,6 +84,7 @@ class CDotNetDataFactory final
 
   std::unique_ptr<PluginDataFactory> factory_;
   NameList listed_;  // the names last given out
+  std::map<std::u16string, ComPtr<IKivPicture>> icons_;  // by name, once made
   ComPtr<IKivUnknown> parent_;
   ComPtr<IKivUnknown> root_;
 };

@@ -28,39 +28,15 @@ void CopyEvents(PluginEventSet& set, int64_t from, int64_t to,
   }
 }
 
-KivResult CDotNetEventSet::GetName(std::u16string* name) {
-  if (!name) return E_POINTER;
-  *name = name_;
-  return S_OK;
-}
-
-KivResult CDotNetEventSet::GetStatus(uint32_t* status) {
-  if (!status) return E_POINTER;
-  if (status_ == DataStatus::kUnknown || status_ == DataStatus::kPending) (void)Read();
-  *status = static_cast<uint32_t>(status_);
-  return S_OK;
-}
-
-KivResult CDotNetEventSet::Read() {
-  if (events_) return S_OK;
-  if (status_ == DataStatus::kNotAvailable) return E_FAIL;
+bool CDotNetEventSet::Fetch() {
   std::vector<EventRecordPtr> records;
-  try {
-    const int64_t count = set_->Count();
-    CopyEvents(*set_, 0, count - 1, [&records, this](CCachedEventData&& record) {
-      record.name = name_;
-      records.push_back(std::make_shared<const CCachedEventData>(std::move(record)));
-    });
-  } catch (const PluginPending&) {
-    status_ = DataStatus::kPending;
-    return KIV_E_PENDING;
-  } catch (const PluginError&) {
-    status_ = DataStatus::kNotAvailable;
-    return E_FAIL;
-  }
+  const int64_t count = plugin().Count();
+  CopyEvents(plugin(), 0, count - 1, [&records, this](CCachedEventData&& record) {
+    record.name = name();
+    records.push_back(std::make_shared<const CCachedEventData>(std::move(record)));
+  });
   events_ = MakeKiv<CEventReferences>(MakeEventReferences(records, 0));
-  status_ = DataStatus::kAvailable;
-  return S_OK;
+  return true;
 }
 
 KivResult CDotNetEventSet::GetIterator(IKivEventsIterator** iterator) {

@@ -1,7 +1,8 @@
 // A plug-in event set as the library's event set: its events are copied
 // once, on the first read, into records that the library's event list and
 // iterator show like a recorded set's. A plug-in that raises leaves the set
-// "not available"; one still fetching leaves it pending and is asked again.
+// "not available"; one still fetching leaves it pending and is asked again;
+// its reports reach the set's clients.
 //
 // Client thread only.
 #pragma once
@@ -10,10 +11,9 @@
 #include <memory>
 #include <string>
 
-#include "managed/plugin_seam.h"
+#include "managed/dotnet_data_item.h"
 #include "outing/events/event_data.h"
 #include "outing/events/events.h"
-#include "outing/status/data_status_item.h"
 #include "velmar/events.h"
 
 namespace velmar::managed {
@@ -29,24 +29,23 @@ uint32_t PriorityFromCategory(int32_t category);
 void CopyEvents(PluginEventSet& set, int64_t from, int64_t to,
                 const std::function<void(CCachedEventData&&)>& sink);
 
-class CDotNetEventSet final : public KivObject<IKivEventSet> {
+class CDotNetEventSet final : public CDotNetDataItem<CDotNetEventSet, IKivEventSet, PluginEventSet> {
  public:
   CDotNetEventSet(std::u16string name, std::unique_ptr<PluginEventSet> set)
-      : name_(std::move(name)), set_(std::move(set)) {}
+      : CDotNetDataItem(std::move(name), std::move(set)) {}
 
-  KivResult GetName(std::u16string* name) override;
-  KivResult GetStatus(uint32_t* status) override;
   KivResult GetIterator(IKivEventsIterator** iterator) override;
 
  private:
   using Iterator = CEventsIterator<COutingEventData>;
-  KivResult Read();
+  bool Fetch() override;
+  void Forget() override {
+    events_ = nullptr;
+    iterator_ = nullptr;
+  }
 
-  std::u16string name_;
-  std::unique_ptr<PluginEventSet> set_;
   ComPtr<CEventReferences> events_;  // null until read
   ComPtr<Iterator> iterator_;
-  DataStatus status_ = DataStatus::kUnknown;
 };
 
 }  // namespace velmar::managed

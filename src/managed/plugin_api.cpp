@@ -4,6 +4,7 @@
 #include "managed/dotnet_tool.h"
 #include "managed/root_addins.h"
 #include "managed/tool_locator.h"
+#include "velmar/plugin_review.h"
 #include "velmar/plugin_tools.h"
 
 namespace velmar {
@@ -107,6 +108,10 @@ KivResult KivRemovePluginFromRoot(IKivUnknown* root, const std::u16string& type_
   CVelmar* velmar = RootOf(root);
   if (!velmar) return E_INVALIDARG;
   return velmar->RemoveDataFactoryRecord(DataFactoryRecord::Managed(type_name));
+}
+
+void KivSetReviewToolsDelegate(KivReviewToolsDelegate delegate) {
+  managed::RootAddInBridge::Process().SetReviewDelegate(std::move(delegate));
 }
 
 KivResult KivSetPluginDataSelection(IKivChannelFactory* factory, int32_t task, int32_t selection) {

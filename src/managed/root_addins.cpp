@@ -1,6 +1,7 @@
 #include "managed/root_addins.h"
 
 #include "managed/dotnet_data_factory.h"
+#include "managed/font_description.h"
 #include "managed/tool_locator.h"
 #include "velmar/velmar.h"
 
@@ -30,10 +31,12 @@ bool CanMakeDataFactory(DotNetToolTypeLibrary& library, const std::u16string& ty
 
 }  // namespace
 
-void RootAddInBridge::Install() {
+RootAddInBridge& RootAddInBridge::Process() {
   static RootAddInBridge bridge;
-  SetManagedFactoryBridge(&bridge);
+  return bridge;
 }
+
+void RootAddInBridge::Install() { SetManagedFactoryBridge(&Process()); }
 
 bool RootAddInBridge::Create(const std::u16string& typeName, IKivVelmar* root, const std::vector<uint8_t>* state,
                              ManagedToolStateListener* listener, ActiveDataFactory* entry, Made* made) {
@@ -102,6 +105,18 @@ void RootAddInBridge::SetColours(IKivUnknown* factory, uint32_t back, uint32_t f
   tool->wrapper().SetBackColor(back);
   tool->wrapper().SetForeColor(fore);
   tool->wrapper().SetGridColor(grid);
+}
+
+void RootAddInBridge::SetFont(IKivUnknown* factory, IKivUnknown* font) {
+  CDotNetTool* tool = ToolOf(factory);
+  const std::optional<PluginFont> described = PluginFontOf(font);
+  if (tool && described) tool->wrapper().SetFont(*described);
+}
+
+void RootAddInBridge::ReviewTools(const std::vector<std::u16string>& typeNames) {
+  if (!review_) return;
+  const KivReviewToolsDelegate review = review_;  // the delegate may replace itself
+  review(typeNames);
 }
 
 void RootAddInBridge::Detach(IKivUnknown* factory) {

@@ -20,6 +20,7 @@ struct FakeToolState {
   std::function<void()> duringCommands;  // run once, inside Commands
   bool appearance = false;
   uint32_t backColor = 0;
+  PluginFont font;
   bool disposed = false;
   std::vector<uint8_t> saved;  // what Save writes
   std::vector<uint8_t> loaded;  // what the tool was made from
@@ -34,6 +35,8 @@ struct FakeChannelData {
   std::vector<FakeBlock> blocks;
   bool hasData = true;
   bool raise = false;
+  // Who the channel reports to, shared with the test.
+  std::shared_ptr<PluginDataListener*> listener = std::make_shared<PluginDataListener*>(nullptr);
 };
 
 struct FakeEventSetData {
@@ -52,6 +55,7 @@ struct FakeType {
   std::map<std::u16string, FakeChannelData> channels;
   // An events factory when set: key -> event set.
   std::map<std::u16string, FakeEventSetData> eventSets;
+  std::map<std::u16string, PluginPicture> icons;
   int32_t tasks = 1;
   int32_t selections = 2;
 };

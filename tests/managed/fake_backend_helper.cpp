@@ -26,7 +26,7 @@ class FakeTool final : public PluginTool {
   void SetBackColor(uint32_t colour) override { state_->backColor = colour; }
   void SetForeColor(uint32_t) override {}
   void SetGridColor(uint32_t) override {}
-  void SetFont(const PluginFont&) override {}
+  void SetFont(const PluginFont& font) override { state_->font = font; }
   void Dispose() override { state_->disposed = true; }
 
  private:
@@ -36,6 +36,7 @@ class FakeTool final : public PluginTool {
 class FakeChannel final : public PluginChannel {
  public:
   explicit FakeChannel(FakeChannelData data) : data_(std::move(data)) {}
+  void Listen(PluginDataListener* listener) override { *data_.listener = listener; }
   bool HasData() override { return Check().hasData; }
   int64_t BlockCount() override { return static_cast<int64_t>(Check().blocks.size()); }
   PluginBlockInfo Block(int64_t index) override { return Check().blocks.at(static_cast<size_t>(index)).info; }
@@ -85,6 +86,7 @@ class FakeChannel final : public PluginChannel {
 class FakeEventSet final : public PluginEventSet {
  public:
   explicit FakeEventSet(FakeEventSetData data) : data_(std::move(data)) {}
+  void Listen(PluginDataListener*) override {}
   int64_t Count() override {
     if (data_.raise) throw PluginError("Count raised");
     return static_cast<int64_t>(data_.events.size());
@@ -121,6 +123,10 @@ class FakeFactory final : public PluginDataFactory {
   }
   std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) override {
     return std::make_unique<FakeEventSet>(type_.eventSets.at(name));
+  }
+  SharedPluginPicture Icon(const std::u16string& name) override {
+    auto it = type_.icons.find(name);
+    return it == type_.icons.end() ? nullptr : std::make_shared<PluginPicture>(it->second);
   }
   void Dispose() override {}
 

@@ -13,6 +13,8 @@
 #include "support/settings_file_support.h"
 #include "support/temp_dir.h"
 #include "velmar/channel.h"
+#include "velmar/font_description.h"
+#include "velmar/plugin_review.h"
 #include "velmar/plugin_tools.h"
 #include "velmar/tasks.h"
 
@@ -121,6 +123,10 @@ TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
   backend_->lastTool->appearance = true;
   ASSERT_EQ(QueryAs<IKivVelmarControl>(first->root.Get())->SetBackColor(0x123456), S_OK);
   EXPECT_EQ(backend_->lastTool->backColor, 0x123456u) << "the root's colours reach its tools";
+  ComPtr<IKivUnknown> font;
+  ASSERT_EQ(KivCreateFontDescription(u"Mono", 95000, true, false, font.Put()), S_OK);
+  ASSERT_EQ(QueryAs<IKivVelmarControl>(first->root.Get())->PutFont(font.Get()), S_OK);
+  EXPECT_EQ(backend_->lastTool->font.size, 95000) << "and so does its font";
   (void)Saved(*first);
   EXPECT_EQ(first->persist->IsDirty(), S_FALSE);
   backend_->lastTool->listener->OnToolChanged();
@@ -128,7 +134,11 @@ TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
   const std::string bytes = Saved(*first);
   first.reset();
 
+  std::vector<std::u16string> review;
+  KivSetReviewToolsDelegate([&](const std::vector<std::u16string>& names) { review = names; });
   auto second = Root(bytes);
+  KivSetReviewToolsDelegate(nullptr);
+  EXPECT_EQ(review, std::vector<std::u16string>{u"T.Tool"}) << "the first root's review reaches the host";
   EXPECT_EQ(backend_->lastTool->loaded, kState);
   EXPECT_EQ(second->persist->IsDirty(), S_FALSE);
   second.reset();

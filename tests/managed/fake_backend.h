@@ -37,6 +37,8 @@ struct FakeChannelData {
   bool raise = false;
   // Who the channel reports to, shared with the test.
   std::shared_ptr<PluginDataListener*> listener = std::make_shared<PluginDataListener*>(nullptr);
+  // While it holds an item, reading raises PluginPending waiting for it.
+  std::shared_ptr<ComPtr<IKivUnknown>> pendingOn = std::make_shared<ComPtr<IKivUnknown>>();
 };
 
 struct FakeEventSetData {

@@ -78,6 +78,7 @@ class FakeChannel final : public PluginChannel {
  private:
   const FakeChannelData& Check() const {
     if (data_.raise) throw PluginError("the channel raised");
+    if (*data_.pendingOn) throw PluginPending("the input is pending", *data_.pendingOn);
     return data_;
   }
   FakeChannelData data_;

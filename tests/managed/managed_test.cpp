@@ -363,6 +363,30 @@ TEST_F(FactoryFixture, ThePluginsReportsReachTheChannelsClientsUntilItGoes) {
   EXPECT_EQ(*slot, nullptr) << "a channel that went hears nothing more";
 }
 
+TEST_F(FactoryFixture, AChannelPendingOnAnInputReadsAgainWhenTheInputChanges) {
+  auto& channels = tools.backend.types[u"T.Accel"].channels;
+  fake::FakeChannelData waiting = channels[u"[LongAccel]LongAccel"];
+  waiting.listener = std::make_shared<PluginDataListener*>(nullptr);
+  waiting.pendingOn = std::make_shared<ComPtr<IKivUnknown>>();
+  channels[u"Waiting"] = waiting;
+  auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
+  ComPtr<IKivChannel> input, channel;
+  ComPtr<IKivChannelIterator2> iterator;
+  ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", input.Put()), S_OK);
+  ASSERT_EQ(factory->GetItem(u"Waiting", channel.Put()), S_OK);
+  *waiting.pendingOn = input;
+  Heard heard;
+  auto sink = MakeKiv<CDataNotifications2Sink<>>();
+  sink->SetReceiver(&heard);
+  ASSERT_TRUE(sink->Connect(channel.Get()));
+  EXPECT_EQ(channel->GetIterator(iterator.Put()), KIV_E_PENDING);
+  *waiting.pendingOn = nullptr;  // the input came
+  (*channels[u"[LongAccel]LongAccel"].listener)->OnStateChanged();
+  EXPECT_EQ(heard.changes.size(), 1u);
+  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
+  (void)sink->Disconnect(channel.Get());
+}
+
 TEST_F(FactoryFixture, IconsAreMadeSixteenBySixteenByAveragingOrRepeatingPixels) {
   tools.backend.types[u"T.Accel"].icons[u"Broken"] = {2, 1, {0xFF0000FFu, 0x80FF0000u}};
   auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);

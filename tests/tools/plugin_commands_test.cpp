@@ -21,7 +21,8 @@ TEST(PluginCommands, ExamplePluginsListRunAndGiveAChannel) {
   EXPECT_EQ(list.Rows(), (std::vector<std::vector<std::string>>{
                              {"name", "type", "kind"},
                              {"Fastest laps", "lap_tools.FastestLaps", "tool"},
-                             {"Longitudinal acceleration", "lap_tools.LongitudinalAcceleration", "channels"}}));
+                             {"Longitudinal acceleration", "lap_tools.LongitudinalAcceleration", "channels"},
+                             {"Braking points", "lap_tools.BrakingPoints", "events"}}));
 
   const CliResult laps = runner.Run({"--tools", kExample, "tools", "run", "Fastest laps", "List fastest laps",
                                      "--file", runner.Sample()});

@@ -43,7 +43,6 @@ struct FakeChannelData {
 
 struct FakeEventSetData {
   std::vector<PluginEvent> events;
-  bool raise = false;
 };
 
 struct FakeType {

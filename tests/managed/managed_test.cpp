@@ -451,8 +451,7 @@ nlohmann::json RecordOf(IKivEvent& event) {
           {"data", data}};
 }
 
-// An events factory "T.Brakes" with the fixture's set as "Set" and a set
-// whose plug-in raises as "Broken".
+// An events factory "T.Brakes" with the fixture's set as "Set".
 class EventSetCases : public ::testing::TestWithParam<std::filesystem::path> {};
 
 TEST_P(EventSetCases, RecordsCopiedOnePerEventInRisingTime) {
@@ -463,7 +462,6 @@ TEST_P(EventSetCases, RecordsCopiedOnePerEventInRisingTime) {
   fake::FakeType type;
   type.tool = false;
   type.eventSets[u"Set"] = EventsOf(c.at("events"));
-  type.eventSets[u"Broken"].raise = true;
   tools.backend.types[u"T.Brakes"] = type;
   EXPECT_FALSE(CDotNetChannelFactory::Create(tools.library, u"T.Brakes", nullptr));
   auto factory = CDotNetEventsFactory::Create(tools.library, u"T.Brakes", nullptr);
@@ -484,13 +482,6 @@ TEST_P(EventSetCases, RecordsCopiedOnePerEventInRisingTime) {
     records.push_back(RecordOf(*event));
   }
   EXPECT_EQ(records, c.at("expect"));
-
-  uint32_t status = 0;
-  ComPtr<IKivEventSet> broken;
-  ASSERT_EQ(factory->GetItem(u"Broken", broken.Put()), S_OK);
-  EXPECT_EQ(broken->GetIterator(iterator.Put()), E_FAIL);
-  ASSERT_EQ(broken->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, EventSetCases, testing::FixtureCases("managed/events"), testing::FixtureName);

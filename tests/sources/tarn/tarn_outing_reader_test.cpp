@@ -64,6 +64,7 @@ TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   ASSERT_EQ(WriteTarnDataSet(PathOf("copy.trn"), data), S_OK);
   TarnDataSet again;
   ComPtr<IKivOuting> copy = OpenTarn(PathOf("copy.trn"));
+  BoundSelection boundCopy(copy.Get());
   ASSERT_EQ(TarnDataSetFromOuting(copy.Get(), Wait(), &again), S_OK);
   ASSERT_EQ(again.channels.size(), 2u);
   const TarnDataSetChannel& gear = again.channels[0];

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/realtime/rt_tcp_server.h"
+#include "support/selection_binding.h"
 #include "velmar/blobs.h"
 #include "velmar/channel.h"
 #include "velmar/data_block.h"
@@ -72,6 +73,7 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   ASSERT_EQ(information->GetProperty(u"System", &value), S_OK) << "\"Source\" in any case is stored as \"System\"";
   EXPECT_EQ(*value.AsText(), u"Logger 7");
   EXPECT_EQ(information->SetProperty(u"System", value), E_ACCESSDENIED);
+  BoundSelection bound(static_cast<IKivOuting*>(outing.Get()));
   auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing.Get()));
   ASSERT_TRUE(channels);
   ComPtr<IKivChannel> channel;

@@ -12,6 +12,7 @@
 #include "tasks/tasks.h"
 #include "outing/channels/distance_channel.h"
 #include "support/outing_listener.h"
+#include "support/selection_binding.h"
 #include "outing/cache/outing_on_cache.h"
 #include "sources/tarn/tarn_lap_marker_steps.h"
 #include "sources/tarn/tarn_outing.h"
@@ -66,6 +67,7 @@ class TarnLapMarkerWriterTest : public TarnTest {
   }
   void Close() {
     listener_.reset();
+    bound_.reset();
     writer_ = nullptr;
     txn_ = nullptr;
     outing_ = nullptr;
@@ -78,6 +80,7 @@ class TarnLapMarkerWriterTest : public TarnTest {
     listener_ = std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get()));
     ASSERT_EQ(outing_.As(&writer_), S_OK);
     ASSERT_EQ(outing_.As(&txn_), S_OK);
+    bound_.emplace(outing_.Get());  // the distance channel is read through a selection
     auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing_.Get()));
     ASSERT_EQ(channels->SetRoot(static_cast<IKivVelmar*>(root_.Get())), S_OK);
     NameList names;
@@ -125,6 +128,7 @@ class TarnLapMarkerWriterTest : public TarnTest {
   ComPtr<CVelmar> root_;
   std::u16string path_;
   ComPtr<CTarnOuting> outing_;
+  std::optional<BoundSelection> bound_;
   ComPtr<IKivLapMarkerWriter> writer_;
   ComPtr<IKivTransaction> txn_;
   std::unique_ptr<OutingListener> listener_;

@@ -5,6 +5,7 @@
 #include "outing/cache/empty_outing.h"
 #include "sources/tarn/tarn_convert.h"
 #include "sources/tarn/tarn_outing.h"
+#include "support/selection_binding.h"
 #include "tarn_test_helper.h"
 
 namespace velmar::testing {
@@ -47,6 +48,8 @@ TEST_F(TarnOutingReaderTest, AnEmptyOutingGivesAnEmptyDataSetThatWritesAFile) {
 TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   ComPtr<IKivOuting> source = OpenTarn(Write(SampleDataSet()));
   TarnDataSet data;
+  EXPECT_EQ(TarnDataSetFromOuting(source.Get(), Wait(), &data), E_FAIL) << "no selection holds the outing";
+  BoundSelection bound(source.Get());
   ASSERT_EQ(TarnDataSetFromOuting(source.Get(), Wait(), &data), S_OK);
   ASSERT_EQ(data.channels.size(), 2u);
   EXPECT_EQ(*data.details.at(std::u16string(p::kTrackName)).AsText(), u"Lakeside");
@@ -61,6 +64,7 @@ TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   ASSERT_EQ(WriteTarnDataSet(PathOf("copy.trn"), data), S_OK);
   TarnDataSet again;
   ComPtr<IKivOuting> copy = OpenTarn(PathOf("copy.trn"));
+  BoundSelection boundCopy(copy.Get());
   ASSERT_EQ(TarnDataSetFromOuting(copy.Get(), Wait(), &again), S_OK);
   ASSERT_EQ(again.channels.size(), 2u);
   const TarnDataSetChannel& gear = again.channels[0];

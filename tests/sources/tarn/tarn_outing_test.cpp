@@ -8,6 +8,7 @@
 #include "velmar/channel.h"
 #include "outing/cache/outing_source.h"
 #include "support/data_listener.h"
+#include "support/selection_binding.h"
 #include "sources/tarn/tarn_convert.h"
 #include "tarn_outing_helper.h"
 
@@ -55,6 +56,7 @@ TEST_F(TarnOutingTest, AChannelAskedForBeforeTheListIsInStartsTheListsLoad) {
 
 TEST_F(TarnOutingTest, AChannelsSamplesAreFetchedOnItsFirstIteratorAndComeShifted) {
   OpenListened(Write(SampleDataSet()));
+  BoundSelection bound(outing_.Get());
   auto channels = Facet<IKivChannelFactory>();
   NameList names;
   ASSERT_EQ(channels->GetNames(&names), S_OK);
@@ -161,6 +163,7 @@ TEST_F(TarnOutingTest, TwoOutingObjectsShareOneCacheAndCloseDataReachesBoth) {
 TEST_F(TarnOutingTest, AReloadAfterARewriteServesTheNewSamplesThroughTheKeptChannel) {
   std::u16string path = Write(SampleDataSet());
   OpenListened(path);
+  BoundSelection bound(outing_.Get());
   auto channels = Facet<IKivChannelFactory>();
   NameList names;
   ASSERT_EQ(channels->GetNames(&names), S_OK);

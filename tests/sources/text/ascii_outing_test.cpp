@@ -7,6 +7,7 @@
 
 #include "ascii_outing_fixture.h"
 #include "sources/text/text_writer.h"
+#include "support/selection_binding.h"
 
 namespace velmar::testing {
 namespace {
@@ -123,6 +124,7 @@ TEST_F(AsciiOutingTest, AChannelReadsItsColumnAndFollowsTheOutingOffset) {
   WriteWhole(TextFilePath(path), "KivaraASCIIDataSet\r\n\r\n{OutingInformation}\r\n\r\n{ChannelBlock}\r\n"
                                  "Time\tSpeed[km/h]\tGear\r\n0\t100\t1\r\n1\t110\t\r\n2\t120\t3\r\n");
   a_ = Open(path);
+  BoundSelection bound(a_.Get());
   ComPtr<IKivChannel> speed;
   EXPECT_EQ(a_->channels().GetItem(u"Speed", speed.Put()), KIV_E_PENDING);
   ASSERT_TRUE(Settle());

@@ -45,6 +45,33 @@ function(velmar_module folder)
   set(VELMAR_MODULES ${VELMAR_MODULES} ${target} CACHE INTERNAL "")
 endfunction()
 
+# Runtime modules (the heavy runtimes, loaded on first need by
+# platform/runtime_module) are built beside libvelmar.so and installed
+# beside it.
+set(VELMAR_RUNTIME_MODULE_DIR ${PROJECT_BINARY_DIR}/src)
+
+# velmar_runtime_module(<name> SOURCES <file>... [LIBS <target>...] [NEEDED_BY <target>...])
+# A MODULE library lib<name>.so with hidden symbols but its entry; linked
+# with nothing undefined, so it loads wherever its runtime is installed.
+# NEEDED_BY: the library folders that load it (built after it).
+function(velmar_runtime_module name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;NEEDED_BY" ${ARGN})
+  add_library(${name} MODULE ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} Threads::Threads)
+  set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET hidden PREFIX "lib"
+      LIBRARY_OUTPUT_DIRECTORY ${VELMAR_RUNTIME_MODULE_DIR})
+  target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL -Wl,-Bsymbolic)
+  # A sanitizer's runtime comes from the host executable.
+  if(NOT CMAKE_CXX_FLAGS MATCHES "sanitize")
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  endif()
+  foreach(user IN LISTS ARG_NEEDED_BY)
+    add_dependencies(${user} ${name})
+  endforeach()
+  install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()
+
 # velmar_tests(<folder> [THREADED] [RECURSE] [DEPS <module>...] [LIBS <target>...])
 # THREADED labels the tests "threaded" so the tsan preset runs them; RECURSE
 # mirrors a RECURSE module. Every tests/<folder>/*_test.cpp goes into one

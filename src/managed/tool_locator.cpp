@@ -1,5 +1,6 @@
 #include "managed/tool_locator.h"
 
+#include "managed/python_module.h"
 #include "managed/root_addins.h"
 
 namespace velmar::managed {
@@ -32,7 +33,7 @@ ManagedRuntime& ManagedRuntime::Process() {
 }
 
 void ManagedRuntime::SetBackend(std::unique_ptr<PluginBackend> backend) {
-  if (!backend) backend = MakePythonBackend();
+  if (!backend) backend = LoadPythonBackend();
   Slot().reset(new ManagedRuntime(std::move(backend)));
   RootAddInBridge::Install();  // from now on the roots make plug-in entries
   CDotNetToolLocator::MarkDirty();

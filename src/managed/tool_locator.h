@@ -32,7 +32,8 @@ class ManagedRuntime {
   DotNetToolTypeLibrary library_;
 };
 
-// The CPython backend (managed/python).
+// The CPython backend, defined in its module (managed/python); the library
+// reaches it through LoadPythonBackend (managed/python_module.h).
 std::unique_ptr<PluginBackend> MakePythonBackend();
 
 struct CToolId {

@@ -6,6 +6,9 @@
 //
 // Times are ticks from the audio stream's first sample.
 //
+// The decoding lives in the FFmpeg module (media/ffmpeg), loaded on first
+// need.
+//
 // Not thread-safe: the player's render lock guards it.
 #pragma once
 
@@ -20,7 +23,7 @@ namespace velmar {
 
 class AudioTrack {
  public:
-  ~AudioTrack();
+  virtual ~AudioTrack() = default;
   AudioTrack(const AudioTrack&) = delete;
   AudioTrack& operator=(const AudioTrack&) = delete;
 
@@ -29,23 +32,13 @@ class AudioTrack {
 
   // `frames` frames from `time` into `out` (interleaved, two a frame);
   // silence where the file has no sound there.
-  void Read(KivTime time, int32_t frames, int16_t* out);
+  virtual void Read(KivTime time, int32_t frames, int16_t* out) = 0;
 
   const std::string& codec_name() const { return codecName_; }
 
- private:
-  struct Av;
-  AudioTrack();
+ protected:
+  AudioTrack() = default;
 
-  void Seek(KivTime time);
-  // Decodes and converts the next frame onto `pending_`; false at the end.
-  bool DecodeMore();
-
-  std::unique_ptr<Av> av_;
-  std::vector<int16_t> pending_;  // converted and not handed out yet
-  KivTime pendingAt_ = 0;         // the time of pending_'s first frame
-  KivTime next_ = -1;             // where the last read ended
-  bool ended_ = false;
   std::string codecName_;
 };
 

@@ -10,6 +10,9 @@
 //
 // Times are ticks of 100 ns from the file's first frame.
 //
+// The decoding itself lives in the FFmpeg module (media/ffmpeg), loaded on
+// the first Open; this interface is all the library sees of it.
+//
 // Not thread-safe: one thread at a time (a player's lock guards it).
 #pragma once
 
@@ -40,23 +43,19 @@ enum class ClipOpenError {
   kBroken,     // anything else: the file went, or its stream can't be read
 };
 
-// FFmpeg reports only errors on stderr from the first call on (its own
-// notes would fill a host's console). Any thread.
-void QuietFfmpeg();
-
 class ClipDecoder {
  public:
-  ~ClipDecoder();
+  virtual ~ClipDecoder() = default;
   ClipDecoder(const ClipDecoder&) = delete;
   ClipDecoder& operator=(const ClipDecoder&) = delete;
 
   // Opens `path` (UTF-8). On failure `error` says why and `log` holds
-  // FFmpeg's text.
+  // FFmpeg's text (or why the media module did not load: kBroken).
   static std::unique_ptr<ClipDecoder> Open(const std::string& path, ClipOpenError* error, std::string* log);
 
   // The frame that shows at `time` of the file: before the first frame the
   // first, past the last the last. E_FAIL when nothing can be decoded.
-  [[nodiscard]] KivResult FrameAt(KivTime time, DecodedFrame* frame);
+  [[nodiscard]] virtual KivResult FrameAt(KivTime time, DecodedFrame* frame) = 0;
 
   // The file is still the one opened: not deleted, moved away or replaced.
   // An open file reads on after its name is gone, so this asks by name.
@@ -72,18 +71,9 @@ class ClipDecoder {
   int32_t width() const { return width_; }
   int32_t height() const { return height_; }
 
- private:
-  struct Av;
-  ClipDecoder();
+ protected:
+  ClipDecoder() = default;
 
-  // Decodes the next frame into `next`; false at the end or on an error.
-  bool DecodeNext();
-  [[nodiscard]] KivResult Seek(KivTime time);
-  [[nodiscard]] KivResult Convert(DecodedFrame* frame);
-
-  std::unique_ptr<Av> av_;
-  std::string path_;
-  uint64_t inode_ = 0;
   KivTime duration_ = 0;
   KivTime frameInterval_ = 0;
   bool hasAudio_ = false;
@@ -91,6 +81,10 @@ class ClipDecoder {
   std::string pixelFormat_;
   int32_t width_ = 0;
   int32_t height_ = 0;
+
+ private:
+  std::string path_;
+  uint64_t inode_ = 0;
 };
 
 }  // namespace velmar

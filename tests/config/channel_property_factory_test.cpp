@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "config/quantity_to_color_mapping.h"
+#include "support/scoped_sink.h"
+#include "support/vtable_slot.h"
 
 namespace velmar {
 namespace {
@@ -37,19 +37,10 @@ class Client : public CChannelPropertyFactoryNotifications2Receiver {
 
 class ChannelPropertyFactoryTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    sink_->SetReceiver(&client_);
-    ASSERT_TRUE(sink_->Connect(Face()));
-  }
-  void TearDown() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(Face());
-  }
-  IKivChannelPropertyFactory* Face() { return factory_.Get(); }
-
   ComPtr<CChannelPropertyFactory> factory_ = MakeKiv<CChannelPropertyFactory>();
-  ComPtr<CChannelPropertyFactoryNotifications2Sink<>> sink_ = MakeKiv<CChannelPropertyFactoryNotifications2Sink<>>();
   Client client_;
+  testing::ScopedSink<CChannelPropertyFactoryNotifications2Sink<>, IKivChannelPropertyFactory> sink_{&client_,
+                                                                                                   factory_.Get()};
 };
 
 TEST_F(ChannelPropertyFactoryTest, AKeyIsMadeOnFirstDemandWithTheMappingsColour) {
@@ -101,12 +92,9 @@ TEST_F(ChannelPropertyFactoryTest, KeysAreListedInOrderFromOne) {
   EXPECT_EQ(factory_->GetKey(0, &name, &quantity), DISP_E_BADINDEX);
 }
 
-#if defined(__GNUC__) && !defined(_MSC_VER)
+#ifdef VELMAR_HAS_VTABLE_SLOT
 TEST(ChannelPropertyFactorySlots, TheMappingIsGivenInSlotFourteen) {
-  auto member = &IKivChannelPropertyFactory::SetQuantityToColorMapping;
-  ptrdiff_t raw = 0;
-  std::memcpy(&raw, &member, sizeof raw);
-  EXPECT_EQ(static_cast<size_t>(raw - 1) / sizeof(void*), 14u);
+  EXPECT_EQ(testing::VtableSlot(&IKivChannelPropertyFactory::SetQuantityToColorMapping), 14u);
 }
 #endif
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include "support/vtable_slot.h"
 
 namespace velmar {
 namespace {
@@ -42,19 +42,12 @@ TEST(CommonChannels, EachRoleReadsAndWritesItsOwnText) {
   EXPECT_EQ(text, u"[2]Fuel Burnt");
 }
 
-#if defined(__GNUC__) && !defined(_MSC_VER)
-template <class M>
-size_t SlotOf(M member) {
-  ptrdiff_t raw = 0;
-  std::memcpy(&raw, &member, sizeof raw);
-  return static_cast<size_t>(raw - 1) / sizeof(void*);
-}
-
+#ifdef VELMAR_HAS_VTABLE_SLOT
 TEST(CommonChannels, RoleKSitsInSlotsThreePlusTwoK) {
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::GetDistance), 3u);
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::SetDistance), 4u);
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::GetHeading), 33u);
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::SetHeading), 34u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::GetDistance), 3u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::SetDistance), 4u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::GetHeading), 33u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::SetHeading), 34u);
 }
 #endif
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
@@ -25,9 +26,7 @@ TEST(EventPropertyFactory, NamesGetAPriorityAndAreNotRemovedWhileInUse) {
   auto factory = MakeKiv<CEventPropertyFactory>();
   IKivEventPropertyFactory* face = factory.Get();
   Client client;
-  auto sink = MakeKiv<CEventPropertyFactoryNotificationsSink<>>();
-  sink->SetReceiver(&client);
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CEventPropertyFactoryNotificationsSink<>, IKivEventPropertyFactory> sink(&client, face);
 
   ComPtr<IKivPropertySet> set;
   ASSERT_EQ(factory->GetPropertySet(u"Pit Entry", set.Put()), S_OK);
@@ -45,8 +44,6 @@ TEST(EventPropertyFactory, NamesGetAPriorityAndAreNotRemovedWhileInUse) {
   EXPECT_EQ(factory->RemoveName(u"Pit Entry"), S_OK);
   EXPECT_EQ(factory->RemoveName(u"Pit Entry"), E_INVALIDARG);
   EXPECT_THAT(client.seen, ElementsAre("added", "changed", "removed"));
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(face);
 }
 
 }  // namespace

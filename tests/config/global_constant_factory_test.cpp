@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "outing/constants/constant_stream.h"
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
@@ -70,10 +71,7 @@ TEST_F(GlobalConstantFactoryTest, FactoriesOnOneCacheShowTheSameNamesAndEachTell
   auto second = MakeKiv<CGlobalConstantFactory>();
   ASSERT_EQ(second->AttachCache(cache_), S_OK);
   NameLog log;
-  auto sink = MakeKiv<CDataFactoryNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  IKivConstantFactory* secondFace = second.Get();
-  ASSERT_TRUE(sink->Connect(secondFace));
+  testing::ScopedSink<CDataFactoryNotificationsSink<>, IKivConstantFactory> sink(&log, second.Get());
 
   ASSERT_EQ(factory_->AddConstant(u"Ride Height", kSimpleConstant), S_OK);
   ASSERT_EQ(factory_->RemoveConstant(u"Ride Height"), S_OK);
@@ -86,8 +84,6 @@ TEST_F(GlobalConstantFactoryTest, FactoriesOnOneCacheShowTheSameNamesAndEachTell
   ASSERT_EQ(second->AttachCache(nullptr), S_OK);
   ASSERT_EQ(cache_->Add(u"Toe", 0), S_OK);
   EXPECT_EQ(log.seen.size(), 3u) << "a factory that let go of the cache hears nothing";
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(secondFace);
 }
 
 TEST_F(GlobalConstantFactoryTest, AddAndRemoveRefuseBadArguments) {
@@ -154,10 +150,7 @@ TEST_F(GlobalConstantFactoryTest, StreamsRoundTripThroughASecondSession) {
 TEST_F(GlobalConstantFactoryTest, ALoadReplacesTheSetWithoutWritingAndTellsClients) {
   ASSERT_EQ(cache_->Add(u"Old", 0), S_OK);
   NameLog log;
-  auto sink = MakeKiv<CDataFactoryNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  IKivConstantFactory* face = factory_.Get();
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CDataFactoryNotificationsSink<>, IKivConstantFactory> sink(&log, factory_.Get());
   auto storage = StorageWith({ConstantRecord{u"Mass", 700, u"kg", u""}, ConstantRecord{u"Ambient", 5, u"", u"|a.xlsx|A1"}});
   ASSERT_EQ(factory_->Load(storage.Get()), S_OK);
   EXPECT_THAT(cache_->GetNames(), ElementsAre(u"Ambient", u"Mass"));
@@ -165,8 +158,6 @@ TEST_F(GlobalConstantFactoryTest, ALoadReplacesTheSetWithoutWritingAndTellsClien
   EXPECT_EQ(cache_->Find(u"Ambient")->value, 0) << "a spreadsheet value comes from its workbook";
   EXPECT_THAT(log.seen, ElementsAre("-1", "+2"));
   EXPECT_EQ(Stored(storage.Get()).size(), 2u);
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(face);
 }
 
 TEST_F(GlobalConstantFactoryTest, ABadStorageFailsTheLoadAndLeavesTheSet) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "core/stream_values.h"
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
@@ -12,14 +13,11 @@ using ::testing::ElementsAre;
 
 TEST(GroupFactory, GroupsHoldChannelNamesAndReportChanges) {
   auto groups = MakeKiv<CGroupFactory>();
-  IKivGroupFactory* face = groups.Get();
   struct Log : CGroupFactoryNotificationsReceiver {
     std::vector<std::u16string> seen;
     void OnGroupsChanged(IKivGroupFactory*, const std::u16string& g) override { seen.push_back(g); }
   } log;
-  auto sink = MakeKiv<CGroupFactoryNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CGroupFactoryNotificationsSink<>, IKivGroupFactory> sink(&log, groups.Get());
 
   EXPECT_EQ(groups->AddGroup(u""), E_INVALIDARG);
   EXPECT_EQ(groups->AddGroup(u"Brakes"), S_OK);
@@ -38,8 +36,6 @@ TEST(GroupFactory, GroupsHoldChannelNamesAndReportChanges) {
   EXPECT_EQ(groups->RemoveGroup(u"Brakes"), S_OK);
   EXPECT_EQ(groups->RemoveGroup(u"Brakes"), E_INVALIDARG);
   EXPECT_THAT(log.seen, ElementsAre(u"Brakes", u"Brakes", u"Brakes"));
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(face);
 }
 
 class GroupStreamTest : public ::testing::Test {

@@ -1,6 +1,7 @@
 #include "config/quantity_to_color_mapping.h"
 
 #include <gtest/gtest.h>
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
@@ -42,17 +43,13 @@ TEST(QuantityToColorMapping, AChangeIsWrittenAndAnImportTellsEachChangedQuantity
     std::vector<int32_t> changed;
     void ColourChanged(int32_t quantity, uint32_t) override { changed.push_back(quantity); }
   } log;
-  auto sink = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  IKivQuantityToColorMapping* face = mapping.Get();
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CQuantityToColorMappingNotificationsSink<>, IKivQuantityToColorMapping> sink(&log, mapping.Get());
   EXPECT_EQ(mapping->SetColour(3, 0xFF0000), S_FALSE) << "the colour held: nothing told";
   ASSERT_EQ(mapping->Import(other.Get()), S_OK);
   EXPECT_EQ(log.changed, (std::vector<int32_t>{3, 7})) << "in ascending order";
   uint32_t colour = 0;
   ASSERT_EQ(mapping->GetColour(7, &colour), S_OK);
   EXPECT_EQ(colour, 0x00FF00u);
-  sink->Disconnect(face);
 }
 
 TEST(QuantityToColorMapping, ClosingReachesEveryListener) {
@@ -61,17 +58,11 @@ TEST(QuantityToColorMapping, ClosingReachesEveryListener) {
     std::vector<IKivQuantityToColorMapping*> closing;
     void Closing(IKivQuantityToColorMapping* m) override { closing.push_back(m); }
   } log;
-  auto a = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
-  auto b = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
-  a->SetReceiver(&log);
-  b->SetReceiver(&log);
   IKivQuantityToColorMapping* face = mapping.Get();
-  ASSERT_TRUE(a->Connect(face));
-  ASSERT_TRUE(b->Connect(face));
+  using Sink = testing::ScopedSink<CQuantityToColorMappingNotificationsSink<>, IKivQuantityToColorMapping>;
+  Sink a(&log, face), b(&log, face);
   EXPECT_EQ(mapping->NotifyClosing(), S_OK);
   EXPECT_EQ(log.closing, (std::vector<IKivQuantityToColorMapping*>{face, face}));
-  a->Disconnect(face);
-  b->Disconnect(face);
 }
 
 }  // namespace

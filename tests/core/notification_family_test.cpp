@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "core/notification_test_families.h"
@@ -13,19 +12,6 @@ namespace velmar::testing {
 namespace {
 
 using ::testing::ElementsAre;
-
-// Each generation extends the one before and names it as its Parent.
-static_assert(std::is_same_v<IKivProbeNotifications2::Parent, IKivProbeNotifications>);
-static_assert(std::is_same_v<IKivProbeNotifications3::Parent, IKivProbeNotifications2>);
-static_assert(std::is_base_of_v<IKivUnknown, IKivProbeNotifications>);
-static_assert(std::is_base_of_v<CProbeNotificationsReceiver, CProbeNotifications3Receiver>);
-static_assert(std::is_abstract_v<IKivProbeNotifications3>);
-static_assert(!std::is_abstract_v<CProbeNotifications3Receiver>, "every receiver operation has a default");
-static_assert(!std::is_abstract_v<CProbeNotifications3Sink<>>, "a sink implements every operation");
-static_assert(!std::is_abstract_v<CProbeNotifications3Sink<CBaseMultiSourceSink>>);
-static_assert(std::is_base_of_v<IKivProbeNotifications3, CProbeNotifications3Sink<>>);
-static_assert(std::is_same_v<decltype(std::declval<CProbeNotifications2Sink<>&>().GetReceiver()),
-                             CProbeNotifications2Receiver*>);
 
 // Records what reached it, overriding only what it cares about.
 struct NameAndCount : CProbeNotifications3Receiver {

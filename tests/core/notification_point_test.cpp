@@ -54,14 +54,6 @@ class NotificationPointTest : public ::testing::Test {
   ProbePoint& point_ = *owned_;
 };
 
-TEST(NotificationCookie, PacksIndexAndPointNumber) {
-  EXPECT_EQ(MakeNotificationCookie(0, 1), 0x00000001u);
-  EXPECT_EQ(MakeNotificationCookie(1, 1), 0x00010001u);
-  EXPECT_EQ(MakeNotificationCookie(0xFFFE, 0xFFFF), 0xFFFEFFFFu);
-  EXPECT_EQ(CookiePointNumber(0x00050003), 3);
-  EXPECT_EQ(CookieSinkIndex(0x00050003), 5);
-}
-
 TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirst) {
   KivNotificationPointLocator& locator = point_;
   EXPECT_EQ(locator.GetInterfaceId(), IKivProbeNotifications::iid);

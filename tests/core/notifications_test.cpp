@@ -35,25 +35,6 @@ class SinkTest : public ::testing::Test {
   ComPtr<ProbeSource> second_ = MakeKiv<ProbeSource>();
 };
 
-TEST_F(SinkTest, SimpleUnknownAnswersItsOwnInterfaceOnly) {
-  auto sink = MakeSink<CProbeNotifications2Sink<>>(&receiver_);
-  ComPtr<IKivUnknown> unknown;
-  EXPECT_EQ(sink->QueryInterface(IKivUnknown::iid, unknown.PutVoid()), S_OK);
-  EXPECT_EQ(unknown.Get(), sink->PrimaryUnknown());
-  EXPECT_TRUE(sink.As<IKivProbeNotifications2>());
-
-  void* out = &out;
-  EXPECT_EQ(sink->QueryInterface(IKivProbeNotifications::iid, &out), E_NOINTERFACE) << "not an older generation";
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(sink->QueryInterface(IKivNotifications::iid, &out), E_NOINTERFACE);
-  EXPECT_EQ(sink->QueryInterface(IKivProbeNotifications2::iid, nullptr), E_POINTER);
-
-  unknown = nullptr;
-  EXPECT_EQ(g_liveTestObjects, 3);
-  sink = nullptr;
-  EXPECT_EQ(g_liveTestObjects, 2) << "the last release deletes the sink";
-}
-
 TEST_F(SinkTest, SingleSourceConnectsOnceAndDisconnects) {
   auto sink = MakeSink<CProbeNotifications2Sink<>>(&receiver_);
   EXPECT_FALSE(sink->IsConnected());

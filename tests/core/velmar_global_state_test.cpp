@@ -81,24 +81,6 @@ TEST(VelmarObjGlobalStateChanges, TheFanOutWalksACopyOfItsRoots) {
   EXPECT_EQ(fanOut.Leave(&a), S_OK);
 }
 
-TEST(MandatoryDataFactories, SevenNativeClassesAndTwoManagedToolsLessTheExcluded) {
-  BuildMandatoryDataFactories();
-  const auto& list = MandatoryDataFactories();
-  ASSERT_EQ(list.size(), 9u);
-  EXPECT_EQ(list[8], DataFactoryRecord::Managed(u"Halvane.Kivara.PopUpAlarms.PopUpAlarmsTool"));
-
-  InstallDataFactoryBranding(std::make_shared<DataFactoryBranding>(
-      std::set<Guid>{Guid::Literal("{431C3042-F301-4701-85F0-5EF9EC7FC68E}")},
-      std::set<std::u16string>{u"Halvane.Kivara.PopUpAlarms.PopUpAlarmsTool"}, std::set<uint32_t>{}));
-  BuildMandatoryDataFactories();
-  EXPECT_EQ(MandatoryDataFactories().size(), 7u);
-  EXPECT_FALSE(IsMandatoryDataFactory(DataFactoryRecord::Native(Guid::Literal("{431C3042-F301-4701-85F0-5EF9EC7FC68E}"))));
-  EXPECT_TRUE(IsMandatoryDataFactory(DataFactoryRecord::Managed(u"Halvane.Kivara.AdvancedMath.AdvancedMathDataFactory")));
-  InstallDataFactoryBranding(nullptr);
-  BuildMandatoryDataFactories();
-  EXPECT_EQ(MandatoryDataFactories().size(), 9u);
-}
-
 TEST(DataFactoryBranding, WithoutAModuleNothingIsExcludedAndNoFeatureIsOn) {
   const auto& branding = CurrentDataFactoryBranding();
   EXPECT_TRUE(branding.IsAllowed(DataFactoryRecord::Native(Guid::New())));

@@ -3,25 +3,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "core/notifications_impl.h"
+#include "core/velmar_test_fixture.h"
+#include "support/vtable_slot.h"
 
 namespace velmar {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-
-static_assert(std::is_same_v<IKivVelmarNotifications2::Parent, IKivVelmarNotifications>);
-static_assert(std::is_same_v<IKivVelmarNotifications7::Parent, IKivVelmarNotifications6>);
-static_assert(std::is_base_of_v<CVelmarNotifications6Receiver, CVelmarNotificationsReceiverImpl>);
-static_assert(!std::is_abstract_v<CVelmarNotificationsReceiverImpl>);
-static_assert(!std::is_abstract_v<CVelmarNotifications7Sink<CBaseMultiSourceSink>>);
 
 #define VELMAR_NAME(Name, Params, Args) #Name,
 const std::vector<std::string> kSlotOrder = {
@@ -31,19 +26,12 @@ const std::vector<std::string> kSlotOrder = {
                 KIV_VELMAR_NOTIFICATIONS_7(VELMAR_NAME)};
 #undef VELMAR_NAME
 
-#if defined(__GNUC__) && !defined(_MSC_VER)
-// Under the Itanium ABI a pointer to a virtual member holds 1 + its byte
-// offset in the table.
-template <class M>
-size_t SlotOf(M member) {
-  ptrdiff_t raw = 0;
-  std::memcpy(&raw, &member, sizeof raw);
-  return static_cast<size_t>(raw - 1) / sizeof(void*);
-}
+#ifdef VELMAR_HAS_VTABLE_SLOT
+using testing::VtableSlot;
 
 TEST(VelmarNotifications, OperationsSitInTheirSlots) {
   std::vector<size_t> slots;
-#define VELMAR_SLOT(Name, Params, Args) slots.push_back(SlotOf(&IKivVelmarNotifications7::Name));
+#define VELMAR_SLOT(Name, Params, Args) slots.push_back(VtableSlot(&IKivVelmarNotifications7::Name));
   KIV_VELMAR_NOTIFICATIONS_1(VELMAR_SLOT) KIV_VELMAR_NOTIFICATIONS_2(VELMAR_SLOT)
   KIV_VELMAR_NOTIFICATIONS_3(VELMAR_SLOT) KIV_VELMAR_NOTIFICATIONS_4(VELMAR_SLOT)
   KIV_VELMAR_NOTIFICATIONS_5(VELMAR_SLOT) KIV_VELMAR_NOTIFICATIONS_6(VELMAR_SLOT)
@@ -52,29 +40,10 @@ TEST(VelmarNotifications, OperationsSitInTheirSlots) {
   std::vector<size_t> expected;
   for (size_t slot = 3; slot <= 23; ++slot) expected.push_back(slot);
   EXPECT_EQ(slots, expected);
-  EXPECT_EQ(SlotOf(&IKivVelmarNotifications::Closing), 9u);
-  EXPECT_EQ(SlotOf(&IKivVelmarNotifications4::SpeedPrecisionChanged), 19u);
+  EXPECT_EQ(VtableSlot(&IKivVelmarNotifications::Closing), 9u);
+  EXPECT_EQ(VtableSlot(&IKivVelmarNotifications4::SpeedPrecisionChanged), 19u);
 }
 #endif
-
-// Logs every notification by name.
-class AllLog : public CVelmarNotificationsReceiverImpl {
- public:
-#define VELMAR_LOG(Name, Params, Args)              \
-  void Name Params override {                       \
-    notification_detail::Ignore Args;               \
-    log.push_back(#Name);                           \
-  }
-  KIV_VELMAR_NOTIFICATIONS_1(VELMAR_LOG)
-  KIV_VELMAR_NOTIFICATIONS_2(VELMAR_LOG)
-  KIV_VELMAR_NOTIFICATIONS_3(VELMAR_LOG)
-  KIV_VELMAR_NOTIFICATIONS_4(VELMAR_LOG)
-  KIV_VELMAR_NOTIFICATIONS_5(VELMAR_LOG)
-  KIV_VELMAR_NOTIFICATIONS_6(VELMAR_LOG)
-  KIV_VELMAR_NOTIFICATIONS_7(VELMAR_LOG)
-#undef VELMAR_LOG
-  std::vector<std::string> log;
-};
 
 // Calls `member` on `target` with value-initialised arguments.
 template <class T, class I, class... P>
@@ -83,7 +52,8 @@ KivResult CallWithDefaults(T* target, KivResult (I::*member)(P...)) {
 }
 
 TEST(VelmarNotifications, NewestSinkForwardsEveryNotification) {
-  AllLog receiver;
+  std::vector<std::string> log;
+  testing::RootLog receiver(&log, "");
   auto sink = MakeKiv<CVelmarNotifications7Sink<>>();
   sink->SetReceiver(&receiver);
   IKivVelmarNotifications7* notifications = sink.Get();
@@ -94,7 +64,7 @@ TEST(VelmarNotifications, NewestSinkForwardsEveryNotification) {
   KIV_VELMAR_NOTIFICATIONS_5(VELMAR_CALL) KIV_VELMAR_NOTIFICATIONS_6(VELMAR_CALL)
   KIV_VELMAR_NOTIFICATIONS_7(VELMAR_CALL)
 #undef VELMAR_CALL
-  EXPECT_THAT(receiver.log, ElementsAreArray(kSlotOrder));
+  EXPECT_THAT(log, ElementsAreArray(kSlotOrder));
 
   CVelmarNotificationsReceiverImpl silent;
   sink->SetReceiver(&silent);
@@ -108,7 +78,7 @@ class FakeRoot : public KivObject<IKivNotificationsImpl<FakeRoot, IKivVelmarNoti
 };
 
 // Which generation heard what, as "<generation>:<notification>".
-class GenerationLog : public AllLog {
+class GenerationLog : public CVelmarNotificationsReceiverImpl {
  public:
   explicit GenerationLog(std::vector<std::string>* all, int generation) : all_(all), generation_(generation) {}
   void TimeFormatChanged(IKivVelmar*, uint32_t format) override {

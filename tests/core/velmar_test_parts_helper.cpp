@@ -21,9 +21,11 @@ std::vector<std::string> PartLogWith(const std::string& prefix) {
   return out;
 }
 
+void LogPart(std::string entry) { PartLog().push_back(std::move(entry)); }
+
 namespace {
 
-void Log(std::string entry) { PartLog().push_back(std::move(entry)); }
+void Log(std::string entry) { LogPart(std::move(entry)); }
 
 const char* SetOrNull(const void* p) { return p ? "set" : "null"; }
 
@@ -96,8 +98,6 @@ void Register(const Guid& clsid, std::function<KivResult(IKivUnknown**)> create,
 
 TestTasks* TestTasks::last = nullptr;
 TestRealTimeSettings* TestRealTimeSettings::last = nullptr;
-TestPriorities* TestPriorities::last = nullptr;
-TestColourTable* TestColourTable::last = nullptr;
 TestMapping* TestMapping::last = nullptr;
 TestChannelProperties* TestChannelProperties::last = nullptr;
 TestEventProperties* TestEventProperties::last = nullptr;
@@ -132,22 +132,6 @@ KivResult TestRealTimeSettings::SetChangeCallback(CRealTimeSettingsChanges* c) {
   Log(std::string("realTime.SetChangeCallback(") + SetOrNull(c) + ")");
   last = this;
   changes = c;
-  return S_OK;
-}
-
-TestPriorities::~TestPriorities() { Log("priorities.~"); }
-KivResult TestPriorities::SetParentCallback(CPrioritiesParentCallback* p) {
-  Log(std::string("priorities.SetParentCallback(") + SetOrNull(p) + ")");
-  last = this;
-  parent = p;
-  return S_OK;
-}
-
-TestColourTable::~TestColourTable() { Log("colourTable.~"); }
-KivResult TestColourTable::SetParentCallback(CColourTableParentCallback* p) {
-  Log(std::string("colourTable.SetParentCallback(") + SetOrNull(p) + ")");
-  last = this;
-  parent = p;
   return S_OK;
 }
 

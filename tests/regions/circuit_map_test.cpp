@@ -8,6 +8,7 @@
 
 #include "velmar/storage.h"
 #include "velmar/text.h"
+#include "support/scoped_sink.h"
 
 namespace velmar::testing {
 namespace {
@@ -34,9 +35,7 @@ TEST(CircuitMap, EveryRefusalNamesItsFaultAndKeepsTheOldContent) {
   auto map = MakeKiv<CCircuitMap>();
   ASSERT_EQ(map->LoadJson(kGood, nullptr), S_OK);
   MapListener listener;
-  auto sink = MakeKiv<CCircuitMapDataNotifications3Sink<>>();
-  sink->SetReceiver(&listener);
-  ASSERT_TRUE(sink->Connect(static_cast<IKivCircuitMapData2*>(map.Get())));
+  ScopedSink<CCircuitMapDataNotifications3Sink<>, IKivCircuitMapData2> sink(&listener, map.Get());
   const Json refusals = Refusals();  // kept: the loop walks inside it
   for (const Json& c : refusals["cases"]) {
     std::u16string error;
@@ -49,8 +48,6 @@ TEST(CircuitMap, EveryRefusalNamesItsFaultAndKeepsTheOldContent) {
   ASSERT_EQ(map->GetSegments(&segments), S_OK);
   ASSERT_EQ(segments.size(), 2u);
   EXPECT_EQ(std::u16string(segments[1].name), u"Rest");
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(static_cast<IKivCircuitMapData2*>(map.Get()));
 }
 
 TEST(CircuitMap, PositionsAreFractionsOfTheLapAndTheStorageRoundTrips) {

@@ -21,41 +21,23 @@ class FakePlayer final : public KivObject<IKivClipPlayer> {
     time += frames * kS / 25;
     return Set(kClipPlayerPaused);
   }
-  KivResult GetState(uint32_t, uint32_t* out) override {
-    *out = state;
-    return S_OK;
-  }
+  KivResult GetState(uint32_t, uint32_t* out) override { return (*out = state, S_OK); }
   KivResult GetRates(IKivPlaybackRates** out) override {
     return GiveOut(static_cast<IKivPlaybackRates*>(MakeKiv<CPlaybackRates>(rates_).Get()), out);
   }
-  KivResult SetRate(int32_t code) override {
-    rate = code;
-    return S_OK;
-  }
-  KivResult SetRange(KivTime, KivTime duration) override {
-    range = duration;
-    return S_OK;
-  }
+  KivResult SetRate(int32_t code) override { return (rate = code, S_OK); }
+  KivResult SetRange(KivTime, KivTime duration) override { return (range = duration, S_OK); }
   KivResult Stop() override { return Set(kClipPlayerStopped); }
   KivResult AddSlave(IKivClipPlayer*) override { return S_OK; }
   KivResult RemoveSlave(IKivClipPlayer*) override { return S_OK; }
-  KivResult GetTime(KivTime* out) override {
-    *out = time;
-    return S_OK;
-  }
-  KivResult SetTime(KivTime t) override {
-    time = t;
-    return S_OK;
-  }
+  KivResult GetTime(KivTime* out) override { return (*out = time, S_OK); }
+  KivResult SetTime(KivTime t) override { return (time = t, S_OK); }
   uint32_t state = kClipPlayerStopped;
   KivTime time = 0, range = -1;
   int32_t rate = 0;
 
  private:
-  KivResult Set(uint32_t s) {
-    state = s;
-    return S_OK;
-  }
+  KivResult Set(uint32_t s) { return (state = s, S_OK); }
   std::vector<int32_t> rates_;
 };
 

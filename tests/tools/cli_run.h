@@ -23,6 +23,8 @@ class CliRunner {
   CliRunner();
   // Runs `velmar args...`; the settings (registry) live in a folder of the runner.
   CliResult Run(const std::vector<std::string>& args) const;
+  // The same, failing the test unless it exits 0 (with what it printed on stderr).
+  CliResult RunOk(const std::vector<std::string>& args) const;
   // A path inside the runner's own temporary folder.
   std::string Path(const std::string& name) const { return (dir_ / name).string(); }
   // Writes a small sample data set once and gives its path.
@@ -32,5 +34,9 @@ class CliRunner {
   TempDir dir_;
   std::string sample_;
 };
+
+// One runner for a whole test program, its sample made on first use: making
+// and loading the sample is the slow part of these tests.
+CliRunner& SharedCli();
 
 }  // namespace velmar::testing

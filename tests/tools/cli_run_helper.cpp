@@ -54,11 +54,21 @@ CliResult CliRunner::Run(const std::vector<std::string>& args) const {
   return result;
 }
 
+CliResult CliRunner::RunOk(const std::vector<std::string>& args) const {
+  CliResult result = Run(args);
+  EXPECT_EQ(result.exitCode, 0) << (args.empty() ? "" : args[0]) << ": " << result.err;
+  return result;
+}
+
+CliRunner& SharedCli() {
+  static CliRunner runner;
+  return runner;
+}
+
 const std::string& CliRunner::Sample() {
   if (sample_.empty()) {
     const std::string path = Path("sample.txt");
-    const CliResult made = Run({"sample", path, "--laps", "2", "--rate", "20"});
-    EXPECT_EQ(made.exitCode, 0) << made.err;
+    RunOk({"sample", path, "--laps", "2", "--rate", "20"});
     sample_ = path;
   }
   return sample_;

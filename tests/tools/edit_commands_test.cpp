@@ -19,21 +19,13 @@ using Rows = std::vector<std::vector<std::string>>;
 class EditCommandsTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    runner_ = new CliRunner();
     text_ = runner_->Path("edits.txt");
     std::filesystem::copy_file(runner_->Sample(), text_);
     store_ = runner_->Path("edits.trn");
-    ASSERT_EQ(runner_->Run({"convert", text_, store_}).exitCode, 0);
-  }
-  static void TearDownTestSuite() {
-    delete runner_;
-    runner_ = nullptr;
+    runner_->RunOk({"convert", text_, store_});
   }
   static CliResult Run(const std::vector<std::string>& args) { return runner_->Run(args); }
-  static void Ok(const std::vector<std::string>& args) {
-    const CliResult r = Run(args);
-    EXPECT_EQ(r.exitCode, 0) << args[0] << " " << args[2] << ": " << r.err;
-  }
+  static void Ok(const std::vector<std::string>& args) { runner_->RunOk(args); }
   // The listing rows of `command` whose first cell is `name`.
   static Rows RowsNamed(const std::string& command, const std::string& file, const std::string& name) {
     Rows found;
@@ -48,7 +40,7 @@ class EditCommandsTest : public ::testing::Test {
   static std::string store_;
 };
 
-CliRunner* EditCommandsTest::runner_ = nullptr;
+CliRunner* EditCommandsTest::runner_ = &SharedCli();
 std::string EditCommandsTest::text_;
 std::string EditCommandsTest::store_;
 

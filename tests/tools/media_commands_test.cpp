@@ -16,8 +16,7 @@ TEST(MediaCommandsTest, AttachListGrabAFrameAndPlay) {
   const std::string store = cli.Path("s.trn"), clip = cli.Path("c.mp4"), png = cli.Path("f.png");
   ASSERT_EQ(cli.Run({"convert", cli.Sample(), store}).exitCode, 0);
   ASSERT_EQ(cli.Run({"clip", clip, "--seconds", "3"}).exitCode, 0);
-  const CliResult added = cli.Run({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
-  ASSERT_EQ(added.exitCode, 0) << added.err;
+  const CliResult added = cli.RunOk({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
   EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(store).parent_path() / "0001000.kvmedia"));
   const auto rows = cli.Run({"media", store, "list"}).Rows();
   ASSERT_EQ(rows.size(), 1u);
@@ -25,8 +24,7 @@ TEST(MediaCommandsTest, AttachListGrabAFrameAndPlay) {
   EXPECT_EQ(rows[0][1], "user");
   EXPECT_EQ(rows[0][2], "1");
 
-  const CliResult frame = cli.Run({"frame", store, "Onboard", "--at", "2", "-o", png});
-  ASSERT_EQ(frame.exitCode, 0) << frame.err;
+  const CliResult frame = cli.RunOk({"frame", store, "Onboard", "--at", "2", "-o", png});
   std::ifstream in(png, std::ios::binary);
   std::string magic(8, '\0');
   in.read(magic.data(), 8);
@@ -36,8 +34,7 @@ TEST(MediaCommandsTest, AttachListGrabAFrameAndPlay) {
   EXPECT_NE(again.exitCode, 0);
   EXPECT_NE(again.err.find("Failed to add Media Channel \"Onboard\" - duplicate Media Channel found"),
             std::string::npos);
-  const CliResult play = cli.Run({"play", store, "--rate", "5", "--for", "0.3", "--channels", "Speed"});
-  ASSERT_EQ(play.exitCode, 0) << play.err;
+  const CliResult play = cli.RunOk({"play", store, "--rate", "5", "--for", "0.3", "--channels", "Speed"});
   EXPECT_EQ(play.Rows().at(0), (std::vector<std::string>{"position", "Speed"}));
   EXPECT_GE(play.Rows().size(), 3u);
 }

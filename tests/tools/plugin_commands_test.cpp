@@ -16,8 +16,7 @@ const std::string kExample = (FixtureRoot().parent_path().parent_path() / "addin
 
 TEST(PluginCommands, ExamplePluginsListRunAndGiveAChannel) {
   CliRunner runner;
-  const CliResult list = runner.Run({"--tools", kExample, "tools", "list"});
-  ASSERT_EQ(list.exitCode, 0) << list.err;
+  const CliResult list = runner.RunOk({"--tools", kExample, "tools", "list"});
   EXPECT_EQ(list.Rows(), (std::vector<std::vector<std::string>>{
                              {"name", "type", "kind"},
                              {"Fastest laps", "lap_tools.FastestLaps", "tool"},
@@ -30,8 +29,7 @@ TEST(PluginCommands, ExamplePluginsListRunAndGiveAChannel) {
   EXPECT_THAT(laps.out, HasSubstr("1\tLap "));
   EXPECT_NE(runner.Run({"--tools", kExample, "tools", "run", "Fastest laps", "No such"}).exitCode, 0);
 
-  const CliResult dump = runner.Run({"--tools", kExample, "dump", runner.Sample(), "LongAccel", "Speed", "--to", "1"});
-  ASSERT_EQ(dump.exitCode, 0) << dump.err;
+  const CliResult dump = runner.RunOk({"--tools", kExample, "dump", runner.Sample(), "LongAccel", "Speed", "--to", "1"});
   const auto rows = dump.Rows();
   ASSERT_GT(rows.size(), 3u);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "LongAccel", "Speed"}));

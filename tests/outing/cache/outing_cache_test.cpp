@@ -3,12 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
+#include "outing/cache/outing_on_cache.h"
+#include "outing/cache/outing_state_changes.h"
+#include "outing/memory_source.h"
 #include "platform/async/dispatcher.h"
+#include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
@@ -27,10 +32,6 @@ class CountingCaptionCache final : public COutingCacheBase<CountingCaptionCache,
  protected:
   std::u16string BuildCaption() override { return u"caption " + std::u16string(1, u'0' + ++builds); }
 };
-
-TEST(OutingCacheTest, EventExistsMessageText) {
-  EXPECT_EQ(EventExistsMessage(u"Gear shifts"), u"Event Gear shifts already exists in the outing.");
-}
 
 TEST(OutingCacheTest, StartsWithTheEmptyCaptionAndRebuildsOnlyWhenStale) {
   auto cache = MakeKiv<CountingCaptionCache>();
@@ -58,16 +59,6 @@ class OutingCacheClientsTest : public ::testing::Test {
   const std::u16string path_ = UniqueMemoryPath();
   ComPtr<CMemoryOuting> a_, b_, c_;
 };
-
-TEST_F(OutingCacheClientsTest, OutingsAttachInOrderAndShareTheCache) {
-  ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
-  ASSERT_EQ(OpenMemoryOuting(path_, &b_), S_OK);
-  EXPECT_EQ(a_->cache(), b_->cache());
-  EXPECT_EQ(cache()->client_count(), 2u);
-  EXPECT_TRUE(cache()->IsAttached(a_.Get()));
-  EXPECT_EQ(cache()->path(), path_);
-  EXPECT_EQ(cache()->registry(), &COutingCacheRegistry<CMemoryOutingCache>::Instance());
-}
 
 TEST_F(OutingCacheClientsTest, PostMessageReachesEveryClientInAttachmentOrder) {
   ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
@@ -118,6 +109,150 @@ TEST_F(OutingCacheClientsTest, ACacheHeldElsewhereOutlivesItsLastClientButLeaves
   EXPECT_EQ(COutingCacheRegistry<CMemoryOutingCache>::Instance().Find(path_), nullptr);
   ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
   EXPECT_NE(a_->cache(), held.Get());
+}
+
+class PlainCache final : public COutingCacheBase<PlainCache, COutingStateChanges> {
+ public:
+  explicit PlainCache(std::u16string path) : COutingCacheBase(OutingType::kText, std::move(path), Guid{}) { ++live; }
+  ~PlainCache() override { --live; }
+  bool CreateDataSet() override { return false; }
+  static inline int live = 0;
+};
+
+ComPtr<PlainCache> Make(const std::u16string& path) { return MakeKiv<PlainCache>(path); }
+
+TEST(OutingCacheRegistryTest, FindOrMakeMakesOnceAndHoldsAReference) {
+  COutingCacheRegistry<PlainCache> registry;
+  int made = 0;
+  auto make = [&] {
+    ++made;
+    return Make(u"/a.txt");
+  };
+  ComPtr<PlainCache> first = registry.FindOrMake(u"/a.txt", make);
+  ComPtr<PlainCache> second = registry.FindOrMake(u"/a.txt", make);
+  EXPECT_EQ(made, 1);
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(first->registry(), &registry);
+  EXPECT_EQ(registry.Find(u"/a.txt"), first);
+  EXPECT_EQ(registry.Find(u"/b.txt"), nullptr);
+
+  PlainCache* raw = first.Get();
+  first = nullptr;
+  second = nullptr;
+  EXPECT_EQ(PlainCache::live, 1) << "the registry's reference keeps it";
+  EXPECT_TRUE(registry.Remove(raw));
+  EXPECT_EQ(PlainCache::live, 0);
+  EXPECT_EQ(registry.size(), 0u);
+}
+
+TEST(OutingCacheRegistryTest, PathsCompareAsExactCodeUnits) {
+  COutingCacheRegistry<PlainCache> registry;
+  auto a = registry.FindOrMake(u"/Data/Run.txt", [] { return Make(u"/Data/Run.txt"); });
+  auto b = registry.FindOrMake(u"/data/run.txt", [] { return Make(u"/data/run.txt"); });
+  auto c = registry.FindOrMake(u"/data/run.txt ", [] { return Make(u"/data/run.txt "); });
+  EXPECT_NE(a, b) << "letter case makes two caches";
+  EXPECT_NE(b, c);
+  EXPECT_EQ(registry.size(), 3u);
+  for (auto* cache : {a.Get(), b.Get(), c.Get()}) EXPECT_TRUE(registry.Remove(cache));
+}
+
+TEST(OutingCacheRegistryTest, ForEachWalksInKeyOrderShorterFirst) {
+  COutingCacheRegistry<PlainCache> registry;
+  for (const char16_t* path : {u"b", u"ab", u"a", u"B", u"\u00e9"}) {
+    (void)registry.FindOrMake(path, [&] { return Make(path); });
+  }
+  std::vector<std::string> order;
+  registry.ForEach([&](const std::u16string& path, PlainCache& cache) {
+    EXPECT_EQ(cache.path(), path);
+    order.push_back(WideToUtf8(path));
+  });
+  EXPECT_THAT(order, ElementsAre("B", "a", "ab", "b", "\u00e9"));
+}
+
+TEST(OutingCacheRegistryTest, ForEachMayTakeCachesOut) {
+  COutingCacheRegistry<PlainCache> registry;
+  for (const char16_t* path : {u"1", u"2", u"3"}) (void)registry.FindOrMake(path, [&] { return Make(path); });
+  int seen = 0;
+  registry.ForEach([&](const std::u16string&, PlainCache& cache) {
+    ++seen;
+    EXPECT_TRUE(registry.Remove(&cache));
+  });
+  EXPECT_EQ(seen, 3);
+  EXPECT_EQ(registry.size(), 0u);
+  EXPECT_EQ(PlainCache::live, 0);
+}
+
+TEST(OutingCacheRegistryTest, AFailedMakeEntersNothing) {
+  COutingCacheRegistry<PlainCache> registry;
+  EXPECT_EQ(registry.FindOrMake(u"/x", [] { return ComPtr<PlainCache>(); }), nullptr);
+  EXPECT_EQ(registry.size(), 0u);
+}
+
+TEST(OutingCacheRegistryTest, RemoveOfAStrangerIsRefused) {
+  COutingCacheRegistry<PlainCache> registry;
+  auto stranger = Make(u"/x");
+  EXPECT_FALSE(registry.Remove(stranger.Get()));
+  EXPECT_EQ(stranger->registry(), nullptr);
+}
+
+TEST(OutingCacheLinkTest, AttachesAtOnceAndDetachesOnce) {
+  auto cache = MakeKiv<CMemoryOutingCache>(u"/link", kMemoryTypeId);
+  auto outing = MakeKiv<CMemoryOuting>(cache, false);
+  EXPECT_EQ(cache->client_count(), 1u) << "the outing attached itself";
+  {
+    COutingCacheLink<CMemoryOutingCache> link(cache, outing.Get());
+    EXPECT_EQ(cache->client_count(), 2u);
+    link.Detach();
+    link.Detach();
+    EXPECT_EQ(cache->client_count(), 1u);
+    EXPECT_EQ(link.get(), cache.Get()) << "the cache stays held";
+  }
+  EXPECT_EQ(cache->client_count(), 1u);
+  outing = nullptr;
+  EXPECT_EQ(cache->client_count(), 0u);
+}
+
+TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothing) {
+  bool made = false;
+  auto make = [&] {
+    made = true;
+    return MakeKiv<CMemoryOutingCache>(u"/refused", kMemoryTypeId);
+  };
+  EXPECT_EQ(OpenOutingOnCache<CMemoryOuting>(u"/refused", false, make, nullptr), E_POINTER);
+  EXPECT_FALSE(made);
+}
+
+TEST(OpenOutingOnCacheTest, AFailedCacheIsOutOfMemory) {
+  ComPtr<CMemoryOuting> outing;
+  EXPECT_EQ(OpenOutingOnCache<CMemoryOuting>(u"/failed", false, [] { return ComPtr<CMemoryOutingCache>(); },
+                                             &outing),
+            E_OUTOFMEMORY);
+  EXPECT_EQ(outing, nullptr);
+  EXPECT_EQ(COutingCacheRegistry<CMemoryOutingCache>::Instance().Find(u"/failed"), nullptr);
+}
+
+// An outing whose construction runs out of memory after it attached.
+class CThrowingOuting : public COutingOnCache<CMemoryOutingCache> {
+ public:
+  CThrowingOuting(ComPtr<CMemoryOutingCache> cache, bool overrideProperties)
+      : COutingOnCache(std::move(cache), overrideProperties) {
+    throw std::bad_alloc();
+  }
+
+ protected:
+  KivResult OutingInformation(IKivPropertySet**) override { return S_FALSE; }
+  KivResult CloseOutingData() override { return S_OK; }
+  KivResult ApplyTimeOffset(KivTime) override { return S_OK; }
+};
+
+TEST(OpenOutingOnCacheTest, AnOutingThatCannotBeMadeTakesItsNewCacheOutAgain) {
+  const int before = CMemoryOutingCache::live();
+  ComPtr<CThrowingOuting> outing;
+  auto make = [] { return MakeKiv<CMemoryOutingCache>(u"/no memory", kMemoryTypeId); };
+  EXPECT_EQ(OpenOutingOnCache<CThrowingOuting>(u"/no memory", false, make, &outing), E_OUTOFMEMORY);
+  EXPECT_EQ(outing, nullptr);
+  EXPECT_EQ(COutingCacheRegistry<CMemoryOutingCache>::Instance().Find(u"/no memory"), nullptr);
+  EXPECT_EQ(CMemoryOutingCache::live(), before);
 }
 
 }  // namespace

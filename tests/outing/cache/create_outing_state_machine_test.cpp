@@ -10,18 +10,16 @@
 
 #include "outing/cache/temp_file.h"
 #include "outing/memory_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using State = CStateMachine::State;
-constexpr auto kLong = 30s;
 
 class CreateCallback {
  public:
@@ -39,17 +37,14 @@ class CreateCallback {
 
 using Machine = CCreateOutingStateMachine<CreateCallback, CMemoryCreateJob>;
 
-class CreateOutingStateMachineTest : public ::testing::Test {
+class CreateOutingStateMachineTest : public SettlingTest {
  protected:
   void TearDown() override {
     machine_.Reset();
-    EXPECT_TRUE(Async_RunUntilSettled(d_, kLong));
+    EXPECT_TRUE(Settle());
     EXPECT_EQ(callback_.refs, 0u);
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   TempDir dir_;
   const std::u16string path_ = Utf8ToWide((dir_ / "new.mem").string());
   CreateCallback callback_;

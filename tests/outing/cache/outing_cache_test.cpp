@@ -12,13 +12,12 @@
 #include "outing/cache/outing_on_cache.h"
 #include "outing/cache/outing_state_changes.h"
 #include "outing/memory_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -45,17 +44,15 @@ TEST(OutingCacheTest, StartsWithTheEmptyCaptionAndRebuildsOnlyWhenStale) {
   EXPECT_EQ(cache->builds, 2);
 }
 
-class OutingCacheClientsTest : public ::testing::Test {
+class OutingCacheClientsTest : public SettlingTest {
  protected:
   void TearDown() override {
     a_ = b_ = c_ = nullptr;
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
     EXPECT_EQ(COutingCacheRegistry<CMemoryOutingCache>::Instance().Find(path_), nullptr);
   }
   CMemoryOutingCache* cache() { return a_->cache(); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   const std::u16string path_ = UniqueMemoryPath();
   ComPtr<CMemoryOuting> a_, b_, c_;
 };

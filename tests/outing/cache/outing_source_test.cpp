@@ -8,12 +8,11 @@
 #include <thread>
 
 #include "outing/memory_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using MemorySourceOf = COutingSource<CMemoryOuting>;
 
 TEST(OutingSourceRegistrationTest, ASourceIsFoundByItsTypeUntilItIsReplaced) {
@@ -57,9 +56,9 @@ TEST(OutingSourceRegistrationTest, SourcesMayBeRegisteredFromAnotherThread) {
   ASSERT_EQ(RegisterOutingSource(OutingType::kSpreadsheet, nullptr), S_OK);
 }
 
-class OutingSourceTest : public ::testing::Test {
+class OutingSourceTest : public SettlingTest {
  protected:
-  void TearDown() override { EXPECT_TRUE(Async_RunUntilSettled(d_, 30s)); }
+  void TearDown() override { EXPECT_TRUE(Settle()); }
 
   OpenedOuting Open(const std::u16string& path) {
     OpenedOuting opened;
@@ -70,8 +69,6 @@ class OutingSourceTest : public ::testing::Test {
     return static_cast<CMemoryOuting*>(opened.outing.Get())->cache();
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   MemorySourceOf source_;
 };
 

@@ -10,17 +10,15 @@
 
 #include "outing/blocks/channel_iterator.h"
 #include "outing/memory_channel_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Machine = CChannelDataCacheStateMachine;
 
-constexpr auto kLong = 30s;
 const CChannelKey kKey(u"Brake", 2);
 
 // A waiting client that logs "<name>:ok" or "<name>:failed".
@@ -43,13 +41,12 @@ class CClient final : public KivObject<IKivSelectionRange>, public CChannelDataC
   std::vector<std::string>* log_;
 };
 
-class ChannelDataCacheTest : public ::testing::Test {
+class ChannelDataCacheTest : public SettlingTest {
  protected:
   void TearDown() override {
     script_.OpenGate();
     EXPECT_TRUE(Settle());
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
   KivResult Get(CClient* client, std::shared_ptr<const ChannelSections>* sections = nullptr) {
     std::shared_ptr<const ChannelSections> out;
     const KivResult hr = cache_->GetChannelData(client, kKey, &out);
@@ -57,8 +54,6 @@ class ChannelDataCacheTest : public ::testing::Test {
     return hr;
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   MemoryFetchScript script_;
   ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
   std::vector<std::string> log_;

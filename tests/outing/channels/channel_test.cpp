@@ -9,17 +9,15 @@
 
 #include "support/data_listener.h"
 #include "outing/memory_channel_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Machine = CChannelDataCacheStateMachine;
 
-constexpr auto kLong = 30s;  // only reached when something is broken
 constexpr KivTime kSecond = kTicksPerSecond;
 const CChannelKey kKey(u"Speed", 4);
 const std::string kWholeChange = "changed:-9223372036854775808:9223372036854775807";
@@ -34,7 +32,7 @@ ChannelSections TwoSections() {
   return a;
 }
 
-class NativeChannelTest : public ::testing::Test {
+class NativeChannelTest : public SettlingTest {
  protected:
   void SetUp() override { script_.Give(TwoSections()); }
   void TearDown() override {
@@ -42,7 +40,6 @@ class NativeChannelTest : public ::testing::Test {
     for (auto& channel : made_) channel->Detach();
     EXPECT_TRUE(Settle());
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
 
   ComPtr<CChannel> Make(const CChannelKey& key = kKey) {
     auto channel = MakeKiv<CChannel>();
@@ -60,8 +57,6 @@ class NativeChannelTest : public ::testing::Test {
   }
   Machine* machine() const { return cache_->machine(kKey); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   MemoryFetchScript script_;
   ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
   std::vector<ComPtr<CChannel>> made_;

@@ -7,14 +7,13 @@
 
 #include "core/global_constants_cache.h"
 #include "outing/constants/constant_stream.h"
-#include "platform/async/dispatcher.h"
 #include "platform/async/job_engine.h"
 #include "support/data_listener.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
@@ -31,7 +30,7 @@ class FixedSpreadsheet final : public CSpreadsheetApplication {
   KivResult result_;
 };
 
-class ConstantTest : public ::testing::Test {
+class ConstantTest : public testing::SettlingTest {
  protected:
   void SetUp() override {
     ASSERT_EQ(cache_->Add(u"Mass", kSimpleConstant), S_OK);
@@ -39,7 +38,7 @@ class ConstantTest : public ::testing::Test {
   }
   void TearDown() override {
     listeners_.clear();
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
     SetSpreadsheetApplication(nullptr);
   }
   template <class T>
@@ -56,8 +55,6 @@ class ConstantTest : public ::testing::Test {
     return *logs_.back();
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   std::shared_ptr<CGlobalConstantsCache> cache_ = std::make_shared<CGlobalConstantsCache>();
   std::vector<std::unique_ptr<std::vector<std::string>>> logs_;
   std::vector<std::unique_ptr<testing::CDataListener>> listeners_;
@@ -170,7 +167,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   double value = -1;
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
   EXPECT_THAT(log, IsEmpty()) << "a pending constant stays silent";
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
   ASSERT_EQ(sheet->GetValue(&value), S_OK);
   EXPECT_EQ(value, 12.5);
@@ -183,7 +180,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   }
   log.clear();
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed"), "failed"));
   uint32_t status = 0;
   ASSERT_EQ(sheet->GetStatus(&status), S_OK);

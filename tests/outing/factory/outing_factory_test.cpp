@@ -15,7 +15,7 @@
 #include "outing/cache/outing_cache_registry.h"
 #include "support/outing_listener.h"
 #include "outing/cache/outing_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "platform/registry/registry_file.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "support/faulty_file_ops.h"
@@ -58,11 +58,11 @@ bool OverrideOf(IKivOuting* outing) {
 
 CMemoryOuting* AsMemory(IKivOuting* outing) { return static_cast<CMemoryOuting*>(outing); }
 
-class OutingFactoryTest : public ::testing::Test {
+class OutingFactoryTest : public SettlingTest {
  protected:
   void TearDown() override {
     factory_ = nullptr;
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
   }
 
   // A data set that exists on disk (and in memory, for its load).
@@ -83,8 +83,6 @@ class OutingFactoryTest : public ::testing::Test {
   TempDir dir_;
   FaultyFileOps registryOps_;
   ScopedHiveOverride hive_{RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json", registryOps_)};
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ClassRegistry classes_;
   COutingFactoryAddIns addIns_{classes_};
   ScopedOutingSource text_{OutingType::kText, std::make_shared<MemorySourceOf>()};
@@ -141,7 +139,7 @@ TEST_F(OutingFactoryTest, AMissingPathWithCreateGivesARealOutingThatHearsItsCrea
   OutingListener heard(outings[0].Get());
   ASSERT_TRUE(Async_WaitIdle(MemorySource::Thread(), 30s));
   EXPECT_THAT(heard.log, IsEmpty()) << "nothing is heard before the client's loop runs";
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(heard.log, ElementsAre("Created:-1"));
   EXPECT_THAT(heard.threads, Each(std::this_thread::get_id()));
   EXPECT_TRUE(std::filesystem::exists(dir_ / "new.txt"));

@@ -8,6 +8,7 @@
 #include <chrono>
 
 #include "platform/async/dispatcher.h"
+#include "platform/async/job_engine.h"
 
 namespace velmar::testing {
 

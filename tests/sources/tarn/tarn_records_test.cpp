@@ -3,7 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 #include <vector>
+
+#include "sources/tarn/tarn_channel_list.h"
+#include "sources/tarn/tarn_event_data.h"
+#include "sources/tarn/tarn_lap_data.h"
+#include "sources/tarn/tarn_media_data.h"
 
 namespace velmar {
 namespace {
@@ -108,6 +114,188 @@ TEST(ChannelBlocks, RecordsNoSectionCanHoldGiveNoBlocks) {
 }
 
 TEST(ChannelBlocks, NoRecordsGiveNoBlocks) { EXPECT_TRUE(ChannelBlocks({}, 7).empty()); }
+
+TarnChannelDescription Record(uint64_t id, const char16_t* tag, int32_t quantity, uint32_t sampleType = 7) {
+  TarnChannelDescription d{};
+  d.id = id;
+  d.tagName = tag;
+  d.quantityId = quantity;
+  d.sampleType = sampleType;
+  return d;
+}
+
+TEST(BuildChannelMap, BracketsInATagNameBecomeUnderscoresInTheKey) {
+  std::vector<TarnChannelDescription> records{Record(1, u"T[1]", 0)};
+  EXPECT_TRUE(BuildChannelMap(records, 21).contains(u"[0]T_1_"));
+}
+
+TEST(BuildChannelMap, ReadableRecordsAreKeyedByTheirKeyText) {
+  std::vector<TarnChannelDescription> records{Record(10, u"Speed", 3, 6), Record(11, u"Rpm", 7, 2)};
+  TarnChannelMap map = BuildChannelMap(records, 21);
+  ASSERT_EQ(map.size(), 2u);
+  EXPECT_EQ(map.at(u"[3]Speed"), (TarnChannelEntry{10, 6}));
+  EXPECT_EQ(map.at(u"[7]Rpm"), (TarnChannelEntry{11, 2}));
+}
+
+TEST(BuildChannelMap, TheFirstOfTwoRecordsWithOneKeyIsKept) {
+  std::vector<TarnChannelDescription> records{Record(1, u"Speed", 3), Record(2, u"Speed", 3), Record(3, u"Speed", 4)};
+  TarnChannelMap map = BuildChannelMap(records, 21);
+  EXPECT_EQ(map.size(), 2u);
+  EXPECT_EQ(map.at(u"[3]Speed").id, 1u);
+}
+
+TEST(BuildChannelMap, UnreadableRecordsAreSkippedAndTheOthersRead) {
+  std::vector<TarnChannelDescription> records{Record(1, nullptr, 3), Record(2, u"", 3), Record(3, u"Neg", -1),
+                                              Record(4, u"Eight", 3, 8), Record(5, u"Good", 3, 0)};
+  TarnChannelMap map = BuildChannelMap(records, 21);
+  ASSERT_EQ(map.size(), 1u);
+  EXPECT_EQ(map.begin()->first, u"[3]Good");
+}
+
+TEST(BuildChannelMap, AQuantityAboveTheLargestKnownIsReadAsZero) {
+  std::vector<TarnChannelDescription> records{Record(1, u"Odd", 22), Record(2, u"Known", 21)};
+  TarnChannelMap map = BuildChannelMap(records, 21);
+  EXPECT_TRUE(map.contains(u"[0]Odd"));
+  EXPECT_TRUE(map.contains(u"[21]Known"));
+}
+
+TEST(ReconcileChannelList, RemovedReplacedKeptAndAddedNamesAreToldApart) {
+  std::map<std::u16string, uint64_t> held{{u"[0]Gone", 1}, {u"[0]Kept", 2}, {u"[0]Moved", 3}};
+  TarnChannelMap read{{u"[0]Kept", {2, 7}}, {u"[0]Moved", {9, 7}}, {u"[0]New", {4, 7}}};
+  TarnChannelListChange change = ReconcileChannelList(held, read);
+  EXPECT_EQ(change.removed, NameList{u"[0]Gone"});
+  EXPECT_EQ(change.replaced, NameList{u"[0]Moved"});
+  EXPECT_EQ(change.kept, NameList{u"[0]Kept"});
+  EXPECT_EQ(change.added, (NameList{u"[0]Moved", u"[0]New"}));
+}
+
+TEST(ReconcileChannelList, AFirstListAddsEverything) {
+  TarnChannelMap read{{u"[0]A", {1, 7}}, {u"[0]B", {2, 7}}};
+  TarnChannelListChange change = ReconcileChannelList({}, read);
+  EXPECT_TRUE(change.removed.empty());
+  EXPECT_TRUE(change.kept.empty());
+  EXPECT_EQ(change.added.size(), 2u);
+}
+
+TarnLapMarker Marker(KivTime base, KivTime offset = 0, double origin = 0.0) {
+  TarnLapMarker m{};
+  m.baseTime = base;
+  m.timeOffset = offset;
+  m.distanceOrigin = origin;
+  return m;
+}
+
+TEST(TakeLapData, MarkersInTheSpanAreTakenWithTheFirstOrigin) {
+  std::vector<TarnLapMarker> markers{Marker(10, 2, 150.5), Marker(50, 0, 9.0)};
+  TarnLapData data;
+  ASSERT_TRUE(TakeLapData(0, 100, S_OK, 5, 95, markers, &data));
+  EXPECT_EQ(data.span.outingStart, 0);
+  EXPECT_EQ(data.span.outingEnd, 100);
+  ASSERT_TRUE(data.span.movement);
+  EXPECT_EQ(data.span.movement->first, 5);
+  EXPECT_EQ(data.distanceOrigin, 150.5);
+  EXPECT_EQ(data.MarkerTimes(), (std::vector<KivTime>{12, 50}));
+}
+
+TEST(TakeLapData, NoMovementRangeIsNoFailure) {
+  TarnLapData data;
+  ASSERT_TRUE(TakeLapData(0, 100, S_FALSE, 0, 0, {}, &data));
+  EXPECT_FALSE(data.span.movement);
+  EXPECT_EQ(data.distanceOrigin, 0.0);
+  ASSERT_TRUE(TakeLapData(0, 100, E_FAIL, 70, 3, {}, &data));
+  EXPECT_FALSE(data.span.movement);
+}
+
+TEST(TakeLapData, AnswersThatDoNotHoldTogetherFail) {
+  TarnLapData data;
+  data.distanceOrigin = 42.0;
+  EXPECT_FALSE(TakeLapData(100, 99, S_FALSE, 0, 0, {}, &data));
+  EXPECT_FALSE(TakeLapData(0, 100, S_OK, 60, 50, {}, &data));
+  std::vector<TarnLapMarker> nan{Marker(10, 0, std::numeric_limits<double>::quiet_NaN())};
+  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, nan, &data));
+  std::vector<TarnLapMarker> late{Marker(10), Marker(101)};
+  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, late, &data));
+  std::vector<TarnLapMarker> early{Marker(-1)};
+  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, early, &data));
+  EXPECT_EQ(data.distanceOrigin, 42.0) << "a failed take leaves the data as it was";
+}
+
+const uint8_t kFixed[kTarnEventFixedDataSize] = {1, 2, 3};
+const uint8_t kPayload[] = {9, 8, 7, 6};
+
+TarnEventRecord Event(KivTime t) {
+  TarnEventRecord r{};
+  r.id = static_cast<uint64_t>(t);
+  r.time = t;
+  r.name = u"Pit";
+  r.source = u"Logger";
+  r.message = u"in";
+  r.fixedData = kFixed;
+  return r;
+}
+
+TEST(CachedEvents, EveryFieldIsCopiedOutOfTheRecords) {
+  std::vector<TarnEventRecord> records{Event(5), Event(7)};
+  records[1].payload = kPayload;
+  records[1].payloadSize = sizeof kPayload;
+  records[1].kind = 1;
+  std::vector<EventRecordPtr> events = CachedEvents(records);
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[0]->time, 5);
+  EXPECT_EQ(events[0]->name, u"Pit");
+  EXPECT_EQ(events[0]->source, u"Logger");
+  EXPECT_EQ(events[0]->message, u"in");
+  EXPECT_FALSE(events[0]->data);  // no payload: the event says it has none
+  EXPECT_EQ((*events[0]->fixedData)[2], 3);
+  EXPECT_EQ(events[1]->data, (std::vector<uint8_t>{9, 8, 7, 6}));
+  EXPECT_EQ(events[1]->category, 1u);
+  EXPECT_EQ(events[1]->id, 7u);
+}
+
+TEST(CachedEvents, OneBadRecordGivesNoEventsAtAll) {
+  auto spoiled = [](auto spoil) {
+    std::vector<TarnEventRecord> records{Event(1), Event(2)};
+    spoil(records[1]);
+    return CachedEvents(records).empty() && !ValidEventRecords(records);
+  };
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.name = nullptr; }));
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.source = nullptr; }));
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.message = nullptr; }));
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.fixedData = nullptr; }));
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.payload = kPayload; }));
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.payloadSize = 4; }));
+  EXPECT_TRUE(spoiled([](TarnEventRecord& r) { r.kind = 2; }));
+  EXPECT_FALSE(spoiled([](TarnEventRecord& r) { r.kind = 1; }));
+}
+
+TEST(TarnMediaDataTest, ChannelsNeedANameAndTheFirstOfANameCounts) {
+  TarnMediaChannelRecord records[4] = {};
+  records[0] = {7, u"Cam", 1, 2, 2, 2, 1, 0, 42};
+  records[1] = {8, u"", 1, 1, 2, 2, 1, 0, 0};
+  records[2] = {9, nullptr, 1, 1, 2, 2, 1, 0, 0};
+  records[3] = {10, u"Cam", 1, 3, 2, 2, 1, 5, 0};
+  TarnMediaChannelMap map = MediaChannelMap(records);
+  ASSERT_EQ(map.size(), 1u);
+  EXPECT_EQ(map.at(u"Cam").id, 7u);
+  EXPECT_EQ(map.at(u"Cam").type, 2u);
+  EXPECT_EQ(map.at(u"Cam").last, 42u);
+}
+
+TEST(TarnMediaDataTest, ClipsAreTakenAllOrNothing) {
+  const TarnMediaFrame frames[1] = {{5, 1, {}}};
+  TarnMediaClipRecord good = {1, u"a.mp4", 3, 0, 10, 20, 1, {}, frames};
+  std::vector<TarnMediaClip> clips;
+  ASSERT_TRUE(TakeMediaClips(std::span(&good, 1), &clips));
+  ASSERT_EQ(clips.size(), 1u);
+  EXPECT_EQ(clips[0].frames[0].time, 5);
+  for (auto spoil : {+[](TarnMediaClipRecord& r) { r.path = u""; }, +[](TarnMediaClipRecord& r) { r.frameCount = 0; },
+                     +[](TarnMediaClipRecord& r) { r.frames = nullptr; }, +[](TarnMediaClipRecord& r) { r.end = 9; }}) {
+    TarnMediaClipRecord pair[2] = {good, good};
+    spoil(pair[1]);
+    EXPECT_FALSE(TakeMediaClips(pair, &clips));
+    EXPECT_TRUE(clips.empty());
+  }
+}
 
 }  // namespace
 }  // namespace velmar

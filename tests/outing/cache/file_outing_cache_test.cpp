@@ -359,17 +359,12 @@ TEST_F(FileOutingCacheTest, CreateDataSetInAFolderThatCannotBeWrittenAnswersFals
   EXPECT_EQ(outing->cache()->create_machine().state(), State::kIdle);
 }
 
-TEST_F(FileOutingCacheTest, OutingsFollowTheirOwnOffsetAndOverrideFlag) {
+TEST_F(FileOutingCacheTest, AnOffsetBelongsToTheOutingObjectNotTheFile) {
   PutData(S_OK);
   a_ = Open();
-  ASSERT_EQ(OpenMemoryOuting(path_, &b_, kMemoryTypeId, /*overrideProperties=*/true), S_OK);
+  b_ = Open();
   EXPECT_EQ(a_->SetTimeOffset(5 * kTicksPerSecond), S_OK);
-  EXPECT_EQ(b_->time_offset(), 0) << "an offset belongs to the outing object, not the file";
-  KivBool flag = 7;
-  EXPECT_EQ(a_->GetOverrideProperties(&flag), S_OK);
-  EXPECT_EQ(flag, KIV_FALSE);
-  EXPECT_EQ(b_->GetOverrideProperties(&flag), S_OK);
-  EXPECT_EQ(flag, KIV_TRUE);
+  EXPECT_EQ(b_->time_offset(), 0);
 }
 
 TEST_F(FileOutingCacheTest, AChangedFastLapSettingMakesTheCaptionStale) {

@@ -97,16 +97,5 @@ TEST_F(OutingSourceTest, NewCachesTakeTheSourcesSettingsAndChangesReachOpenCache
   EXPECT_EQ(CacheOf(after)->fast_lap_minimum_time(), 8 * kTicksPerSecond);
 }
 
-TEST_F(OutingSourceTest, TheValueHeldAlreadyReachesNoCache) {
-  OpenedOuting opened = Open(UniqueMemoryPath());
-  (void)CacheOf(opened)->GetCaption();
-  ASSERT_FALSE(CacheOf(opened)->caption_dirty());
-  source_.SetFastLapFilter(false);
-  source_.SetFastLapMinimumTime(kDefaultFastLapMinimumTime);
-  EXPECT_FALSE(CacheOf(opened)->caption_dirty());
-  source_.SetFastLapFilter(true);
-  EXPECT_TRUE(CacheOf(opened)->caption_dirty());
-}
-
 }  // namespace
 }  // namespace velmar::testing

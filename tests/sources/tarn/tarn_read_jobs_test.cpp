@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 
 #include "jobs/job_thread.h"
@@ -11,8 +10,6 @@
 
 namespace velmar::testing {
 namespace {
-
-namespace p = tarn_property;
 
 template <class Job>
 struct Recorder : ITarnReadClient<Job> {
@@ -89,15 +86,6 @@ class TarnReadJobsTest : public TarnTest {
   ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
 };
 
-TEST_F(TarnReadJobsTest, TheDetailsRecordBecomesTheProperties) {
-  OpenFile(Write(SampleDataSet()));
-  auto read = Run<CLoadOutingJobItem>();
-  ASSERT_TRUE(read->job());
-  const TarnPropertyMap& map = read->job()->properties();
-  EXPECT_EQ(*map.at(std::u16string(p::kDriverName)).AsText(), u"A. Driver");
-  EXPECT_EQ(map.at(std::u16string(p::kUtcDifference)).AsI32(), -120);
-}
-
 TEST_F(TarnReadJobsTest, AnUnknownFormatVersionIsTheLoadsResult) {
   std::u16string path = Write(SampleDataSet());
   SetFormatVersion(path, 99);
@@ -148,36 +136,6 @@ TEST_F(TarnReadJobsTest, AFetchWithoutAnOpenFileFails) {
   EXPECT_EQ(fetch.Fetch(&sections), E_FAIL);
 }
 
-TEST_F(TarnReadJobsTest, EventNamesAndTheEventsOfOneSet) {
-  OpenFile(Write(SampleDataSet()));
-  auto names = Run<CGetEventNamesJobItem>();
-  ASSERT_TRUE(names->job());
-  const auto& sets = names->job()->names();
-  ASSERT_EQ(sets.size(), 2u);
-  auto pit = std::find_if(sets.begin(), sets.end(), [](const TarnNamedItem& n) { return n.name == u"Pit"; });
-  ASSERT_NE(pit, sets.end());
-  auto events = Run<CGetCachedEventsJobItem>(pit->id);
-  ASSERT_TRUE(events->job());
-  const auto& list = events->job()->events();
-  ASSERT_EQ(list.size(), 2u);
-  EXPECT_EQ(list[0]->message, u"in");
-  EXPECT_EQ(list[1]->time, 45 * kS);
-  EXPECT_EQ(list[1]->data, (std::vector<uint8_t>{1, 2, 3}));
-}
-
-TEST_F(TarnReadJobsTest, LapMarkersWithTheOutingsSpans) {
-  OpenFile(Write(SampleDataSet()));
-  auto laps = Run<CGetLapMarkerDataJobItem>();
-  ASSERT_TRUE(laps->job());
-  const TarnLapData& data = laps->job()->data();
-  EXPECT_EQ(data.span.outingEnd, 100 * kS);
-  ASSERT_TRUE(data.span.movement);
-  EXPECT_EQ(data.span.movement->second, 95 * kS);
-  EXPECT_EQ(data.distanceOrigin, 12.5);
-  EXPECT_EQ(data.MarkerTimes(), (std::vector<KivTime>{20 * kS, 50 * kS, 90 * kS}));
-  EXPECT_EQ(data.markers[2].crossing, 0);
-}
-
 TEST_F(TarnReadJobsTest, AMarkerOutsideTheOutingFailsTheLapRead) {
   TarnDataSet data = SampleDataSet();
   data.lapMarkers.push_back({150 * kS, 0.0, true});
@@ -185,32 +143,6 @@ TEST_F(TarnReadJobsTest, AMarkerOutsideTheOutingFailsTheLapRead) {
   auto laps = Run<CGetLapMarkerDataJobItem>();
   EXPECT_EQ(laps->recorder.failed, 1);
   EXPECT_FALSE(laps->job());
-}
-
-TEST_F(TarnReadJobsTest, ConstantsAndBlobs) {
-  OpenFile(Write(SampleDataSet()));
-  auto constants = Run<CTarnGetConstantsJobItem>();
-  ASSERT_TRUE(constants->job());
-  const auto& list = constants->job()->constants();
-  ASSERT_EQ(list.size(), 2u);
-  EXPECT_EQ(list[0].name, u"Wheelbase");
-  EXPECT_FALSE(list[0].isText);
-  EXPECT_EQ(list[0].value, 2.75);
-  EXPECT_EQ(list[0].unit, u"m");
-  EXPECT_TRUE(list[1].isText);
-  EXPECT_EQ(list[1].text, u"wet");
-
-  auto blobs = Run<CLoadBlobJobItem>();
-  ASSERT_TRUE(blobs->job());
-  ASSERT_EQ(blobs->job()->blobs().size(), 1u);
-  const TarnNamedItem& map = blobs->job()->blobs()[0];
-  EXPECT_EQ(map.name, u"Map");
-  EXPECT_EQ(map.type, SampleDataSet().blobs[0].type);
-  auto content = Run<CGetBlobDataJobItem>(map.id);
-  ASSERT_TRUE(content->job());
-  EXPECT_EQ(content->job()->bytes(), (std::vector<uint8_t>{4, 5, 6, 7}));
-  auto missing = Run<CGetBlobDataJobItem>(map.id + 100);
-  EXPECT_EQ(missing->recorder.failed, 1);
 }
 
 TEST_F(TarnReadJobsTest, EveryReadFailsWithoutAnOpenFile) {

@@ -3,19 +3,22 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "outing/cache/outing_cache.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "platform/async/dispatcher.h"
+#include "outing/events/event_set.h"
+#include "support/settling_test.h"
+#include "support/fixtures.h"
 #include "velmar/transaction.h"
+#include "writeback/events_writer.h"
 
 namespace velmar {
 namespace {
 
-using namespace std::chrono_literals;
 using State = CTransactionStateMachine::State;
 
 // What every party did, in order; jobs append from the worker.
@@ -174,7 +177,7 @@ class Step final : public CWriteBackStateMachineBase {
   KivResult createResult_;
 };
 
-class TransactionTest : public ::testing::Test {
+class TransactionTest : public testing::SettlingTest {
  protected:
   void SetUp() override {
     cache_ = MakeKiv<FakeCache>(&log_, &work_);
@@ -189,16 +192,13 @@ class TransactionTest : public ::testing::Test {
       cache_->Detach(b_.Get());
     }
     cache_ = nullptr;
-    Settle();
+    EXPECT_TRUE(Settle());
   }
-  void Settle() { ASSERT_TRUE(Async_RunUntilSettled(d_, 30s)); }
   CTransactionStateMachine& txn() { return *cache_->machine(); }
   KivResult Queue(int n, bool failJob = false, KivResult createResult = S_OK, Receiver* receiver = nullptr) {
     return txn().AddWriteBackStep(MakeKiv<Step>(&work_, n, receiver, failJob, createResult));
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   Log log_;   // the client thread's side
   Log work_;  // the jobs', on the worker
   ComPtr<FakeCache> cache_;
@@ -227,7 +227,7 @@ TEST_F(TransactionTest, CodesOutsideTheirStates) {
   EXPECT_EQ(Queue(2), KIV_E_TXN_EDIT_DURING_COMMIT);
   EXPECT_EQ(txn().Commit(a_.Get()), KIV_E_TXN_COMMITTING);
   EXPECT_EQ(txn().Rollback(a_.Get()), KIV_E_TXN_COMMITTING);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(txn().state(), State::kIdle);
 }
 
@@ -238,7 +238,7 @@ TEST_F(TransactionTest, StepsRunInOrderAndOnlyTheOwnerHears) {
   ASSERT_EQ(Queue(2, false, S_OK, &r2), S_OK);
   EXPECT_TRUE(log_.Take().empty() && work_.Take().empty()) << "nothing runs before commit";
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 2", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 2/1", "reload 1", "a progress 2/2", "reload 2", "a finished"}));
   // A new transaction may begin, from any outing.
@@ -252,7 +252,7 @@ TEST_F(TransactionTest, FailedStepReportsAndTheRestStillRun) {
   ASSERT_EQ(Queue(2, false, E_FAIL), S_OK);
   ASSERT_EQ(Queue(3, false, S_OK, &r3), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 3", "close"}));
   // Step 2 is refused while the jobs are queued, so it counts first.
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a message step 2 refused", "a progress 3/1", "a progress 3/2",
@@ -263,7 +263,7 @@ TEST_F(TransactionTest, EmptyCommitAndRollbackRunNoJob) {
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a finished"}));
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_TRUE(work_.Take().empty());
 
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
@@ -272,7 +272,7 @@ TEST_F(TransactionTest, EmptyCommitAndRollbackRunNoJob) {
   EXPECT_EQ(txn().state(), State::kIdle);
   ASSERT_EQ(txn().Begin(b_.Get()), S_OK);
   ASSERT_EQ(txn().Commit(b_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(log_.Take(), (Lines{"b started", "b finished"}));
   EXPECT_TRUE(work_.Take().empty()) << "the rolled back step never ran";
 }
@@ -282,7 +282,7 @@ TEST_F(TransactionTest, DroppedAccessIsAskedAgainOtherRefusalsEndTheCommit) {
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
   ASSERT_EQ(Queue(1), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access", "access", "write 1", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a started", "a progress 1/1", "a finished"}));
 
@@ -290,7 +290,7 @@ TEST_F(TransactionTest, DroppedAccessIsAskedAgainOtherRefusalsEndTheCommit) {
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
   ASSERT_EQ(Queue(2), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a message Failed to obtain write access to outing", "a finished"}));
   EXPECT_EQ(txn().state(), State::kIdle);
@@ -302,7 +302,7 @@ TEST_F(TransactionTest, FailedCloseLosesTheWriteLoudly) {
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
   ASSERT_EQ(Queue(1), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a message Failed to save changes to outing",
                                 "a finished"}));
@@ -314,12 +314,12 @@ TEST_F(TransactionTest, PendingStepHoldsTheCommitUntilItsDataIsIn) {
   ASSERT_EQ(txn().AddWriteBackStep(step), S_OK);
   ASSERT_EQ(Queue(2), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started"}));
   EXPECT_EQ(txn().state(), State::kWriting);
   step->DataIn();
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"write 1", "write 2", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a progress 2/1", "a progress 2/2", "a finished"}));
 }
@@ -339,10 +339,117 @@ TEST_F(TransactionTest, OwnerGoingRollsBackAndCommitOutlivesTheCache) {
   cache_->Detach(a_.Get());
   cache_->Detach(b_.Get());
   cache_ = nullptr;
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access", "write 2", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a finished", "cache gone"}));
 }
+
+using nlohmann::json;
+
+std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+std::vector<json> ListOf(const json& c, const char* key) {
+  return c.contains(key) ? c[key].get<std::vector<json>>() : std::vector<json>{};
+}
+
+// A set of the case: [time, source] pairs, status 1 unless "status" says.
+ComPtr<IKivEventSet> MakeSet(const std::string& name, const json& set) {
+  std::vector<COutingEventData> events;
+  for (const json& e : ListOf(set, "events")) {
+    auto record = std::make_shared<CCachedEventData>();
+    record->name = Wide(name);
+    record->time = e[0];
+    record->source = Wide(e[1]);
+    events.emplace_back(std::move(record), 0);
+  }
+  auto made = MakeKiv<CEventSet>(Wide(name), std::move(events), nullptr, 0);
+  if (set.value("status", 1u) == 1) made->Bind();
+  return made;
+}
+
+class EventsStep final : public CWriteBackEventsStateMachineBase {
+ public:
+  EventsStep() : CWriteBackEventsStateMachineBase(nullptr, 0, 0) {}
+  AsyncThread GetJobThread() override { return nullptr; }
+  KivResult MakeJob(CJobItem*, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
+  size_t ready() { return TakeEvents().size(); }
+};
+
+// The destination as the case has it: "sets" seen on the outing, "stored"
+// [name, time] pairs it holds ("pending": its events are being read).
+class Cache final : public CEventsWriterCache {
+ public:
+  explicit Cache(const json& c) : c_(c) {
+    if (!c.contains("sets")) return;
+    for (const auto& [name, set] : c["sets"].items()) sets_[Wide(name)] = MakeSet(name, set);
+  }
+  KivResult GetExportEventSet(const std::u16string& name, ComPtr<IKivEventSet>* set) override {
+    auto it = sets_.find(name);
+    if (it == sets_.end()) return E_INVALIDARG;
+    *set = it->second;
+    return S_OK;
+  }
+  KivResult FindStoredEvent(const std::u16string& name, KivTime time) override {
+    if (c_.value("pending", false)) return KIV_E_PENDING;
+    for (const json& s : ListOf(c_, "stored")) {
+      if (Wide(s[0]) == name && s[1].get<KivTime>() == time) return S_OK;
+    }
+    return S_FALSE;
+  }
+  void PostWriterMessage(uint32_t level, const std::u16string& text) override {
+    messages.push_back({level, std::string(text.begin(), text.end())});
+  }
+  ComPtr<CWriteBackEventsStateMachineBase> NewEventsStep(KivTime, KivTime) override { return MakeKiv<EventsStep>(); }
+  ComPtr<CWriteBackStateMachineBase> NewRemoveStep(std::vector<CExportEvent> events) override {
+    removing_ = events.size();
+    return MakeKiv<EventsStep>();
+  }
+  KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
+    auto* write = static_cast<EventsStep*>(step.Get());
+    queued = removing_ ? removing_ : write->itemCount() + write->ready();
+    return S_OK;
+  }
+
+  std::vector<std::pair<uint32_t, std::string>> messages;
+  json queued;  // null: no step
+
+ private:
+  const json& c_;
+  std::map<std::u16string, ComPtr<IKivEventSet>> sets_;
+  size_t removing_ = 0;  // the events of a removal step
+};
+
+KivResult Call(Cache& cache, const json& call) {
+  NameList names;
+  for (const json& n : ListOf(call, "names")) names.push_back(Wide(n));
+  std::vector<KivTime> times = call.value("times", std::vector<KivTime>{});
+  const std::string kind = call["kind"];
+  if (kind == "write") {
+    return WriteEvents(cache, call.value("start", KivTime{0}), call.value("end", KivTime{1000}),
+                       call.value("unreadable", false) ? nullptr : &names);
+  }
+  if (kind == "remove") return RemoveEvents(cache, &names, &times);
+  const std::vector<uint8_t> fixed(call.value("fixed_bytes", 0u));
+  return WriteEvent(cache, {Wide(call["name"]), call["time"], u"", u"", fixed, {}});
+}
+
+class EventsWriterCallTest : public ::testing::TestWithParam<std::filesystem::path> {};
+
+// Each file: the destination, the call ("write", "remove" or "one"), and the
+// result, the writer messages ([level, text]) and what the step queued
+// (items and ready events, or events to remove; null: no step).
+TEST_P(EventsWriterCallTest, ChecksInOrderAndQueuesWhatHasEvents) {
+  const json c = testing::ReadFixture(GetParam());
+  Cache cache(c);
+  const KivResult r = Call(cache, c["call"]);
+  EXPECT_EQ(static_cast<uint32_t>(r), std::stoul(c["result"].get<std::string>(), nullptr, 16));
+  std::vector<std::pair<uint32_t, std::string>> messages;
+  for (const json& m : ListOf(c, "messages")) messages.push_back({m[0], m[1]});
+  EXPECT_EQ(cache.messages, messages);
+  EXPECT_EQ(cache.queued, c["queued"]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EventsWriterCallTest, testing::FixtureCases("export/event_calls"),
+                         testing::FixtureName);
 
 }  // namespace
 }  // namespace velmar

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
+#include "outing/blocks/sample_cursor.h"
 #include "outing/data_block_test_util.h"
 
 namespace velmar {
@@ -80,12 +83,6 @@ TEST(FastIterator, ReattachStartsAFreshWalk) {
   EXPECT_EQ(v, 7.0);
 }
 
-}  // namespace
-}  // namespace velmar
-
-namespace velmar {
-namespace {
-
 TEST(FastIterator, BatchGivesWhatSingleCallsGive) {
   const std::vector<KivTime> times{5, 10, 15, 30, 40, 52, 55, 56};
   CFastIterator single = Walk(true);
@@ -101,6 +98,84 @@ TEST(FastIterator, BatchGivesWhatSingleCallsGive) {
   for (size_t k = 0; k < times.size(); ++k) EXPECT_DOUBLE_EQ(values[k], expected[k]) << times[k];
   EXPECT_EQ(results.front(), CFastIterator::kBeforeFirst);
   EXPECT_EQ(results.back(), CFastIterator::kNoMoreData);
+}
+
+ComPtr<CChannelIterator> Channel() {
+  return Iterator({PeriodicBlock(0, 10, {0, 1, 2}), AperiodicBlock({45, 47}, {4, 5}, true), PeriodicBlock(90, 5, {9})});
+}
+
+TEST(SampleCursor, WalksForwardAcrossBlocks) {
+  SampleCursor cursor(Channel());
+  ASSERT_TRUE(cursor.SeekFirst());
+  std::vector<KivTime> times{cursor.time()};
+  std::vector<double> values{cursor.value()};
+  while (cursor.Next()) {
+    times.push_back(cursor.time());
+    values.push_back(cursor.value());
+  }
+  EXPECT_EQ(times, (std::vector<KivTime>{0, 10, 20, 45, 47, 90}));
+  EXPECT_EQ(values, (std::vector<double>{0, 1, 2, 4, 5, 9}));
+  EXPECT_TRUE(cursor.valid()) << "stays on the last sample";
+  EXPECT_EQ(cursor.time(), 90);
+  EXPECT_EQ(cursor.blockNumber(), 3u);
+}
+
+TEST(SampleCursor, WalksBackwardAcrossBlocks) {
+  SampleCursor cursor(Channel());
+  ASSERT_TRUE(cursor.SeekLast());
+  std::vector<KivTime> times{cursor.time()};
+  while (cursor.Previous()) times.push_back(cursor.time());
+  EXPECT_EQ(times, (std::vector<KivTime>{90, 47, 45, 20, 10, 0}));
+  EXPECT_EQ(cursor.time(), 0) << "stays on the first sample";
+}
+
+TEST(SampleCursor, SeekUsesTheIteratorsModes) {
+  SampleCursor cursor(Channel());
+  ASSERT_TRUE(cursor.Seek(20, kFindNextAfter));
+  EXPECT_EQ(cursor.time(), 45);
+  EXPECT_TRUE(cursor.continuous());
+  ASSERT_TRUE(cursor.Previous());
+  EXPECT_EQ(cursor.time(), 20);
+  EXPECT_FALSE(cursor.continuous());
+  ASSERT_TRUE(cursor.Seek(46, kFindLastBefore));
+  EXPECT_EQ(cursor.time(), 45);
+  ASSERT_TRUE(cursor.Seek(70, kFindNearest));
+  EXPECT_EQ(cursor.time(), 90) << "nearer to the later block";
+  EXPECT_FALSE(cursor.Seek(90, kFindNextAfter));
+  EXPECT_FALSE(cursor.valid());
+  EXPECT_FALSE(cursor.Next());
+}
+
+TEST(SampleCursor, NoBlocksNoSamples) {
+  SampleCursor empty(Iterator({}));
+  EXPECT_FALSE(empty.SeekFirst());
+  EXPECT_FALSE(empty.SeekLast());
+  EXPECT_FALSE(empty.Seek(0, kFindNearest));
+  SampleCursor none(nullptr);
+  EXPECT_FALSE(none.SeekFirst());
+  EXPECT_FALSE(none.Previous());
+}
+
+TEST(ForEachSample, VisitsTheSpanInTimeOrder) {
+  auto it = testing::Iterator({testing::PeriodicBlock(0, 10, {0, 1, 2}), testing::AperiodicBlock({45, 47}, {4, 5}),
+                               testing::PeriodicBlock(90, 5, {9, 10})});
+  std::vector<KivTime> times;
+  std::vector<double> values;
+  auto collect = [&](KivTime t, double v) {
+    times.push_back(t);
+    values.push_back(v);
+  };
+  ASSERT_EQ(ForEachSample(*it->blockList(), 5, 90, collect), S_OK);
+  EXPECT_EQ(times, (std::vector<KivTime>{10, 20, 45, 47, 90}));
+  EXPECT_EQ(values, (std::vector<double>{1, 2, 4, 5, 9}));
+  times.clear();
+  ASSERT_EQ(ForEachSample(*it->blockList(), kTimeMin, kTimeMax, collect), S_OK);
+  EXPECT_EQ(times.size(), 7u);
+  times.clear();
+  ASSERT_EQ(ForEachSample(*it->blockList(), 21, 44, collect), S_OK);
+  EXPECT_TRUE(times.empty()) << "a span in a gap holds no sample";
+  ASSERT_EQ(ForEachSample(*it->blockList(), 50, 40, collect), S_OK);
+  EXPECT_TRUE(times.empty()) << "an empty span";
 }
 
 }  // namespace

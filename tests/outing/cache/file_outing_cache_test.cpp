@@ -12,24 +12,22 @@
 #include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
 #include "support/outing_listener.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using State = CStateMachine::State;
-constexpr auto kLong = 30s;
 constexpr Guid kOtherId = Guid::Literal("{127E550E-1157-46C4-84D6-3178C2EC49F0}");
 
-class FileOutingCacheTest : public ::testing::Test {
+class FileOutingCacheTest : public SettlingTest {
  protected:
   void SetUp() override {
     cachesBefore_ = CMemoryOutingCache::live();
@@ -47,7 +45,6 @@ class FileOutingCacheTest : public ::testing::Test {
     EXPECT_EQ(CMemoryLoadJob::live(), jobsBefore_) << "every job item went with its cache";
   }
 
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
   void PutData(KivResult result, bool information = true) {
     MemoryDisk::Put(path_, MemoryDataSet{result, information, {u"Speed", u"Gear"}});
   }
@@ -80,8 +77,6 @@ class FileOutingCacheTest : public ::testing::Test {
     ASSERT_EQ(a_->cache()->load_machine().state(), State::kDone);
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   const std::u16string path_ = UniqueMemoryPath();
   ComPtr<CMemoryOuting> a_, b_, c_;
   std::vector<std::unique_ptr<OutingListener>> listeners_;
@@ -364,17 +359,12 @@ TEST_F(FileOutingCacheTest, CreateDataSetInAFolderThatCannotBeWrittenAnswersFals
   EXPECT_EQ(outing->cache()->create_machine().state(), State::kIdle);
 }
 
-TEST_F(FileOutingCacheTest, OutingsFollowTheirOwnOffsetAndOverrideFlag) {
+TEST_F(FileOutingCacheTest, AnOffsetBelongsToTheOutingObjectNotTheFile) {
   PutData(S_OK);
   a_ = Open();
-  ASSERT_EQ(OpenMemoryOuting(path_, &b_, kMemoryTypeId, /*overrideProperties=*/true), S_OK);
+  b_ = Open();
   EXPECT_EQ(a_->SetTimeOffset(5 * kTicksPerSecond), S_OK);
-  EXPECT_EQ(b_->time_offset(), 0) << "an offset belongs to the outing object, not the file";
-  KivBool flag = 7;
-  EXPECT_EQ(a_->GetOverrideProperties(&flag), S_OK);
-  EXPECT_EQ(flag, KIV_FALSE);
-  EXPECT_EQ(b_->GetOverrideProperties(&flag), S_OK);
-  EXPECT_EQ(flag, KIV_TRUE);
+  EXPECT_EQ(b_->time_offset(), 0);
 }
 
 TEST_F(FileOutingCacheTest, AChangedFastLapSettingMakesTheCaptionStale) {

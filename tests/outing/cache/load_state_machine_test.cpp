@@ -7,16 +7,14 @@
 #include <vector>
 
 #include "outing/memory_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using State = CStateMachine::State;
-constexpr auto kLong = 30s;  // only reached when something is broken
 
 // The cache side of the machine: logs its calls.
 class LoadCallback {
@@ -32,7 +30,7 @@ class LoadCallback {
 
 using Machine = COutingLoadStateMachine<LoadCallback, CMemoryLoadJob>;
 
-class LoadStateMachineTest : public ::testing::Test {
+class LoadStateMachineTest : public SettlingTest {
  protected:
   void TearDown() override {
     MemoryDisk::OpenGate(path_);
@@ -40,7 +38,6 @@ class LoadStateMachineTest : public ::testing::Test {
     EXPECT_TRUE(Settle());
     EXPECT_EQ(callback_.refs, 0u) << "the callback is held only across a call";
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
   // The last client goes while the job runs: nobody hears of the load, and
   // the job item goes with the machine.
   void LoseTheLastClientWhileLoading() {
@@ -57,8 +54,6 @@ class LoadStateMachineTest : public ::testing::Test {
   }
   void PutData(KivResult result) { MemoryDisk::Put(path_, MemoryDataSet{result, true, {u"Speed"}}); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   const std::u16string path_ = UniqueMemoryPath();
   LoadCallback callback_;
   ClientRef<Machine> machine_ = MakeClient<Machine>(&callback_, path_, &MemorySource::Thread);

@@ -4,22 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "support/data_listener.h"
+#include "outing/blocks/channel_iterator.h"
+#include "outing/channels/channel_data_cache.h"
 #include "outing/memory_channel_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/data_listener.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Machine = CChannelDataCacheStateMachine;
 
-constexpr auto kLong = 30s;  // only reached when something is broken
 constexpr KivTime kSecond = kTicksPerSecond;
 const CChannelKey kKey(u"Speed", 4);
 const std::string kWholeChange = "changed:-9223372036854775808:9223372036854775807";
@@ -34,7 +35,7 @@ ChannelSections TwoSections() {
   return a;
 }
 
-class NativeChannelTest : public ::testing::Test {
+class NativeChannelTest : public SettlingTest {
  protected:
   void SetUp() override { script_.Give(TwoSections()); }
   void TearDown() override {
@@ -42,7 +43,6 @@ class NativeChannelTest : public ::testing::Test {
     for (auto& channel : made_) channel->Detach();
     EXPECT_TRUE(Settle());
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
 
   ComPtr<CChannel> Make(const CChannelKey& key = kKey) {
     auto channel = MakeKiv<CChannel>();
@@ -60,8 +60,6 @@ class NativeChannelTest : public ::testing::Test {
   }
   Machine* machine() const { return cache_->machine(kKey); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   MemoryFetchScript script_;
   ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
   std::vector<ComPtr<CChannel>> made_;
@@ -196,6 +194,129 @@ TEST_F(NativeChannelTest, InvalidKeyIsRefused) {
   ComPtr<IKivChannelIterator2> it;
   EXPECT_EQ(Iterate(channel.Get(), &it), E_INVALIDARG);
   EXPECT_EQ(script_.runs(), 0);
+}
+
+const CChannelKey kBrake(u"Brake", 2);
+
+// A waiting client that logs "<name>:ok" or "<name>:failed".
+class CClient final : public KivObject<IKivSelectionRange>, public CChannelDataClient {
+ public:
+  CClient(std::string name, std::vector<std::string>* log) : name_(std::move(name)), log_(log) {}
+  KivResult GetSelectionRange(KivTime*, KivTime*) override { return E_NOTIMPL; }
+  void OnData(bool ok, KivTime from, KivTime to) override {
+    EXPECT_EQ(from, kTimeMin);
+    EXPECT_EQ(to, kTimeMax);
+    log_->push_back(name_ + (ok ? ":ok" : ":failed"));
+    if (onData) onData();
+  }
+  void OnDataDropped() override { log_->push_back(name_ + ":dropped"); }
+  IKivUnknown* ClientIdentity() override { return PrimaryUnknown(); }
+  std::function<void()> onData;
+
+ private:
+  std::string name_;
+  std::vector<std::string>* log_;
+};
+
+class ChannelDataCacheTest : public SettlingTest {
+ protected:
+  void TearDown() override {
+    script_.OpenGate();
+    EXPECT_TRUE(Settle());
+  }
+  KivResult Get(CClient* client, std::shared_ptr<const ChannelSections>* sections = nullptr) {
+    std::shared_ptr<const ChannelSections> out;
+    const KivResult hr = cache_->GetChannelData(client, kBrake, &out);
+    if (sections) *sections = out;
+    return hr;
+  }
+
+  MemoryFetchScript script_;
+  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
+  std::vector<std::string> log_;
+  ComPtr<CClient> a_ = MakeKiv<CClient>("a", &log_);
+  ComPtr<CClient> b_ = MakeKiv<CClient>("b", &log_);
+};
+
+TEST_F(ChannelDataCacheTest, NotThereYetThenTheSectionsOnceDone) {
+  ChannelSections given;
+  ASSERT_EQ(SplitIntoSections(std::vector<double>{0, 1}, std::vector<double>{4, 5}, {}, &given), S_OK);
+  script_.Give(given);
+  std::shared_ptr<const ChannelSections> sections;
+  EXPECT_EQ(Get(a_.Get(), &sections), S_FALSE);
+  EXPECT_FALSE(sections);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:ok"));
+  EXPECT_EQ(Get(b_.Get(), &sections), S_OK);
+  ASSERT_TRUE(sections);
+  ASSERT_EQ(sections->size(), 1u);
+  EXPECT_EQ((*sections)[0].data, given[0].data);
+  EXPECT_EQ(script_.runs(), 1);
+}
+
+TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestarts) {
+  script_.Answer({E_ACCESSDENIED});
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:failed"));
+  EXPECT_EQ(cache_->machine(kBrake)->state(), Machine::State::kIdle);
+  EXPECT_FALSE(cache_->machine(kBrake)->sections());
+  EXPECT_EQ(Get(b_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:failed", "a:ok", "b:ok")) << "both still wait on the restarted fetch";
+  EXPECT_EQ(script_.runs(), 2);
+}
+
+TEST_F(ChannelDataCacheTest, DroppedJobsAreRequeuedSilently) {
+  script_.Answer({E_JOB_DROPPED, S_OK});
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:ok"));
+  EXPECT_EQ(cache_->machine(kBrake)->fetches(), 2);
+}
+
+TEST_F(ChannelDataCacheTest, ClientLeavingDuringTheWalkIsNotCalled) {
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  EXPECT_EQ(Get(b_.Get()), S_FALSE);
+  // Whoever is told first sends the other away.
+  a_->onData = [&] { cache_->RemoveClient(b_.Get()); };
+  b_->onData = [&] { cache_->RemoveClient(a_.Get()); };
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(log_.size(), 1u);
+}
+
+TEST_F(ChannelDataCacheTest, StopCancelsAHeldFetchAndNobodyIsTold) {
+  script_.CloseGate();
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(script_.WaitAtGate(kLong));
+  cache_->Discard();
+  EXPECT_EQ(cache_->machine(kBrake)->state(), Machine::State::kIdle);
+  script_.OpenGate();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(ChannelDataCacheTest, DropAfterAReloadTellsEveryClientAndTheNextReadFetchesAgain) {
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(Get(a_.Get()), S_OK);
+  cache_->DropAll();
+  EXPECT_THAT(log_, ElementsAre("a:ok", "a:dropped"));
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(cache_->machine(kBrake)->fetches(), 2);
+}
+
+TEST_F(ChannelDataCacheTest, BadArgumentsAreRefused) {
+  std::shared_ptr<const ChannelSections> sections;
+  EXPECT_EQ(cache_->GetChannelData(nullptr, kBrake, &sections), E_POINTER);
+  EXPECT_EQ(cache_->GetChannelData(a_.Get(), kBrake, nullptr), E_POINTER);
+  EXPECT_EQ(cache_->GetChannelData(a_.Get(), CChannelKey(), &sections), E_INVALIDARG);
+  EXPECT_EQ(cache_->machine(kBrake), nullptr);
+
+  auto noFetch = ComPtr<CChannelDataCache>(new CChannelDataCache(nullptr, ChannelFetchThread()));
+  EXPECT_EQ(noFetch->GetChannelData(a_.Get(), kBrake, &sections), E_FAIL);
+  EXPECT_EQ(noFetch->machine(kBrake)->state(), Machine::State::kIdle);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "outing/fake_outing_factory.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "outing/factory/outing_factory.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "platform/registry/registry_file.h"
 #include "support/temp_dir.h"
 
@@ -41,7 +41,7 @@ std::u16string IdOf(const ComPtr<IKivOuting>& outing) {
   return id;
 }
 
-class OutingFactoryAddInsTest : public ::testing::Test {
+class OutingFactoryAddInsTest : public SettlingTest {
  protected:
   KivResult CreateEx(const std::vector<std::u16string>& paths, OutingList* outings, bool overrideProperties = false,
                      const Guid& type = kLapTimerType) {
@@ -51,8 +51,6 @@ class OutingFactoryAddInsTest : public ::testing::Test {
 
   TempDir dir_;
   ScopedHiveOverride hive_{RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json")};
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ClassRegistry classes_;
   COutingFactoryAddIns addIns_{classes_};
   ComPtr<COutingFactory> factory_ = MakeKiv<COutingFactory>(addIns_);

@@ -11,14 +11,16 @@
 #include <thread>
 #include <vector>
 
-#include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "support/outing_listener.h"
 #include "outing/cache/outing_source.h"
-#include "platform/async/dispatcher.h"
-#include "platform/registry/registry_file.h"
+#include "outing/factory/outing_type_table.h"
+#include "outing/factory/text_array.h"
 #include "outing/laps/fast_lap_registry.h"
+#include "outing/memory_source.h"
+#include "platform/registry/registry_file.h"
 #include "support/faulty_file_ops.h"
+#include "support/outing_listener.h"
+#include "support/settling_test.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 
@@ -58,11 +60,11 @@ bool OverrideOf(IKivOuting* outing) {
 
 CMemoryOuting* AsMemory(IKivOuting* outing) { return static_cast<CMemoryOuting*>(outing); }
 
-class OutingFactoryTest : public ::testing::Test {
+class OutingFactoryTest : public SettlingTest {
  protected:
   void TearDown() override {
     factory_ = nullptr;
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
   }
 
   // A data set that exists on disk (and in memory, for its load).
@@ -83,8 +85,6 @@ class OutingFactoryTest : public ::testing::Test {
   TempDir dir_;
   FaultyFileOps registryOps_;
   ScopedHiveOverride hive_{RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json", registryOps_)};
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ClassRegistry classes_;
   COutingFactoryAddIns addIns_{classes_};
   ScopedOutingSource text_{OutingType::kText, std::make_shared<MemorySourceOf>()};
@@ -141,7 +141,7 @@ TEST_F(OutingFactoryTest, AMissingPathWithCreateGivesARealOutingThatHearsItsCrea
   OutingListener heard(outings[0].Get());
   ASSERT_TRUE(Async_WaitIdle(MemorySource::Thread(), 30s));
   EXPECT_THAT(heard.log, IsEmpty()) << "nothing is heard before the client's loop runs";
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(heard.log, ElementsAre("Created:-1"));
   EXPECT_THAT(heard.threads, Each(std::this_thread::get_id()));
   EXPECT_TRUE(std::filesystem::exists(dir_ / "new.txt"));
@@ -338,6 +338,41 @@ TEST_F(OutingFactoryTest, EveryRowButTheEmptyOneIsSupportedAndOnlyTheRealTimeRow
   EXPECT_EQ(factory_->SupportsType(kTextOutingTypeId.ToWide(), nullptr), E_POINTER);
   EXPECT_EQ(factory_->SupportsType(u"text", &answer), E_INVALIDARG);
   EXPECT_EQ(factory_->IsRealTimeType(u"rt", &answer), E_INVALIDARG);
+}
+
+TEST(OutingTypeTableTest, EachRowIsItsOwnOutingType) {
+  for (size_t i = 0; i < kOutingTypeRowCount; ++i) {
+    const auto type = static_cast<OutingType>(i);
+    EXPECT_EQ(OutingTypeRowOf(type).type, type);
+    EXPECT_EQ(&FindOutingTypeRow(OutingTypeRowOf(type).typeId), &OutingTypeRowOf(type));
+  }
+}
+
+TEST(OutingTypeTableTest, AnUnknownOrNullGuidFindsRowZero) {
+  EXPECT_FALSE(FindOutingTypeRow(GUID_NULL).known());
+  EXPECT_FALSE(FindOutingTypeRow(Guid::Literal("{8B1F3E5A-0C2D-4E6F-9A7B-1C3D5E7F9A0B}")).known());
+  EXPECT_EQ(FindOutingTypeRow(kMatFileOutingTypeId).type, OutingType::kMatFile);
+}
+
+TEST(TextArrayTest, ReadsTextsAndNullsInOrder) {
+  TextArray texts;
+  ASSERT_TRUE(ReadTextArray(Variant::Array({Variant::Text(u"a"), Variant(), Variant::Text(u"")}), &texts));
+  ASSERT_EQ(texts.size(), 3u);
+  EXPECT_EQ(texts[0], u"a");
+  EXPECT_FALSE(texts[1].has_value());
+  EXPECT_EQ(texts[2], u"") << "an empty text is no null text";
+}
+
+TEST(TextArrayTest, RefusesWhatIsNoOneDimensionalTextArrayAndKeepsTheOldContents) {
+  TextArray texts{u"kept"};
+  EXPECT_FALSE(ReadTextArray(Variant::Text(u"a"), &texts));
+  EXPECT_FALSE(ReadTextArray(Variant(), &texts));
+  EXPECT_FALSE(ReadTextArray(Variant::Array({Variant::Array({})}), &texts));
+  EXPECT_FALSE(ReadTextArray(Variant::Array({Variant::Text(u"a"), Variant::F64(1.5)}), &texts));
+  ASSERT_EQ(texts.size(), 1u);
+  EXPECT_EQ(texts[0], u"kept");
+  EXPECT_TRUE(ReadTextArray(Variant::Array({}), &texts));
+  EXPECT_TRUE(texts.empty());
 }
 
 }  // namespace

@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
+#include <span>
 #include <thread>
 
 #include "jobs/job_thread.h"
+#include "sources/tarn/tarn_convert.h"
 #include "tarn_test_helper.h"
+#include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
@@ -173,6 +177,147 @@ TEST_F(FileStateMachineTest, AConnectionHoldsEveryInterfaceAndGivesThemUpInTheCl
   EXPECT_EQ(all.front().Get(), main);
   EXPECT_EQ(all.back().Get(), media);
   EXPECT_TRUE(c.empty());
+}
+
+namespace p = tarn_property;
+
+template <class Record>
+struct Held {
+  ComPtr<IKivTarnRecords<Record>> object;
+  std::span<const Record> items;
+};
+
+template <class Record>
+Held<Record> Take(ComPtr<IKivTarnRecords<Record>> object) {
+  uint32_t count = 0;
+  const Record* records = nullptr;
+  EXPECT_EQ(object->GetRecords(&count, &records), S_OK);
+  return {std::move(object), {records, count}};
+}
+
+class TarnConvertTest : public TarnTest {
+ protected:
+  ComPtr<IKivTarnStore> Open(const std::u16string& path) {
+    ComPtr<IKivTarnStoreFactory> factory;
+    EXPECT_EQ(CreateTarnStoreFactory(&factory), S_OK);
+    ComPtr<IKivTarnStore> store;
+    EXPECT_EQ(factory->OpenFile(path, IKivTarnStore::iid, store.PutVoid()), S_OK);
+    return store;
+  }
+  size_t FilesInFolder() const {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(dir_.path()), {}));
+  }
+};
+
+TEST_F(TarnConvertTest, EveryKindOfDataRoundTripsThroughTheStore) {
+  std::u16string path = Write(SampleDataSet());
+  EXPECT_EQ(FilesInFolder(), 1u) << "no temporary file is left";
+  auto store = Open(path);
+  ASSERT_TRUE(store);
+
+  ComPtr<IKivTarnOutingRecords> detailsObject;
+  ASSERT_EQ(store.As<IKivTarnOutingDetails>()->GetDetails(kDefaultWaitLimit, detailsObject.Put()), S_OK);
+  auto details = Take(detailsObject);
+  ASSERT_EQ(details.items.size(), 1u);
+  TarnPropertyMap read = OutingProperties(details.items[0], NowAsOleDate());
+  EXPECT_EQ(*read.at(std::u16string(p::kTrackName)).AsText(), u"Lakeside");
+  EXPECT_EQ(read.at(std::u16string(p::kSessionNumber)).AsU32(), 3u);
+  EXPECT_EQ(read.at(std::u16string(p::kUtcDifference)).AsI32(), -120);
+  EXPECT_EQ(read.at(std::u16string(p::kLastLapNumber)).AsU32(), 4u);
+  EXPECT_FALSE(read.contains(std::u16string(p::kFastLapNumber))) << "none was given";
+  KivTime a = 0, b = 0;
+  EXPECT_EQ(store->GetOutingRange(kDefaultWaitLimit, &a, &b), S_OK);
+  EXPECT_EQ(b, 100 * kS);
+  EXPECT_EQ(store->GetMovementRange(kDefaultWaitLimit, &a, &b), S_OK);
+  EXPECT_EQ(a, 5 * kS);
+
+  auto channels = store.As<IKivTarnChannels>();
+  ComPtr<IKivTarnChannelRecords> listObject;
+  ASSERT_EQ(channels->GetChannelList(kDefaultWaitLimit, listObject.Put()), S_OK);
+  auto list = Take(listObject);
+  ASSERT_EQ(list.items.size(), 2u);
+  const TarnChannelDescription& speed = list.items[0];
+  EXPECT_EQ(std::u16string(speed.tagName), u"Speed");
+  EXPECT_EQ(std::u16string(speed.displayName), u"[3]Speed");
+  EXPECT_EQ(speed.quantityId, kQuantitySpeed);
+  EXPECT_EQ(speed.unitId, 1u);
+  EXPECT_EQ(speed.displayMaximum, 300.0);
+  EXPECT_EQ(speed.sampleType, 7u);
+  ComPtr<IKivTarnChannelDataRecords> dataObject;
+  ASSERT_EQ(channels->GetChannelData(kDefaultWaitLimit, speed.id, kTimeMin, kTimeMax, dataObject.Put()), S_OK);
+  auto data = Take(dataObject);
+  ASSERT_EQ(data.items.size(), 2u);
+  EXPECT_EQ(data.items[1].firstTime, 50 * kS);
+  EXPECT_EQ(data.items[1].continuous, 1);
+  EXPECT_EQ(static_cast<const double*>(data.items[1].samples)[1], 50.0);
+
+  auto events = store.As<IKivTarnEvents>();
+  ComPtr<IKivTarnEventNameRecords> namesObject;
+  ASSERT_EQ(events->GetEventNames(kDefaultWaitLimit, namesObject.Put()), S_OK);
+  EXPECT_EQ(Take(namesObject).items.size(), 2u);
+
+  ComPtr<IKivTarnConstantRecords> constantsObject;
+  ASSERT_EQ(store.As<IKivTarnConstants>()->GetConstants(kDefaultWaitLimit, constantsObject.Put()), S_OK);
+  auto constants = Take(constantsObject);
+  ASSERT_EQ(constants.items.size(), 2u);
+  EXPECT_EQ(constants.items[0].value, 2.75);
+  EXPECT_EQ(constants.items[0].text, nullptr);
+  EXPECT_EQ(std::u16string(constants.items[1].text), u"wet");
+
+  ComPtr<IKivTarnLapMarkerRecords> markersObject;
+  ASSERT_EQ(store.As<IKivTarnLapMarkers>()->GetLapMarkers(kDefaultWaitLimit, markersObject.Put()), S_OK);
+  auto markers = Take(markersObject);
+  ASSERT_EQ(markers.items.size(), 3u);
+  EXPECT_EQ(markers.items[0].distanceOrigin, 12.5);
+  EXPECT_EQ(markers.items[2].crossing, 0);
+}
+
+TEST_F(TarnConvertTest, AnEmptyOutingMakesAFileWithNothingButDetails) {
+  auto store = Open(Write(TarnDataSet{}));
+  ASSERT_TRUE(store);
+  ComPtr<IKivTarnChannelRecords> listObject;
+  ASSERT_EQ(store.As<IKivTarnChannels>()->GetChannelList(kDefaultWaitLimit, listObject.Put()), S_OK);
+  EXPECT_TRUE(Take(listObject).items.empty());
+  ComPtr<IKivTarnOutingRecords> detailsObject;
+  ASSERT_EQ(store.As<IKivTarnOutingDetails>()->GetDetails(kDefaultWaitLimit, detailsObject.Put()), S_OK);
+  auto details = Take(detailsObject);
+  ASSERT_EQ(details.items.size(), 1u);
+  TarnPropertyMap read = OutingProperties(details.items[0], NowAsOleDate());
+  EXPECT_FALSE(read.contains(std::u16string(p::kLastLapNumber)));
+  EXPECT_FALSE(read.contains(std::u16string(p::kFastLapTime)));
+  EXPECT_FALSE(read.contains(std::u16string(p::kTrackName)));
+}
+
+TEST_F(TarnConvertTest, AnExistingFileIsReplacedWhole) {
+  std::u16string path = Write(SampleDataSet());
+  ASSERT_EQ(WriteTarnDataSet(path, TarnDataSet{}), S_OK);
+  auto store = Open(path);
+  ComPtr<IKivTarnConstantRecords> constants;
+  ASSERT_EQ(store.As<IKivTarnConstants>()->GetConstants(kDefaultWaitLimit, constants.Put()), S_OK);
+  EXPECT_TRUE(Take(constants).items.empty());
+}
+
+TEST_F(TarnConvertTest, AFailedWriteLeavesTheOldFileAndNoTemporary) {
+  std::u16string path = Write(SampleDataSet());
+  TarnDataSet bad = SampleDataSet();
+  bad.channels[1].blocks[0].times.pop_back();  // times no longer match the values
+  EXPECT_EQ(WriteTarnDataSet(path, bad), E_INVALIDARG);
+  EXPECT_EQ(FilesInFolder(), 1u);
+  auto store = Open(path);
+  ComPtr<IKivTarnConstantRecords> constants;
+  ASSERT_EQ(store.As<IKivTarnConstants>()->GetConstants(kDefaultWaitLimit, constants.Put()), S_OK);
+  EXPECT_EQ(Take(constants).items.size(), 2u);
+}
+
+TEST_F(TarnConvertTest, BadPathsAndBlocksGiveCodes) {
+  EXPECT_EQ(WriteTarnDataSet(u"", TarnDataSet{}), STG_E_INVALIDNAME);
+  EXPECT_TRUE(Failed(WriteTarnDataSet(PathOf("missing/outing.trn"), TarnDataSet{})));
+  TarnDataSet empty = SampleDataSet();
+  empty.channels[0].blocks[0].values.clear();
+  EXPECT_EQ(WriteTarnDataSet(PathOf("a.trn"), empty), E_INVALIDARG);
+  EXPECT_EQ(FilesInFolder(), 0u);
+  auto noFactory = [](ComPtr<IKivTarnStoreFactory>*) { return REGDB_E_CLASSNOTREG; };
+  EXPECT_EQ(WriteTarnDataSet(PathOf("b.trn"), TarnDataSet{}, noFactory), REGDB_E_CLASSNOTREG);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <future>
 #include <string>
 
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "platform/async/job_engine.h"
 #include "sources/tarn/tarn_data_set.h"
 #include "support/temp_dir.h"
@@ -18,19 +18,16 @@ namespace velmar::testing {
 
 inline constexpr KivTime kS = kTicksPerSecond;
 
-class TarnTest : public ::testing::Test {
+class TarnTest : public SettlingTest {
  protected:
   void TearDown() override { EXPECT_TRUE(Settle()); }
   // Every job queued so far has run and come back on this thread.
-  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(30)); }
 
   std::u16string PathOf(const std::string& name) const;
   // Writes `data` as `name` and gives its path.
   std::u16string Write(const TarnDataSet& data, const std::string& name = "outing.trn");
 
   TempDir dir_;
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
 };
 
 // Holds the store thread with a job of its own until Open() (or the end of

@@ -4,7 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "ascii_outing_fixture.h"
+#include "faulty_text_file_ops.h"
+#include "sources/text/ascii_outing_information.h"
+#include "sources/text/ascii_outing_job_item.h"
+#include "sources/text/sample_generator.h"
+#include "sources/text/text_format.h"
 #include "sources/text/text_writer.h"
+#include "support/temp_dir.h"
+#include "text_test_util.h"
 
 namespace velmar::testing {
 namespace {
@@ -51,6 +58,139 @@ TEST_F(AsciiOutingCacheTest, LapMarkersComeFromEndOfLapEvents) {
   EXPECT_EQ(markers[0].number, 1);
   EXPECT_EQ(markers[2].number, 3);
   EXPECT_TRUE(a_->cache()->holds_lap_list());
+}
+
+TEST(AsciiOutingInformation, PropertiesOfTheBlockInNameOrder) {
+  std::vector<TextInfoEntry> lines = {{u"TrackName", u"Halvane Park"}, {u"SessionNumber", u"4"},
+                                      {u"Custom", u"x"},               {u"EngineTest", u"TRUE"},
+                                      {u"DriverName", u"Jo Castell"},  {u"DriverName", u"Rita Verne"}};
+  auto info = MakeKiv<CAsciiOutingInformation>(InformationToProperties(lines));
+  PropertyList all;
+  ASSERT_EQ(info->GetProperties(&all), S_OK);
+  ASSERT_EQ(all.size(), 6u) << "the four of the block, and the fast lap worked out";
+  EXPECT_EQ(all[0], (Property{u"Driver name", Variant::Text(u"Rita Verne")})) << "a later line of a key wins";
+  EXPECT_EQ(all[1], (Property{u"Engine test", Variant::Bool(true)}));
+  EXPECT_EQ(all[2], (Property{u"Fast lap number", Variant::I32(0)}));
+  EXPECT_EQ(all[3], (Property{u"Fast lap time", Variant::Time(0)}));
+  EXPECT_EQ(all[4], (Property{u"Session number", Variant::I32(4)}));
+  EXPECT_EQ(all[5], (Property{u"Track name", Variant::Text(u"Halvane Park")}));
+  Variant v;
+  ASSERT_EQ(info->GetProperty(u"Session number", &v), S_OK);
+  EXPECT_EQ(v.AsI32(), 4);
+}
+
+TEST(AsciiOutingInformation, UnknownNamesNullOutsAndEditsAreRefused) {
+  auto info = MakeKiv<CAsciiOutingInformation>(std::vector<InformationProperty>{});
+  Variant v;
+  EXPECT_EQ(info->GetProperty(u"Driver name", &v), E_INVALIDARG);
+  EXPECT_EQ(info->GetProperty(u"Driver name", nullptr), E_POINTER);
+  EXPECT_EQ(info->GetProperties(nullptr), E_POINTER);
+  EXPECT_EQ(info->SetProperty(u"Driver name", Variant::Text(u"")), E_INVALIDARG) << "an empty text";
+  EXPECT_EQ(info->SetProperty(u"Fast lap number", Variant::I32(2)), E_INVALIDARG) << "worked out, not edited";
+  EXPECT_EQ(info->SetProperty(u"Driver name", Variant::Text(u"x")), E_FAIL) << "checked; no outing to write to";
+  EXPECT_EQ(info->SetProperties({}), E_FAIL);
+  EXPECT_EQ(info->Reserved(), E_NOTIMPL);
+  EXPECT_FALSE(info->orphaned());
+  info->Orphan();
+  EXPECT_TRUE(info->orphaned());
+}
+
+using testing::Lines;
+using testing::TempDir;
+using testing::WriteWhole;
+
+class LoadAsciiOutingTest : public ::testing::Test {
+ protected:
+  // Writes bytes to a file and loads it.
+  TextStatus Load(std::string_view bytes, AsciiOutingData* data) {
+    WriteWhole(path_, bytes);
+    return LoadAsciiOuting(path_, DefaultTextFileOps(), data);
+  }
+
+  TempDir dir_;
+  std::filesystem::path path_ = dir_ / "outing.txt";
+};
+
+TEST_F(LoadAsciiOutingTest, ASampleOutingGivesEveryKindOfItem) {
+  SampleOptions options;
+  options.laps = 2;
+  options.rate = 20;
+  AsciiOutingData data;
+  ASSERT_TRUE(Load(GenerateSampleOuting(options), &data).ok());
+
+  EXPECT_TRUE(data.hasInformation);
+  EXPECT_EQ(data.informationLines.back().key, u"SampleSeed") << "unknown keys are kept for a rewrite";
+  EXPECT_EQ(data.channels.size(), SampleFastColumns().size() + SampleSlowColumns().size());
+  ASSERT_TRUE(data.channels.contains(u"Speed"));
+  EXPECT_EQ(data.channels.at(u"Speed").unit, u"km/h");
+  ASSERT_TRUE(data.events.contains(u"End of lap"));
+  EXPECT_EQ(data.events.at(u"End of lap").size(), 2u);
+  EXPECT_EQ(data.constants.size(), 8u);
+  ASSERT_EQ(data.lapMarkers.size(), 2u);
+  EXPECT_EQ(data.lapMarkers[0].number, 1);
+  EXPECT_LT(data.lapMarkers[0].time, data.lapMarkers[1].time);
+  EXPECT_EQ(data.channelStart, 0);
+  EXPECT_LE(data.outingStart, data.channelStart);
+  EXPECT_GE(data.outingEnd, data.lapMarkers.back().time);
+}
+
+TEST_F(LoadAsciiOutingTest, LapMarkersAreNumberedFromTheFirstLapInRisingTime) {
+  AsciiOutingData data;
+  ASSERT_TRUE(Load(Lines({"KivaraASCIIDataSet", "", "{OutingInformation}", "FirstLapNumber\t7", "",
+                          "{EventBlock}", "Time\tName\tCategory\tSource\tMessage", "30\tEnd of lap\tBox Created",
+                          "10\tEnd of lap\tBox Created", "20\tPit in\tKivara Added"}),
+                   &data)
+                  .ok());
+  EXPECT_EQ(data.firstLap, 7);
+  EXPECT_EQ(data.lapMarkers, (std::vector<TextLapMarker>{{100'000'000, 7}, {300'000'000, 8}}));
+  // Events alone set the outing span; there are no channels.
+  EXPECT_EQ(data.outingStart, 100'000'000);
+  EXPECT_EQ(data.outingEnd, 300'000'000);
+  EXPECT_EQ(data.channelStart, kTimeMax);
+  EXPECT_FALSE(data.empty());
+}
+
+TEST_F(LoadAsciiOutingTest, OfColumnsWithOneNameTheFirstStandsAndEmptyOnesGo) {
+  AsciiOutingData data;
+  ASSERT_TRUE(Load(Lines({"KivaraASCIIDataSet", "{OutingInformation}", "", "{ChannelBlock}",
+                          "Time\tSpeed[km/h]\tNever", "1\t10\t", "2\t20\t", "", "{ChannelBlock}", "Time\tSpeed[m/s]",
+                          "-5\t1", "9\t2"}),
+                   &data)
+                  .ok());
+  ASSERT_EQ(data.channels.size(), 1u);
+  const CAsciiRawChannel& speed = data.channels.at(u"Speed");
+  EXPECT_EQ(speed.unit, u"km/h");
+  EXPECT_EQ(speed.count(), 2u);
+  // The dropped duplicate does not widen the spans.
+  EXPECT_EQ(data.channelStart, 10'000'000);
+  EXPECT_EQ(data.channelEnd, 20'000'000);
+}
+
+TEST_F(LoadAsciiOutingTest, BadFilesGiveTheirCodesAndLeaveNothing) {
+  AsciiOutingData data;
+  data.firstLap = 99;
+  EXPECT_EQ(LoadAsciiOuting(dir_ / "missing.txt", DefaultTextFileOps(), &data).code(), TextCode::kFileNotFound);
+  EXPECT_EQ(data.firstLap, 1) << "the result is cleared first";
+  EXPECT_EQ(Load("Time\tSpeed\r\n1\t2\r\n", &data).code(), TextCode::kNoMagic);
+  EXPECT_EQ(Load("KivaraVersionedASCIIDataSet\r\nVersion\t3\r\n", &data).code(), TextCode::kBadVersion);
+  EXPECT_EQ(Load("KivaraASCII", &data).code(), TextCode::kTruncated);
+  EXPECT_TRUE(data.channels.empty());
+}
+
+TEST_F(LoadAsciiOutingTest, AFileHeldElsewhereIsLockedAndReleasedAfterALoad) {
+  WriteWhole(path_, NewFileBytes());
+  {
+    CAsciiFileHandles holder(path_);
+    ASSERT_TRUE(holder.Open(true).ok());
+    AsciiOutingData data;
+    EXPECT_EQ(LoadAsciiOuting(path_, DefaultTextFileOps(), &data).code(), TextCode::kFileLocked);
+  }
+  AsciiOutingData data;
+  ASSERT_TRUE(LoadAsciiOuting(path_, DefaultTextFileOps(), &data).ok());
+  EXPECT_TRUE(data.empty());
+  // The load let go of the file: another handle takes it at once.
+  CAsciiFileHandles after(path_);
+  EXPECT_TRUE(after.Open(true).ok());
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 #include "faulty_text_file_ops.h"
 #include "outing/cache/outing_cache_registry.h"
 #include "support/outing_listener.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "platform/async/job_engine.h"
 #include "sources/text/ascii_outing.h"
 #include "sources/text/sample_generator.h"
@@ -24,7 +24,7 @@ namespace velmar::testing {
 
 using State = CStateMachine::State;
 
-class AsciiOutingFixture : public ::testing::Test {
+class AsciiOutingFixture : public SettlingTest {
  protected:
   void TearDown() override {
     listeners_.clear();
@@ -33,7 +33,6 @@ class AsciiOutingFixture : public ::testing::Test {
     EXPECT_EQ(COutingCacheRegistry<CAsciiOutingCache>::Instance().size(), 0u) << "every cache left its registry";
   }
 
-  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(30)); }
   std::u16string PathOf(const std::string& name) { return Utf8ToWide((dir_ / name).string()); }
   void WriteSample(const std::u16string& path, int laps = 2) {
     SampleOptions options;
@@ -67,8 +66,6 @@ class AsciiOutingFixture : public ::testing::Test {
   }
 
   TempDir dir_;
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ComPtr<CAsciiOuting> a_, b_;
   std::vector<std::unique_ptr<OutingListener>> listeners_;
 };

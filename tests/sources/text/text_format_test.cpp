@@ -2,6 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+#include "sources/text/format_value.h"
+#include "sources/text/text_number.h"
+#include "sources/text/text_tokens.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
 
@@ -78,6 +89,204 @@ TEST(TextFormatInformation, ValuesAreWrittenByKind) {
   EXPECT_EQ(FormatInformationValue(*session, Variant::Text(u"7")), std::nullopt);
   EXPECT_EQ(FormatInformationValue(*driver, Variant::Text(u"Jo")), u"Jo");
   EXPECT_EQ(FindInformationProperty(u"Fast lap number"), nullptr);
+}
+
+TEST(TextTokens, EndAtTabCrBsAndBlankWhereBlanksAreNotAllowed) {
+  TokenCursor c("Key with\tvalue here\bnext\rlast");
+  Token key = c.Read(false);
+  EXPECT_EQ(key.text, "Key");
+  EXPECT_EQ(key.end, ' ');
+  Token rest = c.Read(true);
+  EXPECT_EQ(rest.text, "with");
+  EXPECT_EQ(c.Read(true).text, "value here");
+  Token next = c.Read(true);
+  EXPECT_EQ(next.text, "next");
+  EXPECT_EQ(next.end, '\r');
+  Token last = c.Read(true);
+  EXPECT_EQ(last.text, "last");
+  EXPECT_EQ(last.end, 0);
+  EXPECT_TRUE(c.AtEnd());
+}
+
+TEST(TextTokens, EmptyAndBraceTokensFail) {
+  TokenCursor c("\tab{c\t}");
+  EXPECT_EQ(c.Read(true).error, TokenError::kEmpty);
+  Token brace = c.Read(true);
+  EXPECT_EQ(brace.error, TokenError::kBrace);
+  EXPECT_EQ(brace.text, "ab{c");
+  EXPECT_EQ(c.Read(true).error, TokenError::kBrace);
+}
+
+TEST(TextTokens, KeepAt4095Characters) {
+  std::string line(5000, 'x');
+  line += "\tnext";
+  TokenCursor c(line);
+  Token t = c.Read(true);
+  EXPECT_TRUE(t.ok());
+  EXPECT_TRUE(t.truncated);
+  EXPECT_EQ(t.text.size(), 4095u);
+  EXPECT_EQ(c.Read(true).text, "next");  // the rest of the long token was skipped
+}
+
+TEST(TextTokens, SkipsBlanksAndFindsTabs) {
+  TokenCursor c(" \b x\ty z\tw");
+  c.SkipBlanks();
+  EXPECT_EQ(c.Read(true).text, "x");
+  c.SkipToNextTab();
+  EXPECT_EQ(c.Read(true).text, "w");
+}
+
+TEST(TextTokens, LinesStopAtLfOrLimit) {
+  std::string bytes = "ab\r\ncd\nef";
+  size_t next = 0;
+  EXPECT_EQ(LineAt(bytes, 0, bytes.size(), &next), "ab\r");
+  EXPECT_EQ(next, 4u);
+  EXPECT_EQ(LineAt(bytes, next, bytes.size(), &next), "cd");
+  EXPECT_EQ(LineAt(bytes, next, bytes.size(), &next), "ef");
+  EXPECT_EQ(next, bytes.size());
+  EXPECT_EQ(LineAt(bytes, 0, 2, &next), "ab");
+  EXPECT_EQ(next, 2u);
+}
+
+// Same bits, or both NaN.
+void ExpectSameDouble(double a, double b, const std::string& what) {
+  if (std::isnan(a) || std::isnan(b)) {
+    EXPECT_TRUE(std::isnan(a) && std::isnan(b)) << what;
+    return;
+  }
+  EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0) << what << ": " << a << " vs " << b;
+}
+
+TEST(TextNumber, AgreesWithAtofOnTrickyStrings) {
+  for (const auto table = testing::Fixture("sources/number_texts.json"); const auto& text : table["cases"]) {
+    const std::string held = text.get<std::string>();
+    const char* s = held.c_str();
+    ParsedNumber n = ParseNumber(s);
+    ExpectSameDouble(n.value, std::atof(s), std::string("\"") + s + "\"");
+    char* end = nullptr;
+    std::strtod(s, &end);
+    EXPECT_EQ(n.converted, end != s) << s;
+  }
+}
+
+TEST(TextNumber, AgreesWithAtofOnRandomDecimals) {
+  std::mt19937_64 rng(42);
+  std::uniform_int_distribution<int> digits(1, 25), exponent(-330, 310), len(0, 6);
+  for (int i = 0; i < 20000; ++i) {
+    std::string s = (rng() & 1) ? "-" : "";
+    int n = digits(rng);
+    for (int k = 0; k < n; ++k) s += static_cast<char>('0' + rng() % 10);
+    if (rng() & 1) s.insert(s.size() - static_cast<size_t>(rng() % n), ".");
+    if (rng() % 3 == 0) s += "e" + std::to_string(exponent(rng));
+    ExpectSameDouble(ParseNumber(s).value, std::atof(s.c_str()), s);
+  }
+}
+
+TEST(TextNumber, TellsTrailingCharacters) {
+  EXPECT_FALSE(ParseNumber("1.5").trailing);
+  EXPECT_FALSE(ParseNumber("1.5  ").trailing);
+  EXPECT_TRUE(ParseNumber("1.5x").trailing);
+  EXPECT_TRUE(ParseNumber("0x").trailing);
+  EXPECT_FALSE(ParseNumber("abc").converted);
+  EXPECT_FALSE(ParseNumber(" ").converted);
+}
+
+TEST(TextNumber, ReadsOnlyTheFirst4095Characters) {
+  // 4094 digits, then an exponent that the cut leaves behind.
+  std::string cut = "1" + std::string(4093, '0') + "e-4093";
+  EXPECT_EQ(std::atof(cut.c_str()), 1.0);
+  EXPECT_TRUE(std::isinf(ParseNumber(cut).value));
+  std::string fits = "1" + std::string(4088, '0') + "e-4088";
+  ASSERT_EQ(fits.size(), kMaxToken);
+  EXPECT_EQ(ParseNumber(fits).value, 1.0);
+}
+
+TEST(TextNumber, SecondsBecomeTicksRoundedHalfAwayFromZero) {
+  EXPECT_EQ(SecondsToTicks(1.0), 10'000'000);
+  EXPECT_EQ(SecondsToTicks(0.00000005), 1);  // 0.5 tick
+  EXPECT_EQ(SecondsToTicks(-0.00000005), -1);
+  EXPECT_EQ(SecondsToTicks(0.00000004), 0);
+  EXPECT_EQ(SecondsToTicks(1e300), kTimeMax - 1);
+  EXPECT_EQ(SecondsToTicks(-INFINITY), kTimeMin + 1);
+  EXPECT_EQ(SecondsToTicks(NAN), std::nullopt);
+}
+
+TEST(TextNumber, TicksLessBaseAsSeconds) {
+  EXPECT_DOUBLE_EQ(TicksToSeconds(25'000'000, 5'000'000), 2.0);
+  EXPECT_DOUBLE_EQ(TicksToSeconds(kTimeMax, kTimeMin), 1.8446744073709552e12);  // no overflow
+}
+
+std::string Format(double v) {
+  char buf[kFormatValueSize];
+  size_t n = FormatValue(v, buf);
+  EXPECT_EQ(std::strlen(buf), n);
+  return std::string(buf, n);
+}
+
+// What printf makes by the documented rule.
+std::string Reference(double v) {
+  char buf[64];
+  double m = std::fabs(v);
+  if (m < 9999.9999995) {
+    std::snprintf(buf, sizeof buf, "%.*f", 6, v);
+  } else if (m < 9999999999.5) {
+    std::snprintf(buf, sizeof buf, "%#.*g", 10, v);
+    size_t n = std::strlen(buf);
+    if (n && buf[n - 1] == '.') buf[n - 1] = '\0';
+  } else {
+    std::snprintf(buf, sizeof buf, "%#.*e", 4, v);
+  }
+  return buf;
+}
+
+std::string Seconds(double s) {
+  std::string out;
+  AppendSeconds(out, s);
+  return out;
+}
+
+TEST(FormatValue, EachFixtureCaseAndNonFiniteValues) {
+  for (const auto table = testing::Fixture("sources/formatted_values.json"); const auto& c : table["cases"]) {
+    EXPECT_EQ(Format(c[0].get<double>()), c[1].get<std::string>()) << c[0];
+  }
+  // The double nearest 9999.9999995 lies just below it: ten digits round down.
+  EXPECT_EQ(Format(9999.9999995), Reference(9999.9999995));
+  EXPECT_EQ(Format(std::numeric_limits<double>::infinity()), Reference(std::numeric_limits<double>::infinity()));
+  EXPECT_EQ(Format(-std::numeric_limits<double>::infinity()), "-inf");
+  EXPECT_EQ(Format(std::nan("")), Reference(std::nan("")));
+}
+
+TEST(FormatValue, MatchesPrintfAcrossMagnitudes) {
+  std::mt19937_64 rng(7);
+  std::uniform_real_distribution<double> mantissa(1.0, 10.0);
+  std::uniform_int_distribution<int> exponent(-12, 14);
+  for (int i = 0; i < 200000; ++i) {
+    double v = mantissa(rng) * std::pow(10.0, exponent(rng)) * ((rng() & 1) ? -1 : 1);
+    ASSERT_EQ(Format(v), Reference(v)) << v;
+  }
+  for (double edge : {9999.9999995, 9999999999.5, 99999.999995, 999999.99995, 9999999.9995}) {
+    for (int k = -64; k <= 64; ++k) {
+      double v = std::nextafter(edge, k < 0 ? 0.0 : 1e300);
+      for (int s = 0; s < std::abs(k); ++s) v = std::nextafter(v, k < 0 ? 0.0 : 1e300);
+      ASSERT_EQ(Format(v), Reference(v)) << v;
+    }
+  }
+}
+
+TEST(FormatValue, TimesHaveSevenDecimals) {
+  EXPECT_EQ(Seconds(1.5), "1.5000000");
+  EXPECT_EQ(Seconds(-0.0000001), "-0.0000001");
+  EXPECT_EQ(Seconds(1.0 / 256), "0.0039062");  // an exact tie rounds to even, as printf does
+  std::string out;
+  AppendTime(out, 12'345'678, 2'345'678);
+  EXPECT_EQ(out, "1.0000000");
+  std::mt19937_64 rng(3);
+  for (int i = 0; i < 50000; ++i) {
+    double s = static_cast<double>(static_cast<int64_t>(rng() % 100'000'000'000ull)) / 1e7;
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.7f", s);
+    ASSERT_EQ(Seconds(s), buf);
+  }
 }
 
 }  // namespace

@@ -229,6 +229,7 @@ TEST_F(TarnOutingTest, StatusDefinitionsAreReadOnTheStoreThreadAndToldWhenBuilt)
   ASSERT_TRUE(Settle());
   outing_ = nullptr;
   listener_.reset();
+  ASSERT_TRUE(Settle());  // the store lets go of the file on its own thread
   const auto blob = WriteStatusDefinitionsBlob({{u"[3]Speed", 4, {}}, {u"Nothing", 1, {}}});
   WriteThroughStore<IKivTarnBlobWriter>(path, [&](IKivTarnBlobWriter& writer) {
     const TarnBlobRecord record{0, &kStatusDefinitionsBlobType, u"defs", blob.data(), static_cast<uint32_t>(blob.size()), {}};

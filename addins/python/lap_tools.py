@@ -38,7 +38,11 @@ class FastestLaps(ITool):
         laps = []
         if tasks:
             for selection in tasks[0].DataSelections:
-                for name, start, end in selection.Laps():
+                found = selection.Laps()
+                # The first and last laps run from the data's start and to its
+                # end (out-lap, in-lap): not timed laps when there are others.
+                timed = found[1:-1] if len(found) > 2 else found
+                for name, start, end in timed:
                     laps.append((end - start, name, selection.Caption))
         return sorted(laps)[: self.count]
 

@@ -58,39 +58,28 @@ TEST_F(EventTableTest, EventsRoundTripWithPayloadAndFixedBlock) {
   ASSERT_EQ(ids.size(), 1u);
   Reopen();
   auto names = EventNames();
-  ASSERT_EQ(names.size(), 1u);
-  EXPECT_EQ(Str(names[0].name), u"Pit");
+  EXPECT_EQ(Column(names, &TarnEventName::name), Texts{u"Pit"});
   auto events = Events({names[0].id});
   ASSERT_EQ(events.size(), 1u);
   const TarnEventRecord& r = events[0];
-  EXPECT_EQ(r.id, ids[0]);
-  EXPECT_EQ(r.time, 500);
-  EXPECT_EQ(Str(r.name), u"Pit");
-  EXPECT_EQ(Str(r.source), u"Analysis");
-  EXPECT_EQ(Str(r.message), u"");
+  EXPECT_EQ(std::make_tuple(r.id, r.time, Str(r.name), Str(r.source), Str(r.message), r.nameId, r.kind),
+            std::make_tuple(ids[0], KivTime{500}, std::u16string(u"Pit"), std::u16string(u"Analysis"),
+                            std::u16string(u""), names[0].id, 0u));
   ASSERT_EQ(r.payloadSize, 5u);
   EXPECT_EQ(std::vector<uint8_t>(r.payload, r.payload + 5), std::vector<uint8_t>(payload.begin(), payload.end()));
   ASSERT_NE(r.fixedData, nullptr);
   EXPECT_EQ(std::vector<uint8_t>(r.fixedData, r.fixedData + 32), std::vector<uint8_t>(fixed.begin(), fixed.end()));
-  EXPECT_EQ(r.nameId, names[0].id);
-  EXPECT_EQ(r.kind, 0u);
 }
 
 TEST_F(EventTableTest, ReadsAreBySetAndTimeInTimeOrder) {
   Add({Event(u"A", 30), Event(u"B", 10), Event(u"A", 10), Event(u"A", 20), Event(u"B", 40)});
   Reopen();
   uint64_t a = SetId(u"A"), b = SetId(u"B");
-  auto onlyA = Events({a});
-  ASSERT_EQ(onlyA.size(), 3u);
-  EXPECT_EQ(onlyA[0].time, 10);
-  EXPECT_EQ(onlyA[2].time, 30);
+  EXPECT_EQ(Column(Events({a}), &TarnEventRecord::time), (std::vector<KivTime>{10, 20, 30}));
   auto window = Events({a, b}, 10, 30);
-  ASSERT_EQ(window.size(), 4u);
+  EXPECT_EQ(Column(window, &TarnEventRecord::time), (std::vector<KivTime>{10, 10, 20, 30}));
   // Equal times keep the order they were added in.
-  EXPECT_EQ(Str(window[0].name), u"B");
-  EXPECT_EQ(Str(window[1].name), u"A");
-  EXPECT_EQ(window[1].time, 10);
-  EXPECT_EQ(window[3].time, 30);
+  EXPECT_EQ(Column(window, &TarnEventRecord::name), (Texts{u"B", u"A", u"A", u"A"}));
   EXPECT_TRUE(Events({a}, 31, 39).empty());
   ComPtr<IKivTarnEventRecords> none;
   uint64_t unknown = 999;
@@ -127,9 +116,7 @@ TEST_F(EventTableTest, ModifyMovesAnEventAndEmptySetsGo) {
   ASSERT_EQ(handle->Commit(), S_OK);
   Reopen();
   auto names = EventNames();
-  ASSERT_EQ(names.size(), 2u);
-  EXPECT_EQ(Str(names[0].name), u"Keep");
-  EXPECT_EQ(Str(names[1].name), u"New");
+  ASSERT_EQ(Column(names, &TarnEventName::name), (Texts{u"Keep", u"New"}));
   auto events = Events({names[1].id});
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].time, 7);
@@ -148,11 +135,8 @@ TEST_F(EventTableTest, RemoveTakesEventsAndTheirEmptySet) {
   ASSERT_EQ(handle->Commit(), S_OK);
   Reopen();
   auto names = EventNames();
-  ASSERT_EQ(names.size(), 1u);
-  EXPECT_EQ(Str(names[0].name), u"A");
-  auto events = Events({names[0].id});
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].id, ids[1]);
+  ASSERT_EQ(Column(names, &TarnEventName::name), Texts{u"A"});
+  EXPECT_EQ(Column(Events({names[0].id}), &TarnEventRecord::id), std::vector<uint64_t>{ids[1]});
 }
 
 }  // namespace

@@ -7,8 +7,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "platform/async/dispatcher.h"
-#include "platform/async/job_engine.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
@@ -68,15 +67,8 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
     *value = answer_;
     return result_;
   }
-  void Answer(KivResult result, double value) {
-    std::lock_guard lock(mu_);
-    result_ = result;
-    answer_ = value;
-  }
-  void Hold() {
-    std::lock_guard lock(mu_);
-    open_ = false;
-  }
+  void Answer(KivResult result, double value) { std::lock_guard lock(mu_); result_ = result; answer_ = value; }
+  void Hold() { std::lock_guard lock(mu_); open_ = false; }
   void Release() {
     std::lock_guard lock(mu_);
     open_ = true;
@@ -86,14 +78,8 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
     std::unique_lock lock(mu_);
     return cv_.wait_for(lock, 30s, [&] { return reads_ >= count; });
   }
-  int reads() {
-    std::lock_guard lock(mu_);
-    return reads_;
-  }
-  std::u16string lastFile() {
-    std::lock_guard lock(mu_);
-    return lastFile_;
-  }
+  int reads() { std::lock_guard lock(mu_); return reads_; }
+  std::u16string lastFile() { std::lock_guard lock(mu_); return lastFile_; }
 
  private:
   std::mutex mu_;
@@ -105,7 +91,7 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
   std::u16string lastFile_;
 };
 
-class ConstantsCacheTest : public ::testing::Test {
+class ConstantsCacheTest : public testing::SettlingTest {
  protected:
   void SetUp() override {
     app_ = std::make_shared<FakeSpreadsheet>();
@@ -114,16 +100,12 @@ class ConstantsCacheTest : public ::testing::Test {
   }
   void TearDown() override {
     app_->Release();
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
     SetSpreadsheetApplication(nullptr);
   }
   int64_t Add(const std::u16string& name, double value, const std::u16string& text = {}) {
     return cache_.Insert(ConstantRecord{name, value, u"m", text}).id;
   }
-  bool Settle() { return Async_RunUntilSettled(d_, 30s); }
-
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   std::vector<std::string> log_;
   TestCache cache_;
   Owner owner_{&log_};

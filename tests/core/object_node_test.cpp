@@ -1,10 +1,10 @@
 // The node face: commands by group, disabled commands, children worth
-// showing, views that follow the latest listing, and the root's own node.
+// showing and views that follow the latest listing.
 #include "core/object_node.h"
 
 #include <gtest/gtest.h>
 
-#include "core/velmar_test_fixture.h"
+#include "velmar/object_node.h"
 
 namespace velmar {
 namespace {
@@ -85,26 +85,6 @@ TEST(ObjectNode, DataNamesCountFromOne) {
   EXPECT_EQ(name, u"Gear");
   EXPECT_EQ(names->GetItem(0, &name), DISP_E_BADINDEX);
   EXPECT_EQ(names->GetItem(1, nullptr), E_POINTER);
-}
-
-using RootNode = testing::VelmarTestBase;
-
-TEST_F(RootNode, TheRootOffersTheAddInManagerCommand) {
-  auto node = QueryAs<IKivObjectNode>(Root());
-  ASSERT_TRUE(node);
-  ObjectNodeCommands commands;
-  ASSERT_EQ(node->GetCommands(&commands), S_OK);
-  ASSERT_EQ(commands.size(), 1u);
-  uint32_t id = 0;
-  ComPtr<IKivPicture> icon;
-  uint32_t width = 0, height = 0;
-  EXPECT_EQ(commands[0]->GetId(&id), S_OK);
-  EXPECT_EQ(id, kKivAddInManagerCommand);
-  ASSERT_EQ(commands[0]->GetPicture(icon.Put()), S_OK);
-  ASSERT_EQ(icon->GetSize(&width, &height), S_OK);
-  EXPECT_EQ(width * height, 256u);
-  EXPECT_EQ(node->InvokeCommand(kKivAddInManagerCommand, 2, 0), KIV_E_BAD_COMMAND_ARG);
-  EXPECT_EQ(node->InvokeCommand(kKivAddInManagerCommand, 0, 0), S_OK);  // no dialog: nothing happens
 }
 
 }  // namespace

@@ -1,13 +1,20 @@
 #include "platform/async/dispatcher.h"
 
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <memory>
+#include <numeric>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "platform/async/clock.h"
+#include "velmar/client_thread.h"
 
 namespace velmar {
 namespace {
@@ -88,10 +95,9 @@ TEST_F(DispatcherTest, PostFromManyThreadsKeepsEachThreadsOrder) {
       },
       30s));
   for (auto& th : threads) th.join();
-  for (int t = 0; t < kThreads; ++t) {
-    ASSERT_EQ(seen[t].size(), size_t{kEach});
-    for (int i = 0; i < kEach; ++i) ASSERT_EQ(seen[t][i], i) << "thread " << t;
-  }
+  std::vector<int> inOrder(kEach);
+  std::iota(inOrder.begin(), inOrder.end(), 0);
+  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(seen[t], inOrder) << "thread " << t;
 }
 
 TEST_F(DispatcherTest, RunUntilWakesForAPostFromAnotherThread) {
@@ -236,6 +242,92 @@ TEST(DispatcherTarget, OutlivesItsDispatcherSafely) {
   EXPECT_FALSE(target.Post([captured] {}));
   EXPECT_EQ(captured.use_count(), 1) << "a refused task is destroyed at once";
   EXPECT_FALSE(Dispatcher::Target().Post([] {}));
+}
+
+// The clocks a dispatcher waits on.
+class EventFd {
+ public:
+  EventFd() : fd_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+  ~EventFd() { ::close(fd_); }
+  int fd() const { return fd_; }
+  void Signal() {
+    uint64_t one = 1;
+    ASSERT_EQ(::write(fd_, &one, sizeof one), static_cast<ssize_t>(sizeof one));
+  }
+
+ private:
+  int fd_;
+};
+
+TEST(ManualClock, MovesWhenToldAndWaitJumpsToTheDeadlineWhenNothingIsReadable) {
+  ManualClock clock;
+  EventFd fd;
+  Clock::time_point t0 = clock.Now();
+  clock.WaitUntil(t0 + 5s, fd.fd());
+  EXPECT_EQ(clock.Now(), t0 + 5s);
+  // A deadline in the past never moves the clock back.
+  clock.WaitUntil(t0, fd.fd());
+  EXPECT_EQ(clock.Now(), t0 + 5s);
+  clock.Set(t0 + 1h);
+  EXPECT_EQ(clock.Now() - t0, 1h);
+}
+
+TEST(ManualClock, WaitReturnsAtOnceWithoutMovingWhenWorkIsWaiting) {
+  ManualClock clock;
+  EventFd fd;
+  fd.Signal();
+  Clock::time_point t0 = clock.Now();
+  clock.WaitUntil(t0 + 5s, fd.fd());
+  EXPECT_EQ(clock.Now(), t0) << "posted work must run before simulated time passes";
+}
+
+TEST(WaitReadable, ReportsReadinessAndTimesOut) {
+  EventFd fd;
+  EXPECT_FALSE(WaitReadable(fd.fd(), 0ms));
+  EXPECT_FALSE(WaitReadable(fd.fd(), 5ms));
+  fd.Signal();
+  EXPECT_TRUE(WaitReadable(fd.fd(), -1ms));
+  EXPECT_TRUE(WaitReadable(fd.fd(), 1h)) << "must not block while readable";
+}
+
+
+// The public face of a client thread over its dispatcher.
+TEST(ClientThreadTest, WorkPostedFromAnyThreadRunsOnlyOnTheClientThread) {
+  const KivClientThread client = KivClientThread::Current();
+  std::thread::id ranOn;
+  std::thread poster([client, &ranOn] { EXPECT_TRUE(client.Post([&] { ranOn = std::this_thread::get_id(); })); });
+  poster.join();
+  EXPECT_EQ(ranOn, std::thread::id());
+  EXPECT_TRUE(client.RunUntil([&] { return ranOn != std::thread::id(); }, 5s));
+  EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+TEST(ClientThreadTest, AHandleOfAnEndedThreadRefusesWork) {
+  KivClientThread gone = [] {
+    std::optional<KivClientThread> handle;
+    std::thread([&] { handle = KivClientThread::Current(); }).join();
+    return *handle;
+  }();
+  bool ran = false;
+  EXPECT_FALSE(gone.Post([&] { ran = true; }));
+  EXPECT_FALSE(ran);
+}
+
+TEST(ClientThreadTest, TimersTellAPollLoopWhenToWake) {
+  ManualClock clock;
+  Dispatcher dispatcher(&clock);
+  Dispatcher::ScopedCurrent current(dispatcher);
+  const KivClientThread client = KivClientThread::Current();
+  EXPECT_EQ(client.TimeToNextTimer(), std::nullopt);
+  int fired = 0;
+  const KivClientThread::TimerId id = client.SetTimer(100ms, [&] { ++fired; });
+  EXPECT_EQ(client.TimeToNextTimer(), 100ms);
+  clock.Advance(150ms);
+  EXPECT_EQ(client.TimeToNextTimer(), 0ms);
+  client.RunOnce();
+  EXPECT_EQ(fired, 1);
+  EXPECT_TRUE(client.KillTimer(id));
+  EXPECT_EQ(client.TimeToNextTimer(), std::nullopt);
 }
 
 }  // namespace

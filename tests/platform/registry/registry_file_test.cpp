@@ -1,4 +1,5 @@
 #include "platform/registry/registry_file.h"
+#include "platform/registry/registry_tree.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -138,6 +139,29 @@ TEST_P(ForeignFiles, CountAsCorrupt) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, ForeignFiles, testing::FixtureCases("platform/registry/foreign_files"),
                          testing::FixtureName);
+
+TEST(RegistryTreeTest, JsonRoundTripKeepsEveryTypeAndNamesThatDifferInCase) {
+  RegNode root;
+  RegNode& key = root.FindOrAddKey(u"Software").FindOrAddKey(u"Kivara");
+  key.SetValue(u"Text", RegData(std::u16string(u"caf\u00e9")));
+  key.SetValue(u"U32", RegData(uint32_t{0xFFFFFFFF}));
+  key.SetValue(u"U64", RegData(uint64_t{0xFFFFFFFFFFFFFFFF}));
+  key.SetValue(u"Bytes", RegData(std::vector<uint8_t>{}));
+  // Two spellings of one name can only come from a hand-edited file, but
+  // neither may be lost on the way through.
+  root.keys.push_back(RegNode{u"SOFTWARE", {}, {}});
+
+  auto back = RegistryFromJson(RegistryToJson(root));
+  ASSERT_TRUE(back);
+  ASSERT_EQ(back->keys.size(), 2u);
+  const RegNode* k = Walk(*back, {u"software", u"KIVARA"});
+  ASSERT_NE(k, nullptr);
+  ASSERT_EQ(k->values.size(), 4u);
+  EXPECT_EQ(k->FindValue(u"text")->data, RegData(std::u16string(u"caf\u00e9")));
+  EXPECT_EQ(k->FindValue(u"u32")->data, RegData(uint32_t{0xFFFFFFFF}));
+  EXPECT_EQ(k->FindValue(u"u64")->data, RegData(uint64_t{0xFFFFFFFFFFFFFFFF}));
+  EXPECT_EQ(k->FindValue(u"bytes")->data, RegData(std::vector<uint8_t>{}));
+}
 
 TEST_F(RegistryFileTest, FileIsReadableJson) {
   RegistryKey key = Key(std::make_shared<RegistryFile>(path_));

@@ -10,6 +10,7 @@
 namespace velmar {
 namespace {
 
+using testing::ClassOf;
 using testing::FaultyFileOps;
 using testing::FileBytes;
 using testing::GetStream;
@@ -73,9 +74,7 @@ TEST_F(CompoundFileTest, TreeRoundTripsThroughAFreshOpen) {
   EXPECT_EQ(GetStream(root.Get(), u"Groups"), "");
   EXPECT_EQ(GetStream(root.Get(), u"Common Channels"), std::string(70000, 'c'));
   ComPtr<IKivStorage> factories = SubStorage(root.Get(), u"Data Factories");
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(factories.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kFactoriesClass);
+  EXPECT_EQ(ClassOf(factories.Get()), kFactoriesClass);
   EXPECT_TRUE(testing::ElementNames(SubStorage(factories.Get(), u"DataFactory_1").Get()).empty());
   ComPtr<IKivStorage> deep = SubStorage(factories.Get(), u"DataFactory_2");
   EXPECT_EQ(GetStream(deep.Get(), u"\u00e9TAT \u03a9 \U0001F3C1"), "unicode");

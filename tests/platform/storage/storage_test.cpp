@@ -8,7 +8,9 @@
 namespace velmar {
 namespace {
 
+using testing::ClassOf;
 using testing::ElementNames;
+using testing::Elements;
 using testing::GetStream;
 using testing::kRW;
 using testing::kRWT;
@@ -28,20 +30,14 @@ TEST_F(StorageTest, TransactedSubStorageHidesChangesUntilCommit) {
   ASSERT_EQ(PutStream(tasks.Get(), u"Task 1", "one"), S_OK);
   ASSERT_EQ(WriteClassStg(tasks.Get(), kTasksClass), S_OK);
 
-  std::vector<StatStg> elements;
-  ASSERT_EQ(root_->EnumElements(&elements), S_OK);
-  ASSERT_EQ(elements.size(), 1u);
-  EXPECT_EQ(elements[0].clsid, GUID_NULL);  // not committed yet
-
+  ASSERT_EQ(Elements(root_.Get()).size(), 1u);
+  EXPECT_EQ(Elements(root_.Get())[0].clsid, GUID_NULL);  // not committed yet
   ASSERT_EQ(tasks->Commit(STGC_DEFAULT), S_OK);
-  ASSERT_EQ(root_->EnumElements(&elements), S_OK);
-  EXPECT_EQ(elements[0].clsid, kTasksClass);
+  EXPECT_EQ(Elements(root_.Get())[0].clsid, kTasksClass);
   tasks = nullptr;
   tasks = SubStorage(root_.Get(), u"Tasks");
   EXPECT_EQ(GetStream(tasks.Get(), u"Task 1"), "one");
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(tasks.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kTasksClass);
+  EXPECT_EQ(ClassOf(tasks.Get()), kTasksClass);
 }
 
 TEST_F(StorageTest, RevertDropsChangesSinceTheLastCommit) {
@@ -103,10 +99,8 @@ TEST_F(StorageTest, CreateRefusesAnExistingNameUnlessAskedToReplace) {
   EXPECT_EQ(root_->CreateStorage(u"Groups", kRWT, st.Put()), STG_E_FILEALREADYEXISTS);
   // STGM_CREATE replaces, even an element of the other kind.
   ASSERT_EQ(root_->CreateStorage(u"Groups", kRWT | STGM_CREATE, st.Put()), S_OK);
-  std::vector<StatStg> elements;
-  ASSERT_EQ(root_->EnumElements(&elements), S_OK);
-  ASSERT_EQ(elements.size(), 1u);
-  EXPECT_EQ(elements[0].type, STGTY_STORAGE);
+  ASSERT_EQ(Elements(root_.Get()).size(), 1u);
+  EXPECT_EQ(Elements(root_.Get())[0].type, STGTY_STORAGE);
   EXPECT_EQ(root_->OpenStream(u"Groups", kRW, s.Put()), STG_E_FILENOTFOUND);
 }
 
@@ -260,9 +254,7 @@ TEST_F(StorageTest, CopyToCopiesAWholeTreeWithClasses) {
   ASSERT_EQ(StgCreateMemoryStorage(other.Put()), S_OK);
   ComPtr<IKivStorage> target = SubStorage(other.Get(), u"DataFactory_1");
   ASSERT_EQ(old->CopyTo(target.Get()), S_OK);  // uncommitted view of `old` included
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(target.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kTasksClass);
+  EXPECT_EQ(ClassOf(target.Get()), kTasksClass);
   EXPECT_EQ(GetStream(target.Get(), u"State"), "s");
   EXPECT_EQ(GetStream(SubStorage(target.Get(), u"Deep").Get(), u"Leaf"), "leaf");
   // Copying into a storage below itself ends.
@@ -280,9 +272,7 @@ TEST_F(StorageTest, MemoryStorageRoundTripsThroughBytes) {
 
   ComPtr<IKivStorage> copy;
   ASSERT_EQ(StgOpenMemoryStorage(bytes, kRWT, copy.Put()), S_OK);
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(copy.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kTasksClass);
+  EXPECT_EQ(ClassOf(copy.Get()), kTasksClass);
   EXPECT_EQ(GetStream(SubStorage(copy.Get(), u"Tasks").Get(), u"Big"), std::string(10000, 'b'));
   EXPECT_EQ(StgOpenMemoryStorage("not a compound file", kRWT, copy.Put()), STG_E_DOCFILECORRUPT);
 }

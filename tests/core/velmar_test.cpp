@@ -165,12 +165,8 @@ TEST_F(VelmarTest, OwnedObjectEditsNeedTheSettingsFileAndDatabaseChangesOnlyMark
   EXPECT_TRUE(root_->HasUnsavedChanges()) << "the mapping's callback only marks dirty";
   EXPECT_THAT(log_, IsEmpty());
   // Database changes only mark dirty, too.
-  root_->ClearDirty();
-  TestChannelProperties::last->ReportChange();
-  EXPECT_TRUE(root_->HasUnsavedChanges());
-  root_->ClearDirty();
-  TestGroups::last->ReportChange();
-  EXPECT_TRUE(root_->HasUnsavedChanges());
+  EXPECT_TRUE(MarksDirty([] { TestChannelProperties::last->ReportChange(); }));
+  EXPECT_TRUE(MarksDirty([] { TestGroups::last->ReportChange(); }));
   EXPECT_THAT(log_, IsEmpty());
 }
 
@@ -195,9 +191,7 @@ TEST_F(VelmarTest, ACircuitMapIsHeldAndTheChangeIsRaisedOncePerMap) {
   ASSERT_EQ(Root()->GetCircuitMapData(held.Put()), S_OK);
   EXPECT_EQ(held.Get(), data);
   EXPECT_TRUE(root_->HasUnsavedChanges());
-  root_->ClearDirty();
-  map->Change();
-  EXPECT_TRUE(root_->HasUnsavedChanges()) << "the map's own change marks the settings dirty";
+  EXPECT_TRUE(MarksDirty([&] { map->Change(); })) << "the map's own change marks the settings dirty";
   ASSERT_EQ(Root()->SetCircuitMapData(nullptr), S_OK);
   EXPECT_EQ(Root()->GetCircuitMapData(held.Put()), S_FALSE);
   EXPECT_THAT(log_, ElementsAre("CircuitMapDataChanged", "CircuitMapDataChanged"));
@@ -205,12 +199,8 @@ TEST_F(VelmarTest, ACircuitMapIsHeldAndTheChangeIsRaisedOncePerMap) {
 
 TEST_F(VelmarTest, ChangeCallbacksMarkDirtyAndRaise) {
   Listen<CVelmarNotificationsSink<>>("");
-  root_->ClearDirty();
-  TestRealTimeSettings::last->Change();
-  EXPECT_TRUE(root_->HasUnsavedChanges());
-  root_->ClearDirty();
-  ASSERT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_OK);
-  EXPECT_TRUE(root_->HasUnsavedChanges());
+  EXPECT_TRUE(MarksDirty([] { TestRealTimeSettings::last->Change(); }));
+  EXPECT_TRUE(MarksDirty([&] { ASSERT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_OK); }));
   EXPECT_EQ(root_->SharedStores().commonChannels->Set(3, u"[3]GPS Speed"), S_FALSE);
   EXPECT_THAT(log_, ElementsAre("RealTimeSettingsChanged", "CommonChannelsChanged"));
 }
@@ -234,14 +224,11 @@ TEST_F(VelmarTest, ControlColoursAndFont) {
   ComPtr<IKivUnknown> font;
   EXPECT_EQ(root_->GetFont(font.Put()), S_FALSE);
 
-  root_->ClearDirty();
-  EXPECT_EQ(root_->SetGridColor(0xD0D0D0), S_OK);
-  EXPECT_FALSE(root_->HasUnsavedChanges()) << "an unchanged grid colour does nothing at all";
+  EXPECT_FALSE(MarksDirty([&] { EXPECT_EQ(root_->SetGridColor(0xD0D0D0), S_OK); }))
+      << "an unchanged grid colour does nothing at all";
   EXPECT_EQ(root_->SetBackColor(0xFFFFFF), S_OK);
   EXPECT_TRUE(root_->HasUnsavedChanges()) << "the back colour setter stores even the same value";
-  root_->ClearDirty();
-  EXPECT_EQ(root_->SetGridColor(0x101010), S_OK);
-  EXPECT_TRUE(root_->HasUnsavedChanges());
+  EXPECT_TRUE(MarksDirty([&] { EXPECT_EQ(root_->SetGridColor(0x101010), S_OK); }));
 }
 
 TEST_F(VelmarTest, BrandingFeatureOneWithoutAnInstalledToolNodeIsNoFailure) {

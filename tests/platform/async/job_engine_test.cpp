@@ -194,37 +194,24 @@ TEST_F(JobEngineTest, TwoNamedThreadsRunInParallel) {
   EXPECT_NE(a.run_thread, b.run_thread);
 }
 
-TEST_F(JobEngineTest, CancelledWaitingJobNeverRunsNorCompletesButIsCleanedUp) {
+// Waiting, running, or finished but not yet delivered: a cancelled job is
+// cleaned up and never completes.
+TEST_F(JobEngineTest, ACancelledJobIsCleanedUpWithoutCompletionInEveryState) {
   AsyncThread t = NewThread();
-  auto blocker = Block(t);
-  TestJob job;
-  ASSERT_EQ(Async_QueueNewJob(t, &job), S_OK);
-  EXPECT_EQ(Async_CancelJob(t, &job), S_OK);
+  auto running = BlockRunning(t);
+  TestJob waiting(1), finished(2);
+  ASSERT_EQ(Async_QueueNewJob(t, &waiting), S_OK);
+  EXPECT_EQ(Async_CancelJob(t, &waiting), S_OK);
+  EXPECT_EQ(Async_CancelJob(t, running.get()), S_OK);
   gate_.Open();
-  ASSERT_TRUE(Async_RunUntilSettled(d_, kLong));
-  EXPECT_EQ(job.Fate(), (std::array{0, 0, 1, 0}));
-  EXPECT_NE(job.run_thread, std::this_thread::get_id());
-  EXPECT_EQ(blocker->completions, 1);
-}
-
-TEST_F(JobEngineTest, CancelledRunningJobFinishesThenIsCleanedUpWithoutCompletion) {
-  AsyncThread t = NewThread();
-  auto job = BlockRunning(t);
-  EXPECT_EQ(Async_CancelJob(t, job.get()), S_OK);
-  gate_.Open();
-  ASSERT_TRUE(Async_RunUntilSettled(d_, kLong));
-  EXPECT_EQ(job->Fate(), (std::array{1, 0, 1, 0}));
-  EXPECT_TRUE(job->cleanup_after_run);
-}
-
-TEST_F(JobEngineTest, JobFinishedButNotYetDeliveredCanStillBeCancelled) {
-  AsyncThread t = NewThread();
-  TestJob job;
-  ASSERT_EQ(Async_QueueNewJob(t, &job), S_OK);
+  ASSERT_EQ(Async_QueueNewJob(t, &finished), S_OK);
   ASSERT_TRUE(Async_WaitIdle(t, kLong));
-  EXPECT_EQ(Async_CancelJob(t, &job), S_OK);
+  EXPECT_EQ(Async_CancelJob(t, &finished), S_OK);
   ASSERT_TRUE(Async_RunUntilSettled(d_, kLong));
-  EXPECT_EQ(job.Fate(), (std::array{1, 0, 1, 0}));
+  EXPECT_EQ(waiting.Fate(), (std::array{0, 0, 1, 0}));
+  EXPECT_EQ(running->Fate(), (std::array{1, 0, 1, 0}));
+  EXPECT_TRUE(running->cleanup_after_run);
+  EXPECT_EQ(finished.Fate(), (std::array{1, 0, 1, 0}));
 }
 
 TEST_F(JobEngineTest, JobThatRefusesCancellingCompletes) {

@@ -120,14 +120,6 @@ TEST_F(ClassRegistryTest, ReRegisteringReplacesAndUnregisteringForgets) {
   EXPECT_EQ(registry_.IsClassOfCategory(kSampleOne, kOtherCategory), S_FALSE);
 }
 
-TEST(ClassRegistryAddInTest, AFailingListKeepsNoneOfItsClasses) {
-  ClassRegistry registry;
-  EXPECT_EQ(registry.RegisterAddIn(&testing::ListThenFail), E_FAIL);
-  ComPtr<IKivSample> s;
-  EXPECT_EQ(registry.CreateInstance(kAddInClass, &s), REGDB_E_CLASSNOTREG);
-  EXPECT_EQ(registry.RegisterAddIn(nullptr), E_POINTER);
-}
-
 KivResult ListTwice(IKivClassSink* sink) {
   const KivClassEntry entry{kAddInClass, nullptr, u"Twice", nullptr, nullptr, 0};
   (void)sink->AddClass(entry);
@@ -140,25 +132,26 @@ KivResult ListThenThrow(IKivClassSink* sink) {
   throw std::runtime_error("add-in fault");
 }
 
-TEST(ClassRegistryAddInTest, AListNamingAClassTwiceOrThrowingKeepsNothing) {
+// A list that fails, names a class twice or throws keeps none of its classes.
+TEST(ClassRegistryAddInTest, AFailingListKeepsNothing) {
   ClassRegistry registry;
   std::u16string name;
+  EXPECT_EQ(registry.RegisterAddIn(&testing::ListThenFail), E_FAIL);
   EXPECT_EQ(registry.RegisterAddIn(&ListTwice), E_INVALIDARG);
   EXPECT_EQ(registry.RegisterAddIn(&ListThenThrow), E_FAIL);
   EXPECT_EQ(registry.GetUserTypeName(kAddInClass, &name), REGDB_E_CLASSNOTREG);
+  ComPtr<IKivSample> s;
+  EXPECT_EQ(registry.CreateInstance(kAddInClass, &s), REGDB_E_CLASSNOTREG);
+  EXPECT_EQ(registry.RegisterAddIn(nullptr), E_POINTER);
 }
 
-TEST(ClassRegistryAddInTest, ModulesThatCannotServeAreRefused) {
+TEST(ClassRegistryAddInTest, LoadsAModuleAndCreatesItsClassAndRefusesOnesThatCannotServe) {
   ClassRegistry registry;
   EXPECT_EQ(registry.LoadAddIn("/nonexistent/velmar-addin.so"), E_MOD_NOT_FOUND);
   EXPECT_EQ(registry.LoadAddIn("libm.so.6"), E_PROC_NOT_FOUND);  // loads, but lists nothing
-}
-
-TEST(ClassRegistryAddInTest, LoadsAModuleAndCreatesItsClass) {
 #ifndef VELMAR_TEST_ADDIN
   GTEST_SKIP() << "the test add-in module is not built";
 #else
-  ClassRegistry registry;
   ASSERT_EQ(registry.LoadAddIn(VELMAR_TEST_ADDIN), S_OK);
   EXPECT_EQ(registry.LoadAddIn(VELMAR_TEST_ADDIN), S_FALSE);
   Guid clsid;

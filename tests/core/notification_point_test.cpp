@@ -54,26 +54,19 @@ class NotificationPointTest : public ::testing::Test {
   ProbePoint& point_ = *owned_;
 };
 
-TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirst) {
+TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirstAndFreesAnIndexOnce) {
   KivNotificationPointLocator& locator = point_;
   EXPECT_EQ(locator.GetInterfaceId(), IKivProbeNotifications::iid);
+  EXPECT_EQ(point_.Remove(0), E_INVALIDARG);
   for (int i = 0; i < 4; ++i) EXPECT_EQ(Connect("s"), i);
+  EXPECT_EQ(point_.Remove(5), E_INVALIDARG);
   EXPECT_EQ(point_.Remove(1), S_OK);
   EXPECT_EQ(point_.Remove(3), S_OK);
+  EXPECT_EQ(point_.Remove(3), E_INVALIDARG) << "an emptied entry must not be freed twice";
   EXPECT_EQ(point_.ConnectedCount(), 2u);
   EXPECT_EQ(Connect("s"), 3);
-  EXPECT_EQ(Connect("s"), 1);
+  EXPECT_EQ(Connect("s"), 1) << "a double free would have handed index 3 out twice";
   EXPECT_EQ(Connect("s"), 4) << "with no free slot the list grows";
-}
-
-TEST_F(NotificationPointTest, RemoveRefusesAnIndexWithNoSink) {
-  EXPECT_EQ(point_.Remove(0), E_INVALIDARG);
-  Connect("s");
-  EXPECT_EQ(point_.Remove(5), E_INVALIDARG);
-  EXPECT_EQ(point_.Remove(0), S_OK);
-  EXPECT_EQ(point_.Remove(0), E_INVALIDARG) << "an emptied entry must not be freed twice";
-  EXPECT_EQ(Connect("s"), 0);
-  EXPECT_EQ(Connect("s"), 1) << "a double free would have handed index 0 out twice";
 }
 
 TEST_F(NotificationPointTest, AddChecksArgumentsAndInterface) {

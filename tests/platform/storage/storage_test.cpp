@@ -114,7 +114,7 @@ TEST_F(StorageTest, ElementsOpenExclusively) {
   EXPECT_EQ(root_->OpenStream(u"RealTime Settings", kRW, b.Put()), S_OK);
 }
 
-TEST_F(StorageTest, RenameAndDestroy) {
+TEST_F(StorageTest, RenameAndDestroyEvenWhileOpen) {
   ASSERT_EQ(PutStream(root_.Get(), u"Channel Properties Temp", "new"), S_OK);
   ASSERT_EQ(PutStream(root_.Get(), u"Channel Properties", "old"), S_OK);
   EXPECT_EQ(root_->RenameElement(u"Channel Properties Temp", u"Channel Properties"),
@@ -128,9 +128,7 @@ TEST_F(StorageTest, RenameAndDestroy) {
   ASSERT_EQ(root_->RenameElement(u"Channel Properties", u"CHANNEL PROPERTIES"), S_OK);
   EXPECT_EQ(ElementNames(root_.Get()), std::vector<std::u16string>{u"CHANNEL PROPERTIES"});
   EXPECT_EQ(root_->RenameElement(u"CHANNEL PROPERTIES", u"bad/name"), STG_E_INVALIDNAME);
-}
-
-TEST_F(StorageTest, RenameKeepsAnOpenElementUsableAndDestroyRevertsIt) {
+  // An open element stays usable under its new name; destroying it reverts it.
   ComPtr<IKivStream> s;
   ASSERT_EQ(root_->CreateStream(u"Groups Temp", kRW, s.Put()), S_OK);
   ASSERT_EQ(root_->RenameElement(u"Groups Temp", u"Groups"), S_OK);
@@ -160,7 +158,7 @@ TEST_F(StorageTest, EnumerationFollowsTheCompoundFileOrder) {
             (std::vector<std::u16string>{u"AA", u"ab", u"Tasks", u"Version", u"Settings"}));
 }
 
-TEST_F(StorageTest, StreamReadWriteSeekAndSize) {
+TEST_F(StorageTest, StreamReadWriteSeekSizeAndCopy) {
   ComPtr<IKivStream> s;
   ASSERT_EQ(root_->CreateStream(u"Settings", kRW, s.Put()), S_OK);
   uint64_t pos = 0;
@@ -190,18 +188,16 @@ TEST_F(StorageTest, StreamReadWriteSeekAndSize) {
   EXPECT_EQ(s->Read(nullptr, 1, &read), E_POINTER);
   EXPECT_EQ(s->Commit(STGC_DEFAULT), S_OK);
   EXPECT_EQ(s->Revert(), S_OK);
-}
 
-TEST_F(StorageTest, StreamCopyTo) {
   ASSERT_EQ(PutStream(root_.Get(), u"Source", "0123456789"), S_OK);
   ComPtr<IKivStream> src, dst;
   ASSERT_EQ(root_->OpenStream(u"Source", kRW, src.Put()), S_OK);
   ASSERT_EQ(root_->CreateStream(u"Copy", kRW, dst.Put()), S_OK);
   ASSERT_EQ(src->Seek(2, STREAM_SEEK_SET, nullptr), S_OK);
-  uint64_t read = 0, written = 0;
-  ASSERT_EQ(src->CopyTo(dst.Get(), 100, &read, &written), S_OK);
-  EXPECT_EQ(read, 8u);
-  EXPECT_EQ(written, 8u);
+  uint64_t copiedIn = 0, copiedOut = 0;
+  ASSERT_EQ(src->CopyTo(dst.Get(), 100, &copiedIn, &copiedOut), S_OK);
+  EXPECT_EQ(copiedIn, 8u);
+  EXPECT_EQ(copiedOut, 8u);
   dst = nullptr;
   EXPECT_EQ(GetStream(root_.Get(), u"Copy"), "23456789");
 }

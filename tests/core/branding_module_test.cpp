@@ -9,12 +9,23 @@ namespace {
 
 KivResult Find(std::u16string* name) { return FindBrandingModuleName(kBrandingMachineKey, kActiveBrandValue, name); }
 
-TEST(FindBrandingModuleName, NoKeyOrNoValueMeansNoModule) {
-  ScopedBranding none(std::nullopt);
+// No key or no value means no module; so does a value of another type or an
+// empty text; a text stops at its first null.
+TEST(FindBrandingModuleName, TakesOnlyATextThatIsThere) {
+  ScopedBranding branding(std::nullopt);
   std::u16string name = u"left over";
   EXPECT_EQ(Find(&name), S_FALSE);
   EXPECT_TRUE(name.empty());
   EXPECT_EQ(Find(nullptr), E_POINTER);
+  branding.SetValue(RegData(uint32_t{7}));
+  EXPECT_EQ(Find(&name), S_FALSE);
+  branding.SetValue(RegData(std::vector<uint8_t>{'a', 0, 0, 0}));
+  EXPECT_EQ(Find(&name), S_FALSE) << "bytes are not text";
+  branding.SetValue(RegData(std::u16string()));
+  EXPECT_EQ(Find(&name), S_FALSE);
+  branding.SetValue(RegData(std::u16string(u"brand.so\0junk", 13)));
+  ASSERT_EQ(Find(&name), S_OK);
+  EXPECT_EQ(name, u"brand.so");
 }
 
 TEST(FindBrandingModuleName, TakesAStringThatFitsItsRoom) {
@@ -31,19 +42,6 @@ TEST(FindBrandingModuleName, TakesAStringThatFitsItsRoom) {
   EXPECT_EQ(Find(&name), S_FALSE);
 }
 
-TEST(FindBrandingModuleName, RefusesOtherTypesAndEmptyTextAndStopsAtANull) {
-  ScopedBranding branding(std::nullopt);
-  std::u16string name;
-  branding.SetValue(RegData(uint32_t{7}));
-  EXPECT_EQ(Find(&name), S_FALSE);
-  branding.SetValue(RegData(std::vector<uint8_t>{'a', 0, 0, 0}));
-  EXPECT_EQ(Find(&name), S_FALSE) << "bytes are not text";
-  branding.SetValue(RegData(std::u16string()));
-  EXPECT_EQ(Find(&name), S_FALSE);
-  branding.SetValue(RegData(std::u16string(u"brand.so\0junk", 13)));
-  ASSERT_EQ(Find(&name), S_OK);
-  EXPECT_EQ(name, u"brand.so");
-}
 
 TEST(BrandingModule, LoadsTheTestModuleWithItsEntryPoints) {
   std::unique_ptr<BrandingModule> module;

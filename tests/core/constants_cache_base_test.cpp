@@ -241,7 +241,7 @@ TEST_F(ConstantsCacheTest, AMergeTakesNewValuesUnitsAndTexts) {
   EXPECT_EQ(app_->reads(), 2);
 }
 
-TEST_F(ConstantsCacheTest, DetachedObjectsHearNothingMore) {
+TEST_F(ConstantsCacheTest, DetachedObjectsHearNothingMoreAndForgottenValuesAreFetchedAgain) {
   const int64_t id = Add(u"Mass", 1);
   ASSERT_TRUE(cache_.Attach(&a_, id));
   ASSERT_TRUE(cache_.Attach(&b_, id));
@@ -249,18 +249,16 @@ TEST_F(ConstantsCacheTest, DetachedObjectsHearNothingMore) {
   cache_.NotifyConstantChanged(DataStatus::kAvailable, id);
   EXPECT_THAT(log_, ElementsAre("b.status1"));
   EXPECT_THAT(cache_.AttachedTo(id), ElementsAre(&b_));
-}
-
-TEST_F(ConstantsCacheTest, ForgettingFetchedValuesFetchesThemAgain) {
-  const int64_t id = Add(u"Ambient", 0, u"|w.xlsx|A1");
+  // Forgetting fetched values fetches them again.
+  const int64_t sheet = Add(u"Ambient", 0, u"|w.xlsx|A1");
   EXPECT_EQ(cache_.ForgetRetrievedValues(), 0u);
   double value = 0;
-  EXPECT_EQ(cache_.GetValue(&a_, id, &value), KIV_E_PENDING);
+  EXPECT_EQ(cache_.GetValue(&a_, sheet, &value), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   log_.clear();
   EXPECT_EQ(cache_.ForgetRetrievedValues(), 1u);
   EXPECT_THAT(log_, ElementsAre("a.status1"));
-  EXPECT_EQ(cache_.GetValue(&a_, id, &value), KIV_E_PENDING);
+  EXPECT_EQ(cache_.GetValue(&a_, sheet, &value), KIV_E_PENDING);
 }
 
 }  // namespace

@@ -69,7 +69,7 @@ TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirstAndFreesAnInde
   EXPECT_EQ(Connect("s"), 4) << "with no free slot the list grows";
 }
 
-TEST_F(NotificationPointTest, AddChecksArgumentsAndInterface) {
+TEST_F(NotificationPointTest, AddChecksArgumentsInterfaceAndRoom) {
   ProbeLog receiver(&log_, "r");
   auto sink = MakeSink<CProbeNotificationsSink<>>(&receiver);
   uint16_t index = 0;
@@ -81,12 +81,7 @@ TEST_F(NotificationPointTest, AddChecksArgumentsAndInterface) {
   auto newer = MakeSink<CProbeNotifications3Sink<>>(&receiver);
   EXPECT_EQ(point_.Add(newer.Get(), &index), E_NOINTERFACE) << "a sink answers only its own generation";
   EXPECT_EQ(point_.ConnectedCount(), 0u);
-}
-
-TEST_F(NotificationPointTest, RefusesThe65536thSink) {
-  ProbeLog receiver(&log_, "r");
-  auto sink = MakeSink<CProbeNotificationsSink<>>(&receiver);
-  uint16_t index = 0;
+  // The 65536th sink is refused.
   for (size_t i = 0; i < kMaxSinksPerPoint; ++i) {
     ASSERT_EQ(point_.Add(sink.Get(), &index), S_OK) << i;
     ASSERT_EQ(index, i);

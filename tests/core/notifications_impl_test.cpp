@@ -56,7 +56,7 @@ TEST_F(NotificationsImplTest, CookiesCountPointsFromOneAndSinksFromZeroAndAFreed
   EXPECT_EQ(Advise<CProbeNotificationsSink<>>("d"), 0x00000001u);
 }
 
-TEST_F(NotificationsImplTest, AdviseResultCodes) {
+TEST_F(NotificationsImplTest, AdviseAndUnadviseResultCodes) {
   ProbeLog receiver(&log_, "r");
   auto sink = MakeSink<CProbeNotifications2Sink<>>(&receiver);
   uint32_t cookie = 7;
@@ -69,10 +69,8 @@ TEST_F(NotificationsImplTest, AdviseResultCodes) {
   EXPECT_EQ(cookie, 0u);
   EXPECT_EQ(source_->Start(), S_OK);
   EXPECT_THAT(log_, IsEmpty());
-}
 
-TEST_F(NotificationsImplTest, UnadviseResultCodes) {
-  const uint32_t cookie = Advise<CProbeNotificationsSink<>>("a");
+  cookie = Advise<CProbeNotificationsSink<>>("a");
   EXPECT_EQ(notifications_->Unadvise(0), E_FAIL);
   EXPECT_EQ(notifications_->Unadvise(MakeNotificationCookie(0, 5)), E_FAIL) << "point 5 is outside the table";
   EXPECT_EQ(notifications_->Unadvise(MakeNotificationCookie(1, 1)), E_INVALIDARG) << "no sink at index 1";

@@ -105,15 +105,13 @@ TEST_F(VelmarTest, TheHostMayLetGoOfTheRootInClosing) {
   EXPECT_EQ(LiveVelmarRootCount(), 0u) << "the root went when Close let go of itself";
 }
 
-TEST_F(VelmarTest, GettersRefuseNullOuts) {
+TEST_F(VelmarTest, GettersRefuseNullOutsAndWhatNeedsTheSettingsFileFailsWithoutOne) {
   EXPECT_EQ(Root()->GetTasks(nullptr), E_POINTER);
   EXPECT_EQ(Root()->GetCircuitMapData(nullptr), E_POINTER);
   EXPECT_EQ(Root()->GetChannelPropertyFactory(nullptr), E_POINTER);
   EXPECT_EQ(Root()->GetOutingCaptionFormat(nullptr), E_POINTER);
   EXPECT_EQ(root_->GetFont(nullptr), E_POINTER);
-}
-
-TEST_F(VelmarTest, WhatNeedsTheSettingsFileFailsWithoutOneAndRaisesNothing) {
+  // What needs the settings file fails without one and raises nothing.
   Listen<CVelmarNotifications7Sink<>>("");
   EXPECT_EQ(Root()->SetOutingCaptionFormat(u"%name%"), E_FAIL);
   EXPECT_EQ(Root()->SetOutingCaptionFormat(u""), E_FAIL) << "no file is checked first";

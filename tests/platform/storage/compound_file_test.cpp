@@ -152,28 +152,22 @@ TEST_F(CompoundFileTest, CreateAndOpenResults) {
   EXPECT_EQ(StgOpenStorage(path_, kRWT, nullptr), E_POINTER);
   EXPECT_EQ(StgOpenStorage("", kRWT, root.Put()), STG_E_INVALIDNAME);
   EXPECT_EQ(StgOpenStorage(dir_.path(), kRWT, root.Put()), STG_E_ACCESSDENIED);
-}
-
-TEST_F(CompoundFileTest, CreateOverAnOldFileKeepsItUntilCommit) {
+  // Created over an old file, the new one replaces it only at its commit.
   MakeFile();
   const std::string before = FileBytes(path_);
-  ComPtr<IKivStorage> root = Create(kRWT | STGM_CREATE);
+  root = Create(kRWT | STGM_CREATE);
   EXPECT_TRUE(testing::ElementNames(root.Get()).empty());
   EXPECT_EQ(FileBytes(path_), before);
   ASSERT_EQ(root->Commit(STGC_DEFAULT), S_OK);
   EXPECT_TRUE(testing::ElementNames(Open().Get()).empty());
 }
 
-TEST_F(CompoundFileTest, DirectRootWritesWhenReleased) {
+TEST_F(CompoundFileTest, ADirectRootWritesWhenReleasedAReadOnlyOneNever) {
   {
     ComPtr<IKivStorage> root = Create(kRW | STGM_CREATE);
     ASSERT_EQ(PutStream(root.Get(), u"Version", U32(6)), S_OK);
   }
   EXPECT_EQ(GetStream(Open().Get(), u"Version"), U32(6));
-}
-
-TEST_F(CompoundFileTest, ReadOnlyRootNeverWrites) {
-  MakeFile();
   const std::string before = FileBytes(path_);
   ComPtr<IKivStorage> root = Open(STGM_READ | STGM_TRANSACTED);
   EXPECT_EQ(PutStream(root.Get(), u"Version", U32(1)), STG_E_ACCESSDENIED);

@@ -58,6 +58,12 @@ TEST_F(DataFactoryListTest, OnlyDataFactoriesThatAreNotMandatoryOrExcludedMayBeA
   EXPECT_EQ(Root()->AddDataFactory(kFactoryB), E_INVALIDARG) << "the branding module excludes it";
   EXPECT_THAT(Active(), IsEmpty());
   EXPECT_FALSE(NameOf(kFactoryB));
+  // Entries of a wanted list that the module excludes are skipped.
+  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
+  InstallDataFactoryBranding(
+      std::make_shared<DataFactoryBranding>(std::set<Guid>{kFactoryA}, std::set<std::u16string>{}, std::set<uint32_t>{}));
+  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
+  EXPECT_THAT(Active(), ElementsAre(DataFactoryRecord::Native(kFactoryB)));
 }
 
 TEST_F(DataFactoryListTest, AClassThatCannotBeCreatedGetsAStorageNameButNoEntry) {
@@ -121,14 +127,6 @@ TEST_F(DataFactoryListTest, ActiveFactoriesReportReloadAndGoWithClose) {
   ASSERT_EQ(Root()->Close(), S_OK);
   EXPECT_THAT(PartLogWith("factoryA.~"), ElementsAre("factoryA.~ sinks=0"));
   EXPECT_THAT(Active(), IsEmpty());
-}
-
-TEST_F(DataFactoryListTest, ExcludedEntriesOfAWantedListAreSkipped) {
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
-  InstallDataFactoryBranding(
-      std::make_shared<DataFactoryBranding>(std::set<Guid>{kFactoryA}, std::set<std::u16string>{}, std::set<uint32_t>{}));
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
-  EXPECT_THAT(Active(), ElementsAre(DataFactoryRecord::Native(kFactoryB)));
 }
 
 TEST(DataFactoryRecord, MatchesByIdentityWithinAKind) {

@@ -170,7 +170,8 @@ TEST_F(DisplaySettingsTest, ARegistryInAFolderThatCannotBeMadeFailsTheWrite) {
 
 TEST(DisplaySettings, LegacyStartValuesHoldUntilTheRegistryIsRead) {
   TempDir dir;
-  ScopedHiveOverride hive(RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir / "user.json"));
+  auto file = std::make_shared<RegistryFile>(dir / "user.json");
+  ScopedHiveOverride hive(RegHive::kCurrentUser, file);
   DisplaySettings settings(1);
   settings.SetLegacyStartValues(2, 4);
   EXPECT_TRUE(settings.NeedsRead(DisplaySetting::kTimeFormat));
@@ -180,17 +181,11 @@ TEST(DisplaySettings, LegacyStartValuesHoldUntilTheRegistryIsRead) {
   EXPECT_FALSE(settings.NeedsRead(DisplaySetting::kTimeFormat));
   settings.SetLegacyStartValues(0, 3);
   EXPECT_EQ(settings.Get(DisplaySetting::kTimeFormat), 2u) << "too late: the value was read";
-}
-
-TEST(DisplaySettings, AStoredLabelFlagOtherThanOneReadsAsFalse) {
-  TempDir dir;
-  auto file = std::make_shared<RegistryFile>(dir / "user.json");
-  ScopedHiveOverride hive(RegHive::kCurrentUser, file);
+  // A stored label flag other than 1 reads as false.
   RegistryKey key;
   ASSERT_EQ(RegistryKey::Create(file, kVelmarUserKey, &key), S_OK);
   ASSERT_EQ(key.SetU32(u"DisplayOutingLabels", 7), S_OK);
-  DisplaySettings settings(0);
-  EXPECT_EQ(settings.Get(DisplaySetting::kDisplayOutingLabels), 0u);
+  EXPECT_EQ(DisplaySettings(0).Get(DisplaySetting::kDisplayOutingLabels), 0u);
 }
 
 }  // namespace

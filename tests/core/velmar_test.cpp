@@ -51,7 +51,7 @@ TEST_F(VelmarTest, AMissingPartStopsConstructionWithItsCode) {
   EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 1u);
 }
 
-TEST_F(VelmarTest, CloseRaisesClosingFirstThenReleasesInOrder) {
+TEST_F(VelmarTest, CloseRaisesClosingFirstThenReleasesInOrderAndRunsOnce) {
   PartLog().clear();
   auto mappingSink = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
   struct MappingLog : CQuantityToColorMappingNotificationsReceiver {
@@ -64,22 +64,16 @@ TEST_F(VelmarTest, CloseRaisesClosingFirstThenReleasesInOrder) {
 
   EXPECT_EQ(Root()->Close(), S_OK);
   EXPECT_EQ(PartLog(), PartLogFixture()["close"].get<std::vector<std::string>>());
+  EXPECT_EQ(Root()->Close(), S_FALSE) << "Close runs once";
   EXPECT_THAT(log_, ElementsAre("root.Closing"));
-  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 0u);
-  EXPECT_EQ(LiveVelmarRootCount(), 1u) << "the root lives until its last reference goes";
-  mappingSink->SetReceiver(nullptr);  // the mapping went with its sinks
-}
-
-TEST_F(VelmarTest, CloseRunsOnce) {
-  Listen<CVelmarNotifications7Sink<>>("");
-  EXPECT_EQ(Root()->Close(), S_OK);
-  EXPECT_EQ(Root()->Close(), S_FALSE);
-  EXPECT_THAT(log_, ElementsAre("Closing"));
   ComPtr<IKivTasks> tasks;
   EXPECT_EQ(Root()->GetTasks(tasks.Put()), E_UNEXPECTED);
   ComPtr<IKivQuantityToColorMapping> mapping;
   EXPECT_EQ(Root()->GetQuantityToColorMapping(mapping.Put()), E_FAIL);
   EXPECT_EQ(Root()->AddDataFactory(kFactoryA), E_UNEXPECTED);
+  EXPECT_EQ(CVelmarObjGlobalStateChanges::Process().RootCount(), 0u);
+  EXPECT_EQ(LiveVelmarRootCount(), 1u) << "the root lives until its last reference goes";
+  mappingSink->SetReceiver(nullptr);  // the mapping went with its sinks
 }
 
 TEST_F(VelmarTest, ASinkMayDetachItselfInClosing) {

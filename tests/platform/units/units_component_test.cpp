@@ -90,7 +90,7 @@ TEST_P(UnitConversions, GiveTheTablesResults) {
 INSTANTIATE_TEST_SUITE_P(Cases, UnitConversions, testing::FixtureCases("platform/units/conversions"),
                          testing::FixtureName);
 
-TEST_F(UnitsComponentTest, SpeedIsQuantityThreeWithKmhByDefault) {
+TEST_F(UnitsComponentTest, SpeedIsQuantityThreeInKmhAndEveryQuantityIsListedAndRoundTrips) {
   UnitId unit = 99;
   ASSERT_EQ(units_->GetDefaultUnit(kQuantitySpeed, &unit), S_OK);
   EXPECT_EQ(unit, kKmh);
@@ -100,8 +100,7 @@ TEST_F(UnitsComponentTest, SpeedIsQuantityThreeWithKmhByDefault) {
   std::vector<UnitId> ids;
   ASSERT_EQ(table_->GetUnitIds(kQuantitySpeed, &ids), S_OK);
   EXPECT_THAT(ids, ElementsAre(0u, 1u, 2u, 3u)) << "the root's speed unit setting ranges 0 to 3";
-}
-TEST_F(UnitsComponentTest, EveryQuantityIsListedAscendingWithANameAndEveryUnitRoundTripsThroughItsBase) {
+  // Every quantity is listed in ascending order with a name, and every unit round-trips through its base.
   std::vector<QuantityId> quantities;
   ASSERT_EQ(table_->GetQuantityIds(&quantities), S_OK);
   ASSERT_GE(quantities.size(), 22u);

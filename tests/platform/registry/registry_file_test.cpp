@@ -163,18 +163,15 @@ TEST(RegistryTreeTest, JsonRoundTripKeepsEveryTypeAndNamesThatDifferInCase) {
   EXPECT_EQ(k->FindValue(u"bytes")->data, RegData(std::vector<uint8_t>{}));
 }
 
-TEST_F(RegistryFileTest, FileIsReadableJson) {
+TEST_F(RegistryFileTest, FileIsReadableJsonAndAnUnwritableOneGivesAnError) {
   RegistryKey key = Key(std::make_shared<RegistryFile>(path_));
   ASSERT_EQ(key.SetBinary(u"Blob", {0x00, 0xAB}), S_OK);
   std::string text = ReadText(path_);
   EXPECT_NE(text.find("\"Velmar\""), std::string::npos);
   EXPECT_NE(text.find("\"00ab\""), std::string::npos);
-}
-
-TEST_F(RegistryFileTest, UnwritableLocationGivesAnErrorNotACrash) {
+  // A location that cannot be written gives an error, not a crash.
   WriteText(dir_ / "blocker", "a file where a folder should be");
   auto file = std::make_shared<RegistryFile>(dir_ / "blocker/kivara/registry.json");
-  RegistryKey key;
   EXPECT_TRUE(Failed(RegistryKey::Create(file, u"Software", &key)));
   EXPECT_EQ(RegistryKey::Open(file, u"Software", &key), REG_E_NOTFOUND);
 }

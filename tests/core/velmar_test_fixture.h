@@ -86,7 +86,7 @@ class VelmarTestBase : public ::testing::Test {
   IKivVelmar8* Root() const { return root_.Get(); }
 
   // Whether `change` leaves the root with unsaved changes, starting from none.
-  bool MarksDirty(const std::function<void()>& change) { root_->ClearDirty(); change(); return root_->HasUnsavedChanges(); }
+  bool MarksDirty(std::function<void()> change) { root_->ClearDirty(); change(); return root_->HasUnsavedChanges(); }
 
   // Writes a display setting straight into the user's registry file.
   void Store(const char16_t* name, uint32_t value) {

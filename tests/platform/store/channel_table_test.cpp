@@ -15,9 +15,9 @@ namespace {
 
 // Every field but the id, texts as strings.
 auto Fields(const TarnChannelDescription& r) {
-  return std::make_tuple(r.displayMaximum, r.displayMinimum, r.rangeHigh, r.rangeLow, Str(r.displayName), Str(r.tagName),
-                         Str(r.userType), r.decimalPlaces, r.quantityId, r.unitId, r.colour, r.revision, r.flags,
-                         r.sampleType, r.autoscale, r.reserved);
+  return std::make_tuple(r.displayMaximum, r.displayMinimum, r.rangeHigh, r.rangeLow, Str(r.displayName),
+                         Str(r.tagName), Str(r.userType), r.decimalPlaces, r.quantityId, r.unitId, r.colour,
+                         r.revision, r.flags, r.sampleType, r.autoscale, r.reserved);
 }
 
 class ChannelTableTest : public NewStoreTest {

@@ -13,10 +13,14 @@
 #include "outing/blocks/data_block_section.h"
 #include "outing/blocks/data_blocks.h"
 #include "outing/data_block_test_util.h"
+#include "outing/got.h"
 #include "velmar/types.h"
 
 namespace velmar {
 namespace {
+
+using testing::Got;
+using Block = IKivDataBlock;
 
 TEST(DataBlockMath, StrictlyBetweenEitherWayNeverForNaN) {
   EXPECT_TRUE(StrictlyBetween(2, 1, 3));
@@ -73,12 +77,8 @@ TEST(DataBlockValues, EachFixtureCase) {
 TEST(DataBlockBase, OffsetMovesStartAndEndAndMustFit) {
   auto block = testing::PeriodicBlock(100, 10, {1, 2, 3});
   EXPECT_EQ(block->SetTimeOffset(50), S_OK);
-  KivTime start = 0;
-  KivTime end = 0;
-  ASSERT_EQ(block->GetStartTime(&start), S_OK);
-  ASSERT_EQ(block->GetEndTime(&end), S_OK);
-  EXPECT_EQ(start, 150);
-  EXPECT_EQ(end, 170);
+  EXPECT_EQ(Got(block, &Block::GetStartTime), 150);
+  EXPECT_EQ(Got(block, &Block::GetEndTime), 170);
   EXPECT_EQ(block->firstTime(), 100) << "stored times keep no offset";
   EXPECT_EQ(block->SetTimeOffset(kTimeMax - 110), E_INVALIDARG);
   EXPECT_EQ(block->timeOffset(), 50);
@@ -89,24 +89,16 @@ TEST(DataBlockBase, OffsetMovesStartAndEndAndMustFit) {
 
 TEST(DataBlockBase, BooleansAreAllOnesOrZero) {
   auto block = testing::AperiodicBlock({1, 2}, {1, 2}, true);
-  KivBool b = 5;
-  ASSERT_EQ(block->GetContinuous(&b), S_OK);
-  EXPECT_EQ(b, -1);
-  ASSERT_EQ(block->GetPeriodic(&b), S_OK);
-  EXPECT_EQ(b, 0);
+  EXPECT_EQ(Got(block, &Block::GetContinuous), -1);
+  EXPECT_EQ(Got(block, &Block::GetPeriodic), 0);
   EXPECT_EQ(block->GetContinuous(nullptr), E_POINTER);
 }
 
 TEST(DataBlockBase, CopiesAreTheCallersOwn) {
   auto block = testing::PeriodicBlock(0, 5, {4, 5});
-  std::vector<KivTime> times;
-  std::vector<double> values;
-  ASSERT_EQ(block->GetTimes(&times), S_OK);
-  ASSERT_EQ(block->GetValues(&values), S_OK);
-  std::span<const double> ref;
-  ASSERT_EQ(block->GetValuesReference(&ref), S_OK);
-  EXPECT_NE(values.data(), ref.data());
-  EXPECT_EQ(times, (std::vector<KivTime>{0, 5}));
+  const std::vector<double> values = Got(block, &Block::GetValues);
+  EXPECT_NE(values.data(), Got(block, &Block::GetValuesReference).data());
+  EXPECT_EQ(Got(block, &Block::GetTimes), (std::vector<KivTime>{0, 5}));
   EXPECT_EQ(values, (std::vector<double>{4, 5}));
   KivTime t = 0;
   double v = 0;
@@ -122,25 +114,19 @@ TEST(DataBlocks, CountsFromOneAndKeepsTheIteratorAlive) {
     auto it = testing::Iterator({testing::PeriodicBlock(0, 10, {1, 2}), testing::PeriodicBlock(100, 10, {3})});
     ASSERT_EQ(it->GetDataBlocks(blocks.Put()), S_OK);
   }
-  uint32_t count = 0;
-  ASSERT_EQ(blocks->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(Got(blocks, &IKivDataBlocks::GetCount), 2u);
   ComPtr<IKivDataBlock> block;
   EXPECT_EQ(blocks->GetBlock(0, block.Put()), DISP_E_BADINDEX);
   EXPECT_FALSE(block);
   EXPECT_EQ(blocks->GetBlock(3, block.Put()), DISP_E_BADINDEX);
   ASSERT_EQ(blocks->GetBlock(2, block.Put()), S_OK);
-  KivTime start = 0;
-  ASSERT_EQ(block->GetStartTime(&start), S_OK);
-  EXPECT_EQ(start, 100);
+  EXPECT_EQ(Got(block, &IKivDataBlock::GetStartTime), 100);
   EXPECT_EQ(blocks->GetBlock(1, nullptr), E_POINTER);
 }
 
 TEST(DataBlocks, NoListCountsZero) {
   auto list = MakeKiv<CDataBlocks>(nullptr, nullptr);
-  uint32_t count = 9;
-  ASSERT_EQ(list->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(Got(list, &IKivDataBlocks::GetCount), 0u);
   ComPtr<IKivDataBlock> block;
   EXPECT_EQ(list->GetBlock(1, block.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(list->GetCount(nullptr), E_POINTER);

@@ -9,6 +9,7 @@
 
 #include "outing/cache/outing_cache_registry.h"
 #include "outing/cache/outing_impl.h"
+#include "outing/got.h"
 #include "support/outing_listener.h"
 #include "support/temp_dir.h"
 #include "velmar/lap_markers.h"
@@ -38,19 +39,12 @@ class EmptyOutingTest : public ::testing::Test {
 };
 
 TEST_F(EmptyOutingTest, DescribesItselfAsTheEmptyOutingOfItsPath) {
-  std::u16string text;
-  EXPECT_EQ(outing_->GetCaption(&text), S_OK);
-  EXPECT_EQ(text, u"<---:---:--->");
-  EXPECT_EQ(outing_->GetFileName(&text), S_OK);
-  EXPECT_EQ(text, path_);
-  uint32_t type = 99;
-  EXPECT_EQ(outing_->GetOutingType(&type), S_OK);
-  EXPECT_EQ(type, 0u);
-  EXPECT_EQ(outing_.As<IKivOuting2>()->GetOutingId(&text), S_OK);
-  EXPECT_EQ(text, u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}") << "the GUID passed in";
-  KivBool overrideProperties = KIV_TRUE;
-  EXPECT_EQ(outing_.As<IKivOuting4>()->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_FALSE);
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetCaption), u"<---:---:--->");
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetFileName), path_);
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetOutingType), 0u);
+  EXPECT_EQ(Got(outing_.As<IKivOuting2>(), &IKivOuting2::GetOutingId), u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}")
+      << "the GUID passed in";
+  EXPECT_EQ(Got(outing_.As<IKivOuting4>(), &IKivOuting4::GetOverrideProperties), KIV_FALSE);
   auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
   outing->cache()->InvalidateCaption();
   EXPECT_EQ(outing->cache()->GetCaption(), u"<---:---:--->") << "a rebuild writes the same text";
@@ -75,9 +69,7 @@ template <class Factory, class Item>
 void ExpectEmptyFactory(IKivOuting* outing) {
   ComPtr<Factory> factory = QueryAs<Factory>(outing);
   ASSERT_TRUE(factory);
-  NameList names{u"left over"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, IsEmpty());
+  EXPECT_THAT(Got(factory, &Factory::GetNames), IsEmpty());
   EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
   Item* item = reinterpret_cast<Item*>(0x1);
   EXPECT_EQ(factory->GetItem(u"Speed", &item), E_FAIL);
@@ -98,12 +90,8 @@ TEST_F(EmptyOutingTest, FactoriesListNothingAndGiveNothing) {
 TEST_F(EmptyOutingTest, LapMarkersCountZeroAndHaveNoSpan) {
   auto laps = outing_.As<IKivLapMarkers>();
   ASSERT_TRUE(laps);
-  uint32_t count = 7;
-  EXPECT_EQ(laps->GetLapMarkerCount(&count), S_OK);
-  EXPECT_EQ(count, 0u);
-  double origin = 1.5;
-  EXPECT_EQ(laps->GetDistanceOrigin(&origin), S_OK);
-  EXPECT_EQ(origin, 0.0);
+  EXPECT_EQ(Got(laps, &IKivLapMarkers::GetLapMarkerCount), 0u);
+  EXPECT_EQ(Got(laps, &IKivLapMarkers::GetDistanceOrigin), 0.0);
   KivTime time = 5;
   EXPECT_EQ(laps->GetOutingStart(&time), E_FAIL);
   EXPECT_EQ(time, 0);
@@ -145,12 +133,8 @@ TEST_F(EmptyOutingTest, RepeatedRequestsForOnePathShareOneCache) {
   EXPECT_NE(first, other) << "one outing object per request";
   EXPECT_EQ(first->cache(), other->cache());
   EXPECT_EQ(first->cache()->client_count(), 2u);
-  std::u16string id;
-  EXPECT_EQ(other->GetOutingId(&id), S_OK);
-  EXPECT_EQ(id, kTextType.ToWide()) << "the cache keeps the id it was made with";
-  KivBool overrideProperties = KIV_FALSE;
-  EXPECT_EQ(other->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE) << "the flag is the outing object's";
+  EXPECT_EQ(Got(other, &CEmptyOuting::GetOutingId), kTextType.ToWide()) << "the cache keeps the id it was made with";
+  EXPECT_EQ(Got(other, &CEmptyOuting::GetOverrideProperties), KIV_TRUE) << "the flag is the outing object's";
 
   outing_ = nullptr;
   EXPECT_EQ(Registry().Find(path_).Get(), other->cache()) << "one client is left";

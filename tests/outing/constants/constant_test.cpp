@@ -8,6 +8,7 @@
 #include "core/global_constants_cache.h"
 #include "outing/constants/constant_stream.h"
 #include "platform/async/job_engine.h"
+#include "outing/got.h"
 #include "support/data_listener.h"
 #include "support/settling_test.h"
 
@@ -17,6 +18,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
+using testing::Got;
 
 class FixedSpreadsheet final : public CSpreadsheetApplication {
  public:
@@ -66,22 +68,15 @@ TEST_F(ConstantTest, EachKindGivesItsOwnInterface) {
   EXPECT_FALSE(simple.As<IKivExcelConstant>());
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
   ASSERT_TRUE(sheet);
-  std::u16string text;
-  ASSERT_EQ(simple->GetText(&text), S_OK);
-  EXPECT_TRUE(text.empty());
-  ASSERT_EQ(sheet->GetText(&text), S_OK);
-  EXPECT_EQ(text, u"|");
-  ASSERT_EQ(simple->GetName(&text), S_OK);
-  EXPECT_EQ(text, u"Mass");
-  uint32_t status = 0;
-  ASSERT_EQ(simple->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 1u);
+  EXPECT_EQ(Got(simple, &IKivConstant::GetText), u"");
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetText), u"|");
+  EXPECT_EQ(Got(simple, &IKivConstant::GetName), u"Mass");
+  EXPECT_EQ(Got(simple, &IKivConstant::GetStatus), 1u);
   ComPtr<IKivConstant> none;
   EXPECT_EQ(MakeConstant(cache_, u"Nothing", &none), E_INVALIDARG);
   // A null out makes the status 2.
   EXPECT_EQ(simple->GetValue(nullptr), E_POINTER);
-  ASSERT_EQ(simple->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u);
+  EXPECT_EQ(Got(simple, &IKivConstant::GetStatus), 2u);
 }
 
 TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
@@ -99,15 +94,11 @@ TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
   ASSERT_EQ(writer->SetUnit(u"kg"), S_OK);
   ASSERT_EQ(writer->SetValue(712), S_OK);
   EXPECT_THAT(log, IsEmpty()) << "nobody hears of an edit before the writer goes";
-  std::u16string unit;
-  ASSERT_EQ(other->GetUnit(&unit), S_OK);
-  EXPECT_EQ(unit, u"kg") << "the entry changed at once";
+  EXPECT_EQ(Got(other, &IKivSimpleConstant::GetUnit), u"kg") << "the entry changed at once";
   writer = nullptr;
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
   EXPECT_THAT(otherLog, ElementsAre(StartsWith("changed")));
-  double value = 0;
-  ASSERT_EQ(other->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 712);
+  EXPECT_EQ(Got(other, &IKivConstant::GetValue), 712);
   ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
   writer = nullptr;
   EXPECT_EQ(log.size(), 1u) << "a writer that changed nothing commits nothing";
@@ -129,16 +120,12 @@ TEST_F(ConstantTest, ASpreadsheetWriterEditsTheDefinitionAndRefusesEmptyNames) {
   EXPECT_EQ(elements.Get(), sameList.Get());
   ComPtr<IKivExcelConstantElement> step;
   ASSERT_EQ(elements->AddElement(step.Put()), S_OK);
-  int32_t kind = -1;
-  ASSERT_EQ(step->GetKind(&kind), S_OK);
-  EXPECT_EQ(kind, kStepSelectSheet);
+  EXPECT_EQ(Got(step, &IKivExcelConstantElement::GetKind), kStepSelectSheet);
   EXPECT_EQ(step->SetValue(u"1"), E_INVALIDARG) << "only a range step has a value";
   ASSERT_EQ(step->SetKind(kStepSetRange), S_OK);
   ASSERT_EQ(step->SetName(u"Gain"), S_OK);
   ASSERT_EQ(step->SetValue(u"1.5"), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(elements->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(Got(elements, &IKivExcelConstantElements::GetCount), 1u);
   ComPtr<IKivExcelConstantElement> missing;
   EXPECT_EQ(elements->GetItem(0, missing.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(elements->GetItem(2, missing.Put()), DISP_E_BADINDEX);
@@ -169,8 +156,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   EXPECT_THAT(log, IsEmpty()) << "a pending constant stays silent";
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
-  ASSERT_EQ(sheet->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 12.5);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 12.5);
 
   SetSpreadsheetApplication(std::make_shared<FixedSpreadsheet>(E_FAIL));
   {
@@ -182,11 +168,8 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed"), "failed"));
-  uint32_t status = 0;
-  ASSERT_EQ(sheet->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u);
-  ASSERT_EQ(sheet->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 0);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetStatus), 2u);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 0);
 }
 
 TEST_F(ConstantTest, ARemovedConstantTellsItsClientsAndReadsFail) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "outing/data_block_test_util.h"
+#include "outing/got.h"
 #include "outing/events/event_search.h"
 #include "outing/events/events_factory.h"
 #include "support/data_listener.h"
@@ -20,6 +21,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using testing::Got;
 
 EventRecordPtr Record(const std::u16string& name, KivTime time, uint32_t category = kEventAddedInAnalysis) {
   auto record = std::make_shared<CCachedEventData>();
@@ -65,21 +67,14 @@ TEST(EventSet, EventsComeInTimeOrderWithTheirRecordFields) {
   auto iterator = IteratorOf(set.Get());
   ComPtr<IKivEvents> events;
   ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(events->GetCount(&count), S_OK);
-  ASSERT_EQ(count, 3u);
-  std::vector<KivTime> times(3);
-  for (int32_t i = 1; i <= 3; ++i) ASSERT_EQ(EventAt(iterator.Get(), i)->GetTime(&times[i - 1]), S_OK);
+  ASSERT_EQ(Got(events, &IKivEvents::GetCount), 3u);
+  std::vector<KivTime> times;
+  for (int32_t i = 1; i <= 3; ++i) times.push_back(Got(EventAt(iterator.Get(), i), &IKivEvent::GetTime));
   EXPECT_THAT(times, ElementsAre(10, 20, 30));
   ComPtr<IKivEvent> first = EventAt(iterator.Get(), 1);
-  std::u16string text;
-  ASSERT_EQ(first->GetName(&text), S_OK);
-  EXPECT_EQ(text, u"Pit");
-  ASSERT_EQ(first->GetSource(&text), S_OK);
-  EXPECT_EQ(text, u"Driver");
-  uint32_t category = 9;
-  ASSERT_EQ(first->GetCategory(&category), S_OK);
-  EXPECT_EQ(category, kEventAddedInAnalysis);
+  EXPECT_EQ(Got(first, &IKivEvent::GetName), u"Pit");
+  EXPECT_EQ(Got(first, &IKivEvent::GetSource), u"Driver");
+  EXPECT_EQ(Got(first, &IKivEvent::GetCategory), kEventAddedInAnalysis);
   EXPECT_EQ(first->GetName(nullptr), E_POINTER);
 }
 
@@ -127,9 +122,7 @@ TEST(EventSet, AnEmptySetGivesItsListWithSFalse) {
   int32_t index = 5;
   EXPECT_EQ(IteratorOf(set.Get())->FindEvent(0, 0, 0, &index), S_FALSE);
   EXPECT_EQ(index, 0);
-  uint32_t detail = 0;
-  ASSERT_EQ(set->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, kDetailNoSamples);
+  EXPECT_EQ(Got(set, &CEventSet::GetDetailedStatus), kDetailNoSamples);
 }
 
 TEST(EventSet, FindEventThroughTheIterator) {
@@ -167,9 +160,7 @@ TEST(EventSet, ATimeOffsetMovesTheEventsNotTheRecordsAndIsReportedOnceIterated) 
   auto iterator = IteratorOf(set.Get());
   ASSERT_EQ(set->SetTimeOffset(50), S_OK);
   EXPECT_THAT(log, ElementsAre(kChangedWhole));
-  KivTime t = 0;
-  ASSERT_EQ(EventAt(iterator.Get(), 1)->GetTime(&t), S_OK);
-  EXPECT_EQ(t, 150);
+  EXPECT_EQ(Got(EventAt(iterator.Get(), 1), &IKivEvent::GetTime), 150);
   EXPECT_EQ(records[0]->time, 100) << "the record stays as loaded";
   int32_t index = 0;
   ASSERT_EQ(iterator->FindEvent(150, kFindEventNearest, 0, &index), S_OK);
@@ -187,9 +178,7 @@ TEST(EventSet, AnEventOutlivesItsDetachedSet) {
   EXPECT_THAT(log, ElementsAre("removed"));
   listener.Disconnect();
   set = nullptr;
-  KivTime t = 0;
-  ASSERT_EQ(event->GetTime(&t), S_OK);
-  EXPECT_EQ(t, 7);
+  EXPECT_EQ(Got(event, &IKivEvent::GetTime), 7);
 }
 
 // The factory facet on its own object, as an outing holds it.
@@ -216,9 +205,7 @@ TEST(EventsFactory, ALoadReplacesEverySetAndReportsRemovedThenAdded) {
   EXPECT_EQ(factory->GetItem(u"Pit", nullptr), E_POINTER);
   ASSERT_EQ(factory->GetItem(u"Flag", gone.Put()), S_OK);
   EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 10);
-  NameList names;
-  ASSERT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Flag"));
+  EXPECT_THAT(Got(factory, &TestEventsFactory::GetNames), ElementsAre(u"Flag"));
   ASSERT_EQ(factory->SetTimeOffset(20), S_OK);
   EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 20);
   EXPECT_THAT(factory->DiscardEventSets(), ElementsAre(u"Flag"));

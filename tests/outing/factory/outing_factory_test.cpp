@@ -15,6 +15,7 @@
 #include "outing/cache/outing_source.h"
 #include "outing/factory/outing_type_table.h"
 #include "outing/factory/text_array.h"
+#include "outing/got.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "outing/memory_source.h"
 #include "platform/registry/registry_file.h"
@@ -34,28 +35,11 @@ using ::testing::IsEmpty;
 
 using MemorySourceOf = COutingSource<CMemoryOuting>;
 
-uint32_t TypeOf(IKivOuting* outing) {
-  uint32_t type = 99;
-  EXPECT_EQ(outing->GetOutingType(&type), S_OK);
-  return type;
-}
-
-std::u16string IdOf(IKivOuting* outing) {
-  std::u16string id;
-  EXPECT_EQ(QueryAs<IKivOuting2>(outing)->GetOutingId(&id), S_OK);
-  return id;
-}
-
-std::u16string PathOf(IKivOuting* outing) {
-  std::u16string path;
-  EXPECT_EQ(outing->GetFileName(&path), S_OK);
-  return path;
-}
-
+uint32_t TypeOf(IKivOuting* outing) { return Got(outing, &IKivOuting::GetOutingType); }
+std::u16string IdOf(IKivOuting* outing) { return Got(QueryAs<IKivOuting2>(outing), &IKivOuting2::GetOutingId); }
+std::u16string PathOf(IKivOuting* outing) { return Got(outing, &IKivOuting::GetFileName); }
 bool OverrideOf(IKivOuting* outing) {
-  KivBool flag = 7;
-  EXPECT_EQ(QueryAs<IKivOuting4>(outing)->GetOverrideProperties(&flag), S_OK);
-  return FromKivBool(flag);
+  return FromKivBool(Got(QueryAs<IKivOuting4>(outing), &IKivOuting4::GetOverrideProperties));
 }
 
 CMemoryOuting* AsMemory(IKivOuting* outing) { return static_cast<CMemoryOuting*>(outing); }
@@ -209,21 +193,15 @@ TEST_F(OutingFactoryTest, NoPathsGiveSFalseAndNoOutings) {
 // --- Fast-lap settings -------------------------------------------------------------
 
 TEST_F(OutingFactoryTest, FastLapSettingsHaveTheirDefaultsUntilStoredInTheUsersRegistry) {
-  KivBool enabled = KIV_TRUE;
-  KivTime minimum = 0;
-  ASSERT_EQ(factory_->GetFastLapFilterEnabled(&enabled), S_OK);
-  ASSERT_EQ(factory_->GetFastLapMinimumTime(&minimum), S_OK);
-  EXPECT_EQ(enabled, KIV_FALSE);
-  EXPECT_EQ(minimum, 50'000'000);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetFastLapFilterEnabled), KIV_FALSE);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetFastLapMinimumTime), 50'000'000);
   EXPECT_EQ(factory_->GetFastLapFilterEnabled(nullptr), E_POINTER);
 
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
   ASSERT_EQ(factory_->SetFastLapMinimumTime(95 * kTicksPerSecond), S_OK);
   ComPtr<COutingFactory> another = MakeKiv<COutingFactory>(addIns_);
-  ASSERT_EQ(another->GetFastLapFilterEnabled(&enabled), S_OK);
-  ASSERT_EQ(another->GetFastLapMinimumTime(&minimum), S_OK);
-  EXPECT_EQ(enabled, KIV_TRUE);
-  EXPECT_EQ(minimum, 95 * kTicksPerSecond);
+  EXPECT_EQ(Got(another, &COutingFactory::GetFastLapFilterEnabled), KIV_TRUE);
+  EXPECT_EQ(Got(another, &COutingFactory::GetFastLapMinimumTime), 95 * kTicksPerSecond);
 
   RegistryKey key;
   ASSERT_EQ(RegistryKey::Open(std::make_shared<RegistryFile>(dir_ / "user.json"),
@@ -250,8 +228,7 @@ TEST_F(OutingFactoryTest, ASetReachesEveryOpenCacheAndEveryCacheMadeLater) {
   EXPECT_NE(made, old);
   EXPECT_TRUE(made->fast_lap_filter());
   EXPECT_EQ(made->fast_lap_minimum_time(), 7 * kTicksPerSecond);
-  std::u16string caption;
-  ASSERT_EQ(after[0]->GetCaption(&caption), S_OK);
+  (void)Got(after[0], &IKivOuting::GetCaption);
   ASSERT_FALSE(made->caption_dirty());
   ASSERT_EQ(factory_->SetFastLapMinimumTime(7 * kTicksPerSecond), S_OK);
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
@@ -276,9 +253,7 @@ TEST_F(OutingFactoryTest, ARegistryThatCannotBeWrittenKeepsTheDefaultAndSetStill
   registryOps_.FailAt(FaultyFileOps::Step::kWrite);
   EXPECT_EQ(factory_->SetFastLapMinimumTime(9 * kTicksPerSecond), S_OK);
   EXPECT_EQ(registryOps_.failures(), 1);
-  KivTime minimum = 0;
-  ASSERT_EQ(factory_->GetFastLapMinimumTime(&minimum), S_OK);
-  EXPECT_EQ(minimum, 50'000'000);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetFastLapMinimumTime), 50'000'000);
 }
 
 // --- Bad arguments ---------------------------------------------------------------

@@ -21,8 +21,16 @@ T Got(Obj* obj, KivResult (Iface::*get)(T*)) {
   return value;
 }
 
+// An interface is given held, so that the test owns its reference.
+template <class Obj, class Iface, class I>
+ComPtr<I> Got(Obj* obj, KivResult (Iface::*get)(I**)) {
+  ComPtr<I> held;
+  EXPECT_EQ((static_cast<Iface*>(obj)->*get)(held.Put()), S_OK);
+  return held;
+}
+
 template <class P, class Iface, class T>
-T Got(const ComPtr<P>& obj, KivResult (Iface::*get)(T*)) {
+auto Got(const ComPtr<P>& obj, KivResult (Iface::*get)(T*)) {
   return Got(obj.Get(), get);
 }
 

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "outing/channels/channel_raw.h"
+#include "outing/data_block_test_util.h"
+#include "outing/got.h"
 #include "outing/memory_channel_source.h"
 #include "support/data_listener.h"
 
@@ -35,29 +37,10 @@ class FileChannelTest : public ::testing::Test {
     made_.push_back(channel);
     return channel;
   }
-  static uint32_t Status(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(c->GetStatus(&s), S_OK);
-    return s;
-  }
-  static uint32_t Detailed(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(QueryAs<IKivData2>(c)->GetDetailedStatus(&s), S_OK);
-    return s;
-  }
+  static uint32_t Detailed(IKivChannel* c) { return Got(QueryAs<IKivData2>(c), &IKivData2::GetDetailedStatus); }
   static std::vector<KivTime> BlockStarts(IKivChannelIterator2* it) {
-    ComPtr<IKivDataBlocks> blocks;
-    EXPECT_EQ(it->GetDataBlocks(blocks.Put()), S_OK);
-    uint32_t count = 0;
-    EXPECT_EQ(blocks->GetCount(&count), S_OK);
     std::vector<KivTime> starts;
-    for (uint32_t i = 1; i <= count; ++i) {
-      ComPtr<IKivDataBlock> block;
-      EXPECT_EQ(blocks->GetBlock(i, block.Put()), S_OK);
-      KivTime start = 0;
-      EXPECT_EQ(block->GetStartTime(&start), S_OK);
-      starts.push_back(start);
-    }
+    for (const auto& block : BlocksOf(it)) starts.push_back(Got(block, &IKivDataBlock::GetStartTime));
     return starts;
   }
 
@@ -71,7 +54,7 @@ TEST_F(FileChannelTest, IteratorReadsScaledValuesOnFirstDemand) {
   source_->Put(kSpeedKey, {0, 1, 2, 3}, {36, 72, 108, 144});
   auto channel = Make(kSpeedKey, {kQuantitySpeed, 1});
   EXPECT_EQ(source_->asked, 0) << "nothing is read before a client asks";
-  EXPECT_EQ(Status(channel.Get()), 1u);
+  EXPECT_EQ(Got(channel, &IKivData::GetStatus), 1u);
 
   ComPtr<IKivChannelIterator2> it;
   ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);

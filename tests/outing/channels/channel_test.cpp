@@ -10,6 +10,7 @@
 
 #include "outing/blocks/channel_iterator.h"
 #include "outing/channels/channel_data_cache.h"
+#include "outing/got.h"
 #include "outing/memory_channel_source.h"
 #include "support/data_listener.h"
 #include "support/settling_test.h"
@@ -53,11 +54,7 @@ class NativeChannelTest : public SettlingTest {
   static KivResult Iterate(CChannel* channel, ComPtr<IKivChannelIterator2>* it) {
     return channel->GetIterator(it->Put());
   }
-  static uint32_t Status(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(c->GetStatus(&s), S_OK);
-    return s;
-  }
+  static uint32_t Status(IKivChannel* c) { return Got(c, &IKivData::GetStatus); }
   Machine* machine() const { return cache_->machine(kKey); }
 
   MemoryFetchScript script_;
@@ -90,9 +87,7 @@ TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextItera
   double value = 0;
   EXPECT_EQ(it->GetValueAtTime(7 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
   EXPECT_EQ(value, 7.0);
-  uint32_t detail = 0;
-  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, kDetailHasSamples);
+  EXPECT_EQ(Got(channel, &CChannel::GetDetailedStatus), kDetailHasSamples);
 }
 
 TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTold) {
@@ -105,9 +100,7 @@ TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTol
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre(kWholeChange, "failed"));
   EXPECT_EQ(Status(channel.Get()), 2u);
-  uint32_t detail = 0;
-  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, 2u);
+  EXPECT_EQ(Got(channel, &CChannel::GetDetailedStatus), 2u);
   EXPECT_EQ(machine()->state(), Machine::State::kIdle);
   EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
@@ -184,9 +177,7 @@ TEST_F(NativeChannelTest, TimeOffsetReachesBlocksMadeLater) {
   EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
-  KivTime end = 0;
-  EXPECT_EQ(it->GetEndTime(&end), S_OK);
-  EXPECT_EQ(end, 10 * kSecond);
+  EXPECT_EQ(Got(it, &IKivChannelIterator2::GetEndTime), 10 * kSecond);
 }
 
 TEST_F(NativeChannelTest, InvalidKeyIsRefused) {

@@ -10,6 +10,7 @@
 
 #include "core/notifications_impl.h"
 #include "outing/factory/outing_data_factory.h"
+#include "outing/got.h"
 #include "velmar/velmar_notifications.h"
 
 namespace velmar::testing {
@@ -73,13 +74,11 @@ struct ClosingLog : CVelmarNotificationsReceiverImpl {
 TEST(DataFactoryImplTest, GetNamesFillsOnceThenGivesTheMapInOrder) {
   auto factory = MakeKiv<ListFactory>();
   factory->source = {u"Speed", u"Gear", u"Brake"};
-  NameList names;
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Brake", u"Gear", u"Speed"));
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), ElementsAre(u"Brake", u"Gear", u"Speed"));
+  (void)Got(factory, &ListFactory::GetNames);
   EXPECT_EQ(factory->fills, 1) << "the list is up to date";
   factory->SetListed(false);
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
+  (void)Got(factory, &ListFactory::GetNames);
   EXPECT_EQ(factory->fills, 2);
   EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
 }
@@ -87,13 +86,10 @@ TEST(DataFactoryImplTest, GetNamesFillsOnceThenGivesTheMapInOrder) {
 TEST(DataFactoryImplTest, AnUnreadyFillAsksAgainNextTime) {
   auto factory = MakeKiv<ListFactory>();
   factory->ready = false;
-  NameList names{u"stale"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, IsEmpty());
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), IsEmpty());
   factory->ready = true;
   factory->source = {u"Speed"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Speed"));
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), ElementsAre(u"Speed"));
   EXPECT_EQ(factory->fills, 2);
 }
 
@@ -188,11 +184,7 @@ class UseFactory : public KivObject<COutingDataFactory<Use*, IKivChannelFactory>
   }
 };
 
-NameList Names(UseFactory& factory) {
-  NameList names;
-  EXPECT_EQ(factory.GetNames(&names), S_OK);
-  return names;
-}
+NameList Names(UseFactory& factory) { return Got(&factory, &UseFactory::GetNames); }
 
 TEST(OutingDataFactoryTest, AddNamesEntersOnlyNewNamesAndMarksTheListUpToDate) {
   auto factory = MakeKiv<UseFactory>();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "outing/fake_outing_factory.h"
+#include "outing/got.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "outing/factory/outing_factory.h"
 #include "support/settling_test.h"
@@ -36,9 +37,7 @@ std::shared_ptr<AddInScript> Script(const Guid& madeId, KivResult result = S_OK)
 }
 
 std::u16string IdOf(const ComPtr<IKivOuting>& outing) {
-  std::u16string id;
-  EXPECT_EQ(QueryAs<IKivOuting2>(outing.Get())->GetOutingId(&id), S_OK);
-  return id;
+  return Got(QueryAs<IKivOuting2>(outing.Get()), &IKivOuting2::GetOutingId);
 }
 
 class OutingFactoryAddInsTest : public SettlingTest {
@@ -78,8 +77,7 @@ TEST_F(OutingFactoryAddInsTest, SetAddInOrderGivesTheOrderBeforeTheListIsMade) {
 }
 
 TEST_F(OutingFactoryAddInsTest, SetAddInOrderAfterAWalkOfTheAddInsFails) {
-  OutingTypeList types;
-  ASSERT_EQ(factory_->GetTypes(&types), S_OK);
+  (void)Got(factory_, &COutingFactory::GetTypes);
   const Variant order = MakeTextArray({kAddInA.ToWide()});
   EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL);
 }
@@ -110,15 +108,12 @@ TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnce) {
   auto self = Script(kMadeByA);
   RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, CLSID_KivOutingFactory, self);
 
-  OutingTypeList types;
-  ASSERT_EQ(factory_->GetTypes(&types), S_OK);
+  const OutingTypeList types = Got(factory_, &COutingFactory::GetTypes);
   EXPECT_THAT(types, ElementsAre(OutingTypeRecord{u"txt", u"ASCII Dataset", u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}"},
                                  OutingTypeRecord{u"mat", u"MATLAB Dataset", u"{F44BF473-A14F-44C7-B9A0-EDD2DBDABCA7}"},
                                  OutingTypeRecord{u"trn", u"Kivara Dataset", u"{9EC637DD-9F67-4E6A-A264-6BEE79750B56}"},
                                  OutingTypeRecord{u"lap", u"Lap Timer Dataset", kLapTimerType.ToWide()}));
-  OutingTypeList again;
-  ASSERT_EQ(factory_->GetTypes(&again), S_OK);
-  EXPECT_EQ(again, types);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetTypes), types);
   EXPECT_THAT(a->log, ElementsAre("GetTypes")) << "the array is built once";
   EXPECT_THAT(self->log, IsEmpty()) << "the factory's own class is passed over";
   EXPECT_EQ(factory_->GetTypes(nullptr), E_POINTER);
@@ -180,9 +175,8 @@ TEST_F(OutingFactoryAddInsTest, AnAddInsSFalseFillsItsNullElementsWithEmptyOutin
   ASSERT_EQ(outings.size(), 2u);
   EXPECT_EQ(IdOf(outings[0]), kMadeByA.ToWide()) << "what the add-in made stays";
   EXPECT_EQ(IdOf(outings[1]), kLapTimerType.ToWide());
-  KivBool overrideProperties = KIV_FALSE;
-  ASSERT_EQ(QueryAs<IKivOuting4>(outings[1].Get())->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE) << "the stand-in takes the caller's flag";
+  EXPECT_EQ(Got(QueryAs<IKivOuting4>(outings[1].Get()), &IKivOuting4::GetOverrideProperties), KIV_TRUE)
+      << "the stand-in takes the caller's flag";
 }
 
 TEST_F(OutingFactoryAddInsTest, ATypeNobodyTakesGivesEmptyOutingsOfThatType) {
@@ -191,9 +185,7 @@ TEST_F(OutingFactoryAddInsTest, ATypeNobodyTakesGivesEmptyOutingsOfThatType) {
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings), S_FALSE);
   ASSERT_EQ(outings.size(), 2u);
   for (const ComPtr<IKivOuting>& outing : outings) {
-    uint32_t type = 9;
-    ASSERT_EQ(outing->GetOutingType(&type), S_OK);
-    EXPECT_EQ(type, 0u);
+    EXPECT_EQ(Got(outing, &IKivOuting::GetOutingType), 0u);
     EXPECT_EQ(IdOf(outing), kLapTimerType.ToWide());
   }
 }

@@ -11,6 +11,7 @@
 
 #include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
+#include "outing/got.h"
 #include "support/outing_listener.h"
 #include "support/settling_test.h"
 #include "support/temp_dir.h"
@@ -58,16 +59,8 @@ class FileOutingCacheTest : public SettlingTest {
     EXPECT_TRUE(listeners_.back()->connected());
     return *listeners_.back();
   }
-  static NameList Names(CMemoryOuting* outing) {
-    NameList names;
-    EXPECT_EQ(static_cast<IKivChannelFactory*>(outing)->GetNames(&names), S_OK);
-    return names;
-  }
-  static std::u16string Id(CMemoryOuting* outing) {
-    std::u16string id;
-    EXPECT_EQ(outing->GetOutingId(&id), S_OK);
-    return id;
-  }
+  static NameList Names(CMemoryOuting* outing) { return Got(outing, &IKivChannelFactory::GetNames); }
+  static std::u16string Id(CMemoryOuting* outing) { return Got(outing, &CMemoryOuting::GetOutingId); }
   // Opens one outing and loads its data set.
   void OpenLoaded(KivResult result = S_OK) {
     PutData(result);
@@ -273,6 +266,7 @@ TEST_F(FileOutingCacheTest, AFailedLoadIsSilentAndTheNextReadUsesTheSameJob) {
   EXPECT_THAT(Names(a_.Get()), IsEmpty());
   ASSERT_TRUE(Settle());
   EXPECT_EQ(a_->cache()->load_machine().state(), State::kIdle);
+  EXPECT_EQ(a_->cache()->load_machine().load_job(), job) << "the machine keeps its job item";
   EXPECT_THAT(a_->calls, IsEmpty());
   EXPECT_THAT(heard.log, IsEmpty());
 

@@ -162,15 +162,12 @@ TEST_F(FileOutingCacheTest, GetOutingInformationDuringALoadStartsNothingMore) {
 TEST_F(FileOutingCacheTest, LookingAtTheCaptionBringsTheOutingIn) {
   PutData(S_OK);
   a_ = Open();
-  std::u16string caption;
-  EXPECT_EQ(a_->GetCaption(&caption), S_OK);
-  EXPECT_EQ(caption, u"<---:---:--->");
+  EXPECT_EQ(Got(a_, &CMemoryOuting::GetCaption), u"<---:---:--->");
   EXPECT_EQ(a_->GetCaption(nullptr), E_POINTER);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
   EXPECT_TRUE(a_->cache()->caption_dirty()) << "a new information object makes the caption stale";
-  EXPECT_EQ(a_->GetCaption(&caption), S_OK);
-  EXPECT_EQ(caption, u"<---:---:--->");
+  EXPECT_EQ(Got(a_, &CMemoryOuting::GetCaption), u"<---:---:--->");
   EXPECT_FALSE(a_->cache()->caption_dirty());
 }
 

@@ -83,24 +83,6 @@ TEST_F(OutingCacheClientsTest, TheSelectionIsTheFirstBindingAClientHolds) {
   EXPECT_EQ(cache()->GetSelection(), second);
 }
 
-TEST_F(OutingCacheClientsTest, TheLastClientTakesTheCacheOutOfItsRegistry) {
-  const int before = CMemoryOutingCache::live();
-  ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
-  ASSERT_EQ(OpenMemoryOuting(path_, &b_), S_OK);
-  auto& registry = COutingCacheRegistry<CMemoryOutingCache>::Instance();
-  CMemoryOutingCache* first = cache();
-  a_ = nullptr;
-  EXPECT_EQ(registry.Find(path_).Get(), first) << "one client is left";
-  b_ = nullptr;
-  EXPECT_EQ(registry.Find(path_), nullptr);
-  EXPECT_EQ(CMemoryOutingCache::live(), before) << "nothing else held it";
-
-  ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
-  EXPECT_EQ(CMemoryOutingCache::live(), before + 1) << "a second open makes a new cache";
-  EXPECT_EQ(registry.Find(path_).Get(), a_->cache());
-  EXPECT_EQ(a_->cache()->client_count(), 1u);
-}
-
 TEST_F(OutingCacheClientsTest, ACacheHeldElsewhereOutlivesItsLastClientButLeavesTheRegistry) {
   ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
   ComPtr<CMemoryOutingCache> held(cache());
@@ -183,14 +165,10 @@ TEST(OutingCacheRegistryTest, ForEachMayTakeCachesOut) {
   EXPECT_EQ(PlainCache::live, 0);
 }
 
-TEST(OutingCacheRegistryTest, AFailedMakeEntersNothing) {
+TEST(OutingCacheRegistryTest, AFailedMakeEntersNothingAndRemoveOfAStrangerIsRefused) {
   COutingCacheRegistry<PlainCache> registry;
   EXPECT_EQ(registry.FindOrMake(u"/x", [] { return ComPtr<PlainCache>(); }), nullptr);
   EXPECT_EQ(registry.size(), 0u);
-}
-
-TEST(OutingCacheRegistryTest, RemoveOfAStrangerIsRefused) {
-  COutingCacheRegistry<PlainCache> registry;
   auto stranger = Make(u"/x");
   EXPECT_FALSE(registry.Remove(stranger.Get()));
   EXPECT_EQ(stranger->registry(), nullptr);

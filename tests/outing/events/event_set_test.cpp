@@ -61,9 +61,7 @@ ComPtr<IKivEvent> EventAt(IKivEventsIterator* iterator, int32_t index) {
 }
 
 TEST(EventSet, EventsComeInTimeOrderWithTheirRecordFields) {
-  std::vector<EventRecordPtr> records{Record(u"Pit", 30), Record(u"Pit", 10), Record(u"Pit", 20)};
-  auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, 0), nullptr, 0);
-  set->Bind();
+  auto set = MakeSet({30, 10, 20});
   auto iterator = IteratorOf(set.Get());
   ComPtr<IKivEvents> events;
   ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
@@ -107,9 +105,8 @@ TEST(EventSet, PayloadsAreCopiedOutAndATextSourceEventHasNone) {
   (*record->fixedData)[31] = 0xAB;
   auto set = MakeKiv<CEventSet>(u"Alarm", MakeEventReferences({record}, 0), nullptr, 0);
   ComPtr<IKivEvent> event = EventAt(IteratorOf(set.Get()).Get(), 1);
-  ASSERT_EQ(event->GetData(&bytes), S_OK);
-  EXPECT_THAT(bytes, ElementsAre(7, 8, 9));
-  ASSERT_EQ(event->GetFixedData(&bytes), S_OK);
+  EXPECT_THAT(Got(event, &IKivEvent::GetData), ElementsAre(7, 8, 9));
+  bytes = Got(event, &IKivEvent::GetFixedData);
   ASSERT_EQ(bytes.size(), kEventFixedDataSize);
   EXPECT_EQ(bytes[31], 0xAB);
 }

@@ -154,9 +154,7 @@ TEST_F(FileOutingCacheTest, GetOutingInformationDuringALoadStartsNothingMore) {
   MemoryDisk::OpenGate(path_);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
-  ComPtr<IKivPropertySet> loaded;
-  EXPECT_EQ(a_->GetOutingInformation(loaded.Put()), S_OK);
-  EXPECT_EQ(loaded.Get(), a_->cache()->information());
+  EXPECT_EQ(Got(a_, &CMemoryOuting::GetOutingInformation).Get(), a_->cache()->information());
 }
 
 TEST_F(FileOutingCacheTest, LookingAtTheCaptionBringsTheOutingIn) {

@@ -56,16 +56,13 @@ TEST_F(FileChannelTest, IteratorReadsScaledValuesOnFirstDemand) {
   EXPECT_EQ(source_->asked, 0) << "nothing is read before a client asks";
   EXPECT_EQ(Got(channel, &IKivData::GetStatus), 1u);
 
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   double value = 0;
   EXPECT_EQ(it->GetValueAtTime(2 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
   EXPECT_NEAR(value, 30.0, 1e-9) << "108 km/h read as 30 m/s";
   EXPECT_EQ(Detailed(channel.Get()), kDetailHasSamples);
 
-  ComPtr<IKivChannelIterator2> again;
-  ASSERT_EQ(channel->GetIterator(again.Put()), S_OK);
-  EXPECT_EQ(again.Get(), it.Get()) << "one iterator per channel";
+  EXPECT_EQ(Got(channel, &CFileChannel::GetIterator), it) << "one iterator per channel";
   EXPECT_EQ(channel->GetIterator(nullptr), E_POINTER);
 }
 
@@ -73,16 +70,14 @@ TEST_F(FileChannelTest, FloatingPointExceptionsAreMaskedByGetIterator) {
   source_->Put(kSpeedKey, {0}, {1});
   auto channel = Make(kSpeedKey);
   feenableexcept(FE_DIVBYZERO);
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   EXPECT_EQ(fegetexcept(), 0);
 }
 
 TEST_F(FileChannelTest, GapsAreOneContinuousLine) {
   source_->Put(kSpeedKey, {0, 1, 2, 3, 10, 11, 12}, {0, 1, 2, 3, 10, 11, 12});
   auto channel = Make(kSpeedKey);
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(0, 10 * kSecond));
   ASSERT_EQ(channel->blocks()->size(), 2u);
   EXPECT_FALSE((*channel->blocks())[0]->continuous());
@@ -121,9 +116,7 @@ TEST_F(FileChannelTest, ChannelsOnOneColumnShareItsSectionsAndFreeTheRawDoubles)
   auto raw = source_->Put(kSpeedKey, {0, 1, 2}, {1, 2, 3});
   auto a = Make(kSpeedKey, {kQuantitySpeed, 1});
   auto b = Make(kSpeedKey);
-  ComPtr<IKivChannelIterator2> ia, ib;
-  ASSERT_EQ(a->GetIterator(ia.Put()), S_OK);
-  ASSERT_EQ(b->GetIterator(ib.Put()), S_OK);
+  auto ia = Got(a, &CFileChannel::GetIterator), ib = Got(b, &CFileChannel::GetIterator);
   EXPECT_TRUE(raw->built());
   EXPECT_TRUE(raw->times().empty());
   EXPECT_EQ(raw->count(), 3u);
@@ -137,8 +130,7 @@ TEST_F(FileChannelTest, TimeOffsetMovesBlocksAndReportsAWholeRangeChange) {
   source_->Put(kSpeedKey, {0, 1, 2}, {1, 2, 3});
   auto channel = Make(kSpeedKey);
   EXPECT_EQ(channel->SetTimeOffset(5 * kSecond), S_OK) << "before blocks: kept for them";
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(5 * kSecond));
 
   CDataListener listener(&log_);
@@ -157,8 +149,7 @@ TEST_F(FileChannelTest, TimeOffsetMovesBlocksAndReportsAWholeRangeChange) {
 TEST_F(FileChannelTest, DetachTellsTheSinksAndLetsGoOfEverything) {
   source_->Put(kSpeedKey, {0, 1}, {1, 2});
   auto channel = Make(kSpeedKey);
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   CDataListener first(&log_, true);
   CDataListener second(&log_);
   ASSERT_TRUE(first.Connect(channel.Get(), false));

@@ -84,12 +84,8 @@ TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
   auto other = Get<IKivSimpleConstant>(u"Mass");
   auto& log = Listen(mass.Get());
   auto& otherLog = Listen(other.Get());
-  ComPtr<IKivSimpleConstantWriter> writer;
-  ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
-  ComPtr<IKivSimpleConstantWriter> same;
-  ASSERT_EQ(mass->GetWriter(same.Put()), S_OK);
-  EXPECT_EQ(writer.Get(), same.Get()) << "one writer per object";
-  same = nullptr;
+  auto writer = Got(mass, &IKivSimpleConstant::GetWriter);
+  EXPECT_EQ(Got(mass, &IKivSimpleConstant::GetWriter), writer) << "one writer per object";
   ASSERT_EQ(writer->SetUnit(u"g"), S_OK);
   ASSERT_EQ(writer->SetUnit(u"kg"), S_OK);
   ASSERT_EQ(writer->SetValue(712), S_OK);
@@ -99,25 +95,21 @@ TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
   EXPECT_THAT(otherLog, ElementsAre(StartsWith("changed")));
   EXPECT_EQ(Got(other, &IKivConstant::GetValue), 712);
-  ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
+  writer = Got(mass, &IKivSimpleConstant::GetWriter);
   writer = nullptr;
   EXPECT_EQ(log.size(), 1u) << "a writer that changed nothing commits nothing";
 }
 
 TEST_F(ConstantTest, ASpreadsheetWriterEditsTheDefinitionAndRefusesEmptyNames) {
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
-  ComPtr<IKivExcelConstantWriter> writer;
-  ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
+  auto writer = Got(sheet, &IKivExcelConstant::GetWriter);
   EXPECT_EQ(writer->SetFile(u""), E_FAIL);
   EXPECT_EQ(writer->SetTarget(u""), E_FAIL);
   EXPECT_EQ(writer->GetFile(nullptr), E_POINTER);
   ASSERT_EQ(writer->SetFile(u"setup.xlsx"), S_OK);
   ASSERT_EQ(writer->SetTarget(u"Car!B7"), S_OK);
-  ComPtr<IKivExcelConstantElements> elements;
-  ASSERT_EQ(writer->GetElements(elements.Put()), S_OK);
-  ComPtr<IKivExcelConstantElements> sameList;
-  ASSERT_EQ(writer->GetElements(sameList.Put()), S_OK);
-  EXPECT_EQ(elements.Get(), sameList.Get());
+  auto elements = Got(writer, &IKivExcelConstantWriter::GetElements);
+  EXPECT_EQ(Got(writer, &IKivExcelConstantWriter::GetElements), elements);
   ComPtr<IKivExcelConstantElement> step;
   ASSERT_EQ(elements->AddElement(step.Put()), S_OK);
   EXPECT_EQ(Got(step, &IKivExcelConstantElement::GetKind), kStepSelectSheet);
@@ -131,13 +123,10 @@ TEST_F(ConstantTest, ASpreadsheetWriterEditsTheDefinitionAndRefusesEmptyNames) {
   EXPECT_EQ(elements->GetItem(2, missing.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(elements->RemoveElement(2), DISP_E_BADINDEX);
   step = nullptr;
-  elements = sameList = nullptr;
+  elements = nullptr;
   writer = nullptr;
   EXPECT_EQ(cache_->Find(u"Ambient")->text, u"|setup.xlsx|$Gain=1.5|Car!B7");
-  ComPtr<IKivSimpleConstantWriter> none;
-  auto simple = Get<IKivSimpleConstant>(u"Mass");
-  ASSERT_EQ(simple->GetWriter(none.Put()), S_OK);
-  EXPECT_EQ(none->SetValue(1), S_OK);
+  EXPECT_EQ(Got(Get<IKivSimpleConstant>(u"Mass"), &IKivSimpleConstant::GetWriter)->SetValue(1), S_OK);
 }
 
 TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2) {
@@ -145,8 +134,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
   auto& log = Listen(sheet.Get());
   {
-    ComPtr<IKivExcelConstantWriter> writer;
-    ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
+    auto writer = Got(sheet, &IKivExcelConstant::GetWriter);
     ASSERT_EQ(writer->SetFile(u"w.xlsx"), S_OK);
     ASSERT_EQ(writer->SetTarget(u"A1"), S_OK);
   }
@@ -159,11 +147,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 12.5);
 
   SetSpreadsheetApplication(std::make_shared<FixedSpreadsheet>(E_FAIL));
-  {
-    ComPtr<IKivExcelConstantWriter> writer;
-    ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
-    ASSERT_EQ(writer->SetTarget(u"Sheet9!A1"), S_OK);
-  }
+  ASSERT_EQ(Got(sheet, &IKivExcelConstant::GetWriter)->SetTarget(u"Sheet9!A1"), S_OK);  // commits as the writer goes
   log.clear();
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
   ASSERT_TRUE(Settle());

@@ -44,9 +44,7 @@ ComPtr<CEventSet> MakeSet(std::vector<KivTime> times, KivTime offset = 0, ComPtr
 }
 
 ComPtr<IKivEventsIterator> IteratorOf(CEventSet* set) {
-  ComPtr<IKivEventsIterator> iterator;
-  EXPECT_EQ(set->GetIterator(iterator.Put()), S_OK);
-  return iterator;
+  return Got(set, &CEventSet::GetIterator);
 }
 
 // The event at a 1-based index of the iterator's list.
@@ -63,9 +61,7 @@ ComPtr<IKivEvent> EventAt(IKivEventsIterator* iterator, int32_t index) {
 TEST(EventSet, EventsComeInTimeOrderWithTheirRecordFields) {
   auto set = MakeSet({30, 10, 20});
   auto iterator = IteratorOf(set.Get());
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
-  ASSERT_EQ(Got(events, &IKivEvents::GetCount), 3u);
+  ASSERT_EQ(Got(Got(iterator, &IKivEventsIterator::GetEvents), &IKivEvents::GetCount), 3u);
   std::vector<KivTime> times;
   for (int32_t i = 1; i <= 3; ++i) times.push_back(Got(EventAt(iterator.Get(), i), &IKivEvent::GetTime));
   EXPECT_THAT(times, ElementsAre(10, 20, 30));
@@ -86,9 +82,7 @@ TEST(EventSet, ListAndEventObjectsFollowTheIndexRules) {
   ASSERT_EQ(events->GetEvent(2, event.Put()), S_OK);
   ASSERT_EQ(events->GetEvent(2, again.Put()), S_OK);
   EXPECT_EQ(event.Get(), again.Get()) << "the same object while a client holds it";
-  ComPtr<IKivEventsIterator> second;
-  ASSERT_EQ(set->GetIterator(second.Put()), S_OK);
-  EXPECT_EQ(second.Get(), IteratorOf(set.Get()).Get()) << "one iterator per set";
+  EXPECT_EQ(IteratorOf(set.Get()), IteratorOf(set.Get())) << "one iterator per set";
   EXPECT_EQ(set->GetIterator(nullptr), E_POINTER);
 }
 

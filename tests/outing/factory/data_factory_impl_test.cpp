@@ -103,8 +103,7 @@ TEST(DataFactoryImplTest, ParentIsSetOnceAndClearedOnce) {
   EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory->parentSets, 1);
   EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), E_INVALIDARG) << "one is held";
-  EXPECT_EQ(factory->GetParent(got.Put()), S_OK);
-  EXPECT_EQ(got.Get(), parent->PrimaryUnknown());
+  EXPECT_EQ(Got(factory, &ListFactory::GetParent).Get(), parent->PrimaryUnknown());
   EXPECT_EQ(factory->SetParent(nullptr), S_OK);
   EXPECT_EQ(factory->parentSets, 2);
   EXPECT_EQ(factory->parent(), nullptr);
@@ -119,8 +118,7 @@ TEST(DataFactoryImplTest, RootIsSetOnlyOnce) {
   EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), E_UNEXPECTED);
   EXPECT_EQ(factory->rootSets, 1);
-  EXPECT_EQ(factory->GetRoot(got.Put()), S_OK);
-  EXPECT_EQ(got.Get(), root->PrimaryUnknown());
+  EXPECT_EQ(Got(factory, &ListFactory::GetRoot).Get(), root->PrimaryUnknown());
   EXPECT_EQ(root->Listeners(), 0u) << "no receiver, no sink";
 }
 

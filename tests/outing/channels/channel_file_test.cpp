@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cfenv>
-#include <cmath>
 #include <limits>
 #include <string>
 #include <vector>

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <limits>
-#include <map>
 #include <string>
 #include <vector>
 

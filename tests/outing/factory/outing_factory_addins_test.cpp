@@ -53,6 +53,14 @@ class OutingFactoryAddInsTest : public SettlingTest {
   ClassRegistry classes_;
   COutingFactoryAddIns addIns_{classes_};
   ComPtr<COutingFactory> factory_ = MakeKiv<COutingFactory>(addIns_);
+
+  // Enters an add-in of generation Newest, in the category, with a fresh script.
+  template <class Newest = IKivNewOutingFactory5>
+  std::shared_ptr<AddInScript> AddIn(const Guid& clsid, const Guid& madeId, KivResult result = S_OK) {
+    auto script = Script(madeId, result);
+    RegisterFakeAddIn<Newest>(classes_, clsid, script);
+    return script;
+  }
 };
 
 // --- The list -----------------------------------------------------------------
@@ -68,8 +76,8 @@ TEST_F(OutingFactoryAddInsTest, TheListIsTheCategoryInItsOrderMadeOnce) {
 }
 
 TEST_F(OutingFactoryAddInsTest, SetAddInOrderGivesTheOrderBeforeTheListIsMade) {
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, Script(kMadeByA));
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, Script(kMadeByB));
+  AddIn(kAddInA, kMadeByA);
+  AddIn(kAddInB, kMadeByB);
   const Variant order = MakeTextArray({kAddInB.ToWide(), kAddInA.ToWide()});
   ASSERT_EQ(factory_->SetAddInOrder(&order), S_OK);
   EXPECT_THAT(addIns_.List(), ElementsAre(kAddInB, kAddInA));
@@ -99,14 +107,10 @@ TEST_F(OutingFactoryAddInsTest, ABadOrderIsRefusedAndKeepsNothing) {
 // --- Types ------------------------------------------------------------------------
 
 TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnce) {
-  auto a = Script(kMadeByA);
+  AddIn(kAddInB, kMadeByB)->typesResult = E_FAIL;
+  auto a = AddIn(kAddInA, kMadeByA);
   a->types = {{u"lap", u"Lap Timer Dataset", kLapTimerType.ToWide()}};
-  auto failing = Script(kMadeByB);
-  failing->typesResult = E_FAIL;
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, failing);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, a);
-  auto self = Script(kMadeByA);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, CLSID_KivOutingFactory, self);
+  auto self = AddIn(CLSID_KivOutingFactory, kMadeByA);
 
   const OutingTypeList types = Got(factory_, &COutingFactory::GetTypes);
   EXPECT_THAT(types, ElementsAre(OutingTypeRecord{u"txt", u"ASCII Dataset", u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}"},
@@ -124,8 +128,7 @@ TEST_F(OutingFactoryAddInsTest, AnAddInThatCannotBeMadeIsPassedOver) {
   broken.clsid = kAddInA;
   broken.categories = {CATID_KivOutingFactories};  // known, but without a way to make it
   ASSERT_EQ(classes_.Register(std::move(broken)), S_OK);
-  auto b = Script(kMadeByB);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, b);
+  AddIn(kAddInB, kMadeByB);
   OutingList outings;
   EXPECT_EQ(CreateEx({u"/laps/one.lap"}, &outings), S_OK);
   EXPECT_EQ(IdOf(outings[0]), kMadeByB.ToWide());
@@ -136,12 +139,9 @@ TEST_F(OutingFactoryAddInsTest, AnAddInThatCannotBeMadeIsPassedOver) {
 TEST_F(OutingFactoryAddInsTest, TheFirstAddInThatSucceedsMakesTheOutingsWithTheStoredSettings) {
   ASSERT_EQ(WriteFastLapFilterEnabled(true), S_OK);
   ASSERT_EQ(WriteFastLapMinimumTime(42), S_OK);
-  auto refusing = Script(kMadeByA, E_INVALIDARG);
-  auto taking = Script(kMadeByB);
-  auto self = Script(kMadeByA);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, CLSID_KivOutingFactory, self);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, refusing);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, taking);
+  auto self = AddIn(CLSID_KivOutingFactory, kMadeByA);
+  auto refusing = AddIn(kAddInA, kMadeByA, E_INVALIDARG);
+  auto taking = AddIn(kAddInB, kMadeByB);
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings, /*overrideProperties=*/true), S_OK);
   ASSERT_EQ(outings.size(), 2u);
@@ -155,10 +155,8 @@ TEST_F(OutingFactoryAddInsTest, TheFirstAddInThatSucceedsMakesTheOutingsWithTheS
 }
 
 TEST_F(OutingFactoryAddInsTest, OlderAddInsAreCalledThroughTheirOwnGeneration) {
-  auto second = Script(kMadeByA, E_FAIL);
-  auto first = Script(kMadeByB);
-  RegisterFakeAddIn<IKivNewOutingFactory2>(classes_, kAddInA, second);
-  RegisterFakeAddIn<IKivNewOutingFactory>(classes_, kAddInB, first);
+  auto second = AddIn<IKivNewOutingFactory2>(kAddInA, kMadeByA, E_FAIL);
+  auto first = AddIn<IKivNewOutingFactory>(kAddInB, kMadeByB);
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap"}, &outings), S_OK);
   const std::string create = "Create:-1:" + kLapTimerType.ToString();
@@ -167,9 +165,7 @@ TEST_F(OutingFactoryAddInsTest, OlderAddInsAreCalledThroughTheirOwnGeneration) {
 }
 
 TEST_F(OutingFactoryAddInsTest, AnAddInsSFalseFillsItsNullElementsWithEmptyOutings) {
-  auto partial = Script(kMadeByA, S_FALSE);
-  partial->fill = 1;
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, partial);
+  AddIn(kAddInA, kMadeByA, S_FALSE)->fill = 1;
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings, /*overrideProperties=*/true), S_FALSE);
   ASSERT_EQ(outings.size(), 2u);
@@ -180,7 +176,7 @@ TEST_F(OutingFactoryAddInsTest, AnAddInsSFalseFillsItsNullElementsWithEmptyOutin
 }
 
 TEST_F(OutingFactoryAddInsTest, ATypeNobodyTakesGivesEmptyOutingsOfThatType) {
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, Script(kMadeByA, E_NOTIMPL));
+  AddIn(kAddInA, kMadeByA, E_NOTIMPL);
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings), S_FALSE);
   ASSERT_EQ(outings.size(), 2u);
@@ -200,13 +196,11 @@ TEST_F(OutingFactoryAddInsTest, ANullLastPathThatNobodyTakesIsOutOfMemory) {
 }
 
 TEST_F(OutingFactoryAddInsTest, AnUnknownTypeIsRealTimeWhenTheFirstAddInSupportingItSaysSo) {
-  auto other = Script(kMadeByA);
+  auto other = AddIn(kAddInA, kMadeByA);
   other->type = kMadeByA;  // supports another type only
   other->realTime = true;
-  auto supporting = Script(kMadeByB);
+  auto supporting = AddIn(kAddInB, kMadeByB);
   supporting->realTime = true;
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, other);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, supporting);
   KivBool realTime = KIV_FALSE;
   ASSERT_EQ(factory_->IsRealTimeType(kLapTimerType.ToWide(), &realTime), S_OK);
   EXPECT_EQ(realTime, KIV_TRUE);
@@ -220,17 +214,15 @@ TEST_F(OutingFactoryAddInsTest, AnUnknownTypeIsRealTimeWhenTheFirstAddInSupporti
 }
 
 TEST_F(OutingFactoryAddInsTest, AnUnknownTypeNoAddInSupportsIsNotRealTime) {
-  RegisterFakeAddIn<IKivNewOutingFactory2>(classes_, kAddInA, Script(kMadeByA));
+  AddIn<IKivNewOutingFactory2>(kAddInA, kMadeByA);
   KivBool realTime = KIV_TRUE;
   ASSERT_EQ(factory_->IsRealTimeType(kLapTimerType.ToWide(), &realTime), S_OK);
   EXPECT_EQ(realTime, KIV_FALSE);
 }
 
 TEST_F(OutingFactoryAddInsTest, FastLapSettingsReachEveryAddInThatTakesThem) {
-  auto modern = Script(kMadeByA);
-  auto old = Script(kMadeByB);
-  RegisterFakeAddIn<IKivNewOutingFactory3>(classes_, kAddInA, modern);
-  RegisterFakeAddIn<IKivNewOutingFactory>(classes_, kAddInB, old);
+  auto modern = AddIn<IKivNewOutingFactory3>(kAddInA, kMadeByA);
+  auto old = AddIn<IKivNewOutingFactory>(kAddInB, kMadeByB);
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
   ASSERT_EQ(factory_->SetFastLapMinimumTime(12), S_OK);
   EXPECT_THAT(modern->log, ElementsAre("SetFilter:-1", "SetMinimum:12"));

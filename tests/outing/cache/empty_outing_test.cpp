@@ -141,13 +141,6 @@ TEST_F(EmptyOutingTest, RepeatedRequestsForOnePathShareOneCache) {
   second = nullptr;
 }
 
-TEST_F(EmptyOutingTest, AnotherPathHasAnotherCacheAndAFileTypeCacheIsNoEmptyOne) {
-  ComPtr<IKivOuting> other;
-  ASSERT_EQ(OpenEmptyOuting(path_ + u"2", kTextType, false, other.Put()), S_OK);
-  EXPECT_NE(static_cast<CEmptyOuting*>(other.Get())->cache(), static_cast<CEmptyOuting*>(outing_.Get())->cache());
-  EXPECT_EQ(Registry().Find(path_ + u"2").Get(), static_cast<CEmptyOuting*>(other.Get())->cache());
-}
-
 TEST(OpenEmptyOutingTest, ANullOutIsRefused) {
   EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
   EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);

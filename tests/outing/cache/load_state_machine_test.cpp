@@ -128,25 +128,6 @@ TEST_F(LoadStateMachineTest, StopWhenLoadedGoesIdleAndTheNextDemandLoadsAgain) {
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
 }
 
-TEST_F(LoadStateMachineTest, StopWhileHeldWaitsForTheEndOfTheHoldAndThenReadsAgain) {
-  LoadOnce();
-  machine_->SetHold();
-  machine_->Stop();
-  EXPECT_EQ(machine_->state(), State::kDone) << "the state is not touched while held";
-  EXPECT_TRUE(machine_->restart_wanted());
-  EXPECT_TRUE(machine_->EnsureLoaded());
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
-
-  machine_->ReleaseHold();
-  EXPECT_FALSE(machine_->hold());
-  EXPECT_FALSE(machine_->restart_wanted());
-  EXPECT_EQ(machine_->state(), State::kRunning);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
-  EXPECT_THAT(callback_.calls, ElementsAre("loaded:0", "channels", "loaded:0", "channels"));
-}
-
 TEST_F(LoadStateMachineTest, ReleasingAHoldWithoutAStopChangesNothing) {
   LoadOnce();
   machine_->SetHold();

@@ -14,6 +14,7 @@
 #include "outing/cache/outing_on_cache.h"
 #include "outing/cache/outing_source.h"
 #include "outing/cache/outing_state_changes.h"
+#include "outing/got.h"
 #include "outing/memory_source.h"
 #include "support/settling_test.h"
 #include "velmar/text.h"
@@ -279,42 +280,21 @@ TEST(OutingSourceRegistrationTest, SourcesMayBeRegisteredFromAnotherThread) {
 class OutingSourceTest : public SettlingTest {
  protected:
   void TearDown() override { EXPECT_TRUE(Settle()); }
-
-  OpenedOuting Open(const std::u16string& path) {
-    OpenedOuting opened;
-    EXPECT_EQ(source_.Open(path, kMemoryTypeId, /*overrideProperties=*/true, &opened), S_OK);
-    return opened;
-  }
-  static CMemoryOutingCache* CacheOf(const OpenedOuting& opened) {
-    return static_cast<CMemoryOuting*>(opened.outing.Get())->cache();
-  }
-
   MemorySourceOf source_;
 };
 
 TEST_F(OutingSourceTest, OpenGivesAnAttachedOutingAndItsSharedCache) {
   const std::u16string path = UniqueMemoryPath();
-  OpenedOuting a = Open(path), b = Open(path);
+  OpenedOuting a, b;
+  ASSERT_EQ(source_.Open(path, kMemoryTypeId, /*overrideProperties=*/true, &a), S_OK);
+  ASSERT_EQ(source_.Open(path, kMemoryTypeId, false, &b), S_OK);
   ASSERT_TRUE(a.outing && a.cache);
   EXPECT_EQ(a.cache, b.cache);
-  EXPECT_EQ(a.cache.Get(), static_cast<COutingCacheStateChanges*>(CacheOf(a)));
-  EXPECT_EQ(CacheOf(a)->client_count(), 2u);
-  KivBool overrideProperties = KIV_FALSE;
-  ASSERT_EQ(QueryAs<IKivOuting4>(a.outing.Get())->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE);
+  CMemoryOutingCache* cache = static_cast<CMemoryOuting*>(a.outing.Get())->cache();
+  EXPECT_EQ(a.cache.Get(), static_cast<COutingCacheStateChanges*>(cache));
+  EXPECT_EQ(cache->client_count(), 2u);
+  EXPECT_EQ(Got(QueryAs<IKivOuting4>(a.outing.Get()), &IKivOuting4::GetOverrideProperties), KIV_TRUE);
   EXPECT_EQ(source_.Open(path, kMemoryTypeId, false, nullptr), E_POINTER);
-}
-
-TEST_F(OutingSourceTest, NewCachesTakeTheSourcesSettingsAndChangesReachOpenCaches) {
-  OpenedOuting before = Open(UniqueMemoryPath());
-  source_.SetFastLapFilter(true);
-  source_.SetFastLapMinimumTime(8 * kTicksPerSecond);
-  EXPECT_EQ(source_.fast_lap(), (FastLapSettings{true, 8 * kTicksPerSecond}));
-  EXPECT_TRUE(CacheOf(before)->fast_lap_filter());
-  EXPECT_EQ(CacheOf(before)->fast_lap_minimum_time(), 8 * kTicksPerSecond);
-  OpenedOuting after = Open(UniqueMemoryPath());
-  EXPECT_TRUE(CacheOf(after)->fast_lap_filter());
-  EXPECT_EQ(CacheOf(after)->fast_lap_minimum_time(), 8 * kTicksPerSecond);
 }
 
 }  // namespace

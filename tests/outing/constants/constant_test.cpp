@@ -3,14 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <string>
+#include <vector>
 
 #include "core/global_constants_cache.h"
 #include "outing/constants/constant_stream.h"
 #include "platform/async/job_engine.h"
 #include "outing/got.h"
 #include "support/data_listener.h"
+#include "support/fixtures.h"
 #include "support/settling_test.h"
+#include "velmar/text.h"
 
 namespace velmar {
 namespace {
@@ -215,18 +218,6 @@ TEST_F(ConstantStreamTest, RecordsRoundTrip) {
   EXPECT_THAT(read, ElementsAre(kMass, kAmbient));
 }
 
-TEST_F(ConstantStreamTest, TheHeaderAndTextsHaveTheirByteLayout) {
-  ASSERT_EQ(WriteConstantData(stream_.Get(), {ConstantRecord{u"A", 1.0, u"", u""}}), S_OK);
-  const std::string bytes = Bytes();
-  const std::string expected("\x0C\0\0\0\x01\0\0\0\x01\0\0\0"   // 12, 1, one record
-                             "\x04\0\0\0A\0\0\0"                 // "A": 4 bytes with the terminator
-                             "\0\0\0\0\0\0\xF0\x3F"              // 1.0
-                             "\x02\0\0\0\0\0"                    // empty text
-                             "\x02\0\0\0\0\0",                   // empty unit
-                             12 + 8 + 8 + 6 + 6);
-  EXPECT_EQ(bytes, expected);
-}
-
 TEST_F(ConstantStreamTest, AppendRaisesTheCountAndKeepsWhatWasThere) {
   ASSERT_EQ(WriteConstantData(stream_.Get(), {kMass}), S_OK);
   ASSERT_EQ(AppendConstantData(stream_.Get(), {kAmbient}), S_OK);
@@ -237,29 +228,39 @@ TEST_F(ConstantStreamTest, AppendRaisesTheCountAndKeepsWhatWasThere) {
   EXPECT_EQ(Bytes().size(), 12u) << "a rewrite cuts the stream first";
 }
 
-TEST_F(ConstantStreamTest, ASpreadsheetValueIsDroppedOnReading) {
-  ASSERT_EQ(WriteConstantData(stream_.Get(), {ConstantRecord{u"X", 0, u"", u"|b.xls|A1"}}), S_OK);
-  std::string bytes = Bytes();
-  const double stored = 77;
-  std::memcpy(bytes.data() + 12 + 8, &stored, sizeof stored);  // a value a writer should not have kept
-  Put(bytes);
-  std::vector<ConstantRecord> read;
-  ASSERT_EQ(ReadConstantData(stream_.Get(), &read), S_OK);
-  EXPECT_EQ(read.at(0).value, 0);
+std::string FromHex(const nlohmann::json& hex) {
+  std::string digits, bytes;
+  for (char c : hex.get<std::string>()) {
+    if (c != ' ') digits += c;
+  }
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  return bytes;
 }
 
-TEST_F(ConstantStreamTest, BadStreamsAreRefused) {
-  std::vector<ConstantRecord> read;
-  Put(std::string("\x0C\0\0\0\x02\0\0\0\0\0\0\0", 12));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL) << "unknown version";
-  Put(std::string("\x0C\0\0\0\x01\0\0\0\x01\0\0\0\x01\0\0\0", 16));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL) << "a text of length 1";
-  Put(std::string("\x0C\0\0\0\x01\0\0\0\x01\0\0\0\x00\x00\x20\x00", 16));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_ACCESSDENIED) << "a text longer than allowed";
-  Put(std::string("\x0C\0\0\0\x01\0\0\0\x02\0\0\0\x04\0\0\0A\0\0\0", 20));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL) << "a short stream";
-  Put(std::string("\x0C\0\0", 3));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL);
+std::vector<ConstantRecord> RecordsOf(const nlohmann::json& list) {
+  std::vector<ConstantRecord> records;
+  for (const auto& r : list) {
+    records.push_back({Utf8ToWide(r[0].get<std::string>()), r[1].get<double>(), Utf8ToWide(r[2].get<std::string>()),
+                       Utf8ToWide(r[3].get<std::string>())});
+  }
+  return records;
+}
+
+// Records and the bytes they make; bytes and what reading them answers.
+TEST_F(ConstantStreamTest, EachFixtureLayout) {
+  const auto table = testing::Fixture("outing/constant_streams.json");
+  for (const auto& c : table["writes"]) {
+    ASSERT_EQ(WriteConstantData(stream_.Get(), RecordsOf(c["records"])), S_OK);
+    EXPECT_EQ(Bytes(), FromHex(c["bytes"])) << c;
+  }
+  for (const auto& c : table["reads"]) {
+    Put(FromHex(c["bytes"]));
+    std::vector<ConstantRecord> read;
+    EXPECT_EQ(ResultName(ReadConstantData(stream_.Get(), &read)), c["result"].get<std::string>()) << c;
+    if (c.contains("records")) {
+      EXPECT_EQ(read, RecordsOf(c["records"])) << c;
+    }
+  }
 }
 
 }  // namespace

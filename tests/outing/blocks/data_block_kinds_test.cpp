@@ -115,7 +115,7 @@ TEST(CPeriodicOutingDataBlock, RefusesBadInput) {
   EXPECT_EQ(block->GetTimeAt(1, &t), E_FAIL);
 }
 
-TEST(CPeriodicOutingDataBlock, IndexesAroundATime) {
+TEST(OutingDataBlocks, IndexesAroundATimeInBothKinds) {
   auto block = PeriodicBlock(100, 10, {1, 2, 3, 4});
   EXPECT_EQ(block->FirstIndexAtOrAfter(100), 0);
   EXPECT_EQ(block->FirstIndexAtOrAfter(101), 1);
@@ -123,6 +123,11 @@ TEST(CPeriodicOutingDataBlock, IndexesAroundATime) {
   EXPECT_EQ(block->LastIndexAtOrBefore(99), -1);
   EXPECT_EQ(block->LastIndexAtOrBefore(119), 1);
   EXPECT_EQ(block->LastIndexAtOrBefore(kTimeMax), 3);
+  auto aperiodic = testing::AperiodicBlock({0, 10, 10, 25}, {1, 2, 3, 4});
+  EXPECT_EQ(aperiodic->FirstIndexAtOrAfter(10), 1);
+  EXPECT_EQ(aperiodic->LastIndexAtOrBefore(10), 2);
+  EXPECT_EQ(aperiodic->FirstIndexAtOrAfter(26), 4);
+  EXPECT_EQ(aperiodic->LastIndexAtOrBefore(-1), -1);
 }
 
 using testing::AperiodicSection;
@@ -177,14 +182,6 @@ TEST(CAperiodicOutingDataBlock, RefusesAPeriodicSection) {
   ComPtr<IKivDataBlockImplBase> any;
   EXPECT_EQ(MakeOutingDataBlock(nullptr, 0, 0, false, &any), E_INVALIDARG);
   EXPECT_EQ(MakeOutingDataBlock(AperiodicSection({1}, {1}), 0, 0, false, nullptr), E_POINTER);
-}
-
-TEST(CAperiodicOutingDataBlock, IndexesAroundATime) {
-  auto block = testing::AperiodicBlock({0, 10, 10, 25}, {1, 2, 3, 4});
-  EXPECT_EQ(block->FirstIndexAtOrAfter(10), 1);
-  EXPECT_EQ(block->LastIndexAtOrBefore(10), 2);
-  EXPECT_EQ(block->FirstIndexAtOrAfter(26), 4);
-  EXPECT_EQ(block->LastIndexAtOrBefore(-1), -1);
 }
 
 // Computes value = 2 x the sample's time, and records each call.
@@ -305,12 +302,16 @@ TEST(CPeriodicOwnedDataBlock, OffsetRebuildsThePrivateTimeArray) {
   EXPECT_EQ(Got(block, &Block::GetTimes), (std::vector<KivTime>{0, 10}));
 }
 
-TEST(CPeriodicOwnedDataBlock, RefusesBadShapes) {
+TEST(OwnedDataBlocks, RefuseBadShapesAndTimes) {
   ComPtr<CPeriodicOwnedDataBlock> block;
   EXPECT_EQ(CPeriodicOwnedDataBlock::Create(nullptr, 0, 0, 5, &block), E_INVALIDARG);
   EXPECT_EQ(CPeriodicOwnedDataBlock::Create(nullptr, 0, -1, 5, &block), E_INVALIDARG);
   EXPECT_EQ(CPeriodicOwnedDataBlock::Create(nullptr, 0, 1, 0, &block), E_INVALIDARG);
   EXPECT_EQ(CPeriodicOwnedDataBlock::Create(nullptr, 0, 1, 5, nullptr), E_POINTER);
+  ComPtr<CAPeriodicOwnedDataBlock> aperiodic;
+  EXPECT_EQ(CAPeriodicOwnedDataBlock::Create(nullptr, {}, &aperiodic), E_INVALIDARG);
+  EXPECT_EQ(CAPeriodicOwnedDataBlock::Create(nullptr, {5, 4}, &aperiodic), E_INVALIDARG);
+  EXPECT_EQ(CAPeriodicOwnedDataBlock::Create(nullptr, {kTimeMin, 4}, &aperiodic), E_INVALIDARG);
 }
 
 TEST(CAPeriodicOwnedDataBlock, OwnsItsTimesAndMovesThemWithTheOffset) {
@@ -332,13 +333,6 @@ TEST(CAPeriodicOwnedDataBlock, OwnsItsTimesAndMovesThemWithTheOffset) {
   EXPECT_EQ(block->GetSampleCount(), 1u);
   EXPECT_EQ(block->EndTime(), 50);
   EXPECT_EQ(block->Resize(2), E_INVALIDARG) << "no times for new samples";
-}
-
-TEST(CAPeriodicOwnedDataBlock, RefusesBadTimes) {
-  ComPtr<CAPeriodicOwnedDataBlock> block;
-  EXPECT_EQ(CAPeriodicOwnedDataBlock::Create(nullptr, {}, &block), E_INVALIDARG);
-  EXPECT_EQ(CAPeriodicOwnedDataBlock::Create(nullptr, {5, 4}, &block), E_INVALIDARG);
-  EXPECT_EQ(CAPeriodicOwnedDataBlock::Create(nullptr, {kTimeMin, 4}, &block), E_INVALIDARG);
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ TEST(DataBlockMath, StrictlyBetweenEitherWayNeverForNaN) {
   EXPECT_FALSE(StrictlyBetween(2, std::nan(""), 3));
 }
 
-TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePair) {
+TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePairLinearValueToo) {
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1.0, 0.25), 3) << "trunc(2.5 + 0.5)";
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1.0, 0.24), 2);
   EXPECT_EQ(CrossingTime(100, 110, 5.0, -5.0, 0.0), 105) << "falling";
@@ -38,9 +38,6 @@ TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePair) {
   EXPECT_EQ(CrossingTime(0, 10, -inf, inf, 0.0), 0) << "no number: the earlier time";
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1e-300, 1.0), 10) << "beyond the pair: its end";
   EXPECT_EQ(CrossingTime(kTimeMax - 10, kTimeMax - 1, 0.0, 1.0, 0.999999), kTimeMax - 1);
-}
-
-TEST(DataBlockMath, LinearValue) {
   EXPECT_DOUBLE_EQ(LinearValue(0, 10, 1.0, 3.0, 5), 2.0);
   EXPECT_DOUBLE_EQ(LinearValue(7, 7, 1.0, 3.0, 7), 1.0) << "one point: its value";
 }
@@ -122,12 +119,9 @@ TEST(DataBlocks, CountsFromOneAndKeepsTheIteratorAlive) {
   ASSERT_EQ(blocks->GetBlock(2, block.Put()), S_OK);
   EXPECT_EQ(Got(block, &IKivDataBlock::GetStartTime), 100);
   EXPECT_EQ(blocks->GetBlock(1, nullptr), E_POINTER);
-}
 
-TEST(DataBlocks, NoListCountsZero) {
   auto list = MakeKiv<CDataBlocks>(nullptr, nullptr);
-  EXPECT_EQ(Got(list, &IKivDataBlocks::GetCount), 0u);
-  ComPtr<IKivDataBlock> block;
+  EXPECT_EQ(Got(list, &IKivDataBlocks::GetCount), 0u) << "no list counts zero";
   EXPECT_EQ(list->GetBlock(1, block.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(list->GetCount(nullptr), E_POINTER);
 }

@@ -145,23 +145,19 @@ TEST(TempFileTest, IsMadeWithThePrefixUnderItsOwnNameAndGoesWithItsOwnerOnce) {
   EXPECT_EQ(EntriesIn(dir.path()), 0u);
 }
 
-TEST(TempFileTest, AMissingFolderMakesNoFile) {
-  TempDir dir;
-  EXPECT_FALSE(CTempFile::Create(dir / "missing", "kiv").has_value());
-}
-
 TEST(TempFileTest, FolderOfADataSetPath) {
   EXPECT_EQ(FolderOf(u"/data/run 1/outing.txt"), fs::path("/data/run 1"));
   EXPECT_EQ(FolderOf(u"outing.txt"), fs::path("."));
   EXPECT_EQ(FolderOf(u"/outing.txt"), fs::path("/"));
 }
 
-TEST(TempFileTest, CanCreateDataSetInLeavesNothingBehind) {
+TEST(TempFileTest, CanCreateDataSetInLeavesNothingBehindAndAMissingFolderMakesNoFile) {
   TempDir dir;
   EXPECT_TRUE(CanCreateDataSetIn(Utf8ToWide((dir / "new.txt").string())));
   EXPECT_EQ(EntriesIn(dir.path()), 0u);
   EXPECT_FALSE(fs::exists(dir / "new.txt")) << "only the test file was made";
   EXPECT_FALSE(CanCreateDataSetIn(Utf8ToWide((dir / "missing" / "new.txt").string())));
+  EXPECT_FALSE(CTempFile::Create(dir / "missing", "kiv").has_value());
 }
 
 }  // namespace

@@ -207,15 +207,12 @@ TEST(RawChannelTest, UnreadableColumnStaysUnreadable) {
   EXPECT_TRUE(raw->sections().empty());
 }
 
-TEST(RawChannelTest, EmptyColumnHasNoSections) {
+TEST(RawChannelTest, AnEmptyColumnHasNoSectionsAndColumnsOfTwoLengthsAreRefused) {
   std::shared_ptr<CRawChannelBase> raw;
   ASSERT_EQ(CRawChannelBase::Make({}, {}, &raw), S_OK);
   EXPECT_EQ(raw->BuildSections({}), S_OK);
   EXPECT_TRUE(raw->sections().empty());
-}
-
-TEST(RawChannelTest, MakeRefusesBadInput) {
-  std::shared_ptr<CRawChannelBase> raw;
+  raw = nullptr;
   EXPECT_EQ(CRawChannelBase::Make(std::vector<double>{1}, std::vector<double>{}, &raw), E_INVALIDARG);
   EXPECT_FALSE(raw);
   EXPECT_EQ(CRawChannelBase::Make({}, {}, nullptr), E_POINTER);

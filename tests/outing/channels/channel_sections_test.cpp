@@ -116,15 +116,11 @@ TEST(ChannelBlocksTest, OneBlockPerSectionInOrderAtTheOffset) {
   EXPECT_THAT(Continuity(*blocks), ::testing::ElementsAre(false, false, true));
 }
 
-TEST(ChannelBlocksTest, OffsetOutOfRangeIsRefused) {
+TEST(ChannelBlocksTest, AnOffsetOutOfRangeIsRefusedAndMoveBlocksIsAllOrNone) {
   std::shared_ptr<DataBlockList> blocks;
   EXPECT_EQ(BuildBlocks(ThreeSections(), kTimeMax - kSecond, BlockContinuity::kAlways, &blocks), E_INVALIDARG);
   EXPECT_FALSE(blocks);
   EXPECT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kAlways, nullptr), E_POINTER);
-}
-
-TEST(ChannelBlocksTest, MoveBlocksIsAllOrNone) {
-  std::shared_ptr<DataBlockList> blocks;
   ASSERT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kAlways, &blocks), S_OK);
   // Fits the first block, not the last.
   EXPECT_EQ(MoveBlocks(*blocks, kTimeMax - 5 * kSecond), E_INVALIDARG);

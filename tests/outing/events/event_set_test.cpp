@@ -232,14 +232,11 @@ TEST(FindEvent, EachFixtureCase) {
   }
 }
 
-TEST(FindEvent, ALongList) {
+TEST(FindEvent, ALongListAndBadArguments) {
   std::vector<KivTime> times;
   for (KivTime t = 0; t < 100000; ++t) times.push_back(t * 4);
   EXPECT_EQ(Search(times, 4 * 777 + 1, 0).index, 779);
   EXPECT_EQ(Search(times, 4 * 777 + 1, 2).index, 778);
-}
-
-TEST(FindEvent, BadArguments) {
   int32_t index = 7;
   EXPECT_EQ(FindEventIndex(1, [](size_t) { return KivTime{0}; }, 0, 3, 0, 0, &index), E_INVALIDARG);
   EXPECT_EQ(index, 0);

@@ -41,7 +41,7 @@ TEST(FastIterator, EachFixtureWalk) {
   }
 }
 
-TEST(FastIterator, NothingAttachedGivesNoData) {
+TEST(FastIterator, NothingAttachedGivesNoDataAndReattachStartsAFreshWalk) {
   CFastIterator walk;
   double v = 0;
   EXPECT_EQ(walk.GetValue(0, &v), CFastIterator::kNoMoreData);
@@ -49,11 +49,7 @@ TEST(FastIterator, NothingAttachedGivesNoData) {
   EXPECT_EQ(walk.GetValue(0, &v), CFastIterator::kNoMoreData);
   walk.Attach(nullptr);
   EXPECT_EQ(walk.GetValue(0, &v), CFastIterator::kNoMoreData);
-}
-
-TEST(FastIterator, ReattachStartsAFreshWalk) {
-  CFastIterator walk = Walk(true);
-  double v = 0;
+  walk = Walk(true);
   EXPECT_EQ(walk.GetValue(55, &v), CFastIterator::kValue);
   auto again = Iterator({PeriodicBlock(0, 1, {7, 8})});
   walk.Attach(again.Get());
@@ -82,7 +78,7 @@ ComPtr<CChannelIterator> Channel() {
   return Iterator({PeriodicBlock(0, 10, {0, 1, 2}), AperiodicBlock({45, 47}, {4, 5}, true), PeriodicBlock(90, 5, {9})});
 }
 
-TEST(SampleCursor, WalksForwardAcrossBlocks) {
+TEST(SampleCursor, WalksForwardAndBackwardAcrossBlocks) {
   SampleCursor cursor(Channel());
   ASSERT_TRUE(cursor.SeekFirst());
   std::vector<KivTime> times{cursor.time()};
@@ -96,12 +92,8 @@ TEST(SampleCursor, WalksForwardAcrossBlocks) {
   EXPECT_TRUE(cursor.valid()) << "stays on the last sample";
   EXPECT_EQ(cursor.time(), 90);
   EXPECT_EQ(cursor.blockNumber(), 3u);
-}
-
-TEST(SampleCursor, WalksBackwardAcrossBlocks) {
-  SampleCursor cursor(Channel());
   ASSERT_TRUE(cursor.SeekLast());
-  std::vector<KivTime> times{cursor.time()};
+  times = {cursor.time()};
   while (cursor.Previous()) times.push_back(cursor.time());
   EXPECT_EQ(times, (std::vector<KivTime>{90, 47, 45, 20, 10, 0}));
   EXPECT_EQ(cursor.time(), 0) << "stays on the first sample";

@@ -141,11 +141,6 @@ TEST_F(EmptyOutingTest, RepeatedRequestsForOnePathShareOneCache) {
   second = nullptr;
 }
 
-TEST(OpenEmptyOutingTest, ANullOutIsRefused) {
-  EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
-  EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);
-}
-
 using ::testing::ElementsAre;
 
 class OutingImplTest : public ::testing::Test {
@@ -238,19 +233,18 @@ TEST_F(OutingImplTest, OlderGenerationsHearTheirOwnNotificationsFirst) {
   newSink->Disconnect(outing_.Get());
 }
 
-TEST_F(OutingImplTest, WithoutABindingGetSelectionBindingGivesSFalse) {
+TEST_F(OutingImplTest, WithoutABindingGetSelectionBindingGivesSFalseAndOutPointersAreChecked) {
   IKivUnknown* binding = reinterpret_cast<IKivUnknown*>(0x1);
   EXPECT_EQ(client_->GetSelectionBinding(&binding), S_FALSE);
   EXPECT_EQ(binding, nullptr);
   EXPECT_EQ(client_->GetSelectionBinding(nullptr), E_POINTER);
-}
-
-TEST_F(OutingImplTest, OuterOperationsCheckTheirOutPointers) {
   EXPECT_EQ(outing_->GetCaption(nullptr), E_POINTER);
   EXPECT_EQ(outing_->GetOutingInformation(nullptr), E_POINTER);
   auto four = outing_.As<IKivOuting4>();
   EXPECT_EQ(four->GetOutingId(nullptr), E_POINTER);
   EXPECT_EQ(four->GetStatusChannelDefinitions(nullptr), E_POINTER);
+  EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
+  EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);
 }
 
 }  // namespace

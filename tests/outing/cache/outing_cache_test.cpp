@@ -191,7 +191,7 @@ TEST(OutingCacheLinkTest, AttachesAtOnceAndDetachesOnce) {
   EXPECT_EQ(cache->client_count(), 0u);
 }
 
-TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothing) {
+TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothingAFailedCacheIsOutOfMemory) {
   bool made = false;
   auto make = [&] {
     made = true;
@@ -199,9 +199,6 @@ TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothing) {
   };
   EXPECT_EQ(OpenOutingOnCache<CMemoryOuting>(u"/refused", false, make, nullptr), E_POINTER);
   EXPECT_FALSE(made);
-}
-
-TEST(OpenOutingOnCacheTest, AFailedCacheIsOutOfMemory) {
   ComPtr<CMemoryOuting> outing;
   EXPECT_EQ(OpenOutingOnCache<CMemoryOuting>(u"/failed", false, [] { return ComPtr<CMemoryOutingCache>(); },
                                              &outing),

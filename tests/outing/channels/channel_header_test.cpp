@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "outing/channels/channel_scaling.h"
@@ -32,15 +33,10 @@ TEST(ChannelHeaderTest, SplitOfEachFixtureCase) {
 TEST(ChannelHeaderTest, UnitTextIsLookedUpInTheTable) {
   ComPtr<IKivUnitTable> table;
   ASSERT_EQ(CreateUnitsComponent(&table), S_OK);
-  const HeaderUnit speed = LookUpHeaderUnit(u"km/h", table.Get());
-  EXPECT_TRUE(speed.known);
-  EXPECT_EQ(speed.unit, (ChannelUnit{kQuantitySpeed, 1}));
-  EXPECT_TRUE(speed.userType.empty());
-
-  const HeaderUnit odd = LookUpHeaderUnit(u"furlong/fortnight", table.Get());
-  EXPECT_FALSE(odd.known);
-  EXPECT_EQ(odd.unit, ChannelUnit{});
-  EXPECT_EQ(odd.userType, u"furlong/fortnight");
+  const auto tied = [](const HeaderUnit& u) { return std::tuple(u.unit, u.known, u.userType); };
+  EXPECT_EQ(tied(LookUpHeaderUnit(u"km/h", table.Get())), std::tuple(ChannelUnit{kQuantitySpeed, 1}, true, u""));
+  EXPECT_EQ(tied(LookUpHeaderUnit(u"furlong/fortnight", table.Get())),
+            std::tuple(ChannelUnit{}, false, u"furlong/fortnight"));
 
   EXPECT_FALSE(LookUpHeaderUnit(u"", table.Get()).known);
   EXPECT_EQ(LookUpHeaderUnit(u"km/h", nullptr).userType, u"km/h") << "no table knows nothing";

@@ -182,11 +182,8 @@ TEST_F(OutingFactoryTest, ANullPathIsANullElementAndOnlyTheLastElementDecidesThe
   EXPECT_EQ(factory_->CreateEx(KIV_FALSE, KIV_FALSE, kTextOutingTypeId.ToWide(), &nullFirst, &outings), S_OK);
   EXPECT_FALSE(outings[0]);
   EXPECT_TRUE(outings[1]);
-}
-
-TEST_F(OutingFactoryTest, NoPathsGiveSFalseAndNoOutings) {
-  OutingList outings(3);
-  EXPECT_EQ(CreateEx(false, kTextOutingTypeId, {}, &outings), S_FALSE);
+  outings.resize(3);
+  EXPECT_EQ(CreateEx(false, kTextOutingTypeId, {}, &outings), S_FALSE) << "no paths";
   EXPECT_THAT(outings, IsEmpty());
 }
 

@@ -64,13 +64,17 @@ TEST_F(CreateOutingStateMachineTest, ASuccessfulCreationIsToldOnTheClientThread)
   EXPECT_TRUE(std::filesystem::exists(dir_ / "new.mem"));
 }
 
-TEST_F(CreateOutingStateMachineTest, AFailedCreationGoesIdleAndSaysSo) {
+TEST_F(CreateOutingStateMachineTest, AFailedCreationGoesIdleAndSaysSoARefusedOneAnswersFalse) {
   MemoryDisk::FailCreate(path_);
   ASSERT_TRUE(machine_->Create(path_));
   ASSERT_TRUE(Settle());
   EXPECT_THAT(callback_.created, ElementsAre(false));
   EXPECT_EQ(machine_->state(), State::kIdle);
   EXPECT_EQ(machine_->job(), nullptr);
+  CreateCallback callback;
+  auto refused = MakeClient<Machine>(&callback, [] { return AsyncThread{nullptr}; });
+  EXPECT_FALSE(refused->Create(path_)) << "a thread that refuses work";
+  EXPECT_EQ(refused->state(), State::kIdle);
 }
 
 TEST_F(CreateOutingStateMachineTest, OneCreationPerMachine) {
@@ -100,13 +104,6 @@ TEST_F(CreateOutingStateMachineTest, AfterTheLastClientNobodyHears) {
   machine_.Reset();
   ASSERT_TRUE(Settle());
   EXPECT_THAT(callback_.created, IsEmpty());
-}
-
-TEST_F(CreateOutingStateMachineTest, AThreadThatRefusesWorkAnswersFalse) {
-  CreateCallback callback;
-  auto machine = MakeClient<Machine>(&callback, [] { return AsyncThread{nullptr}; });
-  EXPECT_FALSE(machine->Create(path_));
-  EXPECT_EQ(machine->state(), State::kIdle);
 }
 
 namespace fs = std::filesystem;

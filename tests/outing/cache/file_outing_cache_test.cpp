@@ -336,15 +336,6 @@ TEST_F(FileOutingCacheTest, OnCreatedWithTwoClientsReachesOnlyTheLastAttached) {
   listeners_.clear();
 }
 
-TEST_F(FileOutingCacheTest, CreateDataSetInAFolderThatCannotBeWrittenAnswersFalseAtOnce) {
-  TempDir dir;
-  const std::u16string path = Utf8ToWide((dir / "missing" / "new.mem").string());
-  ComPtr<CMemoryOuting> outing;
-  ASSERT_EQ(OpenMemoryOuting(path, &outing), S_OK);
-  EXPECT_FALSE(outing->cache()->CreateDataSet());
-  EXPECT_EQ(outing->cache()->create_machine().state(), State::kIdle);
-}
-
 TEST_F(FileOutingCacheTest, AnOffsetBelongsToTheOutingObjectNotTheFile) {
   PutData(S_OK);
   a_ = Open();

@@ -165,7 +165,7 @@ TEST(CAperiodicOutingDataBlock, OffsetMakesAPrivateArrayAndZeroTakesTheSharedOne
   EXPECT_EQ(section->Times().view()[1], 10) << "the shared array never moved";
 }
 
-TEST(CAperiodicOutingDataBlock, IntervalIsZeroAndUnexpected) {
+TEST(CAperiodicOutingDataBlock, IntervalIsZeroAndUnexpectedAndAPeriodicSectionIsRefused) {
   auto block = testing::AperiodicBlock({0, 10}, {1, 2});
   KivTime interval = 5;
   EXPECT_EQ(block->GetInterval(&interval), E_UNEXPECTED);
@@ -173,11 +173,8 @@ TEST(CAperiodicOutingDataBlock, IntervalIsZeroAndUnexpected) {
   EXPECT_EQ(Got(block, &Block::GetPeriodic), KIV_FALSE);
   EXPECT_EQ(&block->GetIntervalReference(), &testing::AperiodicBlock({1}, {1})->GetIntervalReference())
       << "one static zero";
-}
-
-TEST(CAperiodicOutingDataBlock, RefusesAPeriodicSection) {
-  ComPtr<CAperiodicOutingDataBlock> block;
-  EXPECT_EQ(CAperiodicOutingDataBlock::Create(testing::PeriodicSection(0, 1, {1, 2}), 0, 0, false, &block),
+  ComPtr<CAperiodicOutingDataBlock> made;
+  EXPECT_EQ(CAperiodicOutingDataBlock::Create(testing::PeriodicSection(0, 1, {1, 2}), 0, 0, false, &made),
             E_INVALIDARG);
   ComPtr<IKivDataBlockImplBase> any;
   EXPECT_EQ(MakeOutingDataBlock(nullptr, 0, 0, false, &any), E_INVALIDARG);

@@ -22,15 +22,12 @@ namespace {
 using testing::Got;
 using Block = IKivDataBlock;
 
-TEST(DataBlockMath, StrictlyBetweenEitherWayNeverForNaN) {
+TEST(DataBlockMath, StrictlyBetweenCrossingTimeAndLinearValue) {
   EXPECT_TRUE(StrictlyBetween(2, 1, 3));
   EXPECT_TRUE(StrictlyBetween(2, 3, 1));
   EXPECT_FALSE(StrictlyBetween(1, 1, 3));
   EXPECT_FALSE(StrictlyBetween(std::nan(""), 1, 3));
   EXPECT_FALSE(StrictlyBetween(2, std::nan(""), 3));
-}
-
-TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePairLinearValueToo) {
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1.0, 0.25), 3) << "trunc(2.5 + 0.5)";
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1.0, 0.24), 2);
   EXPECT_EQ(CrossingTime(100, 110, 5.0, -5.0, 0.0), 105) << "falling";

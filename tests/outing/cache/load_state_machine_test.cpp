@@ -137,7 +137,7 @@ TEST_F(LoadStateMachineTest, ReleasingAHoldWithoutAStopChangesNothing) {
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
 }
 
-TEST_F(LoadStateMachineTest, StartWhileHeldAnswersByState) {
+TEST_F(LoadStateMachineTest, StartWhileHeldAnswersByStateAnEmptyPathNeverLoads) {
   PutData(S_OK);
   machine_->SetHold();
   EXPECT_EQ(machine_->Start(), E_FAIL) << "held and idle";
@@ -150,9 +150,6 @@ TEST_F(LoadStateMachineTest, StartWhileHeldAnswersByState) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(machine_->Start(), S_OK) << "held and loaded";
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
-}
-
-TEST_F(LoadStateMachineTest, AnEmptyPathNeverLoads) {
   LoadCallback callback;
   auto machine = MakeClient<Machine>(&callback, u"", &MemorySource::Thread);
   EXPECT_EQ(machine->Start(), E_FAIL);

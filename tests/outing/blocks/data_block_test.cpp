@@ -162,7 +162,7 @@ TEST(DataSection, PeriodicKnowsItsLastTimeAndBuildsTimesOnce) {
   EXPECT_EQ(s->Times().data(), times.data()) << "made once, then shared";
 }
 
-TEST(DataSection, PeriodicRefusesBadIntervalsAndRanges) {
+TEST(DataSection, PeriodicRefusesBadIntervalsAndRangesAperiodicChecksItsTimes) {
   std::shared_ptr<const DataSection> s;
   EXPECT_EQ(DataSection::MakePeriodic(Values(3), 0, 0, &s), E_INVALIDARG) << "zero interval";
   EXPECT_EQ(DataSection::MakePeriodic(Values(3), 0, -5, &s), E_INVALIDARG) << "negative interval";
@@ -172,10 +172,6 @@ TEST(DataSection, PeriodicRefusesBadIntervalsAndRanges) {
   EXPECT_EQ(DataSection::MakePeriodic(Values(1), kTimeMin, 5, &s), E_INVALIDARG) << "unbounded start";
   EXPECT_EQ(DataSection::MakePeriodic(Values(1), 0, 5, nullptr), E_POINTER);
   EXPECT_FALSE(s);
-}
-
-TEST(DataSection, AperiodicChecksItsTimes) {
-  std::shared_ptr<const DataSection> s;
   EXPECT_EQ(DataSection::MakeAperiodic(Values(3), Times({1, 2}), &s), E_INVALIDARG) << "length";
   EXPECT_EQ(DataSection::MakeAperiodic(Values(3), Times({1, 3, 2}), &s), E_INVALIDARG) << "decreasing";
   EXPECT_EQ(DataSection::MakeAperiodic(Values(2), Times({kTimeMin, 2}), &s), E_INVALIDARG);

@@ -81,15 +81,12 @@ TEST(DataBlockBase, OffsetMovesStartAndEndAndMustFit) {
   EXPECT_FALSE(OffsetFits(-100, 120, kTimeMin + 50));
 }
 
-TEST(DataBlockBase, BooleansAreAllOnesOrZero) {
+TEST(DataBlockBase, BooleansAreAllOnesOrZeroAndCopiesAreTheCallersOwn) {
   auto block = testing::AperiodicBlock({1, 2}, {1, 2}, true);
   EXPECT_EQ(Got(block, &Block::GetContinuous), -1);
   EXPECT_EQ(Got(block, &Block::GetPeriodic), 0);
   EXPECT_EQ(block->GetContinuous(nullptr), E_POINTER);
-}
-
-TEST(DataBlockBase, CopiesAreTheCallersOwn) {
-  auto block = testing::PeriodicBlock(0, 5, {4, 5});
+  block = testing::PeriodicBlock(0, 5, {4, 5});
   const std::vector<double> values = Got(block, &Block::GetValues);
   EXPECT_NE(values.data(), Got(block, &Block::GetValuesReference).data());
   EXPECT_EQ(Got(block, &Block::GetTimes), (std::vector<KivTime>{0, 5}));

@@ -229,7 +229,9 @@ std::string FromHex(const nlohmann::json& hex) {
   for (char c : hex.get<std::string>()) {
     if (c != ' ') digits += c;
   }
-  for (size_t i = 0; i + 1 < digits.size(); i += 2) bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  }
   return bytes;
 }
 

@@ -242,7 +242,7 @@ TEST_F(ChannelDataCacheTest, NotThereYetThenTheSectionsOnceDone) {
   EXPECT_EQ(script_.runs(), 1);
 }
 
-TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestarts) {
+TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestartsADroppedJobIsRequeued) {
   script_.Answer({E_ACCESSDENIED});
   EXPECT_EQ(Get(a_.Get()), S_FALSE);
   ASSERT_TRUE(Settle());
@@ -253,14 +253,14 @@ TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestarts) {
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre("a:failed", "a:ok", "b:ok")) << "both still wait on the restarted fetch";
   EXPECT_EQ(script_.runs(), 2);
-}
-
-TEST_F(ChannelDataCacheTest, DroppedJobsAreRequeuedSilently) {
+  // A dropped job is queued again without a word.
   script_.Answer({E_JOB_DROPPED, S_OK});
+  cache_->DropAll();
+  log_.clear();
   EXPECT_EQ(Get(a_.Get()), S_FALSE);
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(log_, ElementsAre("a:ok"));
-  EXPECT_EQ(cache_->machine(kBrake)->fetches(), 2);
+  EXPECT_THAT(log_, ElementsAre("a:ok", "b:ok")) << "both still wait; the dropped job is told to nobody";
+  EXPECT_EQ(script_.runs(), 4);
 }
 
 TEST_F(ChannelDataCacheTest, ClientLeavingDuringTheWalkIsNotCalled) {

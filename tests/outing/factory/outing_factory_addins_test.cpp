@@ -84,12 +84,6 @@ TEST_F(OutingFactoryAddInsTest, SetAddInOrderGivesTheOrderBeforeTheListIsMade) {
   EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL) << "the list is made";
 }
 
-TEST_F(OutingFactoryAddInsTest, SetAddInOrderAfterAWalkOfTheAddInsFails) {
-  (void)Got(factory_, &COutingFactory::GetTypes);
-  const Variant order = MakeTextArray({kAddInA.ToWide()});
-  EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL);
-}
-
 TEST_F(OutingFactoryAddInsTest, ABadOrderIsRefusedAndKeepsNothing) {
   EXPECT_EQ(factory_->SetAddInOrder(nullptr), E_POINTER);
   const Variant badText = MakeTextArray({kAddInA.ToWide(), u"{not-a-class}"});
@@ -106,7 +100,7 @@ TEST_F(OutingFactoryAddInsTest, ABadOrderIsRefusedAndKeepsNothing) {
 
 // --- Types ------------------------------------------------------------------------
 
-TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnce) {
+TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnceAndFixesTheOrder) {
   AddIn(kAddInB, kMadeByB)->typesResult = E_FAIL;
   auto a = AddIn(kAddInA, kMadeByA);
   a->types = {{u"lap", u"Lap Timer Dataset", kLapTimerType.ToWide()}};
@@ -121,6 +115,8 @@ TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnce) {
   EXPECT_THAT(a->log, ElementsAre("GetTypes")) << "the array is built once";
   EXPECT_THAT(self->log, IsEmpty()) << "the factory's own class is passed over";
   EXPECT_EQ(factory_->GetTypes(nullptr), E_POINTER);
+  const Variant order = MakeTextArray({kAddInA.ToWide()});
+  EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL) << "the walk made the list";
 }
 
 TEST_F(OutingFactoryAddInsTest, AnAddInThatCannotBeMadeIsPassedOver) {

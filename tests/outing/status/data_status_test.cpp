@@ -322,7 +322,7 @@ TEST_F(DataItemTest, ComputedItemFollowsItsInputUnknownPendingAvailableNotAvaila
   EXPECT_THAT(log_, ElementsAre("changed:0:100", "changed:0:200", "changed:50:60"));
 }
 
-TEST_F(DataItemTest, OptionalInputThatIsNotAvailableDoesNotBlockTheItem) {
+TEST_F(DataItemTest, OptionalInputNotAvailableDoesNotBlockTheItemAnInputWithoutDataDoes) {
   source_->ready = false;
   ASSERT_EQ(item_->AddInput(u"s", source_->PrimaryUnknown(), /*optional=*/true), S_OK);
   EXPECT_EQ(StatusOf(item_.Get()), 1u);
@@ -332,9 +332,6 @@ TEST_F(DataItemTest, OptionalInputThatIsNotAvailableDoesNotBlockTheItem) {
   EXPECT_TRUE(item_->RemoveInput(u"s"));
   EXPECT_FALSE(item_->RemoveInput(u"s"));
   EXPECT_EQ(StatusOf(item_.Get()), 1u);
-}
-
-TEST_F(DataItemTest, InputWithoutDataInterfaceMakesTheItemNotAvailable) {
   auto notData = MakeKiv<CDataBlocks>(nullptr, nullptr);
   ASSERT_EQ(item_->AddInput(u"x", notData.Get(), true), S_OK);
   EXPECT_EQ(StatusOf(item_.Get()), 2u);

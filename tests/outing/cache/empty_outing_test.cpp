@@ -184,9 +184,10 @@ TEST_F(OutingImplTest, StateChangesBecomeTheOutingsNotifications) {
   client_->OnTransactionStatus(u"Writing channels");
   client_->OnTransactionEnd();
   client_->OnWriterMessage(1, u"No data found for channel Gear");
-  EXPECT_THAT(heard.log, ElementsAre("InformationChanged", "InformationChanged", "Created:-1", "Created:0", "LapMarkersReset",
-                                     "LapMarkersChanged:10,20", "LapMarkersShifted:30,40", "TransactionStarted",
-                                     "TransactionProgress:3/10", "TransactionMessage:Writing channels",
+  EXPECT_THAT(heard.log, ElementsAre("InformationChanged", "InformationChanged", "Created:-1", "Created:0",
+                                     "LapMarkersReset", "LapMarkersChanged:10,20", "LapMarkersShifted:30,40",
+                                     "TransactionStarted", "TransactionProgress:3/10",
+                                     "TransactionMessage:Writing channels",
                                      "TransactionFinished", "WriterMessage:1:No data found for channel Gear"));
   for (size_t i : {0u, 1u, 2u, 5u, 6u}) EXPECT_EQ(heard.sources[i], Identity()) << "the outing is the first argument";
 }

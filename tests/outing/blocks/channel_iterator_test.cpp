@@ -8,6 +8,7 @@
 
 #include "outing/blocks/channel_iterator_search.h"
 #include "outing/data_block_test_util.h"
+#include "outing/got.h"
 #include "support/fixtures.h"
 
 namespace velmar {
@@ -150,10 +151,8 @@ TEST(ChannelIterator, LastSampleEndTimeAndLastValue) {
   ASSERT_EQ(it->GetLastSample(&t, &v), S_OK);
   EXPECT_EQ(t, 120);
   EXPECT_EQ(v, 12.0);
-  ASSERT_EQ(it->GetEndTime(&t), S_OK);
-  EXPECT_EQ(t, 120);
-  ASSERT_EQ(it->GetLastValue(&v), S_OK);
-  EXPECT_EQ(v, 12.0);
+  EXPECT_EQ(testing::Got(it, &CChannelIterator::GetEndTime), 120);
+  EXPECT_EQ(testing::Got(it, &CChannelIterator::GetLastValue), 12.0);
   EXPECT_EQ(it->GetLastSample(nullptr, &v), E_POINTER);
 }
 

@@ -13,20 +13,21 @@
 #include "outing/blocks/data_block_section.h"
 #include "outing/blocks/data_blocks.h"
 #include "outing/data_block_test_util.h"
+#include "outing/got.h"
 #include "velmar/types.h"
 
 namespace velmar {
 namespace {
 
-TEST(DataBlockMath, StrictlyBetweenEitherWayNeverForNaN) {
+using testing::Got;
+using Block = IKivDataBlock;
+
+TEST(DataBlockMath, StrictlyBetweenCrossingTimeAndLinearValue) {
   EXPECT_TRUE(StrictlyBetween(2, 1, 3));
   EXPECT_TRUE(StrictlyBetween(2, 3, 1));
   EXPECT_FALSE(StrictlyBetween(1, 1, 3));
   EXPECT_FALSE(StrictlyBetween(std::nan(""), 1, 3));
   EXPECT_FALSE(StrictlyBetween(2, std::nan(""), 3));
-}
-
-TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePair) {
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1.0, 0.25), 3) << "trunc(2.5 + 0.5)";
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1.0, 0.24), 2);
   EXPECT_EQ(CrossingTime(100, 110, 5.0, -5.0, 0.0), 105) << "falling";
@@ -34,9 +35,6 @@ TEST(DataBlockMath, CrossingTimeRoundsAndStaysInsideThePair) {
   EXPECT_EQ(CrossingTime(0, 10, -inf, inf, 0.0), 0) << "no number: the earlier time";
   EXPECT_EQ(CrossingTime(0, 10, 0.0, 1e-300, 1.0), 10) << "beyond the pair: its end";
   EXPECT_EQ(CrossingTime(kTimeMax - 10, kTimeMax - 1, 0.0, 1.0, 0.999999), kTimeMax - 1);
-}
-
-TEST(DataBlockMath, LinearValue) {
   EXPECT_DOUBLE_EQ(LinearValue(0, 10, 1.0, 3.0, 5), 2.0);
   EXPECT_DOUBLE_EQ(LinearValue(7, 7, 1.0, 3.0, 7), 1.0) << "one point: its value";
 }
@@ -73,12 +71,8 @@ TEST(DataBlockValues, EachFixtureCase) {
 TEST(DataBlockBase, OffsetMovesStartAndEndAndMustFit) {
   auto block = testing::PeriodicBlock(100, 10, {1, 2, 3});
   EXPECT_EQ(block->SetTimeOffset(50), S_OK);
-  KivTime start = 0;
-  KivTime end = 0;
-  ASSERT_EQ(block->GetStartTime(&start), S_OK);
-  ASSERT_EQ(block->GetEndTime(&end), S_OK);
-  EXPECT_EQ(start, 150);
-  EXPECT_EQ(end, 170);
+  EXPECT_EQ(Got(block, &Block::GetStartTime), 150);
+  EXPECT_EQ(Got(block, &Block::GetEndTime), 170);
   EXPECT_EQ(block->firstTime(), 100) << "stored times keep no offset";
   EXPECT_EQ(block->SetTimeOffset(kTimeMax - 110), E_INVALIDARG);
   EXPECT_EQ(block->timeOffset(), 50);
@@ -87,26 +81,15 @@ TEST(DataBlockBase, OffsetMovesStartAndEndAndMustFit) {
   EXPECT_FALSE(OffsetFits(-100, 120, kTimeMin + 50));
 }
 
-TEST(DataBlockBase, BooleansAreAllOnesOrZero) {
+TEST(DataBlockBase, BooleansAreAllOnesOrZeroAndCopiesAreTheCallersOwn) {
   auto block = testing::AperiodicBlock({1, 2}, {1, 2}, true);
-  KivBool b = 5;
-  ASSERT_EQ(block->GetContinuous(&b), S_OK);
-  EXPECT_EQ(b, -1);
-  ASSERT_EQ(block->GetPeriodic(&b), S_OK);
-  EXPECT_EQ(b, 0);
+  EXPECT_EQ(Got(block, &Block::GetContinuous), -1);
+  EXPECT_EQ(Got(block, &Block::GetPeriodic), 0);
   EXPECT_EQ(block->GetContinuous(nullptr), E_POINTER);
-}
-
-TEST(DataBlockBase, CopiesAreTheCallersOwn) {
-  auto block = testing::PeriodicBlock(0, 5, {4, 5});
-  std::vector<KivTime> times;
-  std::vector<double> values;
-  ASSERT_EQ(block->GetTimes(&times), S_OK);
-  ASSERT_EQ(block->GetValues(&values), S_OK);
-  std::span<const double> ref;
-  ASSERT_EQ(block->GetValuesReference(&ref), S_OK);
-  EXPECT_NE(values.data(), ref.data());
-  EXPECT_EQ(times, (std::vector<KivTime>{0, 5}));
+  block = testing::PeriodicBlock(0, 5, {4, 5});
+  const std::vector<double> values = Got(block, &Block::GetValues);
+  EXPECT_NE(values.data(), Got(block, &Block::GetValuesReference).data());
+  EXPECT_EQ(Got(block, &Block::GetTimes), (std::vector<KivTime>{0, 5}));
   EXPECT_EQ(values, (std::vector<double>{4, 5}));
   KivTime t = 0;
   double v = 0;
@@ -122,26 +105,17 @@ TEST(DataBlocks, CountsFromOneAndKeepsTheIteratorAlive) {
     auto it = testing::Iterator({testing::PeriodicBlock(0, 10, {1, 2}), testing::PeriodicBlock(100, 10, {3})});
     ASSERT_EQ(it->GetDataBlocks(blocks.Put()), S_OK);
   }
-  uint32_t count = 0;
-  ASSERT_EQ(blocks->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(Got(blocks, &IKivDataBlocks::GetCount), 2u);
   ComPtr<IKivDataBlock> block;
   EXPECT_EQ(blocks->GetBlock(0, block.Put()), DISP_E_BADINDEX);
   EXPECT_FALSE(block);
   EXPECT_EQ(blocks->GetBlock(3, block.Put()), DISP_E_BADINDEX);
   ASSERT_EQ(blocks->GetBlock(2, block.Put()), S_OK);
-  KivTime start = 0;
-  ASSERT_EQ(block->GetStartTime(&start), S_OK);
-  EXPECT_EQ(start, 100);
+  EXPECT_EQ(Got(block, &IKivDataBlock::GetStartTime), 100);
   EXPECT_EQ(blocks->GetBlock(1, nullptr), E_POINTER);
-}
 
-TEST(DataBlocks, NoListCountsZero) {
   auto list = MakeKiv<CDataBlocks>(nullptr, nullptr);
-  uint32_t count = 9;
-  ASSERT_EQ(list->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0u);
-  ComPtr<IKivDataBlock> block;
+  EXPECT_EQ(Got(list, &IKivDataBlocks::GetCount), 0u) << "no list counts zero";
   EXPECT_EQ(list->GetBlock(1, block.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(list->GetCount(nullptr), E_POINTER);
 }
@@ -185,7 +159,7 @@ TEST(DataSection, PeriodicKnowsItsLastTimeAndBuildsTimesOnce) {
   EXPECT_EQ(s->Times().data(), times.data()) << "made once, then shared";
 }
 
-TEST(DataSection, PeriodicRefusesBadIntervalsAndRanges) {
+TEST(DataSection, PeriodicRefusesBadIntervalsAndRangesAperiodicChecksItsTimes) {
   std::shared_ptr<const DataSection> s;
   EXPECT_EQ(DataSection::MakePeriodic(Values(3), 0, 0, &s), E_INVALIDARG) << "zero interval";
   EXPECT_EQ(DataSection::MakePeriodic(Values(3), 0, -5, &s), E_INVALIDARG) << "negative interval";
@@ -195,10 +169,6 @@ TEST(DataSection, PeriodicRefusesBadIntervalsAndRanges) {
   EXPECT_EQ(DataSection::MakePeriodic(Values(1), kTimeMin, 5, &s), E_INVALIDARG) << "unbounded start";
   EXPECT_EQ(DataSection::MakePeriodic(Values(1), 0, 5, nullptr), E_POINTER);
   EXPECT_FALSE(s);
-}
-
-TEST(DataSection, AperiodicChecksItsTimes) {
-  std::shared_ptr<const DataSection> s;
   EXPECT_EQ(DataSection::MakeAperiodic(Values(3), Times({1, 2}), &s), E_INVALIDARG) << "length";
   EXPECT_EQ(DataSection::MakeAperiodic(Values(3), Times({1, 3, 2}), &s), E_INVALIDARG) << "decreasing";
   EXPECT_EQ(DataSection::MakeAperiodic(Values(2), Times({kTimeMin, 2}), &s), E_INVALIDARG);

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <string>
 #include <vector>
 
 #include "outing/blocks/sample_cursor.h"
 #include "outing/data_block_test_util.h"
+#include "support/fixtures.h"
 
 namespace velmar {
 namespace {
@@ -22,48 +25,23 @@ CFastIterator Walk(bool continuous) {
   return walk;
 }
 
-TEST(FastIterator, BeforeTheFirstSampleThenValuesThenNoMoreData) {
-  CFastIterator walk = Walk(true);
-  double v = -1;
-  EXPECT_EQ(walk.GetValue(5, &v), CFastIterator::kBeforeFirst);
-  EXPECT_EQ(walk.GetValue(10, &v), CFastIterator::kValue);
-  EXPECT_EQ(v, 1.0);
-  EXPECT_EQ(walk.GetValue(15, &v), CFastIterator::kValue);
-  EXPECT_DOUBLE_EQ(v, 1.5);
-  EXPECT_EQ(walk.GetValue(30, &v), CFastIterator::kValue);
-  EXPECT_EQ(v, 3.0);
-  EXPECT_EQ(walk.GetValue(55, &v), CFastIterator::kValue);
-  EXPECT_EQ(v, 6.0);
-  EXPECT_EQ(walk.GetValue(56, &v), CFastIterator::kNoMoreData);
-  EXPECT_EQ(walk.GetValue(57, &v), CFastIterator::kNoMoreData) << "the walk stays at its end";
+TEST(FastIterator, EachFixtureWalk) {
+  const std::map<std::string, CFastIterator::Result> results{{"before first", CFastIterator::kBeforeFirst},
+                                                             {"value", CFastIterator::kValue},
+                                                             {"no more data", CFastIterator::kNoMoreData}};
+  for (const auto table = testing::Fixture("outing/fast_walks.json"); const auto& w : table["walks"]) {
+    CFastIterator walk = Walk(w["continuous"].get<bool>());
+    for (const auto& step : w["steps"]) {
+      double v = -1;
+      EXPECT_EQ(walk.GetValue(testing::FixtureTime(step[0]), &v), results.at(step[1].get<std::string>())) << w << step;
+      if (step.size() > 2) {
+        EXPECT_DOUBLE_EQ(v, step[2].get<double>()) << w << step;
+      }
+    }
+  }
 }
 
-TEST(FastIterator, InterpolatesAcrossAContinuousBoundaryOnly) {
-  CFastIterator joined = Walk(true);
-  double v = -1;
-  EXPECT_EQ(joined.GetValue(40, &v), CFastIterator::kValue);
-  EXPECT_DOUBLE_EQ(v, 4.0) << "between (30, 3) and (50, 5)";
-
-  CFastIterator broken = Walk(false);
-  EXPECT_EQ(broken.GetValue(30, &v), CFastIterator::kValue);
-  EXPECT_EQ(broken.GetValue(40, &v), CFastIterator::kBeforeFirst) << "no line across a break";
-  EXPECT_EQ(broken.GetValue(52, &v), CFastIterator::kValue);
-  EXPECT_DOUBLE_EQ(v, 5.4);
-}
-
-TEST(FastIterator, FirstCallMayStartInsideTheData) {
-  CFastIterator walk = Walk(true);
-  double v = -1;
-  EXPECT_EQ(walk.GetValue(52, &v), CFastIterator::kValue);
-  EXPECT_DOUBLE_EQ(v, 5.4);
-  CFastIterator onSample = Walk(true);
-  EXPECT_EQ(onSample.GetValue(20, &v), CFastIterator::kValue);
-  EXPECT_EQ(v, 2.0);
-  CFastIterator late = Walk(true);
-  EXPECT_EQ(late.GetValue(kTimeMax, &v), CFastIterator::kNoMoreData);
-}
-
-TEST(FastIterator, NothingAttachedGivesNoData) {
+TEST(FastIterator, NothingAttachedGivesNoDataAndReattachStartsAFreshWalk) {
   CFastIterator walk;
   double v = 0;
   EXPECT_EQ(walk.GetValue(0, &v), CFastIterator::kNoMoreData);
@@ -71,11 +49,7 @@ TEST(FastIterator, NothingAttachedGivesNoData) {
   EXPECT_EQ(walk.GetValue(0, &v), CFastIterator::kNoMoreData);
   walk.Attach(nullptr);
   EXPECT_EQ(walk.GetValue(0, &v), CFastIterator::kNoMoreData);
-}
-
-TEST(FastIterator, ReattachStartsAFreshWalk) {
-  CFastIterator walk = Walk(true);
-  double v = 0;
+  walk = Walk(true);
   EXPECT_EQ(walk.GetValue(55, &v), CFastIterator::kValue);
   auto again = Iterator({PeriodicBlock(0, 1, {7, 8})});
   walk.Attach(again.Get());
@@ -104,7 +78,7 @@ ComPtr<CChannelIterator> Channel() {
   return Iterator({PeriodicBlock(0, 10, {0, 1, 2}), AperiodicBlock({45, 47}, {4, 5}, true), PeriodicBlock(90, 5, {9})});
 }
 
-TEST(SampleCursor, WalksForwardAcrossBlocks) {
+TEST(SampleCursor, WalksForwardAndBackwardAcrossBlocks) {
   SampleCursor cursor(Channel());
   ASSERT_TRUE(cursor.SeekFirst());
   std::vector<KivTime> times{cursor.time()};
@@ -118,12 +92,8 @@ TEST(SampleCursor, WalksForwardAcrossBlocks) {
   EXPECT_TRUE(cursor.valid()) << "stays on the last sample";
   EXPECT_EQ(cursor.time(), 90);
   EXPECT_EQ(cursor.blockNumber(), 3u);
-}
-
-TEST(SampleCursor, WalksBackwardAcrossBlocks) {
-  SampleCursor cursor(Channel());
   ASSERT_TRUE(cursor.SeekLast());
-  std::vector<KivTime> times{cursor.time()};
+  times = {cursor.time()};
   while (cursor.Previous()) times.push_back(cursor.time());
   EXPECT_EQ(times, (std::vector<KivTime>{90, 47, 45, 20, 10, 0}));
   EXPECT_EQ(cursor.time(), 0) << "stays on the first sample";

@@ -64,13 +64,17 @@ TEST_F(CreateOutingStateMachineTest, ASuccessfulCreationIsToldOnTheClientThread)
   EXPECT_TRUE(std::filesystem::exists(dir_ / "new.mem"));
 }
 
-TEST_F(CreateOutingStateMachineTest, AFailedCreationGoesIdleAndSaysSo) {
+TEST_F(CreateOutingStateMachineTest, AFailedCreationGoesIdleAndSaysSoARefusedOneAnswersFalse) {
   MemoryDisk::FailCreate(path_);
   ASSERT_TRUE(machine_->Create(path_));
   ASSERT_TRUE(Settle());
   EXPECT_THAT(callback_.created, ElementsAre(false));
   EXPECT_EQ(machine_->state(), State::kIdle);
   EXPECT_EQ(machine_->job(), nullptr);
+  CreateCallback callback;
+  auto refused = MakeClient<Machine>(&callback, [] { return AsyncThread{nullptr}; });
+  EXPECT_FALSE(refused->Create(path_)) << "a thread that refuses work";
+  EXPECT_EQ(refused->state(), State::kIdle);
 }
 
 TEST_F(CreateOutingStateMachineTest, OneCreationPerMachine) {
@@ -82,7 +86,7 @@ TEST_F(CreateOutingStateMachineTest, OneCreationPerMachine) {
   EXPECT_THAT(callback_.created, ElementsAre(true));
 }
 
-TEST_F(CreateOutingStateMachineTest, CancellingReturnsToIdle) {
+TEST_F(CreateOutingStateMachineTest, CancellingReturnsToIdleAndAfterTheLastClientNobodyHears) {
   ASSERT_TRUE(machine_->Create(path_));
   ASSERT_TRUE(Settle());
   machine_->CancelCreate();
@@ -93,20 +97,10 @@ TEST_F(CreateOutingStateMachineTest, CancellingReturnsToIdle) {
   EXPECT_EQ(machine_->job(), nullptr);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(callback_.created, ElementsAre(true)) << "a cancelled creation is not told";
-}
-
-TEST_F(CreateOutingStateMachineTest, AfterTheLastClientNobodyHears) {
   ASSERT_TRUE(machine_->Create(path_));
   machine_.Reset();
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(callback_.created, IsEmpty());
-}
-
-TEST_F(CreateOutingStateMachineTest, AThreadThatRefusesWorkAnswersFalse) {
-  CreateCallback callback;
-  auto machine = MakeClient<Machine>(&callback, [] { return AsyncThread{nullptr}; });
-  EXPECT_FALSE(machine->Create(path_));
-  EXPECT_EQ(machine->state(), State::kIdle);
+  EXPECT_THAT(callback_.created, ElementsAre(true)) << "after the last client nobody hears";
 }
 
 namespace fs = std::filesystem;
@@ -145,23 +139,19 @@ TEST(TempFileTest, IsMadeWithThePrefixUnderItsOwnNameAndGoesWithItsOwnerOnce) {
   EXPECT_EQ(EntriesIn(dir.path()), 0u);
 }
 
-TEST(TempFileTest, AMissingFolderMakesNoFile) {
-  TempDir dir;
-  EXPECT_FALSE(CTempFile::Create(dir / "missing", "kiv").has_value());
-}
-
 TEST(TempFileTest, FolderOfADataSetPath) {
   EXPECT_EQ(FolderOf(u"/data/run 1/outing.txt"), fs::path("/data/run 1"));
   EXPECT_EQ(FolderOf(u"outing.txt"), fs::path("."));
   EXPECT_EQ(FolderOf(u"/outing.txt"), fs::path("/"));
 }
 
-TEST(TempFileTest, CanCreateDataSetInLeavesNothingBehind) {
+TEST(TempFileTest, CanCreateDataSetInLeavesNothingBehindAndAMissingFolderMakesNoFile) {
   TempDir dir;
   EXPECT_TRUE(CanCreateDataSetIn(Utf8ToWide((dir / "new.txt").string())));
   EXPECT_EQ(EntriesIn(dir.path()), 0u);
   EXPECT_FALSE(fs::exists(dir / "new.txt")) << "only the test file was made";
   EXPECT_FALSE(CanCreateDataSetIn(Utf8ToWide((dir / "missing" / "new.txt").string())));
+  EXPECT_FALSE(CTempFile::Create(dir / "missing", "kiv").has_value());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "outing/cache/outing_cache_registry.h"
 #include "outing/cache/outing_impl.h"
+#include "outing/got.h"
 #include "support/outing_listener.h"
 #include "support/temp_dir.h"
 #include "velmar/lap_markers.h"
@@ -38,19 +39,12 @@ class EmptyOutingTest : public ::testing::Test {
 };
 
 TEST_F(EmptyOutingTest, DescribesItselfAsTheEmptyOutingOfItsPath) {
-  std::u16string text;
-  EXPECT_EQ(outing_->GetCaption(&text), S_OK);
-  EXPECT_EQ(text, u"<---:---:--->");
-  EXPECT_EQ(outing_->GetFileName(&text), S_OK);
-  EXPECT_EQ(text, path_);
-  uint32_t type = 99;
-  EXPECT_EQ(outing_->GetOutingType(&type), S_OK);
-  EXPECT_EQ(type, 0u);
-  EXPECT_EQ(outing_.As<IKivOuting2>()->GetOutingId(&text), S_OK);
-  EXPECT_EQ(text, u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}") << "the GUID passed in";
-  KivBool overrideProperties = KIV_TRUE;
-  EXPECT_EQ(outing_.As<IKivOuting4>()->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_FALSE);
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetCaption), u"<---:---:--->");
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetFileName), path_);
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetOutingType), 0u);
+  EXPECT_EQ(Got(outing_.As<IKivOuting2>(), &IKivOuting2::GetOutingId), u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}")
+      << "the GUID passed in";
+  EXPECT_EQ(Got(outing_.As<IKivOuting4>(), &IKivOuting4::GetOverrideProperties), KIV_FALSE);
   auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
   outing->cache()->InvalidateCaption();
   EXPECT_EQ(outing->cache()->GetCaption(), u"<---:---:--->") << "a rebuild writes the same text";
@@ -75,9 +69,7 @@ template <class Factory, class Item>
 void ExpectEmptyFactory(IKivOuting* outing) {
   ComPtr<Factory> factory = QueryAs<Factory>(outing);
   ASSERT_TRUE(factory);
-  NameList names{u"left over"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, IsEmpty());
+  EXPECT_THAT(Got(factory, &Factory::GetNames), IsEmpty());
   EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
   Item* item = reinterpret_cast<Item*>(0x1);
   EXPECT_EQ(factory->GetItem(u"Speed", &item), E_FAIL);
@@ -98,12 +90,8 @@ TEST_F(EmptyOutingTest, FactoriesListNothingAndGiveNothing) {
 TEST_F(EmptyOutingTest, LapMarkersCountZeroAndHaveNoSpan) {
   auto laps = outing_.As<IKivLapMarkers>();
   ASSERT_TRUE(laps);
-  uint32_t count = 7;
-  EXPECT_EQ(laps->GetLapMarkerCount(&count), S_OK);
-  EXPECT_EQ(count, 0u);
-  double origin = 1.5;
-  EXPECT_EQ(laps->GetDistanceOrigin(&origin), S_OK);
-  EXPECT_EQ(origin, 0.0);
+  EXPECT_EQ(Got(laps, &IKivLapMarkers::GetLapMarkerCount), 0u);
+  EXPECT_EQ(Got(laps, &IKivLapMarkers::GetDistanceOrigin), 0.0);
   KivTime time = 5;
   EXPECT_EQ(laps->GetOutingStart(&time), E_FAIL);
   EXPECT_EQ(time, 0);
@@ -145,28 +133,12 @@ TEST_F(EmptyOutingTest, RepeatedRequestsForOnePathShareOneCache) {
   EXPECT_NE(first, other) << "one outing object per request";
   EXPECT_EQ(first->cache(), other->cache());
   EXPECT_EQ(first->cache()->client_count(), 2u);
-  std::u16string id;
-  EXPECT_EQ(other->GetOutingId(&id), S_OK);
-  EXPECT_EQ(id, kTextType.ToWide()) << "the cache keeps the id it was made with";
-  KivBool overrideProperties = KIV_FALSE;
-  EXPECT_EQ(other->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE) << "the flag is the outing object's";
+  EXPECT_EQ(Got(other, &CEmptyOuting::GetOutingId), kTextType.ToWide()) << "the cache keeps the id it was made with";
+  EXPECT_EQ(Got(other, &CEmptyOuting::GetOverrideProperties), KIV_TRUE) << "the flag is the outing object's";
 
   outing_ = nullptr;
   EXPECT_EQ(Registry().Find(path_).Get(), other->cache()) << "one client is left";
   second = nullptr;
-}
-
-TEST_F(EmptyOutingTest, AnotherPathHasAnotherCacheAndAFileTypeCacheIsNoEmptyOne) {
-  ComPtr<IKivOuting> other;
-  ASSERT_EQ(OpenEmptyOuting(path_ + u"2", kTextType, false, other.Put()), S_OK);
-  EXPECT_NE(static_cast<CEmptyOuting*>(other.Get())->cache(), static_cast<CEmptyOuting*>(outing_.Get())->cache());
-  EXPECT_EQ(Registry().Find(path_ + u"2").Get(), static_cast<CEmptyOuting*>(other.Get())->cache());
-}
-
-TEST(OpenEmptyOutingTest, ANullOutIsRefused) {
-  EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
-  EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);
 }
 
 using ::testing::ElementsAre;
@@ -199,6 +171,8 @@ TEST_F(OutingImplTest, AParentSetOnOneFactoryIsThatFactorysAlone) {
 TEST_F(OutingImplTest, StateChangesBecomeTheOutingsNotifications) {
   OutingListener heard(outing_.Get());
   ASSERT_TRUE(heard.connected());
+  client_->OnInformationLoaded(false);  // no change, so nothing is told
+  client_->OnInformationLoaded(true);
   client_->OnInformationChanged();
   client_->OnCreatedNotify(true);
   client_->OnCreatedNotify(false);
@@ -210,19 +184,12 @@ TEST_F(OutingImplTest, StateChangesBecomeTheOutingsNotifications) {
   client_->OnTransactionStatus(u"Writing channels");
   client_->OnTransactionEnd();
   client_->OnWriterMessage(1, u"No data found for channel Gear");
-  EXPECT_THAT(heard.log, ElementsAre("InformationChanged", "Created:-1", "Created:0", "LapMarkersReset",
-                                     "LapMarkersChanged:10,20", "LapMarkersShifted:30,40", "TransactionStarted",
-                                     "TransactionProgress:3/10", "TransactionMessage:Writing channels",
+  EXPECT_THAT(heard.log, ElementsAre("InformationChanged", "InformationChanged", "Created:-1", "Created:0",
+                                     "LapMarkersReset", "LapMarkersChanged:10,20", "LapMarkersShifted:30,40",
+                                     "TransactionStarted", "TransactionProgress:3/10",
+                                     "TransactionMessage:Writing channels",
                                      "TransactionFinished", "WriterMessage:1:No data found for channel Gear"));
-  for (size_t i : {0u, 1u, 4u, 5u}) EXPECT_EQ(heard.sources[i], Identity()) << "the outing is the first argument";
-}
-
-TEST_F(OutingImplTest, InformationLoadedTellsAChangeOnlyWhenThereIsOne) {
-  OutingListener heard(outing_.Get());
-  client_->OnInformationLoaded(false);
-  EXPECT_THAT(heard.log, IsEmpty());
-  client_->OnInformationLoaded(true);
-  EXPECT_THAT(heard.log, ElementsAre("InformationChanged"));
+  for (size_t i : {0u, 1u, 2u, 5u, 6u}) EXPECT_EQ(heard.sources[i], Identity()) << "the outing is the first argument";
 }
 
 // A receiver of the first lap marker generation only.
@@ -261,19 +228,18 @@ TEST_F(OutingImplTest, OlderGenerationsHearTheirOwnNotificationsFirst) {
   newSink->Disconnect(outing_.Get());
 }
 
-TEST_F(OutingImplTest, WithoutABindingGetSelectionBindingGivesSFalse) {
+TEST_F(OutingImplTest, WithoutABindingGetSelectionBindingGivesSFalseAndOutPointersAreChecked) {
   IKivUnknown* binding = reinterpret_cast<IKivUnknown*>(0x1);
   EXPECT_EQ(client_->GetSelectionBinding(&binding), S_FALSE);
   EXPECT_EQ(binding, nullptr);
   EXPECT_EQ(client_->GetSelectionBinding(nullptr), E_POINTER);
-}
-
-TEST_F(OutingImplTest, OuterOperationsCheckTheirOutPointers) {
   EXPECT_EQ(outing_->GetCaption(nullptr), E_POINTER);
   EXPECT_EQ(outing_->GetOutingInformation(nullptr), E_POINTER);
   auto four = outing_.As<IKivOuting4>();
   EXPECT_EQ(four->GetOutingId(nullptr), E_POINTER);
   EXPECT_EQ(four->GetStatusChannelDefinitions(nullptr), E_POINTER);
+  EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
+  EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);
 }
 
 }  // namespace

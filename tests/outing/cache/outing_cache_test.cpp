@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <memory>
 #include <new>
 #include <string>
@@ -15,6 +14,7 @@
 #include "outing/cache/outing_on_cache.h"
 #include "outing/cache/outing_source.h"
 #include "outing/cache/outing_state_changes.h"
+#include "outing/got.h"
 #include "outing/memory_source.h"
 #include "support/settling_test.h"
 #include "velmar/text.h"
@@ -61,44 +61,21 @@ class OutingCacheClientsTest : public SettlingTest {
   ComPtr<CMemoryOuting> a_, b_, c_;
 };
 
-TEST_F(OutingCacheClientsTest, PostMessageReachesEveryClientInAttachmentOrder) {
+TEST_F(OutingCacheClientsTest, MessagesReachEveryClientInAttachmentOrderTheSelectionIsTheFirstBindingHeld) {
   ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
   ASSERT_EQ(OpenMemoryOuting(path_, &b_), S_OK);
+  ASSERT_EQ(OpenMemoryOuting(path_, &c_), S_OK);
   cache()->PostMessage(1, u"Careful");
   cache()->PostEventExists(u"Pit");
   const auto expected = ElementsAre("message:1:Careful", "message:2:Event Pit already exists in the outing.");
   EXPECT_THAT(a_->calls, expected);
-  EXPECT_THAT(b_->calls, expected);
-}
-
-TEST_F(OutingCacheClientsTest, TheSelectionIsTheFirstBindingAClientHolds) {
-  ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
-  ASSERT_EQ(OpenMemoryOuting(path_, &b_), S_OK);
-  ASSERT_EQ(OpenMemoryOuting(path_, &c_), S_OK);
+  EXPECT_THAT(c_->calls, expected);
   EXPECT_EQ(cache()->GetSelection(), nullptr);
   ComPtr<IKivUnknown> second = MakeKiv<CMemoryInformation>().As<IKivUnknown>();
   ComPtr<IKivUnknown> third = MakeKiv<CMemoryInformation>().As<IKivUnknown>();
   b_->binding = second;
   c_->binding = third;
   EXPECT_EQ(cache()->GetSelection(), second);
-}
-
-TEST_F(OutingCacheClientsTest, TheLastClientTakesTheCacheOutOfItsRegistry) {
-  const int before = CMemoryOutingCache::live();
-  ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
-  ASSERT_EQ(OpenMemoryOuting(path_, &b_), S_OK);
-  auto& registry = COutingCacheRegistry<CMemoryOutingCache>::Instance();
-  CMemoryOutingCache* first = cache();
-  a_ = nullptr;
-  EXPECT_EQ(registry.Find(path_).Get(), first) << "one client is left";
-  b_ = nullptr;
-  EXPECT_EQ(registry.Find(path_), nullptr);
-  EXPECT_EQ(CMemoryOutingCache::live(), before) << "nothing else held it";
-
-  ASSERT_EQ(OpenMemoryOuting(path_, &a_), S_OK);
-  EXPECT_EQ(CMemoryOutingCache::live(), before + 1) << "a second open makes a new cache";
-  EXPECT_EQ(registry.Find(path_).Get(), a_->cache());
-  EXPECT_EQ(a_->cache()->client_count(), 1u);
 }
 
 TEST_F(OutingCacheClientsTest, ACacheHeldElsewhereOutlivesItsLastClientButLeavesTheRegistry) {
@@ -183,14 +160,10 @@ TEST(OutingCacheRegistryTest, ForEachMayTakeCachesOut) {
   EXPECT_EQ(PlainCache::live, 0);
 }
 
-TEST(OutingCacheRegistryTest, AFailedMakeEntersNothing) {
+TEST(OutingCacheRegistryTest, AFailedMakeEntersNothingAndRemoveOfAStrangerIsRefused) {
   COutingCacheRegistry<PlainCache> registry;
   EXPECT_EQ(registry.FindOrMake(u"/x", [] { return ComPtr<PlainCache>(); }), nullptr);
   EXPECT_EQ(registry.size(), 0u);
-}
-
-TEST(OutingCacheRegistryTest, RemoveOfAStrangerIsRefused) {
-  COutingCacheRegistry<PlainCache> registry;
   auto stranger = Make(u"/x");
   EXPECT_FALSE(registry.Remove(stranger.Get()));
   EXPECT_EQ(stranger->registry(), nullptr);
@@ -213,7 +186,7 @@ TEST(OutingCacheLinkTest, AttachesAtOnceAndDetachesOnce) {
   EXPECT_EQ(cache->client_count(), 0u);
 }
 
-TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothing) {
+TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothingAFailedCacheIsOutOfMemory) {
   bool made = false;
   auto make = [&] {
     made = true;
@@ -221,9 +194,6 @@ TEST(OpenOutingOnCacheTest, ANullOutIsRefusedAndMakesNothing) {
   };
   EXPECT_EQ(OpenOutingOnCache<CMemoryOuting>(u"/refused", false, make, nullptr), E_POINTER);
   EXPECT_FALSE(made);
-}
-
-TEST(OpenOutingOnCacheTest, AFailedCacheIsOutOfMemory) {
   ComPtr<CMemoryOuting> outing;
   EXPECT_EQ(OpenOutingOnCache<CMemoryOuting>(u"/failed", false, [] { return ComPtr<CMemoryOutingCache>(); },
                                              &outing),
@@ -302,42 +272,21 @@ TEST(OutingSourceRegistrationTest, SourcesMayBeRegisteredFromAnotherThread) {
 class OutingSourceTest : public SettlingTest {
  protected:
   void TearDown() override { EXPECT_TRUE(Settle()); }
-
-  OpenedOuting Open(const std::u16string& path) {
-    OpenedOuting opened;
-    EXPECT_EQ(source_.Open(path, kMemoryTypeId, /*overrideProperties=*/true, &opened), S_OK);
-    return opened;
-  }
-  static CMemoryOutingCache* CacheOf(const OpenedOuting& opened) {
-    return static_cast<CMemoryOuting*>(opened.outing.Get())->cache();
-  }
-
   MemorySourceOf source_;
 };
 
 TEST_F(OutingSourceTest, OpenGivesAnAttachedOutingAndItsSharedCache) {
   const std::u16string path = UniqueMemoryPath();
-  OpenedOuting a = Open(path), b = Open(path);
+  OpenedOuting a, b;
+  ASSERT_EQ(source_.Open(path, kMemoryTypeId, /*overrideProperties=*/true, &a), S_OK);
+  ASSERT_EQ(source_.Open(path, kMemoryTypeId, false, &b), S_OK);
   ASSERT_TRUE(a.outing && a.cache);
   EXPECT_EQ(a.cache, b.cache);
-  EXPECT_EQ(a.cache.Get(), static_cast<COutingCacheStateChanges*>(CacheOf(a)));
-  EXPECT_EQ(CacheOf(a)->client_count(), 2u);
-  KivBool overrideProperties = KIV_FALSE;
-  ASSERT_EQ(QueryAs<IKivOuting4>(a.outing.Get())->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE);
+  CMemoryOutingCache* cache = static_cast<CMemoryOuting*>(a.outing.Get())->cache();
+  EXPECT_EQ(a.cache.Get(), static_cast<COutingCacheStateChanges*>(cache));
+  EXPECT_EQ(cache->client_count(), 2u);
+  EXPECT_EQ(Got(QueryAs<IKivOuting4>(a.outing.Get()), &IKivOuting4::GetOverrideProperties), KIV_TRUE);
   EXPECT_EQ(source_.Open(path, kMemoryTypeId, false, nullptr), E_POINTER);
-}
-
-TEST_F(OutingSourceTest, NewCachesTakeTheSourcesSettingsAndChangesReachOpenCaches) {
-  OpenedOuting before = Open(UniqueMemoryPath());
-  source_.SetFastLapFilter(true);
-  source_.SetFastLapMinimumTime(8 * kTicksPerSecond);
-  EXPECT_EQ(source_.fast_lap(), (FastLapSettings{true, 8 * kTicksPerSecond}));
-  EXPECT_TRUE(CacheOf(before)->fast_lap_filter());
-  EXPECT_EQ(CacheOf(before)->fast_lap_minimum_time(), 8 * kTicksPerSecond);
-  OpenedOuting after = Open(UniqueMemoryPath());
-  EXPECT_TRUE(CacheOf(after)->fast_lap_filter());
-  EXPECT_EQ(CacheOf(after)->fast_lap_minimum_time(), 8 * kTicksPerSecond);
 }
 
 }  // namespace

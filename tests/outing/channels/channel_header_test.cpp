@@ -5,8 +5,8 @@
 
 #include <cmath>
 #include <limits>
-#include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "outing/channels/channel_scaling.h"
@@ -33,38 +33,29 @@ TEST(ChannelHeaderTest, SplitOfEachFixtureCase) {
 TEST(ChannelHeaderTest, UnitTextIsLookedUpInTheTable) {
   ComPtr<IKivUnitTable> table;
   ASSERT_EQ(CreateUnitsComponent(&table), S_OK);
-  const HeaderUnit speed = LookUpHeaderUnit(u"km/h", table.Get());
-  EXPECT_TRUE(speed.known);
-  EXPECT_EQ(speed.unit, (ChannelUnit{kQuantitySpeed, 1}));
-  EXPECT_TRUE(speed.userType.empty());
-
-  const HeaderUnit odd = LookUpHeaderUnit(u"furlong/fortnight", table.Get());
-  EXPECT_FALSE(odd.known);
-  EXPECT_EQ(odd.unit, ChannelUnit{});
-  EXPECT_EQ(odd.userType, u"furlong/fortnight");
+  const auto tied = [](const HeaderUnit& u) { return std::tuple(u.unit, u.known, u.userType); };
+  EXPECT_EQ(tied(LookUpHeaderUnit(u"km/h", table.Get())), std::tuple(ChannelUnit{kQuantitySpeed, 1}, true, u""));
+  EXPECT_EQ(tied(LookUpHeaderUnit(u"furlong/fortnight", table.Get())),
+            std::tuple(ChannelUnit{}, false, u"furlong/fortnight"));
 
   EXPECT_FALSE(LookUpHeaderUnit(u"", table.Get()).known);
   EXPECT_EQ(LookUpHeaderUnit(u"km/h", nullptr).userType, u"km/h") << "no table knows nothing";
-}
-
-TEST(ChannelHeaderTest, UnderscoresToBlanksForTheSecondLookup) {
+  // Underscores become blanks for the second lookup.
   EXPECT_EQ(UnderscoresToBlanks(u"Engine_Speed_"), u"Engine Speed ");
   EXPECT_EQ(UnderscoresToBlanks(u"Plain"), u"Plain");
 }
 
-TEST(ChannelKeyTest, MadeFromNameAndIdReplacesBracketsAndParsesBack) {
+TEST(ChannelKeyTest, MadeFromNameAndIdReplacesBracketsParsesBackAndOrdersByText) {
   const CChannelKey key(u"a[b]", 7);
   EXPECT_TRUE(key.valid());
   EXPECT_EQ(key.text(), u"[7]a_b_");
-  EXPECT_EQ(key.name(), u"a_b_");
-  EXPECT_EQ(key.id(), 7u);
 
   CChannelKey parsed;
   ASSERT_TRUE(CChannelKey::Parse(key.text(), &parsed));
-  EXPECT_TRUE(parsed.valid());
-  EXPECT_EQ(parsed.id(), 7u);
-  EXPECT_EQ(parsed.name(), u"a_b_");
-  EXPECT_EQ(parsed, key);
+  EXPECT_EQ(parsed, key) << "keys compare by their text, which holds the id and the name";
+  EXPECT_LT(CChannelKey(u"a", 1), CChannelKey(u"b", 1));
+  EXPECT_FALSE(CChannelKey(u"a", 1) == CChannelKey(u"a", 2));
+  EXPECT_EQ(CChannelKey(u"a[", 1), CChannelKey(u"a_", 1));
 }
 
 TEST(ChannelKeyTest, ParseOfEachFixtureCase) {
@@ -79,12 +70,6 @@ TEST(ChannelKeyTest, ParseOfEachFixtureCase) {
   }
   EXPECT_FALSE(CChannelKey::Parse(u"[7]x", nullptr));
   EXPECT_FALSE(CChannelKey().valid());
-}
-
-TEST(ChannelKeyTest, KeysOrderAndCompareByText) {
-  EXPECT_LT(CChannelKey(u"a", 1), CChannelKey(u"b", 1));
-  EXPECT_FALSE(CChannelKey(u"a", 1) == CChannelKey(u"a", 2));
-  EXPECT_EQ(CChannelKey(u"a[", 1), CChannelKey(u"a_", 1));
 }
 
 using ::testing::ElementsAre;
@@ -191,17 +176,14 @@ TEST_F(UnitsTest, ReadingScalesIntoTheBaseUnit) {
   }
 }
 
-TEST_F(UnitsTest, DimensionlessOrNoConverterIsIdentity) {
+TEST_F(UnitsTest, DimensionlessNoConverterOrAnUnknownUnitIsIdentity) {
   ChannelScaling s{5, 5};
   EXPECT_EQ(ReadingScaling({kQuantityDimensionless, 3}, units_.Get(), &s), S_OK);
   EXPECT_TRUE(s.IsIdentity());
   s = {5, 5};
   EXPECT_EQ(ReadingScaling({kQuantitySpeed, 1}, nullptr, &s), S_OK);
   EXPECT_TRUE(s.IsIdentity());
-}
-
-TEST_F(UnitsTest, UnknownUnitGivesTheConvertersCodeAndIdentity) {
-  ChannelScaling s{5, 5};
+  s = {5, 5};
   EXPECT_EQ(ReadingScaling({kQuantitySpeed, 999}, units_.Get(), &s), KIV_E_UNKNOWN_UNIT);
   EXPECT_TRUE(s.IsIdentity());
   EXPECT_EQ(ReadingScaling({12345, 0}, units_.Get(), &s), KIV_E_UNKNOWN_QUANTITY);

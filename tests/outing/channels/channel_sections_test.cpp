@@ -53,12 +53,19 @@ TEST(ChannelSectionsTest, EachFixtureCase) {
   }
 }
 
-TEST(ChannelSectionsTest, TheLastTimeIsTheRoundedLastSamplesNotFirstPlusTheStep) {
+TEST(ChannelSectionsTest, TheLastTimeIsTheRoundedLastSamplesAndTimesNearTheEndOfTheRangeFit) {
   // The step in seconds rounds to 1 tick, the times to 0 and 2.
   ChannelSections two;
   ASSERT_EQ(SplitIntoSections(std::vector<double>{0.00000004, 0.00000015}, std::vector<double>{1, 2}, {}, &two), S_OK);
   ASSERT_EQ(two.size(), 1u);
   EXPECT_EQ(two[0].data->lastTime(), 2);
+  // Times near the end of the tick range fit.
+  const double edge = static_cast<double>(kTimeMax / kSecond) - 10;
+  ChannelSections sections;
+  EXPECT_EQ(SplitIntoSections(std::vector<double>{edge - 2, edge - 1, edge}, std::vector<double>(3), {}, &sections),
+            S_OK);
+  EXPECT_FALSE(sections.empty());
+  EXPECT_EQ(SplitIntoSections(std::vector<double>{1, 2}, std::vector<double>{1, 2}, {}, nullptr), E_POINTER);
 }
 
 TEST(ChannelSectionsTest, ValuesAreScaledAndNaNValuesKept) {
@@ -72,16 +79,6 @@ TEST(ChannelSectionsTest, ValuesAreScaledAndNaNValuesKept) {
   EXPECT_TRUE(std::isnan(v[1]));
   EXPECT_EQ(v[2], 6.0);
   EXPECT_FALSE(sections[0].continuous);
-}
-
-TEST(ChannelSectionsTest, TimesNearTheEndOfTheTickRangeFit) {
-  const double edge = static_cast<double>(kTimeMax / kSecond) - 10;
-  ChannelSections sections;
-  EXPECT_EQ(SplitIntoSections(std::vector<double>{edge - 2, edge - 1, edge}, std::vector<double>(3), {}, &sections),
-            S_OK);
-  EXPECT_FALSE(sections.empty());
-  const std::vector<double> two{1.0, 2.0};
-  EXPECT_EQ(SplitIntoSections(two, two, {}, nullptr), E_POINTER);
 }
 
 ChannelSections ThreeSections() {
@@ -116,15 +113,11 @@ TEST(ChannelBlocksTest, OneBlockPerSectionInOrderAtTheOffset) {
   EXPECT_THAT(Continuity(*blocks), ::testing::ElementsAre(false, false, true));
 }
 
-TEST(ChannelBlocksTest, OffsetOutOfRangeIsRefused) {
+TEST(ChannelBlocksTest, AnOffsetOutOfRangeIsRefusedAndMoveBlocksIsAllOrNone) {
   std::shared_ptr<DataBlockList> blocks;
   EXPECT_EQ(BuildBlocks(ThreeSections(), kTimeMax - kSecond, BlockContinuity::kAlways, &blocks), E_INVALIDARG);
   EXPECT_FALSE(blocks);
   EXPECT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kAlways, nullptr), E_POINTER);
-}
-
-TEST(ChannelBlocksTest, MoveBlocksIsAllOrNone) {
-  std::shared_ptr<DataBlockList> blocks;
   ASSERT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kAlways, &blocks), S_OK);
   // Fits the first block, not the last.
   EXPECT_EQ(MoveBlocks(*blocks, kTimeMax - 5 * kSecond), E_INVALIDARG);

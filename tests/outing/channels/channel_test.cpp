@@ -3,13 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "outing/blocks/channel_iterator.h"
 #include "outing/channels/channel_data_cache.h"
+#include "outing/got.h"
 #include "outing/memory_channel_source.h"
 #include "support/data_listener.h"
 #include "support/settling_test.h"
@@ -35,13 +35,25 @@ ChannelSections TwoSections() {
   return a;
 }
 
-class NativeChannelTest : public SettlingTest {
+// A channel data cache whose fetches follow the test's script.
+class ScriptedCacheTest : public SettlingTest {
+ protected:
+  void TearDown() override {
+    script_.OpenGate();
+    EXPECT_TRUE(Settle());
+  }
+
+  MemoryFetchScript script_;
+  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
+  std::vector<std::string> log_;
+};
+
+class NativeChannelTest : public ScriptedCacheTest {
  protected:
   void SetUp() override { script_.Give(TwoSections()); }
   void TearDown() override {
-    script_.OpenGate();
     for (auto& channel : made_) channel->Detach();
-    EXPECT_TRUE(Settle());
+    ScriptedCacheTest::TearDown();
   }
 
   ComPtr<CChannel> Make(const CChannelKey& key = kKey) {
@@ -50,20 +62,22 @@ class NativeChannelTest : public SettlingTest {
     made_.push_back(channel);
     return channel;
   }
-  static KivResult Iterate(CChannel* channel, ComPtr<IKivChannelIterator2>* it) {
-    return channel->GetIterator(it->Put());
+  static KivResult Iterate(CChannel* channel, ComPtr<IKivChannelIterator2>* it = nullptr) {
+    ComPtr<IKivChannelIterator2> unused;
+    return channel->GetIterator((it ? it : &unused)->Put());
   }
-  static uint32_t Status(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(c->GetStatus(&s), S_OK);
-    return s;
+  // The first iterator starts the fetch; once it is done the next one reads.
+  ComPtr<IKivChannelIterator2> Fetched(CChannel* channel) {
+    EXPECT_EQ(Iterate(channel), KIV_E_PENDING);
+    EXPECT_TRUE(Settle());
+    ComPtr<IKivChannelIterator2> it;
+    EXPECT_EQ(Iterate(channel, &it), S_OK);
+    return it;
   }
+  static uint32_t Status(IKivChannel* c) { return Got(c, &IKivData::GetStatus); }
   Machine* machine() const { return cache_->machine(kKey); }
 
-  MemoryFetchScript script_;
-  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
   std::vector<ComPtr<CChannel>> made_;
-  std::vector<std::string> log_;
 };
 
 TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextIteratorReads) {
@@ -90,9 +104,7 @@ TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextItera
   double value = 0;
   EXPECT_EQ(it->GetValueAtTime(7 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
   EXPECT_EQ(value, 7.0);
-  uint32_t detail = 0;
-  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, kDetailHasSamples);
+  EXPECT_EQ(Got(channel, &CChannel::GetDetailedStatus), kDetailHasSamples);
 }
 
 TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTold) {
@@ -100,16 +112,13 @@ TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTol
   auto channel = Make();
   CDataListener listener(&log_);
   ASSERT_TRUE(listener.Connect(channel.Get(), false));
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(channel.Get()), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre(kWholeChange, "failed"));
   EXPECT_EQ(Status(channel.Get()), 2u);
-  uint32_t detail = 0;
-  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, 2u);
+  EXPECT_EQ(Got(channel, &CChannel::GetDetailedStatus), 2u);
   EXPECT_EQ(machine()->state(), Machine::State::kIdle);
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(channel.Get()), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(script_.runs(), 1) << "a channel that is not available does not fetch again";
 }
@@ -120,9 +129,8 @@ TEST_F(NativeChannelTest, ChannelDetachedDuringAPendingFetchHearsNothingMore) {
   auto other = Make();
   CDataListener listener(&log_);
   ASSERT_TRUE(listener.Connect(channel.Get(), false));
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  EXPECT_EQ(Iterate(other.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(channel.Get()), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(other.Get()), KIV_E_PENDING);
   ASSERT_TRUE(script_.WaitAtGate(kLong));
   EXPECT_EQ(script_.runs(), 1) << "one fetch per key, however many channels wait";
   EXPECT_EQ(machine()->client_count(), 2u);
@@ -134,32 +142,28 @@ TEST_F(NativeChannelTest, ChannelDetachedDuringAPendingFetchHearsNothingMore) {
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre("removed"));
   EXPECT_EQ(Status(other.Get()), 1u);
-  EXPECT_EQ(Iterate(other.Get(), &it), S_OK);
+  EXPECT_EQ(Iterate(other.Get()), S_OK);
 }
 
 TEST_F(NativeChannelTest, ChannelAttachedDuringAFetchIsToldWithTheOthers) {
   script_.CloseGate();
   auto first = Make();
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(first.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(first.Get()), KIV_E_PENDING);
   ASSERT_TRUE(script_.WaitAtGate(kLong));
   auto late = Make();
   CDataListener listener(&log_);
   ASSERT_TRUE(listener.Connect(late.Get(), false));
-  EXPECT_EQ(Iterate(late.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(late.Get()), KIV_E_PENDING);
   script_.OpenGate();
   ASSERT_TRUE(Settle());
   EXPECT_EQ(script_.runs(), 1);
   EXPECT_THAT(log_, ElementsAre(kWholeChange));
-  EXPECT_EQ(Iterate(late.Get(), &it), S_OK);
+  EXPECT_EQ(Iterate(late.Get()), S_OK);
 }
 
 TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndDiscardedDataIsFetchedAgain) {
   auto channel = Make();
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
+  auto it = Fetched(channel.Get());
   channel->SetStatusRange(DataStatus::kUnknown, 0, kSecond);
   EXPECT_FALSE(channel->has_iterator());
   EXPECT_FALSE(channel->blocks());
@@ -171,28 +175,19 @@ TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndDiscardedDataI
   cache_->Discard();
   EXPECT_EQ(machine()->state(), Machine::State::kIdle);
   channel->SetStatusRange(DataStatus::kUnknown, TimeRange::Whole());
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
+  EXPECT_TRUE(Fetched(channel.Get()));
   EXPECT_EQ(script_.runs(), 2);
-  EXPECT_EQ(Iterate(channel.Get(), &it), S_OK);
 }
 
 TEST_F(NativeChannelTest, TimeOffsetReachesBlocksMadeLater) {
   auto channel = Make();
   ASSERT_EQ(channel->SetTimeOffset(3 * kSecond), S_OK);
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
-  KivTime end = 0;
-  EXPECT_EQ(it->GetEndTime(&end), S_OK);
-  EXPECT_EQ(end, 10 * kSecond);
+  EXPECT_EQ(Got(Fetched(channel.Get()), &IKivChannelIterator2::GetEndTime), 10 * kSecond);
 }
 
 TEST_F(NativeChannelTest, InvalidKeyIsRefused) {
   auto channel = Make(CChannelKey());
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), E_INVALIDARG);
+  EXPECT_EQ(Iterate(channel.Get()), E_INVALIDARG);
   EXPECT_EQ(script_.runs(), 0);
 }
 
@@ -218,12 +213,8 @@ class CClient final : public KivObject<IKivSelectionRange>, public CChannelDataC
   std::vector<std::string>* log_;
 };
 
-class ChannelDataCacheTest : public SettlingTest {
+class ChannelDataCacheTest : public ScriptedCacheTest {
  protected:
-  void TearDown() override {
-    script_.OpenGate();
-    EXPECT_TRUE(Settle());
-  }
   KivResult Get(CClient* client, std::shared_ptr<const ChannelSections>* sections = nullptr) {
     std::shared_ptr<const ChannelSections> out;
     const KivResult hr = cache_->GetChannelData(client, kBrake, &out);
@@ -231,9 +222,6 @@ class ChannelDataCacheTest : public SettlingTest {
     return hr;
   }
 
-  MemoryFetchScript script_;
-  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
-  std::vector<std::string> log_;
   ComPtr<CClient> a_ = MakeKiv<CClient>("a", &log_);
   ComPtr<CClient> b_ = MakeKiv<CClient>("b", &log_);
 };
@@ -254,7 +242,7 @@ TEST_F(ChannelDataCacheTest, NotThereYetThenTheSectionsOnceDone) {
   EXPECT_EQ(script_.runs(), 1);
 }
 
-TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestarts) {
+TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestartsADroppedJobIsRequeued) {
   script_.Answer({E_ACCESSDENIED});
   EXPECT_EQ(Get(a_.Get()), S_FALSE);
   ASSERT_TRUE(Settle());
@@ -265,14 +253,14 @@ TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestarts) {
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre("a:failed", "a:ok", "b:ok")) << "both still wait on the restarted fetch";
   EXPECT_EQ(script_.runs(), 2);
-}
-
-TEST_F(ChannelDataCacheTest, DroppedJobsAreRequeuedSilently) {
+  // A dropped job is queued again without a word.
   script_.Answer({E_JOB_DROPPED, S_OK});
+  cache_->DropAll();
+  log_.clear();
   EXPECT_EQ(Get(a_.Get()), S_FALSE);
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(log_, ElementsAre("a:ok"));
-  EXPECT_EQ(cache_->machine(kBrake)->fetches(), 2);
+  EXPECT_THAT(log_, ElementsAre("a:ok", "b:ok")) << "both still wait; the dropped job is told to nobody";
+  EXPECT_EQ(script_.runs(), 4);
 }
 
 TEST_F(ChannelDataCacheTest, ClientLeavingDuringTheWalkIsNotCalled) {

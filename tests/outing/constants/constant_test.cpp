@@ -3,13 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <string>
+#include <vector>
 
 #include "core/global_constants_cache.h"
 #include "outing/constants/constant_stream.h"
 #include "platform/async/job_engine.h"
+#include "outing/got.h"
 #include "support/data_listener.h"
+#include "support/fixtures.h"
 #include "support/settling_test.h"
+#include "velmar/text.h"
 
 namespace velmar {
 namespace {
@@ -17,6 +21,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
+using testing::Got;
 
 class FixedSpreadsheet final : public CSpreadsheetApplication {
  public:
@@ -66,22 +71,15 @@ TEST_F(ConstantTest, EachKindGivesItsOwnInterface) {
   EXPECT_FALSE(simple.As<IKivExcelConstant>());
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
   ASSERT_TRUE(sheet);
-  std::u16string text;
-  ASSERT_EQ(simple->GetText(&text), S_OK);
-  EXPECT_TRUE(text.empty());
-  ASSERT_EQ(sheet->GetText(&text), S_OK);
-  EXPECT_EQ(text, u"|");
-  ASSERT_EQ(simple->GetName(&text), S_OK);
-  EXPECT_EQ(text, u"Mass");
-  uint32_t status = 0;
-  ASSERT_EQ(simple->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 1u);
+  EXPECT_EQ(Got(simple, &IKivConstant::GetText), u"");
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetText), u"|");
+  EXPECT_EQ(Got(simple, &IKivConstant::GetName), u"Mass");
+  EXPECT_EQ(Got(simple, &IKivConstant::GetStatus), 1u);
   ComPtr<IKivConstant> none;
   EXPECT_EQ(MakeConstant(cache_, u"Nothing", &none), E_INVALIDARG);
   // A null out makes the status 2.
   EXPECT_EQ(simple->GetValue(nullptr), E_POINTER);
-  ASSERT_EQ(simple->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u);
+  EXPECT_EQ(Got(simple, &IKivConstant::GetStatus), 2u);
 }
 
 TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
@@ -89,68 +87,49 @@ TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
   auto other = Get<IKivSimpleConstant>(u"Mass");
   auto& log = Listen(mass.Get());
   auto& otherLog = Listen(other.Get());
-  ComPtr<IKivSimpleConstantWriter> writer;
-  ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
-  ComPtr<IKivSimpleConstantWriter> same;
-  ASSERT_EQ(mass->GetWriter(same.Put()), S_OK);
-  EXPECT_EQ(writer.Get(), same.Get()) << "one writer per object";
-  same = nullptr;
+  auto writer = Got(mass, &IKivSimpleConstant::GetWriter);
+  EXPECT_EQ(Got(mass, &IKivSimpleConstant::GetWriter), writer) << "one writer per object";
   ASSERT_EQ(writer->SetUnit(u"g"), S_OK);
   ASSERT_EQ(writer->SetUnit(u"kg"), S_OK);
   ASSERT_EQ(writer->SetValue(712), S_OK);
   EXPECT_THAT(log, IsEmpty()) << "nobody hears of an edit before the writer goes";
-  std::u16string unit;
-  ASSERT_EQ(other->GetUnit(&unit), S_OK);
-  EXPECT_EQ(unit, u"kg") << "the entry changed at once";
+  EXPECT_EQ(Got(other, &IKivSimpleConstant::GetUnit), u"kg") << "the entry changed at once";
   writer = nullptr;
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
   EXPECT_THAT(otherLog, ElementsAre(StartsWith("changed")));
-  double value = 0;
-  ASSERT_EQ(other->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 712);
-  ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
+  EXPECT_EQ(Got(other, &IKivConstant::GetValue), 712);
+  writer = Got(mass, &IKivSimpleConstant::GetWriter);
   writer = nullptr;
   EXPECT_EQ(log.size(), 1u) << "a writer that changed nothing commits nothing";
 }
 
 TEST_F(ConstantTest, ASpreadsheetWriterEditsTheDefinitionAndRefusesEmptyNames) {
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
-  ComPtr<IKivExcelConstantWriter> writer;
-  ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
+  auto writer = Got(sheet, &IKivExcelConstant::GetWriter);
   EXPECT_EQ(writer->SetFile(u""), E_FAIL);
   EXPECT_EQ(writer->SetTarget(u""), E_FAIL);
   EXPECT_EQ(writer->GetFile(nullptr), E_POINTER);
   ASSERT_EQ(writer->SetFile(u"setup.xlsx"), S_OK);
   ASSERT_EQ(writer->SetTarget(u"Car!B7"), S_OK);
-  ComPtr<IKivExcelConstantElements> elements;
-  ASSERT_EQ(writer->GetElements(elements.Put()), S_OK);
-  ComPtr<IKivExcelConstantElements> sameList;
-  ASSERT_EQ(writer->GetElements(sameList.Put()), S_OK);
-  EXPECT_EQ(elements.Get(), sameList.Get());
+  auto elements = Got(writer, &IKivExcelConstantWriter::GetElements);
+  EXPECT_EQ(Got(writer, &IKivExcelConstantWriter::GetElements), elements);
   ComPtr<IKivExcelConstantElement> step;
   ASSERT_EQ(elements->AddElement(step.Put()), S_OK);
-  int32_t kind = -1;
-  ASSERT_EQ(step->GetKind(&kind), S_OK);
-  EXPECT_EQ(kind, kStepSelectSheet);
+  EXPECT_EQ(Got(step, &IKivExcelConstantElement::GetKind), kStepSelectSheet);
   EXPECT_EQ(step->SetValue(u"1"), E_INVALIDARG) << "only a range step has a value";
   ASSERT_EQ(step->SetKind(kStepSetRange), S_OK);
   ASSERT_EQ(step->SetName(u"Gain"), S_OK);
   ASSERT_EQ(step->SetValue(u"1.5"), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(elements->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(Got(elements, &IKivExcelConstantElements::GetCount), 1u);
   ComPtr<IKivExcelConstantElement> missing;
   EXPECT_EQ(elements->GetItem(0, missing.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(elements->GetItem(2, missing.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(elements->RemoveElement(2), DISP_E_BADINDEX);
   step = nullptr;
-  elements = sameList = nullptr;
+  elements = nullptr;
   writer = nullptr;
   EXPECT_EQ(cache_->Find(u"Ambient")->text, u"|setup.xlsx|$Gain=1.5|Car!B7");
-  ComPtr<IKivSimpleConstantWriter> none;
-  auto simple = Get<IKivSimpleConstant>(u"Mass");
-  ASSERT_EQ(simple->GetWriter(none.Put()), S_OK);
-  EXPECT_EQ(none->SetValue(1), S_OK);
+  EXPECT_EQ(Got(Get<IKivSimpleConstant>(u"Mass"), &IKivSimpleConstant::GetWriter)->SetValue(1), S_OK);
 }
 
 TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2) {
@@ -158,8 +137,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
   auto& log = Listen(sheet.Get());
   {
-    ComPtr<IKivExcelConstantWriter> writer;
-    ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
+    auto writer = Got(sheet, &IKivExcelConstant::GetWriter);
     ASSERT_EQ(writer->SetFile(u"w.xlsx"), S_OK);
     ASSERT_EQ(writer->SetTarget(u"A1"), S_OK);
   }
@@ -169,24 +147,16 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   EXPECT_THAT(log, IsEmpty()) << "a pending constant stays silent";
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
-  ASSERT_EQ(sheet->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 12.5);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 12.5);
 
   SetSpreadsheetApplication(std::make_shared<FixedSpreadsheet>(E_FAIL));
-  {
-    ComPtr<IKivExcelConstantWriter> writer;
-    ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
-    ASSERT_EQ(writer->SetTarget(u"Sheet9!A1"), S_OK);
-  }
+  ASSERT_EQ(Got(sheet, &IKivExcelConstant::GetWriter)->SetTarget(u"Sheet9!A1"), S_OK);  // commits as the writer goes
   log.clear();
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed"), "failed"));
-  uint32_t status = 0;
-  ASSERT_EQ(sheet->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u);
-  ASSERT_EQ(sheet->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 0);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetStatus), 2u);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 0);
 }
 
 TEST_F(ConstantTest, ARemovedConstantTellsItsClientsAndReadsFail) {
@@ -241,58 +211,54 @@ class ConstantStreamTest : public ::testing::Test {
 const ConstantRecord kMass{u"Mass", 640.5, u"kg", u""};
 const ConstantRecord kAmbient{u"Ambient", 0, u"degC", u"|w.xlsx|A1"};
 
-TEST_F(ConstantStreamTest, RecordsRoundTrip) {
+TEST_F(ConstantStreamTest, RecordsRoundTripAndAppendRaisesTheCountAndKeepsWhatWasThere) {
+  std::vector<ConstantRecord> read;
   ASSERT_EQ(WriteConstantData(stream_.Get(), {kMass, kAmbient}), S_OK);
-  std::vector<ConstantRecord> read;
   ASSERT_EQ(ReadConstantData(stream_.Get(), &read), S_OK);
   EXPECT_THAT(read, ElementsAre(kMass, kAmbient));
-}
-
-TEST_F(ConstantStreamTest, TheHeaderAndTextsHaveTheirByteLayout) {
-  ASSERT_EQ(WriteConstantData(stream_.Get(), {ConstantRecord{u"A", 1.0, u"", u""}}), S_OK);
-  const std::string bytes = Bytes();
-  const std::string expected("\x0C\0\0\0\x01\0\0\0\x01\0\0\0"   // 12, 1, one record
-                             "\x04\0\0\0A\0\0\0"                 // "A": 4 bytes with the terminator
-                             "\0\0\0\0\0\0\xF0\x3F"              // 1.0
-                             "\x02\0\0\0\0\0"                    // empty text
-                             "\x02\0\0\0\0\0",                   // empty unit
-                             12 + 8 + 8 + 6 + 6);
-  EXPECT_EQ(bytes, expected);
-}
-
-TEST_F(ConstantStreamTest, AppendRaisesTheCountAndKeepsWhatWasThere) {
-  ASSERT_EQ(WriteConstantData(stream_.Get(), {kMass}), S_OK);
-  ASSERT_EQ(AppendConstantData(stream_.Get(), {kAmbient}), S_OK);
-  std::vector<ConstantRecord> read;
+  ASSERT_EQ(WriteConstantData(stream_.Get(), {kAmbient}), S_OK);
+  ASSERT_EQ(AppendConstantData(stream_.Get(), {kMass, kAmbient}), S_OK);
   ASSERT_EQ(ReadConstantData(stream_.Get(), &read), S_OK);
-  EXPECT_THAT(read, ElementsAre(kMass, kAmbient));
+  EXPECT_THAT(read, ElementsAre(kAmbient, kMass, kAmbient));
   ASSERT_EQ(WriteConstantData(stream_.Get(), {}), S_OK);
   EXPECT_EQ(Bytes().size(), 12u) << "a rewrite cuts the stream first";
 }
 
-TEST_F(ConstantStreamTest, ASpreadsheetValueIsDroppedOnReading) {
-  ASSERT_EQ(WriteConstantData(stream_.Get(), {ConstantRecord{u"X", 0, u"", u"|b.xls|A1"}}), S_OK);
-  std::string bytes = Bytes();
-  const double stored = 77;
-  std::memcpy(bytes.data() + 12 + 8, &stored, sizeof stored);  // a value a writer should not have kept
-  Put(bytes);
-  std::vector<ConstantRecord> read;
-  ASSERT_EQ(ReadConstantData(stream_.Get(), &read), S_OK);
-  EXPECT_EQ(read.at(0).value, 0);
+std::string FromHex(const nlohmann::json& hex) {
+  std::string digits, bytes;
+  for (char c : hex.get<std::string>()) {
+    if (c != ' ') digits += c;
+  }
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
 }
 
-TEST_F(ConstantStreamTest, BadStreamsAreRefused) {
-  std::vector<ConstantRecord> read;
-  Put(std::string("\x0C\0\0\0\x02\0\0\0\0\0\0\0", 12));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL) << "unknown version";
-  Put(std::string("\x0C\0\0\0\x01\0\0\0\x01\0\0\0\x01\0\0\0", 16));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL) << "a text of length 1";
-  Put(std::string("\x0C\0\0\0\x01\0\0\0\x01\0\0\0\x00\x00\x20\x00", 16));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_ACCESSDENIED) << "a text longer than allowed";
-  Put(std::string("\x0C\0\0\0\x01\0\0\0\x02\0\0\0\x04\0\0\0A\0\0\0", 20));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL) << "a short stream";
-  Put(std::string("\x0C\0\0", 3));
-  EXPECT_EQ(ReadConstantData(stream_.Get(), &read), E_FAIL);
+std::vector<ConstantRecord> RecordsOf(const nlohmann::json& list) {
+  std::vector<ConstantRecord> records;
+  for (const auto& r : list) {
+    records.push_back({Utf8ToWide(r[0].get<std::string>()), r[1].get<double>(), Utf8ToWide(r[2].get<std::string>()),
+                       Utf8ToWide(r[3].get<std::string>())});
+  }
+  return records;
+}
+
+// Records and the bytes they make; bytes and what reading them answers.
+TEST_F(ConstantStreamTest, EachFixtureLayout) {
+  const auto table = testing::Fixture("outing/constant_streams.json");
+  for (const auto& c : table["writes"]) {
+    ASSERT_EQ(WriteConstantData(stream_.Get(), RecordsOf(c["records"])), S_OK);
+    EXPECT_EQ(Bytes(), FromHex(c["bytes"])) << c;
+  }
+  for (const auto& c : table["reads"]) {
+    Put(FromHex(c["bytes"]));
+    std::vector<ConstantRecord> read;
+    EXPECT_EQ(ResultName(ReadConstantData(stream_.Get(), &read)), c["result"].get<std::string>()) << c;
+    if (c.contains("records")) {
+      EXPECT_EQ(read, RecordsOf(c["records"])) << c;
+    }
+  }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "core/notifications_impl.h"
 #include "outing/factory/outing_data_factory.h"
+#include "outing/got.h"
 #include "velmar/velmar_notifications.h"
 
 namespace velmar::testing {
@@ -70,31 +71,20 @@ struct ClosingLog : CVelmarNotificationsReceiverImpl {
   int closings = 0;
 };
 
-TEST(DataFactoryImplTest, GetNamesFillsOnceThenGivesTheMapInOrder) {
-  auto factory = MakeKiv<ListFactory>();
-  factory->source = {u"Speed", u"Gear", u"Brake"};
-  NameList names;
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Brake", u"Gear", u"Speed"));
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_EQ(factory->fills, 1) << "the list is up to date";
-  factory->SetListed(false);
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_EQ(factory->fills, 2);
-  EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
-}
-
-TEST(DataFactoryImplTest, AnUnreadyFillAsksAgainNextTime) {
+TEST(DataFactoryImplTest, GetNamesFillsOnceReadyThenGivesTheMapInOrder) {
   auto factory = MakeKiv<ListFactory>();
   factory->ready = false;
-  NameList names{u"stale"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, IsEmpty());
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), IsEmpty());
   factory->ready = true;
-  factory->source = {u"Speed"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Speed"));
-  EXPECT_EQ(factory->fills, 2);
+  factory->source = {u"Speed", u"Gear", u"Brake"};
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), ElementsAre(u"Brake", u"Gear", u"Speed"))
+      << "an unready fill asks again next time";
+  (void)Got(factory, &ListFactory::GetNames);
+  EXPECT_EQ(factory->fills, 2) << "the list is up to date";
+  factory->SetListed(false);
+  (void)Got(factory, &ListFactory::GetNames);
+  EXPECT_EQ(factory->fills, 3);
+  EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
 }
 
 TEST(DataFactoryImplTest, ParentIsSetOnceAndClearedOnce) {
@@ -107,8 +97,7 @@ TEST(DataFactoryImplTest, ParentIsSetOnceAndClearedOnce) {
   EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory->parentSets, 1);
   EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), E_INVALIDARG) << "one is held";
-  EXPECT_EQ(factory->GetParent(got.Put()), S_OK);
-  EXPECT_EQ(got.Get(), parent->PrimaryUnknown());
+  EXPECT_EQ(Got(factory, &ListFactory::GetParent).Get(), parent->PrimaryUnknown());
   EXPECT_EQ(factory->SetParent(nullptr), S_OK);
   EXPECT_EQ(factory->parentSets, 2);
   EXPECT_EQ(factory->parent(), nullptr);
@@ -123,8 +112,7 @@ TEST(DataFactoryImplTest, RootIsSetOnlyOnce) {
   EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), E_UNEXPECTED);
   EXPECT_EQ(factory->rootSets, 1);
-  EXPECT_EQ(factory->GetRoot(got.Put()), S_OK);
-  EXPECT_EQ(got.Get(), root->PrimaryUnknown());
+  EXPECT_EQ(Got(factory, &ListFactory::GetRoot).Get(), root->PrimaryUnknown());
   EXPECT_EQ(root->Listeners(), 0u) << "no receiver, no sink";
 }
 
@@ -188,11 +176,7 @@ class UseFactory : public KivObject<COutingDataFactory<Use*, IKivChannelFactory>
   }
 };
 
-NameList Names(UseFactory& factory) {
-  NameList names;
-  EXPECT_EQ(factory.GetNames(&names), S_OK);
-  return names;
-}
+NameList Names(UseFactory& factory) { return Got(&factory, &UseFactory::GetNames); }
 
 TEST(OutingDataFactoryTest, AddNamesEntersOnlyNewNamesAndMarksTheListUpToDate) {
   auto factory = MakeKiv<UseFactory>();
@@ -220,7 +204,7 @@ TEST(OutingDataFactoryTest, RemoveAllItemsEmptiesTheMapInNameOrderAndUnlistsIt) 
   EXPECT_THAT(factory->RemoveAllItems(), IsEmpty());
 }
 
-TEST(OutingDataFactoryTest, ARemovalAskedForDuringAWalkIsRefusedAndTheWalkGoesOn) {
+TEST(OutingDataFactoryTest, ARemovalAskedForDuringAWalkIsRefusedAndTheWalkGoesOnAnErasedNameIsLeftOut) {
   auto factory = MakeKiv<UseFactory>();
   (void)factory->AddNames({u"A", u"B", u"C"});
   std::vector<NameList> reentered;
@@ -236,15 +220,12 @@ TEST(OutingDataFactoryTest, ARemovalAskedForDuringAWalkIsRefusedAndTheWalkGoesOn
   factory->onDrop = nullptr;
   (void)factory->AddNames({u"D"});
   EXPECT_THAT(factory->RemoveItems({u"D"}), ElementsAre(u"D")) << "the guard is down after the walk";
-}
 
-TEST(OutingDataFactoryTest, ADropThatErasesAnotherNameLeavesItOutOfTheResult) {
-  auto factory = MakeKiv<UseFactory>();
   (void)factory->AddNames({u"A", u"B"});
   factory->onDrop = [&](const std::u16string& name) {
     if (name == u"A") factory->RemoveItemDirectly(u"B");
   };
-  EXPECT_THAT(factory->RemoveAllItems(), ElementsAre(u"A"));
+  EXPECT_THAT(factory->RemoveAllItems(), ElementsAre(u"A")) << "a drop that erases another name leaves it out";
 }
 
 }  // namespace

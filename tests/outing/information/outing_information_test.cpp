@@ -133,7 +133,7 @@ TEST_F(FastLapRegistryTest, NothingStoredOrValuesOfAnotherShapeReadAsTheDefaults
   EXPECT_EQ(ReadFastLapMinimumTime(), kDefaultFastLapMinimumTime);
 }
 
-TEST_F(FastLapRegistryTest, WrittenValuesReadBack) {
+TEST_F(FastLapRegistryTest, WrittenValuesReadBackAFailedWriteKeepsThem) {
   ASSERT_EQ(WriteFastLapFilterEnabled(true), S_OK);
   ASSERT_EQ(WriteFastLapMinimumTime(-3), S_OK);
   EXPECT_EQ(ReadFastLapSettings(), (FastLapSettings{true, -3})) << "the time keeps its sign";
@@ -142,9 +142,7 @@ TEST_F(FastLapRegistryTest, WrittenValuesReadBack) {
   std::vector<uint8_t> flag;
   ASSERT_EQ(Key().QueryBinary(kFastLapFilterEnabledValue, &flag), S_OK);
   EXPECT_EQ(flag, (std::vector<uint8_t>{0, 0}));
-}
-
-TEST_F(FastLapRegistryTest, AFailedWriteGivesItsCodeAndKeepsTheStoredValue) {
+  // A failed write gives its code and keeps the stored value.
   ASSERT_EQ(WriteFastLapMinimumTime(70 * kTicksPerSecond), S_OK);
   ops_.FailAt(FaultyFileOps::Step::kWrite, STG_E_MEDIUMFULL);
   EXPECT_EQ(WriteFastLapMinimumTime(80 * kTicksPerSecond), STG_E_MEDIUMFULL);

@@ -9,16 +9,13 @@
 namespace velmar {
 namespace {
 
-TEST(Time, SecondsAndTickCountsRoundHalfAwayFromZero) {
+TEST(Time, SecondsAndTickCountsRoundHalfAwayFromZeroAndBack) {
   const auto table = testing::Fixture("outing/ticks.json");
   for (const auto& c : table["seconds"]) {
     const auto ticks = c[1].is_null() ? std::nullopt : std::optional(c[1].get<KivTime>());
     EXPECT_EQ(TicksFromSeconds(testing::FixtureNumber(c[0])), ticks) << c;
   }
   for (const auto& c : table["round"]) EXPECT_EQ(RoundTicks(c[0].get<double>()), c[1].get<KivTime>()) << c;
-}
-
-TEST(Time, TicksBackToSeconds) {
   EXPECT_DOUBLE_EQ(SecondsFromTicks(15'000'000), 1.5);
   EXPECT_DOUBLE_EQ(SecondsFromTicks(-1), -1e-7);
 }

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "sources/text/text_reader.h"
 #include "sources/text/text_status.h"
 
@@ -20,6 +22,13 @@ inline std::string Lines(std::initializer_list<std::string_view> lines, std::str
     out += l;
     out += eol;
   }
+  return out;
+}
+
+// A fixture's lines, each ended by CR LF.
+inline std::string FixtureLines(const nlohmann::json& lines) {
+  std::string out;
+  for (const auto& l : lines) out += l.get<std::string>() + "\r\n";
   return out;
 }
 

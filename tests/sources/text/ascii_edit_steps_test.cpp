@@ -24,21 +24,6 @@ class AsciiEditTest : public AsciiOutingFixture {
     ASSERT_TRUE(Settle());
   }
   IKivOuting* outing() const { return static_cast<IKivOuting*>(a_.Get()); }
-  // Runs `edit` in one transaction; the messages it sent.
-  template <class Edit>
-  Lines Commit(Edit edit) {
-    OutingListener& heard = Listen(a_.Get());
-    auto txn = QueryAs<IKivTransaction>(outing());
-    EXPECT_EQ(txn->Begin(), S_OK);
-    edit();
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    Lines messages;
-    for (const std::string& line : heard.log) {
-      if (line.rfind("TransactionMessage:", 0) == 0) messages.push_back(line.substr(19));
-    }
-    return messages;
-  }
   bool HasConstant(const std::u16string& name) {
     const NameList names = Names(a_->constants());
     return std::find(names.begin(), names.end(), name) != names.end();

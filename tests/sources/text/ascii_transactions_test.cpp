@@ -59,56 +59,22 @@ class DriverStep final : public CWriteBackStateMachineBase {
 
 class AsciiTransactionsTest : public AsciiOutingFixture {
  protected:
-  Heard Transaction(const OutingListener& listener) {
-    Heard log;
-    for (const std::string& line : listener.log) {
-      if (line.rfind("Transaction", 0) == 0) log.push_back(line);
-    }
-    return log;
-  }
-  KivResult Queue(const std::u16string& driver) {
-    return a_->cache()->transaction()->AddWriteBackStep(MakeKiv<DriverStep>(driver));
-  }
+  KivResult Queue(const std::u16string& driver) { return AddStep(MakeKiv<DriverStep>(driver)); }
   std::string Driver() { return ReadWhole(TextFilePath(PathOf("a.txt"))); }
 };
 
 TEST_F(AsciiTransactionsTest, ACommitRewritesTheFileInCallOrderAndTheOwnerHearsIt) {
   OpenLoaded(PathOf("a.txt"));
-  OutingListener& heard = Listen(a_.Get());
-  auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
-  ASSERT_TRUE(txn);
   EXPECT_EQ(Queue(u"Nobody"), KIV_E_TXN_NOT_OPEN);
-  ASSERT_EQ(txn->Begin(), S_OK);
-  ASSERT_EQ(Queue(u"First Driver"), S_OK);
-  ASSERT_EQ(Queue(u"Second Driver"), S_OK);
-  EXPECT_EQ(Driver().find("Second Driver"), std::string::npos) << "nothing is written before the commit";
-  ASSERT_EQ(txn->Commit(), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(Transaction(heard), (Heard{"TransactionStarted", "TransactionProgress:1/2", "TransactionProgress:2/2",
-                                       "TransactionFinished"}));
+  EXPECT_EQ(Commit([&] {
+              ASSERT_EQ(Queue(u"First Driver"), S_OK);
+              ASSERT_EQ(Queue(u"Second Driver"), S_OK);
+              EXPECT_EQ(Driver().find("Second Driver"), std::string::npos) << "nothing is written before the commit";
+            }, true),
+            (Heard{"TransactionStarted", "TransactionProgress:1/2", "TransactionProgress:2/2", "TransactionFinished"}));
   const std::string text = Driver();
   EXPECT_NE(text.find("DriverName\tSecond Driver"), std::string::npos);
   EXPECT_EQ(text.find("First Driver"), std::string::npos) << "the later step wrote over the earlier";
-}
-
-TEST_F(AsciiTransactionsTest, AFailedRenameKeepsTheOldFileAndIsReported) {
-  FaultyTextFileOps ops;
-  const std::u16string path = PathOf("a.txt");
-  WriteSample(path);
-  const std::string before = ReadWhole(TextFilePath(path));
-  ComPtr<CAsciiOutingCache> cache = MakeKiv<CAsciiOutingCache>(path, Guid(), &ops);
-  a_ = MakeKiv<CAsciiOuting>(cache, false);
-  OutingListener& heard = Listen(a_.Get());
-  auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
-  ASSERT_EQ(txn->Begin(), S_OK);
-  ASSERT_EQ(Queue(u"Lost Driver"), S_OK);
-  ops.fault = FaultyTextFileOps::Fault::kRename;
-  ASSERT_EQ(txn->Commit(), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(Transaction(heard), (Heard{"TransactionStarted", "TransactionProgress:1/1",
-                                       "TransactionMessage:Failed to write outing information",
-                                       "TransactionFinished"}));
-  EXPECT_EQ(ReadWhole(TextFilePath(path)), before);
 }
 
 TEST_F(AsciiTransactionsTest, CloseDataDuringACommitWaitsForItsEnd) {
@@ -137,45 +103,34 @@ TEST_F(AsciiTransactionsTest, CloseDataDuringACommitWaitsForItsEnd) {
   EXPECT_EQ(*driver.AsText(), u"New Driver");
 }
 
-// A disk that fails while channels or events go into a text data set: the
-// file stays as it was and the transaction says which write failed.
-class AsciiExportFaultsTest : public AsciiOutingFixture {
- protected:
-  // Commits `step` with `fault` armed; the transaction's messages.
-  std::vector<std::string> CommitFailing(ComPtr<CWriteBackStateMachineBase> step, FaultyTextFileOps::Fault fault) {
-    OutingListener& heard = Listen(a_.Get());
-    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
-    EXPECT_EQ(txn->Begin(), S_OK);
-    EXPECT_EQ(a_->cache()->transaction()->AddWriteBackStep(step), S_OK);
-    ops_.fault = fault;
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    ops_.fault = FaultyTextFileOps::Fault::kNone;
-    std::vector<std::string> log;
-    std::copy_if(heard.log.begin(), heard.log.end(), std::back_inserter(log),
-                 [](const std::string& line) { return line.rfind("TransactionMessage", 0) == 0; });
-    return log;
-  }
-  FaultyTextFileOps ops_;
-  std::u16string path_ = PathOf("faulty.txt");
-};
-
-TEST_F(AsciiExportFaultsTest, AFailedAppendOrRewriteLeavesTheFileAndNamesTheWrite) {
-  WriteSample(path_);
-  a_ = MakeKiv<CAsciiOuting>(MakeKiv<CAsciiOutingCache>(path_, Guid(), &ops_), false);
-  const std::string before = ReadWhole(TextFilePath(path_));
+// A disk that fails while the driver, channels or events go into a text
+// data set: the file stays as it was and the transaction says which write failed.
+TEST_F(AsciiTransactionsTest, AFailedWriteLeavesTheFileAndNamesTheWrite) {
+  FaultyTextFileOps ops;
+  const std::u16string path = PathOf("a.txt");
+  WriteSample(path);
+  const std::string before = ReadWhole(TextFilePath(path));
+  a_ = MakeKiv<CAsciiOuting>(MakeKiv<CAsciiOutingCache>(path, Guid(), &ops), false);
+  const auto failing = [&](ComPtr<CWriteBackStateMachineBase> step, FaultyTextFileOps::Fault fault) {
+    auto messages = Commit([&] {
+      EXPECT_EQ(AddStep(step), S_OK);
+      ops.fault = fault;
+    });
+    ops.fault = FaultyTextFileOps::Fault::kNone;
+    EXPECT_EQ(ReadWhole(TextFilePath(path)), before);
+    return messages;
+  };
+  EXPECT_EQ(failing(MakeKiv<DriverStep>(u"Lost Driver"), FaultyTextFileOps::Fault::kRename),
+            Heard{"Failed to write outing information"});
   auto channel = MakeFakeChannel(nlohmann::json{{{"start", 0}, {"interval", 100000}, {"count", 10}}});
   for (auto fault : {FaultyTextFileOps::Fault::kWriteDiskFull, FaultyTextFileOps::Fault::kWriteHalfThenFull}) {
     auto step = MakeKiv<CAsciiWriteBackChannelStateMachine>(a_->cache()->channel_write_back());
     step->AddItem(std::make_unique<CExportChannel>(u"Added", 0, 10'000'000, channel.Get(), 1.0, 0.0, 0, 200000));
-    EXPECT_EQ(CommitFailing(step, fault), std::vector<std::string>{"TransactionMessage:Failed to write channels"});
-    EXPECT_EQ(ReadWhole(TextFilePath(path_)), before);
+    EXPECT_EQ(failing(step, fault), Heard{"Failed to write channels"});
   }
   auto events = MakeKiv<CAsciiWriteBackEventsStateMachine>(a_->cache()->channel_write_back(), 0, 0);
   events->AddReady({u"Note", 5, kEventAddedInAnalysis, u"Desk", u"Look here", {}, {}, true});
-  EXPECT_EQ(CommitFailing(events, FaultyTextFileOps::Fault::kRename),
-            std::vector<std::string>{"TransactionMessage:Failed to write events"});
-  EXPECT_EQ(ReadWhole(TextFilePath(path_)), before);
+  EXPECT_EQ(failing(events, FaultyTextFileOps::Fault::kRename), Heard{"Failed to write events"});
 }
 
 using testing::FaultyTextFileOps;

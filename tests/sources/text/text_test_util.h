@@ -12,6 +12,8 @@
 
 #include "sources/text/text_reader.h"
 #include "sources/text/text_status.h"
+#include "velmar/text.h"
+#include "velmar/variant.h"
 
 namespace velmar::testing {
 
@@ -30,6 +32,14 @@ inline std::string FixtureLines(const nlohmann::json& lines) {
   std::string out;
   for (const auto& l : lines) out += l.get<std::string>() + "\r\n";
   return out;
+}
+
+inline std::u16string FixtureWide(const nlohmann::json& text) { return Utf8ToWide(text.get<std::string>()); }
+
+// A property value of a fixture: a boolean, a 32-bit number or a text.
+inline Variant FixtureVariant(const nlohmann::json& v) {
+  if (v.is_boolean()) return Variant::Bool(v.get<bool>());
+  return v.is_number() ? Variant::I32(v.get<int32_t>()) : Variant::Text(FixtureWide(v));
 }
 
 // Gathers reported problems.

@@ -45,7 +45,7 @@ TEST(TextWriter, NewFileIsExactlyTheEmptyForm) {
 
 using nlohmann::json;
 
-std::u16string W(const json& text) { return Utf8ToWide(text.get<std::string>()); }
+constexpr auto W = testing::FixtureWide;
 TextEvent EventOf(const json& e) { return {e[0], W(e[1]), e[2], W(e[3]), W(e[4])}; }
 std::vector<TextEvent> EventsOf(const json& list) {
   std::vector<TextEvent> events;
@@ -90,11 +90,7 @@ TextStatus Edit(std::string& file, const json& edit) {
     TextStatus st = OpenIndex(file, {}, &index);
     if (st.ok() && kind == "information") {  // [property, text, number or boolean]
       std::vector<InformationProperty> props;
-      for (const json& p : arg) {
-        props.push_back({W(p[0]), p[1].is_boolean()  ? Variant::Bool(p[1])
-                                  : p[1].is_number() ? Variant::I32(p[1])
-                                                     : Variant::Text(W(p[1]))});
-      }
+      for (const json& p : arg) props.push_back({W(p[0]), testing::FixtureVariant(p[1])});
       st = RewriteInformation(file, index, props, &out);
     } else if (st.ok() && kind == "events") {
       st = RewriteEvents(file, index, EventsOf(arg.value("added", none)), arg.value("base", KivTime{0}),

@@ -231,41 +231,36 @@ TEST_F(TransactionTest, CodesOutsideTheirStates) {
   EXPECT_EQ(txn().state(), State::kIdle);
 }
 
-TEST_F(TransactionTest, StepsRunInOrderAndOnlyTheOwnerHears) {
-  Receiver r1(&log_, 1), r2(&log_, 2);
+KivResult FromHex(const nlohmann::json& hex) { return Code(static_cast<uint32_t>(std::stoul(hex.get<std::string>(), nullptr, 16))); }
+
+class CommitCase : public TransactionTest, public ::testing::WithParamInterface<std::filesystem::path> {};
+
+// Each file: the answers of the cache's write access ("access", in turn)
+// and close, the steps ("fails" in its job, "refused": the code of its
+// creation, "reloads": has a receiver), and what the jobs did and the
+// client heard, in order.
+TEST_P(CommitCase, RunsTheStepsInOrderAndOnlyTheOwnerHears) {
+  const nlohmann::json c = testing::ReadFixture(GetParam());
+  for (const auto& r : c.value("access", nlohmann::json::array())) cache_->accessResults.push_back(FromHex(r));
+  cache_->closeResult = FromHex(c.value("close", nlohmann::json("0")));
+  std::deque<Receiver> receivers;
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1, false, S_OK, &r1), S_OK);
-  ASSERT_EQ(Queue(2, false, S_OK, &r2), S_OK);
-  EXPECT_TRUE(log_.Take().empty() && work_.Take().empty()) << "nothing runs before commit";
+  for (const auto& step : c["steps"]) {
+    Receiver* r = step.value("reloads", false) ? &receivers.emplace_back(&log_, step["n"]) : nullptr;
+    ASSERT_EQ(Queue(step["n"], step.value("fails", false), FromHex(step.value("refused", nlohmann::json("0"))), r), S_OK);
+  }
+  EXPECT_TRUE(log_.Take().empty() && work_.Take().empty()) << "nothing runs before the commit";
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 2", "close"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 2/1", "reload 1", "a progress 2/2", "reload 2", "a finished"}));
-  // A new transaction may begin, from any outing.
-  EXPECT_EQ(txn().Begin(b_.Get()), S_OK);
+  EXPECT_EQ(work_.Take(), c["work"].get<Lines>());
+  EXPECT_EQ(log_.Take(), c["heard"].get<Lines>());
+  EXPECT_EQ(txn().pending_count(), 0u);
+  EXPECT_EQ(txn().Begin(b_.Get()), S_OK) << "a new transaction may begin, from any outing";
 }
 
-TEST_F(TransactionTest, FailedStepReportsAndTheRestStillRun) {
-  Receiver r1(&log_, 1), r3(&log_, 3);
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1, /*failJob=*/true, S_OK, &r1), S_OK);
-  ASSERT_EQ(Queue(2, false, E_FAIL), S_OK);
-  ASSERT_EQ(Queue(3, false, S_OK, &r3), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 3", "close"}));
-  // Step 2 is refused while the jobs are queued, so it counts first.
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a message step 2 refused", "a progress 3/1", "a progress 3/2",
-                                "a message Failed to write step", "a progress 3/3", "reload 3", "a finished"}));
-}
+INSTANTIATE_TEST_SUITE_P(Cases, CommitCase, testing::FixtureCases("writeback/commits"), testing::FixtureName);
 
-TEST_F(TransactionTest, EmptyCommitAndRollbackRunNoJob) {
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a finished"}));
-  ASSERT_TRUE(Settle());
-  EXPECT_TRUE(work_.Take().empty());
-
+TEST_F(TransactionTest, RolledBackStepsNeverRun) {
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
   ASSERT_EQ(Queue(1), S_OK);
   ASSERT_EQ(txn().Rollback(a_.Get()), S_OK);
@@ -275,37 +270,6 @@ TEST_F(TransactionTest, EmptyCommitAndRollbackRunNoJob) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(log_.Take(), (Lines{"b started", "b finished"}));
   EXPECT_TRUE(work_.Take().empty()) << "the rolled back step never ran";
-}
-
-TEST_F(TransactionTest, DroppedAccessIsAskedAgainOtherRefusalsEndTheCommit) {
-  cache_->accessResults = {E_JOB_DROPPED, S_OK};
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(work_.Take(), (Lines{"access", "access", "write 1", "close"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a started", "a progress 1/1", "a finished"}));
-
-  cache_->accessResults = {E_ACCESSDENIED};
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(2), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(work_.Take(), (Lines{"access"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a message Failed to obtain write access to outing", "a finished"}));
-  EXPECT_EQ(txn().state(), State::kIdle);
-  EXPECT_EQ(txn().pending_count(), 0u);
-}
-
-TEST_F(TransactionTest, FailedCloseLosesTheWriteLoudly) {
-  cache_->closeResult = E_FAIL;
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "close"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a message Failed to save changes to outing",
-                                "a finished"}));
 }
 
 TEST_F(TransactionTest, PendingStepHoldsTheCommitUntilItsDataIsIn) {

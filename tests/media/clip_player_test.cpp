@@ -7,6 +7,7 @@
 #include <iterator>
 #include <random>
 
+#include "frame_sink.h"
 #include "media/clip_manager.h"
 #include "support/temp_dir.h"
 #include "velmar/audio_sink.h"
@@ -19,18 +20,6 @@ namespace {
 constexpr KivTime kS = kTicksPerSecond;
 constexpr KivTime kFrame = kS / 25;
 
-class LastFrame final : public KivObject<IKivVideoFrameSink> {
- public:
-  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
-    number = KivSampleClipFrameNumber(frame);
-    blank = FromKivBool(frame.blank);
-    ++count;
-  }
-  int32_t number = -2;
-  bool blank = false;
-  int count = 0;
-};
-
 class ClipPlayerTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -39,13 +28,6 @@ class ClipPlayerTest : public ::testing::Test {
     ASSERT_EQ(KivWriteSampleClip(clip_, {4.0, 320, 180, 25, 1.0}), S_OK);
   }
   static void TearDownTestSuite() { delete dir_; }
-
-  ComPtr<CClipManager> Player(std::shared_ptr<PlayerClock> clock, ComPtr<LastFrame>* sink) {
-    auto player = MakeKiv<CClipManager>(std::move(clock), false);
-    *sink = MakeKiv<LastFrame>();
-    EXPECT_EQ(player->SetFrameSink(sink->Get()), S_OK);
-    return player;
-  }
 
   static inline TempDir* dir_ = nullptr;
   static inline std::u16string clip_;
@@ -87,7 +69,7 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
   EXPECT_EQ(why, ClipOpenError::kBroken);
 
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   EXPECT_EQ(player->AddClip(Utf8ToWide(text), nullptr, 0, kS, 0), E_FAIL);
   EXPECT_EQ(player->AddClip(Utf8ToWide(truncated), nullptr, 0, kS, 0), E_FAIL);
   EXPECT_EQ(player->GetTime(nullptr), E_POINTER);
@@ -103,7 +85,7 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
 
 TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   ASSERT_EQ(player->AddClip(clip_, nullptr, 6 * kS, 4 * kS, 0), S_OK);
   ASSERT_EQ(player->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);  // goes first: positions order the list
   ASSERT_EQ(player->SetRange(0, 10 * kS), S_OK);
@@ -125,7 +107,7 @@ TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
 
 TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   // Frames 50, 51 and 52 of the file stand 1 s apart on the timeline.
   auto table = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{3 * kS, 4 * kS, 5 * kS}, std::vector<KivTime>{}, 50);
   ASSERT_EQ(player->AddClip(clip_, table, 2 * kS, 2 * kS, 0), S_OK);
@@ -150,8 +132,8 @@ TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
   auto own = std::make_shared<ManualPlayerClock>();
   own->Advance(123 * kS);  // the slave's clock is elsewhere until Run
   ComPtr<LastFrame> primarySink, slaveSink;
-  auto primary = Player(clock, &primarySink);
-  auto slave = Player(own, &slaveSink);
+  auto primary = PlayerShowing(clock, &primarySink);
+  auto slave = PlayerShowing(own, &slaveSink);
   ASSERT_EQ(primary->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
   ASSERT_EQ(slave->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
   ASSERT_EQ(primary->AddSlave(slave.Get()), S_OK);
@@ -178,25 +160,14 @@ TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
 // A clip's file that goes while the player holds it open: the clip blanks
 // (an open file would read on after its name is gone), the others play on.
 
-class Shown final : public KivObject<IKivVideoFrameSink> {
- public:
-  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
-    number = KivSampleClipFrameNumber(frame);
-    blank = FromKivBool(frame.blank);
-  }
-  int32_t number = -1;
-  bool blank = false;
-};
-
 TEST(ClipVanish, ADeletedOrReplacedFileBlanksItsClipAndLeavesTheOthers) {
   TempDir dir;
   const std::filesystem::path first = dir / "first.mp4", second = dir / "second.mp4";
   for (const auto& path : {first, second}) {
     ASSERT_EQ(KivWriteSampleClip(Utf8ToWide(path.string()), {2.0, 160, 96, 25, 1.0}), S_OK);
   }
-  auto player = MakeKiv<CClipManager>(SteadyPlayerClock(), false);
-  auto sink = MakeKiv<Shown>();
-  ASSERT_EQ(player->SetFrameSink(sink.Get()), S_OK);
+  ComPtr<LastFrame> sink;
+  auto player = PlayerShowing(SteadyPlayerClock(), &sink);
   ASSERT_EQ(player->AddClip(Utf8ToWide(first.string()), nullptr, 0, 2 * kS, 0), S_OK);
   ASSERT_EQ(player->AddClip(Utf8ToWide(second.string()), nullptr, 3 * kS, 2 * kS, 0), S_OK);
   ASSERT_EQ(player->SetTime(kS / 2), S_OK);

@@ -231,7 +231,9 @@ TEST_F(TransactionTest, CodesOutsideTheirStates) {
   EXPECT_EQ(txn().state(), State::kIdle);
 }
 
-KivResult FromHex(const nlohmann::json& hex) { return Code(static_cast<uint32_t>(std::stoul(hex.get<std::string>(), nullptr, 16))); }
+KivResult FromHex(const nlohmann::json& hex) {
+  return Code(static_cast<uint32_t>(std::stoul(hex.get<std::string>(), nullptr, 16)));
+}
 
 class CommitCase : public TransactionTest, public ::testing::WithParamInterface<std::filesystem::path> {};
 

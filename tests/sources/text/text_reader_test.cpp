@@ -72,11 +72,7 @@ TEST_P(TextReadCase, ReadsWhatTheFileHolds) {
   if (c.contains("columns")) {
     EXPECT_EQ(data.columns.size(), c["columns"].get<size_t>());
   }
-  for (const auto& p : c.value("problems", nlohmann::json::array())) {
-    EXPECT_TRUE(std::any_of(problems.items.begin(), problems.items.end(), [&](const TextProblem& got) {
-      return TextCodeName(got.code) == p[0].get<std::string>() && got.line == p[1].get<uint64_t>();
-    })) << p;
-  }
+  for (const auto& p : c.value("problems", nlohmann::json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
   EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }
 
@@ -158,68 +154,37 @@ TEST(TextScanMagic, EachFixtureCase) {
   }
 }
 
-TEST(TextScan, FindsBlocksRowsAndLines) {
-  std::string bytes = Lines({"KivaraASCIIDataSet", "", "{OutingInformation}", "DriverName\tJo", "", "{ChannelBlock}",
-                             "Time\tA", "0\t1", "1\t2", "", "{EventBlock}", "Time\tName\tCategory\tSource\tMessage",
-                             "1\tEnd of lap\tBox Created\t\t", "", "{Mystery}", "x", "", "{ConstantBlock}",
-                             "Name\tValue\tComment"});
-  TextIndex index = Scan(bytes);
-  ASSERT_TRUE(index.hasInformation);
-  EXPECT_EQ(index.information.line, 3u);
-  EXPECT_EQ(index.information.rowCount, 1u);
-  ASSERT_EQ(index.channels.size(), 1u);
-  const TextBlock& ch = index.channels[0];
-  EXPECT_EQ(bytes.substr(ch.tag, 14), "{ChannelBlock}");
-  EXPECT_EQ(ch.line, 6u);
-  EXPECT_EQ(ch.firstRowLine, 7u);
-  EXPECT_EQ(ch.rowCount, 3u);  // header and two rows; the blank line ends the block
-  EXPECT_TRUE(index.hasData);
-  EXPECT_EQ(index.firstDataPos, ch.tag);
-  ASSERT_NE(index.events(), nullptr);
-  EXPECT_EQ(index.events()->rowCount, 2u);
-  EXPECT_EQ(ch.end, index.events()->tag);
-  // The unknown tag is passed over, but it ends the event block.
-  EXPECT_EQ(bytes.substr(index.events()->end, 9), "{Mystery}");
-  ASSERT_NE(index.constants(), nullptr);
-  EXPECT_EQ(index.constants()->end, bytes.size());
-}
+// Each case: a file's lines (and an unended "tail"), what its scan finds
+// and the problems reported. A block is the lines of its tag and first row,
+// its rows, and the texts of the lines at its tag and where it ends. Bare
+// line feeds must scan alike.
+class ScanCase : public ::testing::TestWithParam<std::filesystem::path> {};
 
-TEST(TextScan, RowsEndAtLinesThatDoNotBeginLikeOne) {
-  for (std::string_view stop : {"\tx", " x", "\r", "{x}", "}"}) {
-    std::string bytes = "KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n1\t2\r\n" + std::string(stop) + "\r\n3\t4\r\n";
-    TextIndex index = Scan(bytes);
-    ASSERT_EQ(index.channels.size(), 1u) << stop;
-    EXPECT_EQ(index.channels[0].rowCount, 2u) << stop;
+TEST_P(ScanCase, FindsTheBlocksTheCaseSays) {
+  using nlohmann::json;
+  const auto c = testing::ReadFixture(GetParam());
+  for (const std::string eol : {"\r\n", "\n"}) {
+    std::string bytes;
+    for (const auto& line : c["lines"]) bytes += line.get<std::string>() + eol;
+    bytes += c.value("tail", "");
+    const auto textAt = [&](size_t at) { return bytes.substr(at, bytes.find_first_of("\r\n", at) - at); };
+    const auto block = [&](const TextBlock* b) {
+      return b ? json{{"line", b->line}, {"first_row_line", b->firstRowLine}, {"rows", b->rowCount},
+                      {"tag", textAt(b->tag)}, {"ends_at", textAt(b->end)}}
+               : json();
+    };
+    Problems problems;
+    const TextIndex index = Scan(bytes, problems.sink());
+    json got = {{"information", block(index.hasInformation ? &index.information : nullptr)},
+                {"events", block(index.events())}, {"constants", block(index.constants())},
+                {"first_data", index.hasData ? json(textAt(index.firstDataPos)) : json()}, {"channels", json::array()}};
+    for (const TextBlock& b : index.channels) got["channels"].push_back(block(&b));
+    EXPECT_EQ(got, c["scan"]) << "with " << eol.size() << "-byte line ends";
+    for (const auto& p : c.value("problems", json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
   }
 }
 
-TEST(TextScan, ABraceOutOfPlaceEndsTheWalk) {
-  Problems problems;
-  std::string bytes = Lines({"KivaraASCIIDataSet", "{ChannelBlock}", "Time\tA", "", "\t}", "{ChannelBlock}", "Time\tB"});
-  TextIndex index = Scan(bytes, problems.sink());
-  EXPECT_EQ(index.channels.size(), 1u);
-  EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 5));
-
-  Problems nested;
-  index = Scan(Lines({"KivaraASCIIDataSet", "{Chan{nelBlock}"}), nested.sink());
-  EXPECT_TRUE(index.channels.empty());
-  EXPECT_TRUE(nested.Has(TextCode::kBraceInToken, 2));
-
-  Problems cut;
-  index = Scan("KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n\r\n{EventBl", cut.sink());
-  EXPECT_EQ(index.channels.size(), 1u);
-  EXPECT_TRUE(cut.Has(TextCode::kTruncated, 5));
-}
-
-TEST(TextScan, BareLineFeedsScanLikeCrLf) {
-  std::string crlf = Lines({"KivaraASCIIDataSet", "", "{ChannelBlock}", "Time\tA", "1\t2", "", "{EventBlock}", "h"});
-  std::string lf = Lines({"KivaraASCIIDataSet", "", "{ChannelBlock}", "Time\tA", "1\t2", "", "{EventBlock}", "h"}, "\n");
-  TextIndex a = Scan(crlf), b = Scan(lf);
-  ASSERT_EQ(a.channels.size(), b.channels.size());
-  EXPECT_EQ(a.channels[0].rowCount, b.channels[0].rowCount);
-  EXPECT_EQ(a.channels[0].firstRowLine, b.channels[0].firstRowLine);
-  EXPECT_EQ(a.events()->line, b.events()->line);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, ScanCase, testing::FixtureCases("sources/text/scans"), testing::FixtureName);
 
 TEST(TextScan, MarksEveryRowStepInChannelBlocks) {
   std::string bytes = "KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n";
@@ -246,55 +211,36 @@ std::vector<TextColumn> ReadBlocks(const std::string& body, Problems* problems =
   return columns;
 }
 
-bool HasNamed(const Problems& problems, const std::string& name, uint64_t line) {
-  for (const auto& p : problems.items) {
-    if (TextCodeName(p.code) == name && p.line == line) return true;
-  }
-  return false;
-}
-
 // Each case: the block's lines, the columns read and the problems reported.
 class ChannelBlockCase : public ::testing::TestWithParam<std::filesystem::path> {};
 
 TEST_P(ChannelBlockCase, ReadsItsColumnsAndReportsItsProblems) {
   const auto c = testing::ReadFixture(GetParam());
-  std::string body;
-  for (const auto& line : c["lines"]) body += line.get<std::string>() + "\r\n";
-  Problems problems;
-  auto cols = ReadBlocks(body, &problems);
-  ASSERT_EQ(cols.size(), c["columns"].size());
-  for (size_t i = 0; i < cols.size(); ++i) {
-    const auto& want = c["columns"][i];
-    EXPECT_EQ(WideToUtf8(cols[i].name), want["name"].get<std::string>()) << i;
-    // Header, unit and block are checked where the case gives them.
-    EXPECT_EQ(WideToUtf8(cols[i].header), want.value("header", WideToUtf8(cols[i].header))) << i;
-    EXPECT_EQ(WideToUtf8(cols[i].unit), want.value("unit", WideToUtf8(cols[i].unit))) << i;
-    EXPECT_EQ(cols[i].block, want.value("block", cols[i].block)) << i;
-    EXPECT_EQ(Times(cols[i]), want["times"].get<V>()) << i;
-    EXPECT_EQ(Values(cols[i]), want["values"].get<V>()) << i;
+  for (const std::string eol : {"\r\n", "\n"}) {  // bare line feeds read alike
+    SCOPED_TRACE(eol.size());
+    std::string body;
+    for (const auto& line : c["lines"]) body += line.get<std::string>() + eol;
+    Problems problems;
+    auto cols = ReadBlocks(body, &problems);
+    ASSERT_EQ(cols.size(), c["columns"].size());
+    for (size_t i = 0; i < cols.size(); ++i) {
+      const auto& want = c["columns"][i];
+      EXPECT_EQ(WideToUtf8(cols[i].name), want["name"].get<std::string>()) << i;
+      // Header, unit and block are checked where the case gives them.
+      EXPECT_EQ(WideToUtf8(cols[i].header), want.value("header", WideToUtf8(cols[i].header))) << i;
+      EXPECT_EQ(WideToUtf8(cols[i].unit), want.value("unit", WideToUtf8(cols[i].unit))) << i;
+      EXPECT_EQ(cols[i].block, want.value("block", cols[i].block)) << i;
+      EXPECT_EQ(Times(cols[i]), want["times"].get<V>()) << i;
+      EXPECT_EQ(Values(cols[i]), want["values"].get<V>()) << i;
+    }
+    for (const auto& p : c.value("problems", nlohmann::json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
+    for (const auto& p : c.value("absent", nlohmann::json::array())) EXPECT_FALSE(problems.Has(p[0], p[1])) << p;
+    EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
   }
-  for (const auto& p : c.value("problems", nlohmann::json::array())) {
-    EXPECT_TRUE(HasNamed(problems, p[0], p[1])) << p;
-  }
-  for (const auto& p : c.value("absent", nlohmann::json::array())) {
-    EXPECT_FALSE(HasNamed(problems, p[0], p[1])) << p;
-  }
-  EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ChannelBlockCase, testing::FixtureCases("sources/channel_blocks"),
                          testing::FixtureName);
-
-TEST(ChannelReader, BareLfAndCrLfReadAlike) {
-  auto crlf = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB", "1\t2\t3", "2\t\t4"}));
-  auto lf = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB", "1\t2\t3", "2\t\t4"}, "\n"));
-  ASSERT_EQ(crlf.size(), lf.size());
-  for (size_t c = 0; c < crlf.size(); ++c) {
-    EXPECT_EQ(crlf[c].header, lf[c].header);
-    EXPECT_EQ(Times(crlf[c]), Times(lf[c]));
-    EXPECT_EQ(Values(crlf[c]), Values(lf[c]));
-  }
-}
 
 TEST(ChannelReader, ALongCellIsCutAndReported) {
   Problems problems;

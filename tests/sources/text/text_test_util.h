@@ -53,6 +53,11 @@ struct Problems {
       if (p.code == code && p.line == line) return true;
     return false;
   }
+  bool Has(const nlohmann::json& name, const nlohmann::json& line) const {
+    for (const auto& p : items)
+      if (TextCodeName(p.code) == name.get<std::string>() && p.line == line.get<uint64_t>()) return true;
+    return false;
+  }
   size_t Count(TextCode code) const {
     size_t n = 0;
     for (const auto& p : items) n += p.code == code;

@@ -67,13 +67,10 @@ TEST(AsciiOutingInformation, PropertiesOfTheBlockInNameOrder) {
   auto info = MakeKiv<CAsciiOutingInformation>(InformationToProperties(lines));
   PropertyList all;
   ASSERT_EQ(info->GetProperties(&all), S_OK);
-  ASSERT_EQ(all.size(), 6u) << "the four of the block, and the fast lap worked out";
-  EXPECT_EQ(all[0], (Property{u"Driver name", Variant::Text(u"Rita Verne")})) << "a later line of a key wins";
-  EXPECT_EQ(all[1], (Property{u"Engine test", Variant::Bool(true)}));
-  EXPECT_EQ(all[2], (Property{u"Fast lap number", Variant::I32(0)}));
-  EXPECT_EQ(all[3], (Property{u"Fast lap time", Variant::Time(0)}));
-  EXPECT_EQ(all[4], (Property{u"Session number", Variant::I32(4)}));
-  EXPECT_EQ(all[5], (Property{u"Track name", Variant::Text(u"Halvane Park")}));
+  // The four of the block (a later line of a key wins), and the fast lap worked out.
+  EXPECT_EQ(all, (PropertyList{{u"Driver name", Variant::Text(u"Rita Verne")}, {u"Engine test", Variant::Bool(true)},
+                               {u"Fast lap number", Variant::I32(0)}, {u"Fast lap time", Variant::Time(0)},
+                               {u"Session number", Variant::I32(4)}, {u"Track name", Variant::Text(u"Halvane Park")}}));
   Variant v;
   ASSERT_EQ(info->GetProperty(u"Session number", &v), S_OK);
   EXPECT_EQ(v.AsI32(), 4);

@@ -184,13 +184,9 @@ TEST(SampleGenerator, OutingParsesBackWithItsChannelsLapsAndInformation) {
   EXPECT_GE(speed.times().back(), duration);
   EXPECT_NEAR(speed.count, duration * 50, 11.0);
   EXPECT_DOUBLE_EQ(speed.times()[1] - speed.times()[0], 0.02);
-  double top = 0, low = 1e9;
-  for (double v : speed.values()) {
-    top = std::max(top, v);
-    low = std::min(low, v);
-  }
-  EXPECT_GT(top, 200);
-  EXPECT_LT(low, 120);
+  const auto [low, top] = std::minmax_element(speed.values().begin(), speed.values().end());
+  EXPECT_GT(*top, 200);
+  EXPECT_LT(*low, 120);
   EXPECT_NEAR(data.columns.back().times()[1], 0.2, 1e-12);  // the slow block runs at a tenth
 
   auto laps = GroupEvents(data.events).at(u"End of lap");

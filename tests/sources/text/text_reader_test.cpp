@@ -23,17 +23,6 @@ using testing::Problems;
 
 using nlohmann::json;
 
-// `want` within `got`: of objects the keys `want` has, arrays item by item.
-void ExpectWithin(const json& got, const json& want, const std::string& at) {
-  if (want.is_object() && got.is_object()) {
-    for (const auto& [key, value] : want.items()) ExpectWithin(got.value(key, json()), value, at + "." + key);
-  } else if (want.is_array() && got.is_array() && want.size() == got.size()) {
-    for (size_t i = 0; i < want.size(); ++i) ExpectWithin(got[i], want[i], at + "[" + std::to_string(i) + "]");
-  } else {
-    EXPECT_EQ(got, want) << at;
-  }
-}
-
 // Each case: a file's lines (or bytes), what is read of its information,
 // events (and their sets by name: [time, source]), constants, columns (and
 // those collected: [name, first value]) and the problems reported, or the
@@ -68,9 +57,7 @@ TEST_P(TextReadCase, ReadsWhatTheFileHolds) {
   for (const TextColumn& k : CollectChannels(std::move(data.columns))) {
     got["collected"].push_back({WideToUtf8(k.name), k.count ? json(k.values()[0]) : json()});
   }
-  for (const auto& [key, value] : got.items()) {
-    if (c.contains(key)) ExpectWithin(value, c[key], key);
-  }
+  testing::ExpectGiven(got, c);
   for (const auto& p : c.value("problems", nlohmann::json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
   EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }

@@ -42,6 +42,24 @@ inline Variant FixtureVariant(const nlohmann::json& v) {
   return v.is_number() ? Variant::I32(v.get<int32_t>()) : Variant::Text(FixtureWide(v));
 }
 
+// `want` within `got`: of objects the keys `want` has, arrays item by item.
+inline void ExpectWithin(const nlohmann::json& got, const nlohmann::json& want, const std::string& at) {
+  if (want.is_object() && got.is_object()) {
+    for (const auto& [key, value] : want.items()) ExpectWithin(got.value(key, nlohmann::json()), value, at + "." + key);
+  } else if (want.is_array() && got.is_array() && want.size() == got.size()) {
+    for (size_t i = 0; i < want.size(); ++i) ExpectWithin(got[i], want[i], at + "[" + std::to_string(i) + "]");
+  } else {
+    EXPECT_EQ(got, want) << at;
+  }
+}
+
+// Each result in `got` that the case `c` gives, checked within it.
+inline void ExpectGiven(const nlohmann::json& got, const nlohmann::json& c) {
+  for (const auto& [key, value] : got.items()) {
+    if (c.contains(key)) ExpectWithin(value, c[key], key);
+  }
+}
+
 // Gathers reported problems.
 struct Problems {
   std::vector<TextProblem> items;

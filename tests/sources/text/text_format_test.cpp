@@ -57,6 +57,31 @@ TEST(TextFormatCalls, EachTableOfTheFixture) {
          const ParsedNumber n = ParseNumber(a.get<std::string>());
          return json{n.converted, n.trailing};
        }},
+      {"information_to_properties", [](const json& a) {  // [key, value] lines
+         std::vector<TextInfoEntry> lines;
+         for (const json& l : a) lines.push_back({FixtureWide(l[0]), FixtureWide(l[1])});
+         int32_t firstLap = 0;
+         json properties = json::array();
+         for (const auto& [name, v] : InformationToProperties(lines, &firstLap)) {
+           properties.push_back({WideToUtf8(name), v.AsBool()  ? json(*v.AsBool())
+                                                   : v.AsI32() ? json(*v.AsI32())
+                                                               : json(WideToUtf8(v.ToText()))});
+         }
+         return json{{"first_lap", firstLap}, {"properties", properties}};
+       }},
+      {"token_reads", [](const json& a) {  // [line, steps] -> [text, end, error] of each read, then at the end
+         const std::string line = a[0];
+         TokenCursor cursor(line);
+         json got;
+         for (const json& step : a[1]) {
+           if (step == "skip_blanks") cursor.SkipBlanks();
+           if (step == "skip_to_tab") cursor.SkipToNextTab();
+           if (!step.is_boolean()) continue;
+           const Token t = cursor.Read(step.get<bool>());  // may blanks be in it
+           got.push_back({std::string(t.text), std::string(1, t.end), std::vector{"", "empty", "brace"}[int(t.error)]});
+         }
+         return got.push_back(cursor.AtEnd()), got;
+       }},
       {"seconds_to_ticks", [](const json& a) {
          const auto ticks = SecondsToTicks(testing::FixtureNumber(a));  // half away from zero, in range
          return ticks ? json(*ticks) : json();
@@ -79,54 +104,6 @@ TEST(TextFormatFields, CodePageEdge) {
   EXPECT_EQ(ToFileText(u"P\u2082"), "P?");  // in names "_", see format_calls
 }
 
-TEST(TextFormatInformation, KeysFillProperties) {
-  std::vector<TextInfoEntry> lines = {
-      {u"DriverName", u"Jo"},       {u"SessionNumber", u"12abc"}, {u"EngineTest", u"TRUE"},
-      {u"Unknown", u"kept aside"},  {u"FirstLapNumber", u"3"},    {u"DriverName", u"Sam"},
-      {u"OutingNumber", u"99999999999"},
-  };
-  int32_t firstLap = 0;
-  auto props = InformationToProperties(lines, &firstLap);
-  ASSERT_EQ(props.size(), 5u);
-  EXPECT_EQ(props[0].property, u"Driver name");
-  EXPECT_EQ(*props[0].value.AsText(), u"Sam");  // a later line of one key replaces
-  EXPECT_EQ(props[1].value, Variant::I32(12));  // atoi
-  EXPECT_EQ(props[2].value, Variant::Bool(true));
-  EXPECT_EQ(props[3].value, Variant::I32(3));
-  EXPECT_EQ(props[4].value, Variant::I32(2147483647));
-  EXPECT_EQ(firstLap, 3);
-
-  int32_t defaultLap = 0;
-  InformationToProperties({}, &defaultLap);
-  EXPECT_EQ(defaultLap, 1);
-}
-
-TEST(TextTokens, EndAtTabCrBsAndBlankWhereBlanksAreNotAllowed) {
-  TokenCursor c("Key with\tvalue here\bnext\rlast");
-  Token key = c.Read(false);
-  EXPECT_EQ(key.text, "Key");
-  EXPECT_EQ(key.end, ' ');
-  Token rest = c.Read(true);
-  EXPECT_EQ(rest.text, "with");
-  EXPECT_EQ(c.Read(true).text, "value here");
-  Token next = c.Read(true);
-  EXPECT_EQ(next.text, "next");
-  EXPECT_EQ(next.end, '\r');
-  Token last = c.Read(true);
-  EXPECT_EQ(last.text, "last");
-  EXPECT_EQ(last.end, 0);
-  EXPECT_TRUE(c.AtEnd());
-}
-
-TEST(TextTokens, EmptyAndBraceTokensFail) {
-  TokenCursor c("\tab{c\t}");
-  EXPECT_EQ(c.Read(true).error, TokenError::kEmpty);
-  Token brace = c.Read(true);
-  EXPECT_EQ(brace.error, TokenError::kBrace);
-  EXPECT_EQ(brace.text, "ab{c");
-  EXPECT_EQ(c.Read(true).error, TokenError::kBrace);
-}
-
 TEST(TextTokens, KeepAt4095Characters) {
   std::string line(5000, 'x');
   line += "\tnext";
@@ -136,14 +113,6 @@ TEST(TextTokens, KeepAt4095Characters) {
   EXPECT_TRUE(t.truncated);
   EXPECT_EQ(t.text.size(), 4095u);
   EXPECT_EQ(c.Read(true).text, "next");  // the rest of the long token was skipped
-}
-
-TEST(TextTokens, SkipsBlanksAndFindsTabs) {
-  TokenCursor c(" \b x\ty z\tw");
-  c.SkipBlanks();
-  EXPECT_EQ(c.Read(true).text, "x");
-  c.SkipToNextTab();
-  EXPECT_EQ(c.Read(true).text, "w");
 }
 
 TEST(TextTokens, LinesStopAtLfOrLimit) {

@@ -82,6 +82,12 @@ TEST(TextFormatCalls, EachTableOfTheFixture) {
          }
          return got.push_back(cursor.AtEnd()), got;
        }},
+      {"line_at", [](const json& a) {  // [bytes, start, limit] -> [line, where the next starts]
+         size_t next = 0;
+         const std::string line(LineAt(a[0].get<std::string>(), a[1], a[2], &next));
+         return json{line, next};
+       }},
+      {"ticks_to_seconds", [](const json& a) { return json(TicksToSeconds(a[0], a[1])); }},  // [time, base]
       {"seconds_to_ticks", [](const json& a) {
          const auto ticks = SecondsToTicks(testing::FixtureNumber(a));  // half away from zero, in range
          return ticks ? json(*ticks) : json();
@@ -113,18 +119,6 @@ TEST(TextTokens, KeepAt4095Characters) {
   EXPECT_TRUE(t.truncated);
   EXPECT_EQ(t.text.size(), 4095u);
   EXPECT_EQ(c.Read(true).text, "next");  // the rest of the long token was skipped
-}
-
-TEST(TextTokens, LinesStopAtLfOrLimit) {
-  std::string bytes = "ab\r\ncd\nef";
-  size_t next = 0;
-  EXPECT_EQ(LineAt(bytes, 0, bytes.size(), &next), "ab\r");
-  EXPECT_EQ(next, 4u);
-  EXPECT_EQ(LineAt(bytes, next, bytes.size(), &next), "cd");
-  EXPECT_EQ(LineAt(bytes, next, bytes.size(), &next), "ef");
-  EXPECT_EQ(next, bytes.size());
-  EXPECT_EQ(LineAt(bytes, 0, 2, &next), "ab");
-  EXPECT_EQ(next, 2u);
 }
 
 // Same bits, or both NaN.
@@ -169,11 +163,6 @@ TEST(TextNumber, ReadsOnlyTheFirst4095Characters) {
   std::string fits = "1" + std::string(4088, '0') + "e-4088";
   ASSERT_EQ(fits.size(), kMaxToken);
   EXPECT_EQ(ParseNumber(fits).value, 1.0);
-}
-
-TEST(TextNumber, TicksLessBaseAsSeconds) {
-  EXPECT_DOUBLE_EQ(TicksToSeconds(25'000'000, 5'000'000), 2.0);
-  EXPECT_DOUBLE_EQ(TicksToSeconds(kTimeMax, kTimeMin), 1.8446744073709552e12);  // no overflow
 }
 
 std::string Format(double v) {

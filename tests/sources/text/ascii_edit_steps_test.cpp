@@ -59,10 +59,8 @@ TEST_F(AsciiEditTest, ConstantsRoundTripThroughFreshOpens) {
   ASSERT_EQ(a_->constants().GetItem(u"Toe", toe.Put()), S_OK);
   double value = 0;
   std::u16string unit;
-  EXPECT_EQ(toe->GetValue(&value), S_OK);
-  EXPECT_EQ(QueryAs<IKivSimpleConstant>(toe.Get())->GetUnit(&unit), S_OK);
-  EXPECT_EQ(value, 1.25);
-  EXPECT_EQ(unit, u"deg");
+  ASSERT_TRUE(toe->GetValue(&value) == S_OK && QueryAs<IKivSimpleConstant>(toe.Get())->GetUnit(&unit) == S_OK);
+  EXPECT_EQ(std::pair(value, unit), std::pair(1.25, std::u16string(u"deg")));
   toe = nullptr;
 
   EXPECT_EQ(Commit([&] { EXPECT_EQ(QueryAs<IKivConstantFactory2>(outing())->RemoveConstant(u"Toe"), S_OK); }),

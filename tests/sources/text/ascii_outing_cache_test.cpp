@@ -87,10 +87,6 @@ TEST(AsciiOutingInformation, UnknownNamesNullOutsAndEditsAreRefused) {
   EXPECT_EQ(info->SetProperty(u"Fast lap number", Variant::I32(2)), E_INVALIDARG) << "worked out, not edited";
   EXPECT_EQ(info->SetProperty(u"Driver name", Variant::Text(u"x")), E_FAIL) << "checked; no outing to write to";
   EXPECT_EQ(info->SetProperties({}), E_FAIL);
-  EXPECT_EQ(info->Reserved(), E_NOTIMPL);
-  EXPECT_FALSE(info->orphaned());
-  info->Orphan();
-  EXPECT_TRUE(info->orphaned());
 }
 
 using testing::TempDir;
@@ -123,12 +119,7 @@ TEST_F(LoadAsciiOutingTest, ASampleOutingGivesEveryKindOfItem) {
   ASSERT_TRUE(data.events.contains(u"End of lap"));
   EXPECT_EQ(data.events.at(u"End of lap").size(), 2u);
   EXPECT_EQ(data.constants.size(), 8u);
-  ASSERT_EQ(data.lapMarkers.size(), 2u);
-  EXPECT_EQ(data.lapMarkers[0].number, 1);
-  EXPECT_LT(data.lapMarkers[0].time, data.lapMarkers[1].time);
-  EXPECT_EQ(data.channelStart, 0);
-  EXPECT_LE(data.outingStart, data.channelStart);
-  EXPECT_GE(data.outingEnd, data.lapMarkers.back().time);
+  EXPECT_EQ(data.lapMarkers.size(), 2u);  // numbers and spans: the load cases
 }
 
 class LoadCase : public LoadAsciiOutingTest, public ::testing::WithParamInterface<std::filesystem::path> {};

@@ -22,27 +22,23 @@ namespace {
 using State = CTransactionStateMachine::State;
 
 // What every party did, in order; jobs append from the worker.
-class Log {
- public:
+struct Log {
+  std::mutex mu;
+  std::vector<std::string> lines;
   void Add(std::string s) {
-    std::lock_guard lock(mu_);
-    lines_.push_back(std::move(s));
+    std::lock_guard lock(mu);
+    lines.push_back(std::move(s));
   }
   std::vector<std::string> Take() {
-    std::lock_guard lock(mu_);
-    return std::exchange(lines_, {});
+    std::lock_guard lock(mu);
+    return std::exchange(lines, {});
   }
-
- private:
-  std::mutex mu_;
-  std::vector<std::string> lines_;
 };
 
 AsyncThread TestThread() { return Async_GetThread(u"Txn_Test_Thread"); }
 
 // An outing object that logs the transaction notifications it hears.
-class FakeOuting final : public KivObject<COutingStateChanges> {
- public:
+struct FakeOuting final : KivObject<COutingStateChanges> {
   FakeOuting(Log* log, std::string name) : log_(log), name_(std::move(name)) {}
   void OnTransactionBegin() override { log_->Add(name_ + " started"); }
   void OnTransactionEnd() override { log_->Add(name_ + " finished"); }
@@ -64,32 +60,29 @@ class FakeOuting final : public KivObject<COutingStateChanges> {
   void OnChannelsAdded(const NameList&) override {}
   void OnWriterMessage(uint32_t, const std::u16string&) override {}
   KivResult GetSelectionBinding(IKivUnknown**) override { return S_FALSE; }
-
- private:
   Log* log_;
   std::string name_;
 };
 
-class LoggedJob : public CJobItemEx {
- public:
+// A job that logs `what` and answers `result`; a write-back job fails with its message.
+template <class Base>
+struct LoggedJob final : Base {
   LoggedJob(CStateMachineEx* owner, Log* log, std::string what, KivResult result)
-      : CJobItemEx(owner), log_(log), what_(std::move(what)), result_(result) {}
-
- protected:
+      : Base(owner), log_(log), what_(std::move(what)), result_(result) {}
   KivResult Run() override {
     log_->Add(what_);
+    if constexpr (std::is_same_v<Base, CWriteBackJobItem>) {
+      if (Failed(result_)) return this->Fail(u"Failed to write step");
+    }
     return result_;
   }
-
- private:
   Log* log_;
   std::string what_;
   KivResult result_;
 };
 
 // A cache whose write access answers the results queued in `accessResults`.
-class FakeCache final : public COutingCacheBase<FakeCache, COutingStateChanges>, public CTransactions<FakeCache> {
- public:
+struct FakeCache final : COutingCacheBase<FakeCache, COutingStateChanges>, CTransactions<FakeCache> {
   FakeCache(Log* log, Log* work)
       : COutingCacheBase(OutingType::kTarn, u"fake", Guid()),
         log_(log),
@@ -108,49 +101,27 @@ class FakeCache final : public COutingCacheBase<FakeCache, COutingStateChanges>,
       r = accessResults.front();
       accessResults.pop_front();
     }
-    return MakeKiv<LoggedJob>(owner, work_, "access", r);
+    return MakeKiv<LoggedJob<CJobItemEx>>(owner, work_, "access", r);
   }
   ComPtr<CJobItem> MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) override {
     EXPECT_NE(writeAccess, nullptr);
-    return MakeKiv<LoggedJob>(owner, work_, "close", closeResult);
+    return MakeKiv<LoggedJob<CJobItemEx>>(owner, work_, "close", closeResult);
   }
   AsyncThread GetJobThread() override { return TestThread(); }
-
- private:
   Log* log_;
   Log* work_;
   ClientRef<CTransactionStateMachine> machine_;
 };
 
-class StepJob final : public CWriteBackJobItem {
- public:
-  StepJob(CStateMachineEx* owner, Log* log, int n, bool fail) : CWriteBackJobItem(owner), log_(log), n_(n), fail_(fail) {}
-
- protected:
-  KivResult Run() override {
-    log_->Add("write " + std::to_string(n_));
-    return fail_ ? Fail(u"Failed to write step") : S_OK;
-  }
-
- private:
-  Log* log_;
-  int n_;
-  bool fail_;
-};
-
-class Receiver final : public CWriteBackStateChanges {
- public:
+struct Receiver final : CWriteBackStateChanges {
   Receiver(Log* log, int n) : log_(log), n_(n) {}
   void ReloadAfterWrite() override { log_->Add("reload " + std::to_string(n_)); }
-
- private:
   Log* log_;
   int n_;
 };
 
 // A step; `createResult` is what CreateJob answers before it builds the job.
-class Step final : public CWriteBackStateMachineBase {
- public:
+struct Step final : CWriteBackStateMachineBase {
   Step(Log* work, int n, Receiver* receiver, bool failJob = false, KivResult createResult = S_OK)
       : CWriteBackStateMachineBase(receiver), work_(work), n_(n), failJob_(failJob), createResult_(createResult) {}
   KivResult CreateJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
@@ -160,7 +131,8 @@ class Step final : public CWriteBackStateMachineBase {
       NotifyMessage(u"step " + std::u16string(1, char16_t(u'0' + n_)) + u" refused");
       return createResult_;
     }
-    *job = MakeKiv<StepJob>(this, work_, n_, failJob_);
+    const KivResult result = failJob_ ? E_FAIL : S_OK;
+    *job = MakeKiv<LoggedJob<CWriteBackJobItem>>(this, work_, "write " + std::to_string(n_), result);
     return S_OK;
   }
   AsyncThread GetJobThread() override { return TestThread(); }
@@ -169,8 +141,6 @@ class Step final : public CWriteBackStateMachineBase {
     createResult_ = S_OK;
     OnExportsComplete();
   }
-
- private:
   Log* work_;
   int n_;
   bool failJob_;

@@ -33,6 +33,12 @@ class ClipPlayerTest : public ::testing::Test {
   static inline std::u16string clip_;
 };
 
+uint32_t StateOf(CClipManager& player) {
+  uint32_t state = 9;
+  EXPECT_EQ(player.GetState(0, &state), S_OK);
+  return state;
+}
+
 TEST_F(ClipPlayerTest, SeeksToTheExactFrameAnywhereInAnyOrder) {
   ClipOpenError why = ClipOpenError::kBroken;
   std::string log;
@@ -100,9 +106,7 @@ TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   KivTime t = 0;
   ASSERT_EQ(player->GetTime(&t), S_OK);
   EXPECT_EQ(t, 7 * kS + 3 * kFrame - 30 * kFrame);
-  uint32_t state = 9;
-  ASSERT_EQ(player->GetState(0, &state), S_OK);
-  EXPECT_EQ(state, kClipPlayerPaused);
+  EXPECT_EQ(StateOf(*player), kClipPlayerPaused);
 }
 
 TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
@@ -122,9 +126,7 @@ TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
   ASSERT_EQ(player->GetTime(&t), S_OK);
   EXPECT_EQ(t, 4 * kS);
   ASSERT_EQ(player->Stop(), S_OK);
-  uint32_t state = 9;
-  ASSERT_EQ(player->GetState(0, &state), S_OK);
-  EXPECT_EQ(state, kClipPlayerStopped);
+  EXPECT_EQ(StateOf(*player), kClipPlayerStopped);
 }
 
 TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {

@@ -26,25 +26,19 @@ namespace {
 using Heard = std::vector<std::string>;
 
 // A step that writes the driver's name through the commit's held file.
-class DriverJob final : public CWriteBackJobItem {
- public:
+struct DriverJob final : CWriteBackJobItem {
   DriverJob(CStateMachineEx* owner, ComPtr<CAsciiOutingTxnJobItem> access, std::u16string driver)
       : CWriteBackJobItem(owner), access_(std::move(access)), driver_(std::move(driver)) {}
-
- protected:
   KivResult Run() override {
     const InformationProperty property{u"Driver name", Variant::Text(driver_)};
     TextStatus status = access_->handles().WriteInformation({&property, 1});
     return status.ok() ? S_OK : Fail(u"Failed to write outing information");
   }
-
- private:
   ComPtr<CAsciiOutingTxnJobItem> access_;
   std::u16string driver_;
 };
 
-class DriverStep final : public CWriteBackStateMachineBase {
- public:
+struct DriverStep final : CWriteBackStateMachineBase {
   explicit DriverStep(std::u16string driver) : CWriteBackStateMachineBase(nullptr), driver_(std::move(driver)) {}
   KivResult CreateJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
     *job = MakeKiv<DriverJob>(this, ComPtr<CAsciiOutingTxnJobItem>(static_cast<CAsciiOutingTxnJobItem*>(writeAccess)),
@@ -52,8 +46,6 @@ class DriverStep final : public CWriteBackStateMachineBase {
     return S_OK;
   }
   AsyncThread GetJobThread() override { return AsciiThread(); }
-
- private:
   std::u16string driver_;
 };
 

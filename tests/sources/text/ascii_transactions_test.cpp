@@ -139,6 +139,7 @@ class AsciiFileHandlesTest : public ::testing::Test {
   void SetUp() override { ASSERT_TRUE(CAsciiFileHandles::Create(path_).ok()); }
   TempDir dir_;
   std::filesystem::path path_ = dir_ / "outing.txt";
+  const std::vector<InformationProperty> jo_ = {{u"Driver name", Variant::Text(u"Jo")}};
 };
 
 TEST_F(AsciiFileHandlesTest, CreateWritesTheEmptyFileThatLoadsEmpty) {
@@ -158,8 +159,7 @@ TEST_F(AsciiFileHandlesTest, TheHoldIsExclusiveAndAWriteKeepsIt) {
   EXPECT_EQ(second.Open(false).code(), TextCode::kFileLocked);
   first.Close();
   ASSERT_TRUE(second.Open(true).ok());
-  std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
-  ASSERT_TRUE(second.WriteInformation(info).ok());  // the file is a new one now
+  ASSERT_TRUE(second.WriteInformation(jo_).ok());  // the file is a new one now
   EXPECT_EQ(first.Open(false).code(), TextCode::kFileLocked);
 }
 
@@ -183,8 +183,7 @@ TEST_F(AsciiFileHandlesTest, EditsGoToDiskAndReload) {
   std::vector<KivTime> times = {0, 1'000'000, 2'000'000};
   V values = {1, 2, 3};
   ASSERT_TRUE(file.WriteChannel({u"Speed", u"km/h", times, values}, 0).ok());
-  std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
-  ASSERT_TRUE(file.WriteInformation(info).ok());
+  ASSERT_TRUE(file.WriteInformation(jo_).ok());
   EXPECT_TRUE(file.index().versioned);
   std::vector<TextEvent> events = {{5'000'000, u"Flag", 1, u"me", u"yellow"}};
   ASSERT_TRUE(file.AddEvents(events, 0).ok());
@@ -217,8 +216,7 @@ TEST_F(AsciiFileHandlesTest, AFailedWriteLeavesTheFileByteIdentical) {
   {
     CAsciiFileHandles file(path_);
     ASSERT_TRUE(file.Open(true).ok());
-    std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
-    ASSERT_TRUE(file.WriteInformation(info).ok());
+    ASSERT_TRUE(file.WriteInformation(jo_).ok());
   }
   const std::string before = ReadWhole(path_);
   using Fault = FaultyTextFileOps::Fault;

@@ -193,8 +193,7 @@ TEST(ClipVanish, ADeletedOrReplacedFileBlanksItsClipAndLeavesTheOthers) {
 // unbroken stream, the tone while the clip runs and silence in the gap
 // after it; the WAV sink writes the same stream as a whole file.
 
-class Heard final : public KivObject<IKivAudioSink> {
- public:
+struct Heard final : public KivObject<IKivAudioSink> {
   explicit Heard(ComPtr<IKivAudioSink> next) : next_(std::move(next)) {}
   void OnAudio(IKivClipPlayer* player, const KivAudioBlock& block) override {
     EXPECT_EQ(block.position, end) << "a hole or an overlap in the sound";
@@ -205,8 +204,6 @@ class Heard final : public KivObject<IKivAudioSink> {
   }
   KivTime end = 0;
   std::vector<int16_t> sound, silent;
-
- private:
   ComPtr<IKivAudioSink> next_;
 };
 

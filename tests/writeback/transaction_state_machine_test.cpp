@@ -302,8 +302,7 @@ ComPtr<IKivEventSet> MakeSet(const std::string& name, const json& set) {
   return made;
 }
 
-class EventsStep final : public CWriteBackEventsStateMachineBase {
- public:
+struct EventsStep final : public CWriteBackEventsStateMachineBase {
   EventsStep() : CWriteBackEventsStateMachineBase(nullptr, 0, 0) {}
   AsyncThread GetJobThread() override { return nullptr; }
   KivResult MakeJob(CJobItem*, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
@@ -312,8 +311,7 @@ class EventsStep final : public CWriteBackEventsStateMachineBase {
 
 // The destination as the case has it: "sets" seen on the outing, "stored"
 // [name, time] pairs it holds ("pending": its events are being read).
-class Cache final : public CEventsWriterCache {
- public:
+struct Cache final : public CEventsWriterCache {
   explicit Cache(const json& c) : c_(c) {
     if (!c.contains("sets")) return;
     for (const auto& [name, set] : c["sets"].items()) sets_[Wide(name)] = MakeSet(name, set);
@@ -347,8 +345,6 @@ class Cache final : public CEventsWriterCache {
 
   std::vector<std::pair<uint32_t, std::string>> messages;
   json queued;  // null: no step
-
- private:
   const json& c_;
   std::map<std::u16string, ComPtr<IKivEventSet>> sets_;
   size_t removing_ = 0;  // the events of a removal step

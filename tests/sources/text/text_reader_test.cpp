@@ -70,8 +70,7 @@ TEST(TextReaderInformation, CodePageTextsBecomeWide) {
 }
 
 // A source that fails or comes up short at a given offset.
-class BrokenSource : public ByteSource {
- public:
+struct BrokenSource : public ByteSource {
   BrokenSource(std::string bytes, uint64_t failAt, bool ioError)
       : bytes_(std::move(bytes)), failAt_(failAt), ioError_(ioError) {}
   uint64_t Size() const override { return bytes_.size(); }
@@ -85,8 +84,6 @@ class BrokenSource : public ByteSource {
     std::copy_n(bytes_.data() + offset, *got, out);
     return {};
   }
-
- private:
   std::string bytes_;
   uint64_t failAt_;
   bool ioError_;

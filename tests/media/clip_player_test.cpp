@@ -61,12 +61,8 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
   const std::string text = (*dir_ / "notes.kvmedia").string();
   std::ofstream(text) << "not a video";
   const std::string truncated = (*dir_ / "cut.mp4").string();
-  {
-    std::ifstream in(WideToUtf8(clip_), std::ios::binary);
-    std::string bytes(2000, '\0');
-    in.read(bytes.data(), 2000);
-    std::ofstream(truncated, std::ios::binary) << bytes;
-  }
+  std::filesystem::copy_file(WideToUtf8(clip_), truncated);
+  std::filesystem::resize_file(truncated, 2000);
   ClipOpenError why = ClipOpenError::kNone;
   std::string log;
   EXPECT_FALSE(ClipDecoder::Open(text, &why, &log));

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <random>
 
+#include "frame_sink.h"
 #include "media/clip_manager.h"
 #include "support/temp_dir.h"
 #include "velmar/audio_sink.h"
@@ -19,18 +20,6 @@ namespace {
 constexpr KivTime kS = kTicksPerSecond;
 constexpr KivTime kFrame = kS / 25;
 
-class LastFrame final : public KivObject<IKivVideoFrameSink> {
- public:
-  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
-    number = KivSampleClipFrameNumber(frame);
-    blank = FromKivBool(frame.blank);
-    ++count;
-  }
-  int32_t number = -2;
-  bool blank = false;
-  int count = 0;
-};
-
 class ClipPlayerTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -40,16 +29,15 @@ class ClipPlayerTest : public ::testing::Test {
   }
   static void TearDownTestSuite() { delete dir_; }
 
-  ComPtr<CClipManager> Player(std::shared_ptr<PlayerClock> clock, ComPtr<LastFrame>* sink) {
-    auto player = MakeKiv<CClipManager>(std::move(clock), false);
-    *sink = MakeKiv<LastFrame>();
-    EXPECT_EQ(player->SetFrameSink(sink->Get()), S_OK);
-    return player;
-  }
-
   static inline TempDir* dir_ = nullptr;
   static inline std::u16string clip_;
 };
+
+uint32_t StateOf(CClipManager& player) {
+  uint32_t state = 9;
+  EXPECT_EQ(player.GetState(0, &state), S_OK);
+  return state;
+}
 
 TEST_F(ClipPlayerTest, SeeksToTheExactFrameAnywhereInAnyOrder) {
   ClipOpenError why = ClipOpenError::kBroken;
@@ -73,12 +61,8 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
   const std::string text = (*dir_ / "notes.kvmedia").string();
   std::ofstream(text) << "not a video";
   const std::string truncated = (*dir_ / "cut.mp4").string();
-  {
-    std::ifstream in(WideToUtf8(clip_), std::ios::binary);
-    std::string bytes(2000, '\0');
-    in.read(bytes.data(), 2000);
-    std::ofstream(truncated, std::ios::binary) << bytes;
-  }
+  std::filesystem::copy_file(WideToUtf8(clip_), truncated);
+  std::filesystem::resize_file(truncated, 2000);
   ClipOpenError why = ClipOpenError::kNone;
   std::string log;
   EXPECT_FALSE(ClipDecoder::Open(text, &why, &log));
@@ -87,7 +71,7 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
   EXPECT_EQ(why, ClipOpenError::kBroken);
 
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   EXPECT_EQ(player->AddClip(Utf8ToWide(text), nullptr, 0, kS, 0), E_FAIL);
   EXPECT_EQ(player->AddClip(Utf8ToWide(truncated), nullptr, 0, kS, 0), E_FAIL);
   EXPECT_EQ(player->GetTime(nullptr), E_POINTER);
@@ -103,7 +87,7 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
 
 TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   ASSERT_EQ(player->AddClip(clip_, nullptr, 6 * kS, 4 * kS, 0), S_OK);
   ASSERT_EQ(player->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);  // goes first: positions order the list
   ASSERT_EQ(player->SetRange(0, 10 * kS), S_OK);
@@ -118,14 +102,12 @@ TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   KivTime t = 0;
   ASSERT_EQ(player->GetTime(&t), S_OK);
   EXPECT_EQ(t, 7 * kS + 3 * kFrame - 30 * kFrame);
-  uint32_t state = 9;
-  ASSERT_EQ(player->GetState(0, &state), S_OK);
-  EXPECT_EQ(state, kClipPlayerPaused);
+  EXPECT_EQ(StateOf(*player), kClipPlayerPaused);
 }
 
 TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   // Frames 50, 51 and 52 of the file stand 1 s apart on the timeline.
   auto table = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{3 * kS, 4 * kS, 5 * kS}, std::vector<KivTime>{}, 50);
   ASSERT_EQ(player->AddClip(clip_, table, 2 * kS, 2 * kS, 0), S_OK);
@@ -140,9 +122,7 @@ TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
   ASSERT_EQ(player->GetTime(&t), S_OK);
   EXPECT_EQ(t, 4 * kS);
   ASSERT_EQ(player->Stop(), S_OK);
-  uint32_t state = 9;
-  ASSERT_EQ(player->GetState(0, &state), S_OK);
-  EXPECT_EQ(state, kClipPlayerStopped);
+  EXPECT_EQ(StateOf(*player), kClipPlayerStopped);
 }
 
 TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
@@ -150,8 +130,8 @@ TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
   auto own = std::make_shared<ManualPlayerClock>();
   own->Advance(123 * kS);  // the slave's clock is elsewhere until Run
   ComPtr<LastFrame> primarySink, slaveSink;
-  auto primary = Player(clock, &primarySink);
-  auto slave = Player(own, &slaveSink);
+  auto primary = PlayerShowing(clock, &primarySink);
+  auto slave = PlayerShowing(own, &slaveSink);
   ASSERT_EQ(primary->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
   ASSERT_EQ(slave->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
   ASSERT_EQ(primary->AddSlave(slave.Get()), S_OK);
@@ -178,25 +158,14 @@ TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
 // A clip's file that goes while the player holds it open: the clip blanks
 // (an open file would read on after its name is gone), the others play on.
 
-class Shown final : public KivObject<IKivVideoFrameSink> {
- public:
-  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
-    number = KivSampleClipFrameNumber(frame);
-    blank = FromKivBool(frame.blank);
-  }
-  int32_t number = -1;
-  bool blank = false;
-};
-
 TEST(ClipVanish, ADeletedOrReplacedFileBlanksItsClipAndLeavesTheOthers) {
   TempDir dir;
   const std::filesystem::path first = dir / "first.mp4", second = dir / "second.mp4";
   for (const auto& path : {first, second}) {
     ASSERT_EQ(KivWriteSampleClip(Utf8ToWide(path.string()), {2.0, 160, 96, 25, 1.0}), S_OK);
   }
-  auto player = MakeKiv<CClipManager>(SteadyPlayerClock(), false);
-  auto sink = MakeKiv<Shown>();
-  ASSERT_EQ(player->SetFrameSink(sink.Get()), S_OK);
+  ComPtr<LastFrame> sink;
+  auto player = PlayerShowing(SteadyPlayerClock(), &sink);
   ASSERT_EQ(player->AddClip(Utf8ToWide(first.string()), nullptr, 0, 2 * kS, 0), S_OK);
   ASSERT_EQ(player->AddClip(Utf8ToWide(second.string()), nullptr, 3 * kS, 2 * kS, 0), S_OK);
   ASSERT_EQ(player->SetTime(kS / 2), S_OK);
@@ -220,8 +189,7 @@ TEST(ClipVanish, ADeletedOrReplacedFileBlanksItsClipAndLeavesTheOthers) {
 // unbroken stream, the tone while the clip runs and silence in the gap
 // after it; the WAV sink writes the same stream as a whole file.
 
-class Heard final : public KivObject<IKivAudioSink> {
- public:
+struct Heard final : public KivObject<IKivAudioSink> {
   explicit Heard(ComPtr<IKivAudioSink> next) : next_(std::move(next)) {}
   void OnAudio(IKivClipPlayer* player, const KivAudioBlock& block) override {
     EXPECT_EQ(block.position, end) << "a hole or an overlap in the sound";
@@ -232,8 +200,6 @@ class Heard final : public KivObject<IKivAudioSink> {
   }
   KivTime end = 0;
   std::vector<int16_t> sound, silent;
-
- private:
   ComPtr<IKivAudioSink> next_;
 };
 

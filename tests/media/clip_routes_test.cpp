@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <functional>
+#include <tuple>
 
+#include "frame_sink.h"
 #include "media/clip_manager.h"
 #include "media/distance_route.h"
 #include "media/dynamic_timestamp.h"
@@ -43,16 +46,13 @@ TEST(PlainRoute, PlacesClipsOnTheSpanAndSkipsThoseOutside) {
   };
   // The outing's offset of 2 s moves every clip; the span is 10 s to 60 s.
   const auto planned = PlainRoute(clips, 2 * s, 10 * s, 60 * s);
-  ASSERT_EQ(planned.size(), 2u);
-  EXPECT_EQ(planned[0].path, u"table.mp4");
-  EXPECT_EQ(planned[0].position, 12 * s + 1 * s);  // the clip's place, plus its first frame time
-  EXPECT_EQ(planned[0].length, 8 * s);
-  ASSERT_TRUE(planned[0].timestamp);
-  EXPECT_EQ(planned[0].timestamp->first_frame(), 0u);
-  EXPECT_EQ(planned[1].path, u"user.mp4");
-  EXPECT_EQ(planned[1].position, 7 * s);
-  EXPECT_EQ(planned[1].length, 25 * s);
-  EXPECT_FALSE(planned[1].timestamp);
+  using Placed = std::tuple<std::string, KivTime, KivTime, int64_t>;  // the table's first frame, -1 for none
+  std::vector<Placed> got;
+  for (const PlannedClip& p : planned) {
+    got.emplace_back(WideToUtf8(p.path), p.position, p.length, p.timestamp ? int64_t{p.timestamp->first_frame()} : -1);
+  }
+  // table.mp4 stands at its place plus its first frame time; user.mp4 has no table.
+  EXPECT_EQ(got, (std::vector<Placed>{{"table.mp4", 13 * s, 8 * s, 0}, {"user.mp4", 7 * s, 25 * s, -1}}));
 }
 
 TEST(MediaDiagnostics, NamesBadFrameTablesMissingFilesAndTheClipsInTheSpan) {
@@ -79,57 +79,38 @@ TEST(MediaDiagnostics, NamesBadFrameTablesMissingFilesAndTheClipsInTheSpan) {
   EXPECT_NE(MediaDiagnostics(facts, {}).find(u"No data available for this Media Channel.\r\n"), std::u16string::npos);
 }
 
-TEST(DynamicTimestamp, FramesAndTimesAtTheBoundaries) {
-  auto ts = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{100, 200, 400}, std::vector<KivTime>{}, 7);
-  uint32_t frame = 0;
-  EXPECT_EQ(ts->TimeToFrame(99, &frame), E_FAIL);
-  EXPECT_EQ(ts->TimeToFrame(401, &frame), E_FAIL);
-  ASSERT_EQ(ts->TimeToFrame(100, &frame), S_OK);
-  EXPECT_EQ(frame, 7u);
-  ASSERT_EQ(ts->TimeToFrame(399, &frame), S_OK);
-  EXPECT_EQ(frame, 8u);
-  ASSERT_EQ(ts->TimeToFrame(400, &frame), S_OK);  // the last time is the last frame, not one beyond
-  EXPECT_EQ(frame, 9u);
+class TimestampCases : public ::testing::TestWithParam<std::filesystem::path> {};
 
-  KivTime start = 0, end = 0;
-  ASSERT_EQ(ts->FrameToTimes(8, &start, &end), S_OK);
-  EXPECT_EQ(start, 200);
-  EXPECT_EQ(end, 399);
-  ASSERT_EQ(ts->FrameToTimes(9, &start, &end), S_OK);  // an instant
-  EXPECT_EQ(start, 400);
-  EXPECT_EQ(end, 400);
-  EXPECT_EQ(ts->FrameToTimes(6, &start, &end), E_FAIL);
-  EXPECT_EQ(ts->FrameToTimes(10, &start, &end), E_FAIL);
-  EXPECT_EQ(ts->SourceToFrameTimes(401, &start, &end), E_INVALIDARG);
-  ASSERT_EQ(ts->GetRange(&end, &start), S_OK);
-  EXPECT_EQ(end, 400);
-  EXPECT_EQ(start, 300);
-  KivTime source = 0;
-  ASSERT_EQ(ts->AdjustedToSource(250, &source), S_OK);  // no source list: the time itself
-  EXPECT_EQ(source, 250);
+// Each file: a frame table (adjusted times, source times, first frame) and
+// calls [name, argument, answer]; an answer that is a text is the code of
+// a refusal.
+TEST_P(TimestampCases, AnswersEachCall) {
+  const nlohmann::json c = ReadFixture(GetParam());
+  auto ts = MakeKiv<CDynamicTimestamp>(c["adjusted"].get<std::vector<KivTime>>(),
+                                       c["source"].get<std::vector<KivTime>>(), c["first"].get<uint32_t>());
+  for (const nlohmann::json& call : c["calls"]) {
+    const std::string name = call[0];
+    const KivTime at = call[1].is_null() ? 0 : call[1].get<KivTime>();
+    KivTime a = 0, b = 0;
+    uint32_t frame = 0;
+    KivBool enabled = KIV_TRUE;
+    KivResult r = S_OK;
+    nlohmann::json got = {a, b};
+    if (name == "time_to_frame") r = ts->TimeToFrame(at, &frame), got = frame;
+    if (name == "frame_to_times") r = ts->FrameToTimes(static_cast<int32_t>(at), &a, &b);
+    if (name == "source_to_frame_times") r = ts->SourceToFrameTimes(at, &a, &b);
+    if (name == "range") r = ts->GetRange(&a, &b);  // the end and the length
+    if (name == "adjusted_to_source") r = ts->AdjustedToSource(at, &a), got = a;
+    if (name == "source_frame") got = ts->SourceFrame(at);
+    if (name == "enabled") r = ts->IsEnabled(&enabled), got = FromKivBool(enabled);
+    if (got.is_array()) got = {a, b};
+    char code[9];
+    std::snprintf(code, sizeof code, "%08x", static_cast<uint32_t>(r));
+    EXPECT_EQ(r == S_OK ? got : nlohmann::json(code), call[2]) << call;
+  }
 }
 
-TEST(DynamicTimestamp, AdjustedToSourceInterpolatesAndTruncates) {
-  auto ts = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{0, 300, 600}, std::vector<KivTime>{1000, 1100, 1500}, 0);
-  KivTime source = 0;
-  ASSERT_EQ(ts->AdjustedToSource(100, &source), S_OK);
-  EXPECT_EQ(source, 1033);  // a third of 100, truncated
-  ASSERT_EQ(ts->AdjustedToSource(-5, &source), S_OK);
-  EXPECT_EQ(source, 1000);
-  ASSERT_EQ(ts->AdjustedToSource(900, &source), S_OK);
-  EXPECT_EQ(source, 1500);
-  KivTime start = 0, end = 0;
-  ASSERT_EQ(ts->SourceToFrameTimes(1200, &start, &end), S_OK);
-  EXPECT_EQ(start, 1100);
-  EXPECT_EQ(end, 1499);
-  EXPECT_EQ(ts->SourceFrame(1499), 1u);
-  KivBool enabled = KIV_FALSE;
-  auto empty = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{}, std::vector<KivTime>{}, 0);
-  ASSERT_EQ(empty->IsEnabled(&enabled), S_OK);
-  EXPECT_EQ(enabled, KIV_FALSE);
-  uint32_t frame = 0;
-  EXPECT_EQ(empty->TimeToFrame(0, &frame), E_FAIL);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, TimestampCases, FixtureCases("media/timestamps"), FixtureName);
 
 // The distance-adjusted route on clips made here: two laps driven
 // differently, each with its own video, shown against a third lap. At any
@@ -150,14 +131,6 @@ DistanceTrace Trace(const std::function<double(double)>& distance) {
   }
   return DistanceTrace(std::move(times), std::move(values));
 }
-
-class FrameNumber final : public KivObject<IKivVideoFrameSink> {
- public:
-  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
-    number = KivSampleClipFrameNumber(frame);
-  }
-  int32_t number = -1;
-};
 
 struct Lap {
   std::function<double(double)> distance;
@@ -182,9 +155,8 @@ TEST(DistanceRoute, KeepsTwoLapsVideosAtTheSameCircuitPoint) {
     const std::vector<ClipSource> clips{{clip, 0, 8 * kS, {{0, 0, {}}, {8 * kS, 200, {}}}}};
     DistanceRoute route = PlanDistanceRoute(clips, frame, ClipFileExists);
     ASSERT_EQ(route.planned.size(), 1u);
-    auto player = MakeKiv<CClipManager>(SteadyPlayerClock(), false);
-    auto sink = MakeKiv<FrameNumber>();
-    ASSERT_EQ(player->SetFrameSink(sink.Get()), S_OK);
+    ComPtr<LastFrame> sink;
+    auto player = PlayerShowing(SteadyPlayerClock(), &sink);
     PlannedClip& p = route.planned.front();
     ASSERT_EQ(player->AddClip(p.path, p.timestamp, p.position, p.length, 0), S_OK) << player->log();
     const double ownStart = lap.distance(Seconds(lap.spanStart));

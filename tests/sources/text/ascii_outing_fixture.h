@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@
 #include "sources/text/sample_generator.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
+#include "velmar/transaction.h"
+#include "writeback/write_back_step.h"
 
 namespace velmar::testing {
 
@@ -63,6 +66,26 @@ class AsciiOutingFixture : public SettlingTest {
     (void)Names(a_->channels());
     ASSERT_TRUE(Settle());
     ASSERT_EQ(a_->cache()->load_machine().state(), State::kDone);
+  }
+
+  // Runs `edit` in one transaction of a_ and settles; the texts of the
+  // "TransactionMessage:" notifications, or with `all` every "Transaction" line.
+  std::vector<std::string> Commit(const std::function<void()>& edit, bool all = false) {
+    OutingListener& heard = Listen(a_.Get());
+    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
+    EXPECT_EQ(txn->Begin(), S_OK);
+    edit();
+    EXPECT_EQ(txn->Commit(), S_OK);
+    EXPECT_TRUE(Settle());
+    const std::string prefix = all ? "Transaction" : "TransactionMessage:";
+    std::vector<std::string> log;
+    for (const std::string& line : heard.log) {
+      if (line.rfind(prefix, 0) == 0) log.push_back(all ? line : line.substr(prefix.size()));
+    }
+    return log;
+  }
+  KivResult AddStep(ComPtr<CWriteBackStateMachineBase> step) {
+    return a_->cache()->transaction()->AddWriteBackStep(std::move(step));
   }
 
   TempDir dir_;

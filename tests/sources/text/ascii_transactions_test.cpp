@@ -26,25 +26,19 @@ namespace {
 using Heard = std::vector<std::string>;
 
 // A step that writes the driver's name through the commit's held file.
-class DriverJob final : public CWriteBackJobItem {
- public:
+struct DriverJob final : CWriteBackJobItem {
   DriverJob(CStateMachineEx* owner, ComPtr<CAsciiOutingTxnJobItem> access, std::u16string driver)
       : CWriteBackJobItem(owner), access_(std::move(access)), driver_(std::move(driver)) {}
-
- protected:
   KivResult Run() override {
     const InformationProperty property{u"Driver name", Variant::Text(driver_)};
     TextStatus status = access_->handles().WriteInformation({&property, 1});
     return status.ok() ? S_OK : Fail(u"Failed to write outing information");
   }
-
- private:
   ComPtr<CAsciiOutingTxnJobItem> access_;
   std::u16string driver_;
 };
 
-class DriverStep final : public CWriteBackStateMachineBase {
- public:
+struct DriverStep final : CWriteBackStateMachineBase {
   explicit DriverStep(std::u16string driver) : CWriteBackStateMachineBase(nullptr), driver_(std::move(driver)) {}
   KivResult CreateJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
     *job = MakeKiv<DriverJob>(this, ComPtr<CAsciiOutingTxnJobItem>(static_cast<CAsciiOutingTxnJobItem*>(writeAccess)),
@@ -52,63 +46,27 @@ class DriverStep final : public CWriteBackStateMachineBase {
     return S_OK;
   }
   AsyncThread GetJobThread() override { return AsciiThread(); }
-
- private:
   std::u16string driver_;
 };
 
 class AsciiTransactionsTest : public AsciiOutingFixture {
  protected:
-  Heard Transaction(const OutingListener& listener) {
-    Heard log;
-    for (const std::string& line : listener.log) {
-      if (line.rfind("Transaction", 0) == 0) log.push_back(line);
-    }
-    return log;
-  }
-  KivResult Queue(const std::u16string& driver) {
-    return a_->cache()->transaction()->AddWriteBackStep(MakeKiv<DriverStep>(driver));
-  }
+  KivResult Queue(const std::u16string& driver) { return AddStep(MakeKiv<DriverStep>(driver)); }
   std::string Driver() { return ReadWhole(TextFilePath(PathOf("a.txt"))); }
 };
 
 TEST_F(AsciiTransactionsTest, ACommitRewritesTheFileInCallOrderAndTheOwnerHearsIt) {
   OpenLoaded(PathOf("a.txt"));
-  OutingListener& heard = Listen(a_.Get());
-  auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
-  ASSERT_TRUE(txn);
   EXPECT_EQ(Queue(u"Nobody"), KIV_E_TXN_NOT_OPEN);
-  ASSERT_EQ(txn->Begin(), S_OK);
-  ASSERT_EQ(Queue(u"First Driver"), S_OK);
-  ASSERT_EQ(Queue(u"Second Driver"), S_OK);
-  EXPECT_EQ(Driver().find("Second Driver"), std::string::npos) << "nothing is written before the commit";
-  ASSERT_EQ(txn->Commit(), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(Transaction(heard), (Heard{"TransactionStarted", "TransactionProgress:1/2", "TransactionProgress:2/2",
-                                       "TransactionFinished"}));
+  EXPECT_EQ(Commit([&] {
+              ASSERT_EQ(Queue(u"First Driver"), S_OK);
+              ASSERT_EQ(Queue(u"Second Driver"), S_OK);
+              EXPECT_EQ(Driver().find("Second Driver"), std::string::npos) << "nothing is written before the commit";
+            }, true),
+            (Heard{"TransactionStarted", "TransactionProgress:1/2", "TransactionProgress:2/2", "TransactionFinished"}));
   const std::string text = Driver();
   EXPECT_NE(text.find("DriverName\tSecond Driver"), std::string::npos);
   EXPECT_EQ(text.find("First Driver"), std::string::npos) << "the later step wrote over the earlier";
-}
-
-TEST_F(AsciiTransactionsTest, AFailedRenameKeepsTheOldFileAndIsReported) {
-  FaultyTextFileOps ops;
-  const std::u16string path = PathOf("a.txt");
-  WriteSample(path);
-  const std::string before = ReadWhole(TextFilePath(path));
-  ComPtr<CAsciiOutingCache> cache = MakeKiv<CAsciiOutingCache>(path, Guid(), &ops);
-  a_ = MakeKiv<CAsciiOuting>(cache, false);
-  OutingListener& heard = Listen(a_.Get());
-  auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
-  ASSERT_EQ(txn->Begin(), S_OK);
-  ASSERT_EQ(Queue(u"Lost Driver"), S_OK);
-  ops.fault = FaultyTextFileOps::Fault::kRename;
-  ASSERT_EQ(txn->Commit(), S_OK);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(Transaction(heard), (Heard{"TransactionStarted", "TransactionProgress:1/1",
-                                       "TransactionMessage:Failed to write outing information",
-                                       "TransactionFinished"}));
-  EXPECT_EQ(ReadWhole(TextFilePath(path)), before);
 }
 
 TEST_F(AsciiTransactionsTest, CloseDataDuringACommitWaitsForItsEnd) {
@@ -137,45 +95,34 @@ TEST_F(AsciiTransactionsTest, CloseDataDuringACommitWaitsForItsEnd) {
   EXPECT_EQ(*driver.AsText(), u"New Driver");
 }
 
-// A disk that fails while channels or events go into a text data set: the
-// file stays as it was and the transaction says which write failed.
-class AsciiExportFaultsTest : public AsciiOutingFixture {
- protected:
-  // Commits `step` with `fault` armed; the transaction's messages.
-  std::vector<std::string> CommitFailing(ComPtr<CWriteBackStateMachineBase> step, FaultyTextFileOps::Fault fault) {
-    OutingListener& heard = Listen(a_.Get());
-    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
-    EXPECT_EQ(txn->Begin(), S_OK);
-    EXPECT_EQ(a_->cache()->transaction()->AddWriteBackStep(step), S_OK);
-    ops_.fault = fault;
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    ops_.fault = FaultyTextFileOps::Fault::kNone;
-    std::vector<std::string> log;
-    std::copy_if(heard.log.begin(), heard.log.end(), std::back_inserter(log),
-                 [](const std::string& line) { return line.rfind("TransactionMessage", 0) == 0; });
-    return log;
-  }
-  FaultyTextFileOps ops_;
-  std::u16string path_ = PathOf("faulty.txt");
-};
-
-TEST_F(AsciiExportFaultsTest, AFailedAppendOrRewriteLeavesTheFileAndNamesTheWrite) {
-  WriteSample(path_);
-  a_ = MakeKiv<CAsciiOuting>(MakeKiv<CAsciiOutingCache>(path_, Guid(), &ops_), false);
-  const std::string before = ReadWhole(TextFilePath(path_));
+// A disk that fails while the driver, channels or events go into a text
+// data set: the file stays as it was and the transaction says which write failed.
+TEST_F(AsciiTransactionsTest, AFailedWriteLeavesTheFileAndNamesTheWrite) {
+  FaultyTextFileOps ops;
+  const std::u16string path = PathOf("a.txt");
+  WriteSample(path);
+  const std::string before = ReadWhole(TextFilePath(path));
+  a_ = MakeKiv<CAsciiOuting>(MakeKiv<CAsciiOutingCache>(path, Guid(), &ops), false);
+  const auto failing = [&](ComPtr<CWriteBackStateMachineBase> step, FaultyTextFileOps::Fault fault) {
+    auto messages = Commit([&] {
+      EXPECT_EQ(AddStep(step), S_OK);
+      ops.fault = fault;
+    });
+    ops.fault = FaultyTextFileOps::Fault::kNone;
+    EXPECT_EQ(ReadWhole(TextFilePath(path)), before);
+    return messages;
+  };
+  EXPECT_EQ(failing(MakeKiv<DriverStep>(u"Lost Driver"), FaultyTextFileOps::Fault::kRename),
+            Heard{"Failed to write outing information"});
   auto channel = MakeFakeChannel(nlohmann::json{{{"start", 0}, {"interval", 100000}, {"count", 10}}});
   for (auto fault : {FaultyTextFileOps::Fault::kWriteDiskFull, FaultyTextFileOps::Fault::kWriteHalfThenFull}) {
     auto step = MakeKiv<CAsciiWriteBackChannelStateMachine>(a_->cache()->channel_write_back());
     step->AddItem(std::make_unique<CExportChannel>(u"Added", 0, 10'000'000, channel.Get(), 1.0, 0.0, 0, 200000));
-    EXPECT_EQ(CommitFailing(step, fault), std::vector<std::string>{"TransactionMessage:Failed to write channels"});
-    EXPECT_EQ(ReadWhole(TextFilePath(path_)), before);
+    EXPECT_EQ(failing(step, fault), Heard{"Failed to write channels"});
   }
   auto events = MakeKiv<CAsciiWriteBackEventsStateMachine>(a_->cache()->channel_write_back(), 0, 0);
   events->AddReady({u"Note", 5, kEventAddedInAnalysis, u"Desk", u"Look here", {}, {}, true});
-  EXPECT_EQ(CommitFailing(events, FaultyTextFileOps::Fault::kRename),
-            std::vector<std::string>{"TransactionMessage:Failed to write events"});
-  EXPECT_EQ(ReadWhole(TextFilePath(path_)), before);
+  EXPECT_EQ(failing(events, FaultyTextFileOps::Fault::kRename), Heard{"Failed to write events"});
 }
 
 using testing::FaultyTextFileOps;
@@ -192,6 +139,7 @@ class AsciiFileHandlesTest : public ::testing::Test {
   void SetUp() override { ASSERT_TRUE(CAsciiFileHandles::Create(path_).ok()); }
   TempDir dir_;
   std::filesystem::path path_ = dir_ / "outing.txt";
+  const std::vector<InformationProperty> jo_ = {{u"Driver name", Variant::Text(u"Jo")}};
 };
 
 TEST_F(AsciiFileHandlesTest, CreateWritesTheEmptyFileThatLoadsEmpty) {
@@ -205,12 +153,14 @@ TEST_F(AsciiFileHandlesTest, CreateWritesTheEmptyFileThatLoadsEmpty) {
   EXPECT_FALSE(file.index().versioned);
 }
 
-TEST_F(AsciiFileHandlesTest, TheHoldIsExclusive) {
+TEST_F(AsciiFileHandlesTest, TheHoldIsExclusiveAndAWriteKeepsIt) {
   CAsciiFileHandles first(path_), second(path_);
   ASSERT_TRUE(first.Open(false).ok());
   EXPECT_EQ(second.Open(false).code(), TextCode::kFileLocked);
   first.Close();
-  EXPECT_TRUE(second.Open(false).ok());
+  ASSERT_TRUE(second.Open(true).ok());
+  ASSERT_TRUE(second.WriteInformation(jo_).ok());  // the file is a new one now
+  EXPECT_EQ(first.Open(false).code(), TextCode::kFileLocked);
 }
 
 TEST_F(AsciiFileHandlesTest, OpenFailuresCloseAgain) {
@@ -233,8 +183,7 @@ TEST_F(AsciiFileHandlesTest, EditsGoToDiskAndReload) {
   std::vector<KivTime> times = {0, 1'000'000, 2'000'000};
   V values = {1, 2, 3};
   ASSERT_TRUE(file.WriteChannel({u"Speed", u"km/h", times, values}, 0).ok());
-  std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
-  ASSERT_TRUE(file.WriteInformation(info).ok());
+  ASSERT_TRUE(file.WriteInformation(jo_).ok());
   EXPECT_TRUE(file.index().versioned);
   std::vector<TextEvent> events = {{5'000'000, u"Flag", 1, u"me", u"yellow"}};
   ASSERT_TRUE(file.AddEvents(events, 0).ok());
@@ -267,8 +216,7 @@ TEST_F(AsciiFileHandlesTest, AFailedWriteLeavesTheFileByteIdentical) {
   {
     CAsciiFileHandles file(path_);
     ASSERT_TRUE(file.Open(true).ok());
-    std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
-    ASSERT_TRUE(file.WriteInformation(info).ok());
+    ASSERT_TRUE(file.WriteInformation(jo_).ok());
   }
   const std::string before = ReadWhole(path_);
   using Fault = FaultyTextFileOps::Fault;
@@ -302,15 +250,6 @@ TEST_F(AsciiFileHandlesTest, AFailedWriteLeavesTheFileByteIdentical) {
     EXPECT_TRUE(file.HasConstant(u"C"));
   }
   EXPECT_EQ(testing::CountFiles(dir_.path()), 1u);
-}
-
-TEST_F(AsciiFileHandlesTest, AWriteKeepsTheExclusiveHold) {
-  CAsciiFileHandles file(path_);
-  ASSERT_TRUE(file.Open(true).ok());
-  std::vector<InformationProperty> info = {{u"Driver name", Variant::Text(u"Jo")}};
-  ASSERT_TRUE(file.WriteInformation(info).ok());  // the file is a new one now
-  CAsciiFileHandles other(path_);
-  EXPECT_EQ(other.Open(false).code(), TextCode::kFileLocked);
 }
 
 // The child rewrites the head of a large file over and over, telling the

@@ -31,16 +31,24 @@ TEST(ByteSource, MemoryIsViewedInPlace) {
   EXPECT_EQ(std::string(buf, got), "et\r\n");
 }
 
+// A byte source over the file at `path`, and the handle that keeps it open.
+std::unique_ptr<FileByteSource> OpenSource(const std::filesystem::path& path, FileHandle* handle) {
+  int fd = -1;
+  std::unique_ptr<FileByteSource> source;
+  EXPECT_TRUE(DefaultTextFileOps().Open(path, FileOpenMode::kRead, &fd).ok());
+  *handle = FileHandle(&DefaultTextFileOps(), fd);
+  EXPECT_TRUE(FileByteSource::Open(DefaultTextFileOps(), fd, &source).ok());
+  return source;
+}
+
 TEST(ByteSource, AFileIsReadWhole) {
   TempDir dir;
   std::string bytes(40u << 20, 'x');  // more than one read piece
   bytes.replace(0, 20, "KivaraASCIIDataSet\r\n");
   WriteWhole(dir / "big.txt", bytes);
-  int fd = -1;
-  ASSERT_TRUE(DefaultTextFileOps().Open(dir / "big.txt", FileOpenMode::kRead, &fd).ok());
-  FileHandle handle(&DefaultTextFileOps(), fd);
-  std::unique_ptr<FileByteSource> source;
-  ASSERT_TRUE(FileByteSource::Open(DefaultTextFileOps(), fd, &source).ok());
+  FileHandle handle;
+  auto source = OpenSource(dir / "big.txt", &handle);
+  ASSERT_TRUE(source);
   SourceBytes loaded;
   ASSERT_TRUE(SourceBytes::Load(*source, &loaded).ok());
   EXPECT_TRUE(loaded.view() == bytes);
@@ -50,11 +58,9 @@ TEST(ByteSource, AFileThatShrinksOrVanishesWhileReadIsTold) {
   TempDir dir;
   auto path = dir / "a.txt";
   WriteWhole(path, "KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n1\t2\r\n");
-  int fd = -1;
-  ASSERT_TRUE(DefaultTextFileOps().Open(path, FileOpenMode::kRead, &fd).ok());
-  FileHandle handle(&DefaultTextFileOps(), fd);
-  std::unique_ptr<FileByteSource> source;
-  ASSERT_TRUE(FileByteSource::Open(DefaultTextFileOps(), fd, &source).ok());
+  FileHandle handle;
+  auto source = OpenSource(path, &handle);
+  ASSERT_TRUE(source);
   // Another program cuts the file and deletes it after its size was taken.
   ASSERT_EQ(::truncate(path.c_str(), 10), 0);
   std::filesystem::remove(path);
@@ -104,17 +110,6 @@ using testing::FaultyTextFileOps;
 using testing::ReadWhole;
 using Fault = FaultyTextFileOps::Fault;
 
-TEST(TextFileOps, ReplaceWritesTheNewContents) {
-  TempDir dir;
-  auto path = dir / "a.txt";
-  WriteWhole(path, "old");
-  ASSERT_TRUE(ReplaceFile(DefaultTextFileOps(), path, "new contents").ok());
-  EXPECT_EQ(ReadWhole(path), "new contents");
-  EXPECT_EQ(CountFiles(dir.path()), 1u);  // no temporary left behind
-  ASSERT_TRUE(ReplaceFile(DefaultTextFileOps(), dir / "fresh.txt", "x").ok());
-  EXPECT_EQ(ReadWhole(dir / "fresh.txt"), "x");
-}
-
 TEST(TextFileOps, AnyFailedStepLeavesTheOldFileIntact) {
   for (Fault fault : {Fault::kWriteDiskFull, Fault::kWriteHalfThenFull, Fault::kSync, Fault::kRename}) {
     TempDir dir;
@@ -133,13 +128,17 @@ TEST(TextFileOps, AnyFailedStepLeavesTheOldFileIntact) {
   }
 }
 
-TEST(TextFileOps, ReplaceCanHandOverTheLockedNewFile) {
+TEST(TextFileOps, ReplaceWritesTheNewContentsAndCanHandOverTheLockedFile) {
   TempDir dir;
   auto path = dir / "a.txt";
   WriteWhole(path, "old");
   FileHandle held;
-  ASSERT_TRUE(ReplaceFile(DefaultTextFileOps(), path, "new", &held).ok());
+  ASSERT_TRUE(ReplaceFile(DefaultTextFileOps(), path, "new contents", &held).ok());
   ASSERT_TRUE(held.valid());
+  EXPECT_EQ(ReadWhole(path), "new contents");
+  EXPECT_EQ(CountFiles(dir.path()), 1u);  // no temporary left behind
+  ASSERT_TRUE(ReplaceFile(DefaultTextFileOps(), dir / "fresh.txt", "x").ok());
+  EXPECT_EQ(ReadWhole(dir / "fresh.txt"), "x");
   int other = -1;
   ASSERT_TRUE(DefaultTextFileOps().Open(path, FileOpenMode::kRead, &other).ok());
   FileHandle otherHandle(&DefaultTextFileOps(), other);

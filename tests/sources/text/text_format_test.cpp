@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <limits>
+#include <map>
 #include <random>
 #include <string>
 
@@ -14,6 +16,7 @@
 #include "sources/text/text_number.h"
 #include "sources/text/text_tokens.h"
 #include "support/fixtures.h"
+#include "text_test_util.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -30,91 +33,81 @@ TEST(TextFormatEscape, EachFixtureCase) {
   }
 }
 
-TEST(TextFormatFields, TokenEndersAndBracesAreReplaced) {
-  EXPECT_EQ(FieldText(u"a\tb\rc\nd\be"), "a b c d e");
-  EXPECT_EQ(FieldText(u"{x}"), "(x)");
-  EXPECT_EQ(FieldText(u"keep\r\nbreaks", true), "keep\r\nbreaks");
+// Each table of the file: calls of one function, [argument, result].
+TEST(TextFormatCalls, EachTableOfTheFixture) {
+  using nlohmann::json;
+  using testing::FixtureWide;
+  using testing::FixtureVariant;
+  const auto text = [](const auto& t) { return t ? json(WideToUtf8(*t)) : json(); };
+  const std::map<std::string, std::function<json(const json&)>> calls = {
+      {"field_text", [](const json& a) { return json(FieldText(FixtureWide(a))); }},
+      {"field_text_keeping_breaks", [](const json& a) { return json(FieldText(FixtureWide(a), true)); }},
+      {"name_text", [](const json& a) { return json(NameText(FixtureWide(a))); }},
+      {"unit_text", [](const json& a) { return json(UnitText(FixtureWide(a))); }},
+      {"category_text", [](const json& a) { return json(std::string(CategoryText(a))); }},
+      {"category_from_text", [](const json& a) { return json(CategoryFromText(FixtureWide(a))); }},
+      {"information_key", [&](const json& a) {
+         const InformationKey* key = FindInformationProperty(FixtureWide(a));
+         return text(key ? std::optional(key->key) : std::nullopt);
+       }},
+      {"information_value", [&](const json& a) {
+         return text(FormatInformationValue(*FindInformationProperty(FixtureWide(a[0])), FixtureVariant(a[1])));
+       }},
+      {"number_flags", [](const json& a) {
+         const ParsedNumber n = ParseNumber(a.get<std::string>());
+         return json{n.converted, n.trailing};
+       }},
+      {"information_to_properties", [](const json& a) {  // [key, value] lines
+         std::vector<TextInfoEntry> lines;
+         for (const json& l : a) lines.push_back({FixtureWide(l[0]), FixtureWide(l[1])});
+         int32_t firstLap = 0;
+         json properties = json::array();
+         for (const auto& [name, v] : InformationToProperties(lines, &firstLap)) {
+           properties.push_back({WideToUtf8(name), v.AsBool()  ? json(*v.AsBool())
+                                                   : v.AsI32() ? json(*v.AsI32())
+                                                               : json(WideToUtf8(v.ToText()))});
+         }
+         return json{{"first_lap", firstLap}, {"properties", properties}};
+       }},
+      {"token_reads", [](const json& a) {  // [line, steps] -> [text, end, error] of each read, then at the end
+         const std::string line = a[0];
+         TokenCursor cursor(line);
+         json got;
+         for (const json& step : a[1]) {
+           if (step == "skip_blanks") cursor.SkipBlanks();
+           if (step == "skip_to_tab") cursor.SkipToNextTab();
+           if (!step.is_boolean()) continue;
+           const Token t = cursor.Read(step.get<bool>());  // may blanks be in it
+           got.push_back({std::string(t.text), std::string(1, t.end), std::vector{"", "empty", "brace"}[int(t.error)]});
+         }
+         return got.push_back(cursor.AtEnd()), got;
+       }},
+      {"line_at", [](const json& a) {  // [bytes, start, limit] -> [line, where the next starts]
+         size_t next = 0;
+         const std::string line(LineAt(a[0].get<std::string>(), a[1], a[2], &next));
+         return json{line, next};
+       }},
+      {"ticks_to_seconds", [](const json& a) { return json(TicksToSeconds(a[0], a[1])); }},  // [time, base]
+      {"seconds_to_ticks", [](const json& a) {
+         const auto ticks = SecondsToTicks(testing::FixtureNumber(a));  // half away from zero, in range
+         return ticks ? json(*ticks) : json();
+       }},
+      {"seconds", [](const json& a) {  // an exact tie rounds to even, as printf does
+         std::string out;
+         AppendSeconds(out, a.get<double>());
+         return json(out);
+       }},
+  };
+  const json table = testing::Fixture("sources/text/format_calls.json");
+  for (const auto& [name, call] : calls) {
+    for (const json& c : table[name]) EXPECT_EQ(call(c[0]), c[1]) << name << " " << c;
+  }
 }
 
 TEST(TextFormatFields, CodePageEdge) {
   EXPECT_EQ(ToFileText(u"caf\u00e9 \u20ac"), "caf\xe9 \x80");
   EXPECT_EQ(FromFileText("caf\xe9 \x80"), u"caf\u00e9 \u20ac");
-  // Names: what the code page cannot hold becomes "_", a real "?" stays.
-  EXPECT_EQ(NameText(u"P\u2082 ?"), "P_ ?");
-  EXPECT_EQ(ToFileText(u"P\u2082"), "P?");
-  EXPECT_EQ(UnitText(u"m[s]"), "m_s_");
-}
-
-TEST(TextFormatCategories, TextsBothWays) {
-  EXPECT_EQ(CategoryText(0), "Box Created");
-  EXPECT_EQ(CategoryText(1), "Kivara Added");
-  EXPECT_EQ(CategoryText(2), "Kivara Added");
-  EXPECT_EQ(CategoryText(7), "");
-  EXPECT_EQ(CategoryFromText(u"Box Created"), kEventFromCar);
-  EXPECT_EQ(CategoryFromText(u"box created"), kEventFromAnalysis);
-  EXPECT_EQ(CategoryFromText(u"Anything"), kEventFromAnalysis);
-}
-
-TEST(TextFormatInformation, KeysFillProperties) {
-  std::vector<TextInfoEntry> lines = {
-      {u"DriverName", u"Jo"},       {u"SessionNumber", u"12abc"}, {u"EngineTest", u"TRUE"},
-      {u"Unknown", u"kept aside"},  {u"FirstLapNumber", u"3"},    {u"DriverName", u"Sam"},
-      {u"OutingNumber", u"99999999999"},
-  };
-  int32_t firstLap = 0;
-  auto props = InformationToProperties(lines, &firstLap);
-  ASSERT_EQ(props.size(), 5u);
-  EXPECT_EQ(props[0].property, u"Driver name");
-  EXPECT_EQ(*props[0].value.AsText(), u"Sam");  // a later line of one key replaces
-  EXPECT_EQ(props[1].value, Variant::I32(12));  // atoi
-  EXPECT_EQ(props[2].value, Variant::Bool(true));
-  EXPECT_EQ(props[3].value, Variant::I32(3));
-  EXPECT_EQ(props[4].value, Variant::I32(2147483647));
-  EXPECT_EQ(firstLap, 3);
-
-  int32_t defaultLap = 0;
-  InformationToProperties({}, &defaultLap);
-  EXPECT_EQ(defaultLap, 1);
-}
-
-TEST(TextFormatInformation, ValuesAreWrittenByKind) {
-  const InformationKey* engine = FindInformationProperty(u"Engine test");
-  const InformationKey* session = FindInformationProperty(u"Session number");
-  const InformationKey* driver = FindInformationProperty(u"Driver name");
-  ASSERT_TRUE(engine && session && driver);
-  EXPECT_EQ(engine->key, u"EngineTest");
-  EXPECT_EQ(FormatInformationValue(*engine, Variant::Bool(true)), u"True");
-  EXPECT_EQ(FormatInformationValue(*engine, Variant::Bool(false)), u"False");
-  EXPECT_EQ(FormatInformationValue(*session, Variant::I32(-7)), u"-7");
-  EXPECT_EQ(FormatInformationValue(*session, Variant::Text(u"7")), std::nullopt);
-  EXPECT_EQ(FormatInformationValue(*driver, Variant::Text(u"Jo")), u"Jo");
-  EXPECT_EQ(FindInformationProperty(u"Fast lap number"), nullptr);
-}
-
-TEST(TextTokens, EndAtTabCrBsAndBlankWhereBlanksAreNotAllowed) {
-  TokenCursor c("Key with\tvalue here\bnext\rlast");
-  Token key = c.Read(false);
-  EXPECT_EQ(key.text, "Key");
-  EXPECT_EQ(key.end, ' ');
-  Token rest = c.Read(true);
-  EXPECT_EQ(rest.text, "with");
-  EXPECT_EQ(c.Read(true).text, "value here");
-  Token next = c.Read(true);
-  EXPECT_EQ(next.text, "next");
-  EXPECT_EQ(next.end, '\r');
-  Token last = c.Read(true);
-  EXPECT_EQ(last.text, "last");
-  EXPECT_EQ(last.end, 0);
-  EXPECT_TRUE(c.AtEnd());
-}
-
-TEST(TextTokens, EmptyAndBraceTokensFail) {
-  TokenCursor c("\tab{c\t}");
-  EXPECT_EQ(c.Read(true).error, TokenError::kEmpty);
-  Token brace = c.Read(true);
-  EXPECT_EQ(brace.error, TokenError::kBrace);
-  EXPECT_EQ(brace.text, "ab{c");
-  EXPECT_EQ(c.Read(true).error, TokenError::kBrace);
+  EXPECT_EQ(ToFileText(u"P\u2082"), "P?");  // in names "_", see format_calls
 }
 
 TEST(TextTokens, KeepAt4095Characters) {
@@ -126,26 +119,6 @@ TEST(TextTokens, KeepAt4095Characters) {
   EXPECT_TRUE(t.truncated);
   EXPECT_EQ(t.text.size(), 4095u);
   EXPECT_EQ(c.Read(true).text, "next");  // the rest of the long token was skipped
-}
-
-TEST(TextTokens, SkipsBlanksAndFindsTabs) {
-  TokenCursor c(" \b x\ty z\tw");
-  c.SkipBlanks();
-  EXPECT_EQ(c.Read(true).text, "x");
-  c.SkipToNextTab();
-  EXPECT_EQ(c.Read(true).text, "w");
-}
-
-TEST(TextTokens, LinesStopAtLfOrLimit) {
-  std::string bytes = "ab\r\ncd\nef";
-  size_t next = 0;
-  EXPECT_EQ(LineAt(bytes, 0, bytes.size(), &next), "ab\r");
-  EXPECT_EQ(next, 4u);
-  EXPECT_EQ(LineAt(bytes, next, bytes.size(), &next), "cd");
-  EXPECT_EQ(LineAt(bytes, next, bytes.size(), &next), "ef");
-  EXPECT_EQ(next, bytes.size());
-  EXPECT_EQ(LineAt(bytes, 0, 2, &next), "ab");
-  EXPECT_EQ(next, 2u);
 }
 
 // Same bits, or both NaN.
@@ -182,15 +155,6 @@ TEST(TextNumber, AgreesWithAtofOnRandomDecimals) {
   }
 }
 
-TEST(TextNumber, TellsTrailingCharacters) {
-  EXPECT_FALSE(ParseNumber("1.5").trailing);
-  EXPECT_FALSE(ParseNumber("1.5  ").trailing);
-  EXPECT_TRUE(ParseNumber("1.5x").trailing);
-  EXPECT_TRUE(ParseNumber("0x").trailing);
-  EXPECT_FALSE(ParseNumber("abc").converted);
-  EXPECT_FALSE(ParseNumber(" ").converted);
-}
-
 TEST(TextNumber, ReadsOnlyTheFirst4095Characters) {
   // 4094 digits, then an exponent that the cut leaves behind.
   std::string cut = "1" + std::string(4093, '0') + "e-4093";
@@ -199,21 +163,6 @@ TEST(TextNumber, ReadsOnlyTheFirst4095Characters) {
   std::string fits = "1" + std::string(4088, '0') + "e-4088";
   ASSERT_EQ(fits.size(), kMaxToken);
   EXPECT_EQ(ParseNumber(fits).value, 1.0);
-}
-
-TEST(TextNumber, SecondsBecomeTicksRoundedHalfAwayFromZero) {
-  EXPECT_EQ(SecondsToTicks(1.0), 10'000'000);
-  EXPECT_EQ(SecondsToTicks(0.00000005), 1);  // 0.5 tick
-  EXPECT_EQ(SecondsToTicks(-0.00000005), -1);
-  EXPECT_EQ(SecondsToTicks(0.00000004), 0);
-  EXPECT_EQ(SecondsToTicks(1e300), kTimeMax - 1);
-  EXPECT_EQ(SecondsToTicks(-INFINITY), kTimeMin + 1);
-  EXPECT_EQ(SecondsToTicks(NAN), std::nullopt);
-}
-
-TEST(TextNumber, TicksLessBaseAsSeconds) {
-  EXPECT_DOUBLE_EQ(TicksToSeconds(25'000'000, 5'000'000), 2.0);
-  EXPECT_DOUBLE_EQ(TicksToSeconds(kTimeMax, kTimeMin), 1.8446744073709552e12);  // no overflow
 }
 
 std::string Format(double v) {
@@ -274,9 +223,6 @@ TEST(FormatValue, MatchesPrintfAcrossMagnitudes) {
 }
 
 TEST(FormatValue, TimesHaveSevenDecimals) {
-  EXPECT_EQ(Seconds(1.5), "1.5000000");
-  EXPECT_EQ(Seconds(-0.0000001), "-0.0000001");
-  EXPECT_EQ(Seconds(1.0 / 256), "0.0039062");  // an exact tie rounds to even, as printf does
   std::string out;
   AppendTime(out, 12'345'678, 2'345'678);
   EXPECT_EQ(out, "1.0000000");

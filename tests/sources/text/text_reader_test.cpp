@@ -21,62 +21,40 @@ using testing::Lines;
 using testing::MustRead;
 using testing::Problems;
 
+using nlohmann::json;
+
 // Each case: a file's lines (or bytes), what is read of its information,
-// events and constants and the problems reported, or the code of a file
-// that cannot be read.
+// events (and their sets by name: [time, source]), constants, columns (and
+// those collected: [name, first value]) and the problems reported, or the
+// code of a file that cannot be read.
 class TextReadCase : public ::testing::TestWithParam<std::filesystem::path> {};
 
 TEST_P(TextReadCase, ReadsWhatTheFileHolds) {
   const auto c = testing::ReadFixture(GetParam());
   std::string bytes = c.value("bytes", "");
   for (const auto& line : c.value("lines", nlohmann::json::array())) bytes += line.get<std::string>() + "\r\n";
-  if (c.contains("code")) {
-    TextDataSet data;
-    const TextStatus st = ReadTextDataSet(bytes, {}, &data);
-    EXPECT_EQ(TextCodeName(st.code()), c["code"].get<std::string>());
-    if (c.contains("line")) {
-      EXPECT_EQ(st.line(), c["line"].get<uint64_t>());
-    }
-    return;
-  }
   Problems problems;
-  const auto data = MustRead(bytes, &problems);
-  if (c.contains("information")) {
-    ASSERT_EQ(data.information.size(), c["information"].size());
-    for (size_t i = 0; i < data.information.size(); ++i) {
-      EXPECT_EQ(WideToUtf8(data.information[i].key), c["information"][i][0].get<std::string>()) << i;
-      EXPECT_EQ(WideToUtf8(data.information[i].value), c["information"][i][1].get<std::string>()) << i;
-    }
+  TextReadOptions options;
+  options.problems = problems.sink();
+  TextDataSet data;
+  const TextStatus st = ReadTextDataSet(bytes, options, &data);
+  json got = {{"code", TextCodeName(st.code())}, {"line", st.line()}, {"columns", data.columns.size()},
+              {"event_sets", json::object()}};
+  EXPECT_EQ(got["code"], c.value("code", "ok"));
+  for (const auto& i : data.information) got["information"].push_back({WideToUtf8(i.key), WideToUtf8(i.value)});
+  for (const auto& k : data.constants) got["constants"].push_back({WideToUtf8(k.name), k.value, WideToUtf8(k.comment)});
+  for (const TextEvent& e : data.events) {
+    got["events"].push_back({{"time", e.time}, {"name", WideToUtf8(e.name)}, {"category", e.category},
+                             {"source", WideToUtf8(e.source)}, {"message", WideToUtf8(e.message)}});
   }
-  if (c.contains("events")) {
-    ASSERT_EQ(data.events.size(), c["events"].size());
-    for (size_t i = 0; i < data.events.size(); ++i) {
-      const TextEvent& e = data.events[i];
-      const auto& want = c["events"][i];
-      EXPECT_EQ(e.time, want.value("time", e.time)) << i;
-      EXPECT_EQ(WideToUtf8(e.name), want.value("name", WideToUtf8(e.name))) << i;
-      EXPECT_EQ(e.category, want.value("category", e.category)) << i;
-      EXPECT_EQ(WideToUtf8(e.source), want.value("source", WideToUtf8(e.source))) << i;
-      EXPECT_EQ(WideToUtf8(e.message), want.value("message", WideToUtf8(e.message))) << i;
-    }
+  for (const auto& [name, set] : GroupEvents(data.events)) {
+    for (const auto& [time, e] : set) got["event_sets"][WideToUtf8(name)].push_back({time, WideToUtf8(e.source)});
   }
-  if (c.contains("constants")) {
-    ASSERT_EQ(data.constants.size(), c["constants"].size());
-    for (size_t i = 0; i < data.constants.size(); ++i) {
-      const auto& want = c["constants"][i];
-      EXPECT_EQ(data.constants[i], (TextConstant{Utf8ToWide(want[0].get<std::string>()), want[1].get<double>(),
-                                                 Utf8ToWide(want[2].get<std::string>())}))
-          << i;
-    }
+  for (const TextColumn& k : CollectChannels(std::move(data.columns))) {
+    got["collected"].push_back({WideToUtf8(k.name), k.count ? json(k.values()[0]) : json()});
   }
-  if (c.contains("columns")) {
-    EXPECT_EQ(data.columns.size(), c["columns"].get<size_t>());
-  }
-  for (const auto& p : c.value("problems", nlohmann::json::array())) {
-    EXPECT_TRUE(std::any_of(problems.items.begin(), problems.items.end(), [&](const TextProblem& got) {
-      return TextCodeName(got.code) == p[0].get<std::string>() && got.line == p[1].get<uint64_t>();
-    })) << p;
-  }
+  testing::ExpectGiven(got, c);
+  for (const auto& p : c.value("problems", nlohmann::json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
   EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }
 
@@ -87,35 +65,8 @@ TEST(TextReaderInformation, CodePageTextsBecomeWide) {
   EXPECT_EQ(data.information[0].value, u"Jos\u00e9 \u20ac");
 }
 
-const char* kEventHeader = "Time\tName\tCategory\tSource\tMessage";
-
-TEST(TextReaderEvents, TheLastBlockCountsAndGroupsKeepTheFirst) {
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{EventBlock}", kEventHeader, "1\tOld\tX", "",
-                              "{EventBlock}", kEventHeader, "2\tLap\tX\tfirst", "2\tLap\tX\tsecond", "1\tLap\tX"}));
-  ASSERT_EQ(data.events.size(), 3u);  // every row of the last block
-  TextEventSets sets = GroupEvents(data.events);
-  ASSERT_EQ(sets.size(), 1u);
-  const auto& lap = sets.at(u"Lap");
-  ASSERT_EQ(lap.size(), 2u);
-  EXPECT_EQ(lap.at(20'000'000).source, u"first");
-  EXPECT_EQ(lap.begin()->first, 10'000'000);  // in rising time order
-}
-
-TEST(TextReader, CollectKeepsTheFirstNamedColumnWithSamples) {
-  auto data = MustRead(Lines({"KivaraASCIIDataSet", "{ChannelBlock}", "Time\tA\tEmpty\t\tB", "1\t1\t\t5\t2", "",
-                              "{ChannelBlock}", "Time\tA[m]\tC", "1\t9\t3"}));
-  ASSERT_EQ(data.columns.size(), 6u);
-  auto kept = CollectChannels(std::move(data.columns));
-  ASSERT_EQ(kept.size(), 3u);
-  EXPECT_EQ(kept[0].name, u"A");
-  EXPECT_EQ(kept[0].values()[0], 1);
-  EXPECT_EQ(kept[1].name, u"B");
-  EXPECT_EQ(kept[2].name, u"C");
-}
-
 // A source that fails or comes up short at a given offset.
-class BrokenSource : public ByteSource {
- public:
+struct BrokenSource : public ByteSource {
   BrokenSource(std::string bytes, uint64_t failAt, bool ioError)
       : bytes_(std::move(bytes)), failAt_(failAt), ioError_(ioError) {}
   uint64_t Size() const override { return bytes_.size(); }
@@ -129,8 +80,6 @@ class BrokenSource : public ByteSource {
     std::copy_n(bytes_.data() + offset, *got, out);
     return {};
   }
-
- private:
   std::string bytes_;
   uint64_t failAt_;
   bool ioError_;
@@ -158,68 +107,37 @@ TEST(TextScanMagic, EachFixtureCase) {
   }
 }
 
-TEST(TextScan, FindsBlocksRowsAndLines) {
-  std::string bytes = Lines({"KivaraASCIIDataSet", "", "{OutingInformation}", "DriverName\tJo", "", "{ChannelBlock}",
-                             "Time\tA", "0\t1", "1\t2", "", "{EventBlock}", "Time\tName\tCategory\tSource\tMessage",
-                             "1\tEnd of lap\tBox Created\t\t", "", "{Mystery}", "x", "", "{ConstantBlock}",
-                             "Name\tValue\tComment"});
-  TextIndex index = Scan(bytes);
-  ASSERT_TRUE(index.hasInformation);
-  EXPECT_EQ(index.information.line, 3u);
-  EXPECT_EQ(index.information.rowCount, 1u);
-  ASSERT_EQ(index.channels.size(), 1u);
-  const TextBlock& ch = index.channels[0];
-  EXPECT_EQ(bytes.substr(ch.tag, 14), "{ChannelBlock}");
-  EXPECT_EQ(ch.line, 6u);
-  EXPECT_EQ(ch.firstRowLine, 7u);
-  EXPECT_EQ(ch.rowCount, 3u);  // header and two rows; the blank line ends the block
-  EXPECT_TRUE(index.hasData);
-  EXPECT_EQ(index.firstDataPos, ch.tag);
-  ASSERT_NE(index.events(), nullptr);
-  EXPECT_EQ(index.events()->rowCount, 2u);
-  EXPECT_EQ(ch.end, index.events()->tag);
-  // The unknown tag is passed over, but it ends the event block.
-  EXPECT_EQ(bytes.substr(index.events()->end, 9), "{Mystery}");
-  ASSERT_NE(index.constants(), nullptr);
-  EXPECT_EQ(index.constants()->end, bytes.size());
-}
+// Each case: a file's lines (and an unended "tail"), what its scan finds
+// and the problems reported. A block is the lines of its tag and first row,
+// its rows, and the texts of the lines at its tag and where it ends. Bare
+// line feeds must scan alike.
+class ScanCase : public ::testing::TestWithParam<std::filesystem::path> {};
 
-TEST(TextScan, RowsEndAtLinesThatDoNotBeginLikeOne) {
-  for (std::string_view stop : {"\tx", " x", "\r", "{x}", "}"}) {
-    std::string bytes = "KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n1\t2\r\n" + std::string(stop) + "\r\n3\t4\r\n";
-    TextIndex index = Scan(bytes);
-    ASSERT_EQ(index.channels.size(), 1u) << stop;
-    EXPECT_EQ(index.channels[0].rowCount, 2u) << stop;
+TEST_P(ScanCase, FindsTheBlocksTheCaseSays) {
+  using nlohmann::json;
+  const auto c = testing::ReadFixture(GetParam());
+  for (const std::string eol : {"\r\n", "\n"}) {
+    std::string bytes;
+    for (const auto& line : c["lines"]) bytes += line.get<std::string>() + eol;
+    bytes += c.value("tail", "");
+    const auto textAt = [&](size_t at) { return bytes.substr(at, bytes.find_first_of("\r\n", at) - at); };
+    const auto block = [&](const TextBlock* b) {
+      return b ? json{{"line", b->line}, {"first_row_line", b->firstRowLine}, {"rows", b->rowCount},
+                      {"tag", textAt(b->tag)}, {"ends_at", textAt(b->end)}}
+               : json();
+    };
+    Problems problems;
+    const TextIndex index = Scan(bytes, problems.sink());
+    json got = {{"information", block(index.hasInformation ? &index.information : nullptr)},
+                {"events", block(index.events())}, {"constants", block(index.constants())},
+                {"first_data", index.hasData ? json(textAt(index.firstDataPos)) : json()}, {"channels", json::array()}};
+    for (const TextBlock& b : index.channels) got["channels"].push_back(block(&b));
+    EXPECT_EQ(got, c["scan"]) << "with " << eol.size() << "-byte line ends";
+    for (const auto& p : c.value("problems", json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
   }
 }
 
-TEST(TextScan, ABraceOutOfPlaceEndsTheWalk) {
-  Problems problems;
-  std::string bytes = Lines({"KivaraASCIIDataSet", "{ChannelBlock}", "Time\tA", "", "\t}", "{ChannelBlock}", "Time\tB"});
-  TextIndex index = Scan(bytes, problems.sink());
-  EXPECT_EQ(index.channels.size(), 1u);
-  EXPECT_TRUE(problems.Has(TextCode::kBraceInToken, 5));
-
-  Problems nested;
-  index = Scan(Lines({"KivaraASCIIDataSet", "{Chan{nelBlock}"}), nested.sink());
-  EXPECT_TRUE(index.channels.empty());
-  EXPECT_TRUE(nested.Has(TextCode::kBraceInToken, 2));
-
-  Problems cut;
-  index = Scan("KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n\r\n{EventBl", cut.sink());
-  EXPECT_EQ(index.channels.size(), 1u);
-  EXPECT_TRUE(cut.Has(TextCode::kTruncated, 5));
-}
-
-TEST(TextScan, BareLineFeedsScanLikeCrLf) {
-  std::string crlf = Lines({"KivaraASCIIDataSet", "", "{ChannelBlock}", "Time\tA", "1\t2", "", "{EventBlock}", "h"});
-  std::string lf = Lines({"KivaraASCIIDataSet", "", "{ChannelBlock}", "Time\tA", "1\t2", "", "{EventBlock}", "h"}, "\n");
-  TextIndex a = Scan(crlf), b = Scan(lf);
-  ASSERT_EQ(a.channels.size(), b.channels.size());
-  EXPECT_EQ(a.channels[0].rowCount, b.channels[0].rowCount);
-  EXPECT_EQ(a.channels[0].firstRowLine, b.channels[0].firstRowLine);
-  EXPECT_EQ(a.events()->line, b.events()->line);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, ScanCase, testing::FixtureCases("sources/text/scans"), testing::FixtureName);
 
 TEST(TextScan, MarksEveryRowStepInChannelBlocks) {
   std::string bytes = "KivaraASCIIDataSet\r\n{ChannelBlock}\r\nTime\tA\r\n";
@@ -246,55 +164,30 @@ std::vector<TextColumn> ReadBlocks(const std::string& body, Problems* problems =
   return columns;
 }
 
-bool HasNamed(const Problems& problems, const std::string& name, uint64_t line) {
-  for (const auto& p : problems.items) {
-    if (TextCodeName(p.code) == name && p.line == line) return true;
-  }
-  return false;
-}
-
 // Each case: the block's lines, the columns read and the problems reported.
 class ChannelBlockCase : public ::testing::TestWithParam<std::filesystem::path> {};
 
 TEST_P(ChannelBlockCase, ReadsItsColumnsAndReportsItsProblems) {
   const auto c = testing::ReadFixture(GetParam());
-  std::string body;
-  for (const auto& line : c["lines"]) body += line.get<std::string>() + "\r\n";
-  Problems problems;
-  auto cols = ReadBlocks(body, &problems);
-  ASSERT_EQ(cols.size(), c["columns"].size());
-  for (size_t i = 0; i < cols.size(); ++i) {
-    const auto& want = c["columns"][i];
-    EXPECT_EQ(WideToUtf8(cols[i].name), want["name"].get<std::string>()) << i;
-    // Header, unit and block are checked where the case gives them.
-    EXPECT_EQ(WideToUtf8(cols[i].header), want.value("header", WideToUtf8(cols[i].header))) << i;
-    EXPECT_EQ(WideToUtf8(cols[i].unit), want.value("unit", WideToUtf8(cols[i].unit))) << i;
-    EXPECT_EQ(cols[i].block, want.value("block", cols[i].block)) << i;
-    EXPECT_EQ(Times(cols[i]), want["times"].get<V>()) << i;
-    EXPECT_EQ(Values(cols[i]), want["values"].get<V>()) << i;
+  for (const std::string eol : {"\r\n", "\n"}) {  // bare line feeds read alike
+    SCOPED_TRACE(eol.size());
+    std::string body;
+    for (const auto& line : c["lines"]) body += line.get<std::string>() + eol;
+    Problems problems;
+    json got = json::array();
+    for (const TextColumn& k : ReadBlocks(body, &problems)) {
+      got.push_back({{"name", WideToUtf8(k.name)}, {"header", WideToUtf8(k.header)}, {"unit", WideToUtf8(k.unit)},
+                     {"block", k.block}, {"times", Times(k)}, {"values", Values(k)}});
+    }
+    testing::ExpectWithin(got, c["columns"], "columns");  // header, unit and block where the case gives them
+    for (const auto& p : c.value("problems", nlohmann::json::array())) EXPECT_TRUE(problems.Has(p[0], p[1])) << p;
+    for (const auto& p : c.value("absent", nlohmann::json::array())) EXPECT_FALSE(problems.Has(p[0], p[1])) << p;
+    EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
   }
-  for (const auto& p : c.value("problems", nlohmann::json::array())) {
-    EXPECT_TRUE(HasNamed(problems, p[0], p[1])) << p;
-  }
-  for (const auto& p : c.value("absent", nlohmann::json::array())) {
-    EXPECT_FALSE(HasNamed(problems, p[0], p[1])) << p;
-  }
-  EXPECT_TRUE(!c.value("no_problems", false) || problems.items.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ChannelBlockCase, testing::FixtureCases("sources/channel_blocks"),
                          testing::FixtureName);
-
-TEST(ChannelReader, BareLfAndCrLfReadAlike) {
-  auto crlf = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB", "1\t2\t3", "2\t\t4"}));
-  auto lf = ReadBlocks(Lines({"{ChannelBlock}", "Time\tA\tB", "1\t2\t3", "2\t\t4"}, "\n"));
-  ASSERT_EQ(crlf.size(), lf.size());
-  for (size_t c = 0; c < crlf.size(); ++c) {
-    EXPECT_EQ(crlf[c].header, lf[c].header);
-    EXPECT_EQ(Times(crlf[c]), Times(lf[c]));
-    EXPECT_EQ(Values(crlf[c]), Values(lf[c]));
-  }
-}
 
 TEST(ChannelReader, ALongCellIsCutAndReported) {
   Problems problems;

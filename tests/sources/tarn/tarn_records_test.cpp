@@ -14,8 +14,9 @@
 #include "sources/tarn/tarn_media_data.h"
 #include "sources/tarn/tarn_properties.h"
 #include "support/fixtures.h"
+#include "velmar/text.h"
 
-namespace velmar {
+namespace velmar::testing {
 namespace {
 
 const int64_t kPeriod = 100;
@@ -119,49 +120,30 @@ TEST(ChannelBlocks, RecordsNoSectionCanHoldGiveNoBlocks) {
 
 TEST(ChannelBlocks, NoRecordsGiveNoBlocks) { EXPECT_TRUE(ChannelBlocks({}, 7).empty()); }
 
-TarnChannelDescription Record(uint64_t id, const char16_t* tag, int32_t quantity, uint32_t sampleType = 7) {
-  TarnChannelDescription d{};
-  d.id = id;
-  d.tagName = tag;
-  d.quantityId = quantity;
-  d.sampleType = sampleType;
-  return d;
-}
+using nlohmann::json;
 
-TEST(BuildChannelMap, BracketsInATagNameBecomeUnderscoresInTheKey) {
-  std::vector<TarnChannelDescription> records{Record(1, u"T[1]", 0)};
-  EXPECT_TRUE(BuildChannelMap(records, 21).contains(u"[0]T_1_"));
-}
+KivResult Code(const json& hex) { return static_cast<KivResult>(std::stoul(hex.get<std::string>(), nullptr, 16)); }
 
-TEST(BuildChannelMap, ReadableRecordsAreKeyedByTheirKeyText) {
-  std::vector<TarnChannelDescription> records{Record(10, u"Speed", 3, 6), Record(11, u"Rpm", 7, 2)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  ASSERT_EQ(map.size(), 2u);
-  EXPECT_EQ(map.at(u"[3]Speed"), (TarnChannelEntry{10, 6}));
-  EXPECT_EQ(map.at(u"[7]Rpm"), (TarnChannelEntry{11, 2}));
+// Records [id, tag or null, quantity, sample type] and the map read from them.
+class ChannelMapCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(ChannelMapCases, KeysAsTheTableSays) {
+  const json c = ReadFixture(GetParam());
+  std::vector<std::u16string> tags;
+  tags.reserve(c["records"].size());
+  std::vector<TarnChannelDescription> records;
+  for (const json& r : c["records"]) {
+    TarnChannelDescription d{};
+    d.id = r[0];
+    if (!r[1].is_null()) d.tagName = tags.emplace_back(Utf8ToWide(r[1].get<std::string>())).c_str();
+    d.quantityId = r[2];
+    d.sampleType = r[3];
+    records.push_back(d);
+  }
+  json map = json::object();
+  for (const auto& [key, entry] : BuildChannelMap(records, 21)) map[WideToUtf8(key)] = {entry.id, entry.sampleType};
+  EXPECT_EQ(map, c["expect"]);
 }
-
-TEST(BuildChannelMap, TheFirstOfTwoRecordsWithOneKeyIsKept) {
-  std::vector<TarnChannelDescription> records{Record(1, u"Speed", 3), Record(2, u"Speed", 3), Record(3, u"Speed", 4)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  EXPECT_EQ(map.size(), 2u);
-  EXPECT_EQ(map.at(u"[3]Speed").id, 1u);
-}
-
-TEST(BuildChannelMap, UnreadableRecordsAreSkippedAndTheOthersRead) {
-  std::vector<TarnChannelDescription> records{Record(1, nullptr, 3), Record(2, u"", 3), Record(3, u"Neg", -1),
-                                              Record(4, u"Eight", 3, 8), Record(5, u"Good", 3, 0)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  ASSERT_EQ(map.size(), 1u);
-  EXPECT_EQ(map.begin()->first, u"[3]Good");
-}
-
-TEST(BuildChannelMap, AQuantityAboveTheLargestKnownIsReadAsZero) {
-  std::vector<TarnChannelDescription> records{Record(1, u"Odd", 22), Record(2, u"Known", 21)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  EXPECT_TRUE(map.contains(u"[0]Odd"));
-  EXPECT_TRUE(map.contains(u"[21]Known"));
-}
+INSTANTIATE_TEST_SUITE_P(Cases, ChannelMapCases, FixtureCases("sources/tarn/channel_maps"), FixtureName);
 
 TEST(ReconcileChannelList, RemovedReplacedKeptAndAddedNamesAreToldApart) {
   std::map<std::u16string, uint64_t> held{{u"[0]Gone", 1}, {u"[0]Kept", 2}, {u"[0]Moved", 3}};
@@ -181,48 +163,27 @@ TEST(ReconcileChannelList, AFirstListAddsEverything) {
   EXPECT_EQ(change.added.size(), 2u);
 }
 
-TarnLapMarker Marker(KivTime base, KivTime offset = 0, double origin = 0.0) {
-  TarnLapMarker m{};
-  m.baseTime = base;
-  m.timeOffset = offset;
-  m.distanceOrigin = origin;
-  return m;
-}
-
-TEST(TakeLapData, MarkersInTheSpanAreTakenWithTheFirstOrigin) {
-  std::vector<TarnLapMarker> markers{Marker(10, 2, 150.5), Marker(50, 0, 9.0)};
-  TarnLapData data;
-  ASSERT_TRUE(TakeLapData(0, 100, S_OK, 5, 95, markers, &data));
-  EXPECT_EQ(data.span.outingStart, 0);
-  EXPECT_EQ(data.span.outingEnd, 100);
-  ASSERT_TRUE(data.span.movement);
-  EXPECT_EQ(data.span.movement->first, 5);
-  EXPECT_EQ(data.distanceOrigin, 150.5);
-  EXPECT_EQ(data.MarkerTimes(), (std::vector<KivTime>{12, 50}));
-}
-
-TEST(TakeLapData, NoMovementRangeIsNoFailure) {
-  TarnLapData data;
-  ASSERT_TRUE(TakeLapData(0, 100, S_FALSE, 0, 0, {}, &data));
-  EXPECT_FALSE(data.span.movement);
-  EXPECT_EQ(data.distanceOrigin, 0.0);
-  ASSERT_TRUE(TakeLapData(0, 100, E_FAIL, 70, 3, {}, &data));
-  EXPECT_FALSE(data.span.movement);
-}
-
-TEST(TakeLapData, AnswersThatDoNotHoldTogetherFail) {
+class LapDataCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(LapDataCases, TakesWhatHoldsTogether) {
+  const json c = ReadFixture(GetParam());
+  std::vector<TarnLapMarker> markers;
+  for (const json& m : c["markers"]) markers.push_back({0, m[0], m[1], FixtureNumber(m[2]), 0, 0, {}});
   TarnLapData data;
   data.distanceOrigin = 42.0;
-  EXPECT_FALSE(TakeLapData(100, 99, S_FALSE, 0, 0, {}, &data));
-  EXPECT_FALSE(TakeLapData(0, 100, S_OK, 60, 50, {}, &data));
-  std::vector<TarnLapMarker> nan{Marker(10, 0, std::numeric_limits<double>::quiet_NaN())};
-  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, nan, &data));
-  std::vector<TarnLapMarker> late{Marker(10), Marker(101)};
-  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, late, &data));
-  std::vector<TarnLapMarker> early{Marker(-1)};
-  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, early, &data));
-  EXPECT_EQ(data.distanceOrigin, 42.0) << "a failed take leaves the data as it was";
+  const json& move = c["movement"];
+  ASSERT_EQ(TakeLapData(c["outing"][0], c["outing"][1], Code(move[0]), move[1], move[2], markers, &data),
+            !c["expect"].is_null());
+  if (c["expect"].is_null()) {
+    EXPECT_EQ(data.distanceOrigin, 42.0) << "a failed take leaves the data as it was";
+    return;
+  }
+  EXPECT_EQ(json::array({data.span.outingStart, data.span.outingEnd}), c["outing"]);
+  const auto& moved = data.span.movement;
+  EXPECT_EQ(moved ? json::array({moved->first, moved->second}) : json(), c["expect"]["movement"]);
+  EXPECT_EQ(data.distanceOrigin, c["expect"]["origin"].get<double>());
+  EXPECT_EQ(json(data.MarkerTimes()), c["expect"]["times"]);
 }
+INSTANTIATE_TEST_SUITE_P(Cases, LapDataCases, FixtureCases("sources/tarn/lap_data"), FixtureName);
 
 const uint8_t kFixed[kTarnEventFixedDataSize] = {1, 2, 3};
 const uint8_t kPayload[] = {9, 8, 7, 6};
@@ -301,119 +262,61 @@ TEST(TarnMediaDataTest, ClipsAreTakenAllOrNothing) {
   }
 }
 
-namespace p = tarn_property;
-constexpr double kNow = 45000.0;  // a fixed "present" for the date rule
-
-TarnOutingRecord FullRecord() {
+// The base record with the case's fields over it; texts live in `texts`.
+TarnOutingRecord RecordOf(const json& fields, std::vector<std::u16string>* texts) {
+  json f = Fixture("sources/tarn/outing_record.json");
+  f.merge_patch(fields);
+  texts->reserve(8);
+  auto text = [&](const char* key) -> const char16_t* {
+    return f.contains(key) ? texts->emplace_back(Utf8ToWide(f[key].get<std::string>())).c_str() : nullptr;
+  };
   TarnOutingRecord r{};
-  r.fastLapTime = 92 * kTicksPerSecond;
-  r.createDate = 44000.25;
-  r.trackName = u"Lakeside";
-  r.driverName = u"A. Driver";
-  r.shortComment = u"short";
-  r.longComment = u"long";
-  r.timeZone = u"CET";
-  r.systemDetails = u"logger 3";
-  r.carName = u"Car 7";
-  r.sessionNumber = 4;
-  r.outingNumber = 9;
-  r.firstLapNumber = 1;
-  r.fastLapNumber = 3;
-  r.lastLapNumber = 12;
-  r.datasetType = 2;
-  r.utcDifference = 60;
-  r.engineTest = 1;
+  r.fastLapTime = f["fastLapTime"].get<KivTime>() * kTicksPerSecond;
+  r.createDate = f["createDate"];
+  r.trackName = text("trackName");
+  r.driverName = text("driverName");
+  r.shortComment = text("shortComment");
+  r.longComment = text("longComment");
+  r.timeZone = text("timeZone");
+  r.systemDetails = text("systemDetails");
+  r.carName = text("carName");
+  r.sessionNumber = f["sessionNumber"];
+  r.outingNumber = f["outingNumber"];
+  r.firstLapNumber = f["firstLapNumber"];
+  r.fastLapNumber = f["fastLapNumber"];
+  r.lastLapNumber = f["lastLapNumber"];
+  r.datasetType = f["datasetType"];
+  r.utcDifference = f["utcDifference"];
+  r.engineTest = f["engineTest"];
   return r;
 }
 
-const Variant* Find(const TarnPropertyMap& map, std::u16string_view name) {
-  auto it = map.find(std::u16string(name));
-  return it == map.end() ? nullptr : &it->second;
+// A property as the fixtures write it: a text as such, others tagged with their kind.
+json PropertyJson(const Variant& v) {
+  if (v.AsText()) return WideToUtf8(*v.AsText());
+  if (v.AsU32()) return {{"u32", *v.AsU32()}};
+  if (v.AsI32()) return {{"i32", *v.AsI32()}};
+  if (v.AsF64()) return {{"f64", *v.AsF64()}};
+  if (v.AsBool()) return {{"bool", *v.AsBool()}};
+  if (v.AsTime()) return {{"time", static_cast<double>(*v.AsTime()) / kTicksPerSecond}};
+  return "unexpected kind";
 }
 
-TEST(OutingProperties, EveryFieldThatPassesItsRuleIsTakenWithItsType) {
-  TarnPropertyMap map = OutingProperties(FullRecord(), kNow);
-  EXPECT_EQ(map.size(), 17u);
-  EXPECT_EQ(Find(map, p::kFastLapTime)->AsTime(), 92 * kTicksPerSecond);
-  EXPECT_EQ(Find(map, p::kCreateDate)->AsF64(), 44000.25);
-  EXPECT_EQ(*Find(map, p::kTrackName)->AsText(), u"Lakeside");
-  EXPECT_EQ(*Find(map, p::kCarName)->AsText(), u"Car 7");
-  EXPECT_EQ(*Find(map, p::kSystemDetails)->AsText(), u"logger 3");
-  EXPECT_EQ(Find(map, p::kSessionNumber)->AsU32(), 4u);
-  EXPECT_EQ(Find(map, p::kOutingNumber)->AsU32(), 9u);
-  EXPECT_EQ(Find(map, p::kFastLapNumber)->AsU32(), 3u);
-  EXPECT_EQ(Find(map, p::kLastLapNumber)->AsU32(), 12u);
-  EXPECT_EQ(Find(map, p::kDatasetType)->AsU32(), 2u);
-  EXPECT_EQ(Find(map, p::kUtcDifference)->AsI32(), 60);
-  EXPECT_EQ(Find(map, p::kEngineTest)->AsBool(), true);
-}
-
-TEST(OutingProperties, NullTextsAreLeftOutButEmptyTextsAreKept) {
-  TarnOutingRecord r = FullRecord();
-  r.trackName = nullptr;
-  r.carName = u"";
-  TarnPropertyMap map = OutingProperties(r, kNow);
-  EXPECT_EQ(Find(map, p::kTrackName), nullptr);
-  ASSERT_NE(Find(map, p::kCarName), nullptr);
-  EXPECT_EQ(*Find(map, p::kCarName)->AsText(), u"");
-}
-
-TEST(OutingProperties, CreateDateMustBeAfterTheEarliestAndLessThanAWeekAhead) {
-  TarnOutingRecord r = FullRecord();
-  auto taken = [&](double date) {
-    r.createDate = date;
-    return Find(OutingProperties(r, kNow), p::kCreateDate) != nullptr;
-  };
-  EXPECT_FALSE(taken(33000.0));
-  EXPECT_TRUE(taken(33000.001));
-  EXPECT_TRUE(taken(kNow + 6.99));
-  EXPECT_FALSE(taken(kNow + 7.0));
-  EXPECT_FALSE(taken(kNow + 30.0));
-}
-
-TEST(OutingProperties, UtcDifferenceIsTakenWithinTwelveHoursOnly) {
-  TarnOutingRecord r = FullRecord();
-  for (int32_t minutes : {720, -720, 0}) {
-    r.utcDifference = minutes;
-    EXPECT_EQ(Find(OutingProperties(r, kNow), p::kUtcDifference)->AsI32(), minutes);
+// Each field is taken when it passes its rule; null in "expect" is left out.
+class OutingPropertyCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(OutingPropertyCases, FieldsPassTheirRules) {
+  const json c = ReadFixture(GetParam());
+  std::vector<std::u16string> texts;
+  const TarnPropertyMap map = OutingProperties(RecordOf(c["record"], &texts), 45000.0);
+  if (c.contains("count")) {
+    EXPECT_EQ(map.size(), c["count"].get<size_t>());
   }
-  for (int32_t minutes : {721, -721}) {
-    r.utcDifference = minutes;
-    EXPECT_EQ(Find(OutingProperties(r, kNow), p::kUtcDifference), nullptr) << minutes;
+  for (const auto& [name, want] : c["expect"].items()) {
+    const auto it = map.find(Utf8ToWide(name));
+    EXPECT_EQ(it == map.end() ? json() : PropertyJson(it->second), want) << name;
   }
 }
-
-TEST(OutingProperties, FastLapOutsideTheLapRangeLeavesOutBothFastLapProperties) {
-  TarnOutingRecord r = FullRecord();
-  for (uint32_t fast : {0u, 13u}) {
-    r.fastLapNumber = fast;
-    TarnPropertyMap map = OutingProperties(r, kNow);
-    EXPECT_EQ(Find(map, p::kFastLapNumber), nullptr) << fast;
-    EXPECT_EQ(Find(map, p::kFastLapTime), nullptr) << fast;
-  }
-  r.fastLapNumber = 12;  // the last lap counts
-  EXPECT_NE(Find(OutingProperties(r, kNow), p::kFastLapTime), nullptr);
-}
-
-TEST(OutingProperties, LastLapBelowTheFirstIsLeftOutAndSoIsTheFastLap) {
-  TarnOutingRecord r = FullRecord();
-  r.firstLapNumber = 5;
-  r.lastLapNumber = 4;
-  r.fastLapNumber = 5;
-  TarnPropertyMap map = OutingProperties(r, kNow);
-  EXPECT_EQ(Find(map, p::kLastLapNumber), nullptr);
-  EXPECT_EQ(Find(map, p::kFastLapNumber), nullptr);
-  EXPECT_EQ(Find(map, p::kFirstLapNumber)->AsU32(), 5u);
-}
-
-TEST(OutingProperties, DatasetTypeAboveTwoIsLeftOutAndEngineTestIsAlwaysThere) {
-  TarnOutingRecord r = FullRecord();
-  r.datasetType = 3;
-  r.engineTest = 0;
-  TarnPropertyMap map = OutingProperties(r, kNow);
-  EXPECT_EQ(Find(map, p::kDatasetType), nullptr);
-  EXPECT_EQ(Find(map, p::kEngineTest)->AsBool(), false);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, OutingPropertyCases, FixtureCases("sources/tarn/outing_properties"), FixtureName);
 
 TEST(OutingProperties, TheClockIsTodayInDaysSince1899) {
   // 2020-01-01 is day 43831; any machine running this is later than that.
@@ -423,7 +326,7 @@ TEST(OutingProperties, TheClockIsTodayInDaysSince1899) {
 
 TEST(FindFastLap, EachFixtureCase) {
   constexpr KivTime kS = kTicksPerSecond;
-  for (const auto table = testing::Fixture("sources/tarn_fast_lap.json"); const auto& c : table["cases"]) {
+  for (const auto table = Fixture("sources/tarn_fast_lap.json"); const auto& c : table["cases"]) {
     std::vector<KivTime> markers;
     for (const auto& m : c[0]) markers.push_back(m.get<KivTime>() * kS);
     TarnLapSpan span{};
@@ -444,4 +347,4 @@ TEST(FindFastLap, EachFixtureCase) {
 }
 
 }  // namespace
-}  // namespace velmar
+}  // namespace velmar::testing

@@ -7,14 +7,13 @@
 #include <vector>
 
 #include "sources/tarn/tarn_convert.h"
-#include "tarn_test_helper.h"
+#include "tarn_outing_helper.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
 namespace p = tarn_property;
-const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
 
 // An outing object as the cache sees it: it writes down every call.
 class RecordingOuting final : public KivObject<ITarnOutingStateChanges> {

@@ -2,8 +2,13 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 #include "jobs/job_item.h"
 #include "jobs/job_thread.h"
+#include "platform/store/fault_vfs.h"
+#include "platform/store/store_factory.h"
+#include "tarn_outing_helper.h"
 #include "sources/tarn/tarn_convert.h"
 #include "velmar/text.h"
 
@@ -48,6 +53,38 @@ StoreThreadGate::StoreThreadGate() {
 void StoreThreadGate::Open() {
   if (!open_) gate_.set_value();
   open_ = true;
+}
+
+ComPtr<IKivTarnStore> OpenStore(const std::u16string& path) {
+  ComPtr<IKivTarnStoreFactory> factory;
+  EXPECT_EQ(CreateTarnStoreFactory(&factory), S_OK);
+  ComPtr<IKivTarnStore> store;
+  EXPECT_EQ(factory->OpenFile(path, IKivTarnStore::iid, store.PutVoid()), S_OK);
+  return store;
+}
+
+TarnStoreFactoryMaker FaultyStoreMaker() {
+  return [](ComPtr<IKivTarnStoreFactory>* out) {
+    return store::CreateTarnStoreFactory({.vfs = store::FaultVfs::Get().kName}, out);
+  };
+}
+
+ComPtr<CTarnOuting> OpenTarnOuting(const std::u16string& path, const TarnStoreFactoryMaker& maker) {
+  ComPtr<CTarnOuting> outing;
+  EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
+                path, false, [&] { return MakeKiv<CTarnOutingCache>(path, kTarnType, maker); }, &outing),
+            S_OK);
+  return outing;
+}
+
+Lines LinesStarting(const Lines& log, std::initializer_list<std::string_view> prefixes) {
+  Lines kept;
+  for (const std::string& line : log) {
+    if (std::any_of(prefixes.begin(), prefixes.end(), [&](std::string_view p) { return line.starts_with(p); })) {
+      kept.push_back(line);
+    }
+  }
+  return kept;
 }
 
 void SetFormatVersion(const std::u16string& path, int version) {

@@ -7,9 +7,11 @@
 #include <chrono>
 #include <future>
 #include <string>
+#include <vector>
 
 #include "support/settling_test.h"
 #include "platform/async/job_engine.h"
+#include "sources/tarn/tarn_connection.h"
 #include "sources/tarn/tarn_data_set.h"
 #include "support/temp_dir.h"
 #include "velmar/tarn_store.h"
@@ -17,6 +19,7 @@
 namespace velmar::testing {
 
 inline constexpr KivTime kS = kTicksPerSecond;
+using Lines = std::vector<std::string>;
 
 class TarnTest : public SettlingTest {
  protected:
@@ -43,14 +46,18 @@ class StoreThreadGate {
   bool open_ = false;
 };
 
+// The store opened on `path`, as another process would open it.
+ComPtr<IKivTarnStore> OpenStore(const std::u16string& path);
+
+// Makes store factories whose files go through the fault VFS.
+TarnStoreFactoryMaker FaultyStoreMaker();
+
 // Opens `path` with the store, hands `write` the write handle's interface
 // `Writer` and commits: a write as another process would make it.
 template <class Writer, class Write>
 void WriteThroughStore(const std::u16string& path, Write&& write) {
-  ComPtr<IKivTarnStoreFactory> factory;
-  ASSERT_EQ(CreateTarnStoreFactory(&factory), S_OK);
-  ComPtr<IKivTarnStore> store;
-  ASSERT_EQ(factory->OpenFile(path, IKivTarnStore::iid, store.PutVoid()), S_OK);
+  ComPtr<IKivTarnStore> store = OpenStore(path);
+  ASSERT_TRUE(store);
   ComPtr<IKivTarnWriteHandle> handle;
   auto access = QueryAs<IKivTarnWriteAccess>(store.Get());
   ASSERT_EQ(access->GetWriteHandle(kDefaultWaitLimit, IKivTarnWriteHandle::iid, handle.PutVoid()), S_OK);

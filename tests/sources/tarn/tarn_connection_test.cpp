@@ -44,15 +44,7 @@ class LoneMainFactory final : public KivObject<IKivTarnStoreFactory> {
   std::atomic<std::thread::id>* releasedOn_;
 };
 
-class FileStateMachineTest : public TarnTest {
- protected:
-  // The file's close must run before the engine stops, or it never ends.
-  void TearDown() override {
-    file_.Reset();
-    TarnTest::TearDown();
-  }
-  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
-};
+using FileStateMachineTest = TarnFileTest;
 
 TEST_F(FileStateMachineTest, OpenThenCloseGoesThroughEveryState) {
   std::u16string path = Write(SampleDataSet());

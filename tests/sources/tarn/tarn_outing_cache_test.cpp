@@ -59,21 +59,6 @@ class RecordingOuting final : public KivObject<ITarnOutingStateChanges> {
   void OnStatusChannelDefinitionsReady() override { log.push_back("status-definitions"); }
 };
 
-// A channel waiting for its samples.
-struct ChannelClient : CChannelDataClient {
-  explicit ChannelClient(IKivUnknown* id) : identity(id) {}
-  void OnData(bool ok, KivTime from, KivTime to) override {
-    told.push_back(ok);
-    EXPECT_EQ(from, kTimeMin);
-    EXPECT_EQ(to, kTimeMax);
-  }
-  void OnDataDropped() override { ++dropped; }
-  IKivUnknown* ClientIdentity() override { return identity; }
-  std::vector<bool> told;
-  int dropped = 0;
-  IKivUnknown* identity;
-};
-
 // What waits for one item's data.
 struct ItemClient : ITarnItemDataClient {
   void OnItemDataReady(bool succeeded, KivTime from, KivTime to) override {
@@ -128,17 +113,6 @@ TEST_F(TarnOutingCacheTest, TheDetailsThenTheLapMarkersLoadAndTheOutingIsAnnounc
   ASSERT_NE(laps, nullptr);
   EXPECT_EQ(laps->markers.size(), 3u);
   EXPECT_EQ(cache_->GetCaption(), std::u16string(kEmptyOutingCaption));
-}
-
-TEST_F(TarnOutingCacheTest, AnEmptyDataSetLoadsWithNoMarkersAndNoCrash) {
-  Make(Write(TarnDataSet{}));
-  ASSERT_TRUE(Settle());
-  ComPtr<IKivPropertySet> info = Information();
-  ASSERT_TRUE(info);
-  PropertyList all;
-  ASSERT_EQ(info->GetProperties(&all), S_OK);
-  EXPECT_FALSE(all.empty()) << "the store writes a default details record";
-  EXPECT_TRUE(cache_->LapData()->markers.empty());
 }
 
 TEST_F(TarnOutingCacheTest, AnUnknownFormatVersionShowsInTheCaption) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/settling_test.h"
+#include "outing/channels/channel_data_cache.h"
 #include "platform/async/job_engine.h"
 #include "sources/tarn/tarn_connection.h"
 #include "sources/tarn/tarn_data_set.h"
@@ -31,6 +32,32 @@ class TarnTest : public SettlingTest {
   std::u16string Write(const TarnDataSet& data, const std::string& name = "outing.trn");
 
   TempDir dir_;
+};
+
+// A test of the file state machine: its close must run before the engine
+// stops, or it never ends.
+class TarnFileTest : public TarnTest {
+ protected:
+  void TearDown() override {
+    file_.Reset();
+    TarnTest::TearDown();
+  }
+  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
+};
+
+// A channel waiting for its samples, always asked for whole: what it was told.
+struct ChannelClient : CChannelDataClient {
+  explicit ChannelClient(IKivUnknown* id = nullptr) : identity(id) {}
+  void OnData(bool ok, KivTime from, KivTime to) override {
+    told.push_back(ok);
+    EXPECT_EQ(from, kTimeMin);
+    EXPECT_EQ(to, kTimeMax);
+  }
+  void OnDataDropped() override { ++dropped; }
+  IKivUnknown* ClientIdentity() override { return identity; }
+  std::vector<bool> told;
+  int dropped = 0;
+  IKivUnknown* identity;
 };
 
 // Holds the store thread with a job of its own until Open() (or the end of

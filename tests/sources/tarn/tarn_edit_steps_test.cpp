@@ -42,9 +42,7 @@ class TarnEditTest : public TarnOutingTest {
   }
   NameList BlobNames() {
     NameList names;
-    (void)Facet<IKivBlobFactory>()->GetNames(&names);
-    EXPECT_TRUE(Settle());
-    (void)Facet<IKivBlobFactory>()->GetNames(&names);
+    (void)Listed<IKivBlobFactory>(&names);
     return names;
   }
   std::vector<uint32_t> LapNumbers() {

@@ -25,12 +25,8 @@ class TarnItemsTest : public TarnOutingTest {
     path_ = Write(SampleDataSet());
     outing_ = Open(path_);
     ASSERT_TRUE(outing_);
-    events_ = Facet<IKivEventsFactory>();
-    constants_ = Facet<IKivConstantFactory>();
-    NameList names;
-    ASSERT_EQ(events_->GetNames(&names), S_OK);
-    ASSERT_EQ(constants_->GetNames(&names), S_OK);
-    ASSERT_TRUE(Settle());
+    events_ = Listed<IKivEventsFactory>();
+    constants_ = Listed<IKivConstantFactory>();
   }
   void TearDown() override {
     events_ = nullptr;

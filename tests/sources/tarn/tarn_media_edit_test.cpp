@@ -48,11 +48,8 @@ class TarnMediaEditTest : public TarnOutingTest {
     return TarnOutingTest::Commit(edit, {"TransactionMessage", "TransactionProgress"});
   }
   NameList Names() {
-    auto factory = Facet<IKivMediaChannelFactory>();
     NameList names;
-    (void)factory->GetNames(&names);
-    EXPECT_TRUE(Settle());
-    EXPECT_EQ(factory->GetNames(&names), S_OK);
+    (void)Listed<IKivMediaChannelFactory>(&names);
     return names;
   }
   ComPtr<IKivMediaChannel> Loaded(const std::u16string& name) {

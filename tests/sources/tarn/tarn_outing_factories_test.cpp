@@ -117,10 +117,7 @@ TEST_F(TarnOutingFactoriesTest, BlobsAreListedOnDemandAndTheirContentReadWhenAsk
 TEST_F(TarnOutingFactoriesTest, ABlobGoneFromTheFileFailsItsReadAndLeavesWithTheNextList) {
   std::u16string path = Write(SampleDataSet());
   OpenListened(path);
-  auto blobs = Facet<IKivBlobFactory>();
-  NameList names;
-  ASSERT_EQ(blobs->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  auto blobs = Listed<IKivBlobFactory>();
   ComPtr<IKivBlob> blob;
   ASSERT_EQ(blobs->GetItem(u"Map", blob.Put()), S_OK);
   uint64_t id = outing_->cache()->BlobList()->at(0).id;
@@ -187,12 +184,8 @@ TEST_F(TarnOutingFactoriesTest, MediaChannelsAreListedAndTheirClipsReadWhenAsked
 
 TEST_F(TarnOutingFactoriesTest, AMediaChannelWithAnUnusableClipIsNotAvailable) {
   OpenListened(WriteWithMedia());
-  auto media = Facet<IKivMediaChannelFactory>();
-  NameList names;
-  ASSERT_EQ(media->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
   ComPtr<IKivMediaChannel> item;
-  ASSERT_EQ(media->GetItem(u"Pit lane", item.Put()), S_OK);
+  ASSERT_EQ(Listed<IKivMediaChannelFactory>()->GetItem(u"Pit lane", item.Put()), S_OK);
   auto* pit = static_cast<CTarnMediaChannelBase*>(item.Get());
   EXPECT_TRUE(pit->added_by_user());
   EXPECT_EQ(pit->entry().fileNumber, 1u);

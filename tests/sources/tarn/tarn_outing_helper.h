@@ -62,6 +62,18 @@ class TarnOutingTest : public TarnTest {
     EXPECT_EQ(outing_.As(&facet), S_OK);
     return facet;
   }
+  // The facet `F` once its list is in; the names it then gives in `names`.
+  template <class F>
+  ComPtr<F> Listed(NameList* names = nullptr) {
+    auto facet = Facet<F>();
+    NameList first;
+    EXPECT_EQ(facet->GetNames(&first), S_OK);
+    EXPECT_TRUE(Settle());
+    if (names) {
+      EXPECT_EQ(facet->GetNames(names), S_OK);
+    }
+    return facet;
+  }
   // Runs `edit` (its code, if it gives one, S_OK) in one transaction; the
   // lines the outing heard in it that start with one of `prefixes`.
   template <class Edit>

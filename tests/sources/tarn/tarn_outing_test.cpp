@@ -51,10 +51,7 @@ TEST_F(TarnOutingTest, AChannelAskedForBeforeTheListIsInStartsTheListsLoad) {
 TEST_F(TarnOutingTest, AChannelsSamplesAreFetchedOnItsFirstIteratorAndComeShifted) {
   OpenListened(Write(SampleDataSet()));
   BoundSelection bound(outing_.Get());
-  auto channels = Facet<IKivChannelFactory>();
-  NameList names;
-  ASSERT_EQ(channels->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  auto channels = Listed<IKivChannelFactory>();
   ComPtr<IKivChannel> speed, again;
   ASSERT_EQ(channels->GetItem(u"[3]Speed", speed.Put()), S_OK);
   ASSERT_EQ(channels->GetItem(u"[3]Speed", again.Put()), S_OK);
@@ -141,9 +138,7 @@ TEST_F(TarnOutingTest, TwoOutingObjectsShareOneCacheAndCloseDataReachesBoth) {
   ComPtr<CTarnOuting> second = Open(path);
   EXPECT_EQ(second->cache(), outing_->cache());
   OutingListener secondListener(static_cast<IKivOuting*>(second.Get()));
-  NameList names;
-  ASSERT_EQ(Facet<IKivChannelFactory>()->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  (void)Listed<IKivChannelFactory>();
   EXPECT_NE(std::find(secondListener.log.begin(), secondListener.log.end(), "ItemsAdded:[0]Gear,[3]Speed"),
             secondListener.log.end())
       << "the list reaches every outing";
@@ -158,10 +153,7 @@ TEST_F(TarnOutingTest, AReloadAfterARewriteServesTheNewSamplesThroughTheKeptChan
   std::u16string path = Write(SampleDataSet());
   OpenListened(path);
   BoundSelection bound(outing_.Get());
-  auto channels = Facet<IKivChannelFactory>();
-  NameList names;
-  ASSERT_EQ(channels->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  auto channels = Listed<IKivChannelFactory>();
   ComPtr<IKivChannel> speed;
   ASSERT_EQ(channels->GetItem(u"[3]Speed", speed.Put()), S_OK);
   auto valueAt51 = [&] {

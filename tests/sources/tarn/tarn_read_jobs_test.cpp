@@ -73,18 +73,6 @@ class TarnReadJobsTest : public TarnFileTest {
   }
 };
 
-TEST_F(TarnReadJobsTest, AnUnknownFormatVersionIsTheLoadsResult) {
-  std::u16string path = Write(SampleDataSet());
-  SetFormatVersion(path, 99);
-  OpenFile(path);
-  ASSERT_EQ(file_->state(), CFileStateMachine::State::kOpen) << "such a file opens";
-  auto read = Run<CLoadOutingJobItem>();
-  EXPECT_EQ(read->recorder.failed, 1);
-  EXPECT_EQ(read->recorder.status, E_BADFILEVERSION);
-  EXPECT_FALSE(read->job());
-  EXPECT_EQ(read->machine->state(), CStateMachine::State::kIdle);
-}
-
 TEST_F(TarnReadJobsTest, AChannelWithoutSamplesReadsAsNoSections) {
   TarnDataSet data = SampleDataSet();
   data.channels[1].blocks.clear();

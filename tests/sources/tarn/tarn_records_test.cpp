@@ -19,26 +19,7 @@
 namespace velmar::testing {
 namespace {
 
-const int64_t kPeriod = 100;
-
-TarnChannelData Periodic(KivTime first, const void* samples, int32_t count) {
-  TarnChannelData d{};
-  d.times = &kPeriod;
-  d.firstTime = first;
-  d.samples = samples;
-  d.count = count;
-  d.periodic = 1;
-  return d;
-}
-
-TarnChannelData Aperiodic(const int64_t* times, const void* samples, int32_t count) {
-  TarnChannelData d{};
-  d.times = times;
-  d.firstTime = times[0];
-  d.samples = samples;
-  d.count = count;
-  return d;
-}
+using nlohmann::json;
 
 template <class T>
 std::vector<double> Widened(uint32_t type, std::vector<T> in) {
@@ -67,60 +48,37 @@ TEST(SamplesAsDoubles, UnalignedSamplesAreRead) {
   EXPECT_EQ(out.view()[0], 3.25);
 }
 
-TEST(ChannelBlocks, PeriodicAndAperiodicBlocksKeepTheirSpacingAndFlag) {
-  std::vector<int16_t> a{1, 2, 3};
-  std::vector<int64_t> times{1000, 1500, 4000};
-  std::vector<int16_t> b{7, 8, 9};
-  std::vector<TarnChannelData> records{Periodic(0, a.data(), 3), Aperiodic(times.data(), b.data(), 3)};
-  records[1].continuous = 1;
-  ChannelSections blocks = ChannelBlocks(records, 4);
-  ASSERT_EQ(blocks.size(), 2u);
-  const DataSection& p = *blocks[0].data;
-  EXPECT_TRUE(p.periodic());
-  EXPECT_EQ(p.firstTime(), 0);
-  EXPECT_EQ(p.lastTime(), 200);  // first + period x (count - 1)
-  EXPECT_EQ(p.interval(), kPeriod);
-  EXPECT_EQ(p.values().view()[2], 3.0);
-  EXPECT_FALSE(blocks[0].continuous);
-  const DataSection& q = *blocks[1].data;
-  EXPECT_FALSE(q.periodic());
-  EXPECT_EQ(q.interval(), 0);
-  EXPECT_EQ(q.lastTime(), 4000);
-  EXPECT_EQ(q.Times().view()[1], 1500);
-  EXPECT_EQ(q.values().view()[0], 7.0);
-  EXPECT_TRUE(blocks[1].continuous);
+class ChannelBlockCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(ChannelBlockCases, BlocksAsTheTableSays) {
+  const json c = ReadFixture(GetParam());
+  std::vector<std::vector<double>> samples;
+  std::vector<std::vector<int64_t>> times;
+  samples.reserve(c["records"].size());
+  times.reserve(c["records"].size());
+  std::vector<TarnChannelData> records;
+  for (const json& r : c["records"]) {
+    TarnChannelData d{};
+    const auto& v = samples.emplace_back(r["samples"].is_null() ? std::vector<double>{} : r["samples"].get<std::vector<double>>());
+    d.samples = r["samples"].is_null() ? nullptr : v.data();
+    d.count = r.value("count", static_cast<int32_t>(v.size()));
+    d.periodic = r.contains("period");
+    const json t = d.periodic ? json::array({r["period"]}) : r["times"];
+    d.times = t.is_null() ? nullptr : times.emplace_back(t.get<std::vector<int64_t>>()).data();
+    d.firstTime = r.value("first", t.is_null() ? KivTime{0} : t[0].get<KivTime>());
+    d.continuous = r.value("continuous", 0);
+    records.push_back(d);
+  }
+  json blocks = json::array();
+  for (const auto& b : ChannelBlocks(records, 7)) {
+    const DataSection& s = *b.data;
+    const auto values = s.values().view();
+    blocks.push_back({s.periodic(), s.firstTime(), s.lastTime(), s.interval(), std::vector<double>(values.begin(), values.end()),
+                      s.periodic() ? json() : json(std::vector<KivTime>(s.Times().view().begin(), s.Times().view().end())),
+                      b.continuous});
+  }
+  EXPECT_EQ(blocks, c["expect"]);
 }
-
-TEST(ChannelBlocks, OneBadRecordSpoilsTheWholeRead) {
-  std::vector<double> v{1, 2};
-  std::vector<int64_t> times{10, 20};
-  auto spoiled = [&](auto spoil) {
-    std::vector<TarnChannelData> records{Periodic(0, v.data(), 2), Aperiodic(times.data(), v.data(), 2)};
-    spoil(records[1]);
-    return ChannelBlocks(records, 7).empty();
-  };
-  EXPECT_FALSE(spoiled([](TarnChannelData&) {}));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.count = 0; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.count = -1; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.samples = nullptr; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.times = nullptr; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.firstTime = 11; }));
-}
-
-TEST(ChannelBlocks, RecordsNoSectionCanHoldGiveNoBlocks) {
-  std::vector<double> v{1, 2};
-  const int64_t zero = 0;
-  TarnChannelData d = Periodic(0, v.data(), 2);
-  d.times = &zero;
-  EXPECT_TRUE(ChannelBlocks({&d, 1}, 7).empty());
-  std::vector<int64_t> falling{20, 10};
-  TarnChannelData f = Aperiodic(falling.data(), v.data(), 2);
-  EXPECT_TRUE(ChannelBlocks({&f, 1}, 7).empty());
-}
-
-TEST(ChannelBlocks, NoRecordsGiveNoBlocks) { EXPECT_TRUE(ChannelBlocks({}, 7).empty()); }
-
-using nlohmann::json;
+INSTANTIATE_TEST_SUITE_P(Cases, ChannelBlockCases, FixtureCases("sources/tarn/channel_blocks"), FixtureName);
 
 KivResult Code(const json& hex) { return static_cast<KivResult>(std::stoul(hex.get<std::string>(), nullptr, 16)); }
 

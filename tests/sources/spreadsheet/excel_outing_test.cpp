@@ -22,8 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 constexpr KivTime kMs = 10'000;
 
-class ExcelOutingTest
-    : public FileOutingTest<CExcelOuting, CExcelOutingCache, ::testing::TestWithParam<const char*>> {
+class ExcelOutingTest : public FileOutingTest<CExcelOuting, CExcelOutingCache, ::testing::TestWithParam<const char*>> {
  protected:
   void SetUp() override { ASSERT_TRUE(Succeeded(RegisterExcelOutingSource())); }
   std::filesystem::path File(const std::string& stem) { return dir_ / (stem + "." + GetParam()); }

@@ -138,7 +138,8 @@ class WorkbookApplicationTest : public ::testing::Test {
   CWorkbookApplication app_;
 };
 
-class WorkbookConstantCases : public WorkbookApplicationTest, public ::testing::WithParamInterface<std::filesystem::path> {};
+class WorkbookConstantCases : public WorkbookApplicationTest,
+                              public ::testing::WithParamInterface<std::filesystem::path> {};
 TEST_P(WorkbookConstantCases, StepsRunInOrderAndTheTargetIsRead) {
   const json c = ReadFixture(GetParam());
   ConstantElements steps;

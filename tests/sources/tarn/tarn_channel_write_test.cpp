@@ -24,7 +24,8 @@ class TarnChannelWriteTest : public TarnOutingTest {
     OpenListened(path_);
   }
   // Queues a step over `items` in the outing's transaction and commits it.
-  Lines CommitItems(std::vector<std::unique_ptr<CExportChannel>> items, const std::function<void()>& whileCommitting = {}) {
+  Lines CommitItems(std::vector<std::unique_ptr<CExportChannel>> items,
+                    const std::function<void()>& whileCommitting = {}) {
     auto step = MakeKiv<CWBTarnWriteChannelStateMachine>(outing_->cache()->channel_write_back());
     for (auto& item : items) step->AddItem(std::move(item));
     CommitStep(step);
@@ -70,8 +71,7 @@ TEST_F(TarnChannelWriteTest, CommitWaitsForLateDataAndTheJobRefusesAStoredName) 
   items.clear();
   items.push_back(std::make_unique<CExportChannel>(u"[0]Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
   EXPECT_EQ(CommitItems(std::move(items)),
-            (Lines{"TransactionMessage:Failed to write channels - duplicate channels found",
-                                      "TransactionFinished"}));
+            (Lines{"TransactionMessage:Failed to write channels - duplicate channels found", "TransactionFinished"}));
   EXPECT_EQ(ReadBack(u"Late").size(), 10u);
   items.clear();
   items.push_back(std::make_unique<CExportChannel>(u"Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
@@ -87,9 +87,8 @@ TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
   items.push_back(std::make_unique<CExportChannel>(u"[0]Gone", 0, kS, gone.Get(), 1.0, 0.0, 0, 0));
   items.push_back(std::make_unique<CExportChannel>(u"[0]Kept", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
   EXPECT_EQ(CommitItems(std::move(items), [&] { gone->Remove(); }),
-            (Lines{
-                "TransactionMessage:Error Exporting Channels...\n\tNo data found for channel Gone\n",
-                "TransactionFinished"}));
+            (Lines{"TransactionMessage:Error Exporting Channels...\n\tNo data found for channel Gone\n",
+                   "TransactionFinished"}));
   EXPECT_EQ(ReadBack(u"Kept").size(), 10u);
 
   auto never = InMemoryChannel();
@@ -98,8 +97,8 @@ TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
   items.push_back(std::make_unique<CExportChannel>(u"[0]Never", 0, kS, never.Get(), 1.0, 0.0, 0, 0));
   EXPECT_EQ(CommitItems(std::move(items), [&] { never->Remove(); }),
             (Lines{"TransactionMessage:Error Exporting Channels...\n\n\tNo data found for any of "
-                                      "the selected channels\n",
-                                      "TransactionFinished"}));
+                   "the selected channels\n",
+                   "TransactionFinished"}));
 }
 
 TEST_F(TarnChannelWriteTest, DisplayLimitsAreStoredInTheChannelsUnit) {

@@ -196,7 +196,8 @@ class TarnEventWriteTest : public TarnOutingTest {
       event.time = time;
       events.push_back(std::move(event));
     }
-    return CommitStep(MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events)));
+    return CommitStep(
+        MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events)));
   }
   // How many events each set has in the file, as another reader sees it.
   std::map<std::u16string, size_t> StoredEvents() {

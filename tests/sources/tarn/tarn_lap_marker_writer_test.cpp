@@ -29,15 +29,9 @@ using Times = std::vector<KivTime>;
 TarnDataSet LapDataSet() {
   TarnDataSet d;
   d.outingRange = {{0, 100 * kS}};
-  TarnDataSetChannel distance;
-  distance.name = u"Distance";
-  distance.quantity = QuantityId{1};
-  TarnDataSetBlock block;
-  block.firstTime = 0;
-  block.period = kS / 10;
+  TarnDataSetBlock block{.period = kS / 10, .times = {}, .values = {}};
   for (int i = 0; i <= 1000; ++i) block.values.push_back(5.0 * i);
-  distance.blocks = {block};
-  d.channels = {distance};
+  d.channels = {{.name = u"Distance", .quantity = QuantityId{1}, .userType = {}, .blocks = {block}}};
   d.lapMarkers = {{30 * kS, 0.0, true}, {60 * kS, 0.0, true}, {80 * kS, 0.0, false}};
   return d;
 }
@@ -183,9 +177,10 @@ TEST_F(TarnLapMarkerWriterTest, StoreChangedSinceTheCallFailsTheStepWithItsMessa
   listener_->log.clear();
   ASSERT_EQ(txn_->Commit(), S_OK);
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(LinesStarting(listener_->log, {"Transaction"}), (Lines{"TransactionStarted", "TransactionProgress:1/2", "TransactionMessage:Failed to remove lap marker",
-                        "TransactionProgress:2/2", "TransactionMessage:Failed to shift lap markers - mismatch detected",
-                        "TransactionFinished"}));
+  EXPECT_EQ(LinesStarting(listener_->log, {"Transaction"}),
+            (Lines{"TransactionStarted", "TransactionProgress:1/2", "TransactionMessage:Failed to remove lap marker",
+                   "TransactionProgress:2/2", "TransactionMessage:Failed to shift lap markers - mismatch detected",
+                   "TransactionFinished"}));
   rivalTxn = nullptr;
   rivalMarkers = nullptr;
   rival = nullptr;

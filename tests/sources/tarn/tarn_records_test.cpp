@@ -58,7 +58,8 @@ TEST_P(ChannelBlockCases, BlocksAsTheTableSays) {
   std::vector<TarnChannelData> records;
   for (const json& r : c["records"]) {
     TarnChannelData d{};
-    const auto& v = samples.emplace_back(r["samples"].is_null() ? std::vector<double>{} : r["samples"].get<std::vector<double>>());
+    const auto& v =
+        samples.emplace_back(r["samples"].is_null() ? std::vector<double>{} : r["samples"].get<std::vector<double>>());
     d.samples = r["samples"].is_null() ? nullptr : v.data();
     d.count = r.value("count", static_cast<int32_t>(v.size()));
     d.periodic = r.contains("period");
@@ -72,9 +73,10 @@ TEST_P(ChannelBlockCases, BlocksAsTheTableSays) {
   for (const auto& b : ChannelBlocks(records, 7)) {
     const DataSection& s = *b.data;
     const auto values = s.values().view();
-    blocks.push_back({s.periodic(), s.firstTime(), s.lastTime(), s.interval(), std::vector<double>(values.begin(), values.end()),
-                      s.periodic() ? json() : json(std::vector<KivTime>(s.Times().view().begin(), s.Times().view().end())),
-                      b.continuous});
+    blocks.push_back(
+        {s.periodic(), s.firstTime(), s.lastTime(), s.interval(), std::vector<double>(values.begin(), values.end()),
+         s.periodic() ? json() : json(std::vector<KivTime>(s.Times().view().begin(), s.Times().view().end())),
+         b.continuous});
   }
   EXPECT_EQ(blocks, c["expect"]);
 }

@@ -124,10 +124,6 @@ TEST(RtOutingTest, ALiveOutingIsTypeFourShowsItsConnectionAndRefusesWrites) {
   int32_t count = -1;
   ASSERT_EQ(tree->GetCount(&count), S_OK);
   EXPECT_EQ(count, 0) << "a definitions blob the reader refuses gives an empty tree, not an error";
-  tcp.Stop();
-  KivClientThread::Current().RunUntil([&] { return !outing->core().connected(); }, std::chrono::seconds(10));
-  ASSERT_EQ(outing->GetCaption(&caption), S_OK);
-  EXPECT_EQ(caption, u"Failed to create outing");
 }
 
 }  // namespace

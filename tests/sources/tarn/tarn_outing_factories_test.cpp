@@ -16,20 +16,9 @@ namespace {
 
 constexpr uint32_t kPending = 3;
 
-// Hears one item's notifications, blob or data item, in order.
-struct ItemHeard : CBlobNotifications2Receiver, CDataNotifications2Receiver {
-  void OnBlobChanged(IKivBlob*) override { log.push_back("changed"); }
-  void OnBlobRemoved(IKivBlob*) override { log.push_back("removed"); }
-  void OnBlobFailed(IKivBlob*) override { log.push_back("failed"); }
-  void OnDataChanged(IKivData*, KivTime, KivTime) override { log.push_back("changed"); }
-  void OnDataRemoved(IKivData*) override { log.push_back("removed"); }
-  void OnDataFailed(IKivData*) override { log.push_back("failed"); }
-  std::vector<std::string> log;
-};
-
+// Hears one item's notifications through a `Sink`, blob or data item, in order.
 template <class Sink>
-class Heard : public ItemHeard {
- public:
+struct Heard : CBlobNotifications2Receiver, CDataNotifications2Receiver {
   explicit Heard(IKivUnknown* item) : item_(item) {
     sink_->SetReceiver(this);
     EXPECT_TRUE(sink_->Connect(item));
@@ -38,8 +27,13 @@ class Heard : public ItemHeard {
     sink_->SetReceiver(nullptr);
     sink_->Disconnect(item_.Get());
   }
-
- private:
+  void OnBlobChanged(IKivBlob*) override { log.push_back("changed"); }
+  void OnBlobRemoved(IKivBlob*) override { log.push_back("removed"); }
+  void OnBlobFailed(IKivBlob*) override { log.push_back("failed"); }
+  void OnDataChanged(IKivData*, KivTime, KivTime) override { log.push_back("changed"); }
+  void OnDataRemoved(IKivData*) override { log.push_back("removed"); }
+  void OnDataFailed(IKivData*) override { log.push_back("failed"); }
+  std::vector<std::string> log;
   ComPtr<IKivUnknown> item_;
   ComPtr<Sink> sink_ = MakeKiv<Sink>();
 };

@@ -7,13 +7,10 @@
 #include "outing/cache/outing_source.h"
 #include "sources/tarn/tarn_event_remove.h"
 #include "sources/tarn/tarn_event_write.h"
-#include "sources/tarn/tarn_outing.h"
 #include "sources/tarn/tarn_records.h"
 #include "support/data_listener.h"
 #include "tarn_outing_helper.h"
-#include "tarn_test_helper.h"
 #include "velmar/constants.h"
-#include "writeback/transaction_state_machine.h"
 
 namespace velmar::testing {
 namespace {

@@ -10,14 +10,10 @@
 #include "platform/store/fault_vfs.h"
 #include "tasks/tasks.h"
 #include "outing/channels/distance_channel.h"
-#include "support/outing_listener.h"
 #include "support/selection_binding.h"
-#include "outing/cache/outing_on_cache.h"
 #include "sources/tarn/tarn_lap_marker_steps.h"
-#include "sources/tarn/tarn_outing.h"
 #include "tarn_outing_helper.h"
 #include "velmar/common_channels.h"
-#include "velmar/transaction.h"
 
 namespace velmar::testing {
 namespace {

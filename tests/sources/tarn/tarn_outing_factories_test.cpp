@@ -52,13 +52,9 @@ class TarnOutingFactoriesTest : public TarnOutingTest {
   std::u16string WriteWithMedia() {
     std::u16string path = Write(SampleDataSet());
     WriteThroughStore<IKivTarnMediaWriter>(path, [](IKivTarnMediaWriter& w) {
-      TarnMediaChannelRecord channels[3] = {};
-      channels[0].name = u"Onboard";
-      channels[0].type = 1;
-      channels[1].name = u"Pit lane";
-      channels[1].type = kMediaChannelAddedByUser;
-      channels[1].fileNumber = 1;
-      channels[2].name = u"";
+      TarnMediaChannelRecord channels[3] = {{0, u"Onboard", 0, 1, 0, 0, 0, 0, 0},
+                                            {0, u"Pit lane", 0, kMediaChannelAddedByUser, 0, 0, 0, 1, 0},
+                                            {0, u"", 0, 0, 0, 0, 0, 0, 0}};
       std::vector<uint64_t> ids, clipIds;
       ASSERT_EQ(w.AddMediaChannels(3, channels, &ids), S_OK);
       static const TarnMediaFrame frames[2] = {{0, 0, {}}, {10 * kS, 250, {}}};

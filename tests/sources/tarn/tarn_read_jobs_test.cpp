@@ -38,12 +38,17 @@ class TarnReadJobsTest : public TarnFileTest {
     ASSERT_TRUE(Settle());
   }
 
-  template <class Job, class... Args>
-  std::unique_ptr<Read<Job>> Run(Args... args) {
+  template <class Job>
+  std::unique_ptr<Read<Job>> Start() {
     auto read = std::make_unique<Read<Job>>();
-    read->machine =
-        MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>(args...));
+    read->machine = MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>());
     EXPECT_EQ(read->machine->Start(), S_OK);
+    return read;
+  }
+  // One read, run to its end.
+  template <class Job>
+  std::unique_ptr<Read<Job>> Run() {
+    auto read = Start<Job>();
     EXPECT_TRUE(Settle());
     EXPECT_EQ(read->recorder.done + read->recorder.failed, 1);
     return read;
@@ -111,10 +116,7 @@ TEST_F(TarnReadJobsTest, AReadQueuedWhileOpeningRunsAfterTheOpen) {
   {
     StoreThreadGate gate;
     ASSERT_EQ(file_->Open(path), S_OK);
-    read = std::make_unique<Read<CTarnGetConstantsJobItem>>();
-    read->machine = MakeClient<CTarnReadStateMachine<CTarnGetConstantsJobItem>>(
-        &read->recorder, file_.Get(), MakeTarnJob<CTarnGetConstantsJobItem>());
-    ASSERT_EQ(read->machine->Start(), S_OK);
+    read = Start<CTarnGetConstantsJobItem>();
   }
   ASSERT_TRUE(Settle());
   ASSERT_TRUE(read->job());

@@ -147,16 +147,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, LapDataCases, FixtureCases("sources/tarn/lap_dat
 const uint8_t kFixed[kTarnEventFixedDataSize] = {1, 2, 3};
 const uint8_t kPayload[] = {9, 8, 7, 6};
 
-TarnEventRecord Event(KivTime t) {
-  TarnEventRecord r{};
-  r.id = static_cast<uint64_t>(t);
-  r.time = t;
-  r.name = u"Pit";
-  r.source = u"Logger";
-  r.message = u"in";
-  r.fixedData = kFixed;
-  return r;
-}
+TarnEventRecord Event(KivTime t) { return {static_cast<uint64_t>(t), t, u"Pit", u"Logger", u"in", nullptr, kFixed, 0, 0, 0}; }
 
 TEST(CachedEvents, EveryFieldIsCopiedOutOfTheRecords) {
   std::vector<TarnEventRecord> records{Event(5), Event(7)};

@@ -84,21 +84,6 @@ TEST_F(TarnOutingTest, AChannelsSamplesAreFetchedOnItsFirstIteratorAndComeShifte
   speed = nullptr;
 }
 
-TEST_F(TarnOutingTest, EventAndConstantNamesComeFromTheirLists) {
-  OpenListened(Write(SampleDataSet()));
-  auto events = Facet<IKivEventsFactory>();
-  auto constants = Facet<IKivConstantFactory>();
-  NameList names;
-  ASSERT_EQ(events->GetNames(&names), S_OK);
-  EXPECT_TRUE(names.empty()) << "not read yet; the read is started";
-  ASSERT_EQ(constants->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(events->GetNames(&names), S_OK);
-  EXPECT_EQ(names, (NameList{u"Flag", u"Pit"}));
-  ASSERT_EQ(constants->GetNames(&names), S_OK);
-  EXPECT_EQ(names, (NameList{u"Setup", u"Wheelbase"}));
-}
-
 TEST_F(TarnOutingTest, LapMarkersReadFromTheStore) {
   OpenListened(Write(SampleDataSet()));
   auto laps = Facet<IKivLapMarkers>();

@@ -24,6 +24,7 @@ inline constexpr Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D
 ComPtr<CTarnOuting> OpenTarnOuting(const std::u16string& path,
                                    const TarnStoreFactoryMaker& maker = DefaultTarnStoreFactoryMaker());
 
+// The facet `I` of an outing other than the test's own.
 template <class I>
 ComPtr<I> Face(CTarnOuting* outing) {
   return QueryAs<I>(static_cast<IKivOuting*>(outing));
@@ -45,8 +46,8 @@ class TarnOutingTest : public TarnTest {
     listener_ = std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get()));
     ASSERT_TRUE(listener_->connected());
   }
-  // Lets the outing go (its close jobs run) and opens `path_` afresh; a
-  // test holding facets lets them go in its Close.
+  // Close lets the outing go and runs its close jobs (a test that holds
+  // facets lets them go in its own Close); Reopen opens `path_` afresh.
   virtual void Close() {
     listener_.reset();
     outing_ = nullptr;

@@ -114,14 +114,6 @@ TEST(ReconcileChannelList, RemovedReplacedKeptAndAddedNamesAreToldApart) {
   EXPECT_EQ(change.added, (NameList{u"[0]Moved", u"[0]New"}));
 }
 
-TEST(ReconcileChannelList, AFirstListAddsEverything) {
-  TarnChannelMap read{{u"[0]A", {1, 7}}, {u"[0]B", {2, 7}}};
-  TarnChannelListChange change = ReconcileChannelList({}, read);
-  EXPECT_TRUE(change.removed.empty());
-  EXPECT_TRUE(change.kept.empty());
-  EXPECT_EQ(change.added.size(), 2u);
-}
-
 class LapDataCases : public ::testing::TestWithParam<std::filesystem::path> {};
 TEST_P(LapDataCases, TakesWhatHoldsTogether) {
   const json c = ReadFixture(GetParam());

@@ -327,15 +327,16 @@ TEST(RtAddressTest, ParsesAndClassesAsTheTableSays) {
   }
 }
 
+// tests/data/realtime/addresses.json also holds caption numbers with their
+// text and status codes with the state each shows.
 TEST(RtConnectionStateTest, CaptionFieldsAndStatusStates) {
-  EXPECT_EQ(RtCaptionNumber(2), u"002");
-  EXPECT_EQ(RtCaptionNumber(-5), u"-05");
-  EXPECT_EQ(RtCaptionNumber(1000), u"###");
-  EXPECT_EQ(RtCaptionNumber(-100), u"###");
+  const auto table = Fixture("realtime/addresses.json");
+  for (const auto& c : table["numbers"]) EXPECT_EQ(WideToUtf8(RtCaptionNumber(c[0])), c[1].get<std::string>());
   EXPECT_EQ(RtStateCaption(RtConnectionState::kConnecting), u"Connecting...");
-  EXPECT_EQ(RtStateOfStatus(static_cast<KivResult>(0x8000010D)), RtConnectionState::kServerUnknown);
-  EXPECT_EQ(RtStateOfStatus(static_cast<KivResult>(0x80000107)), RtConnectionState::kOutingNotCreated);
-  EXPECT_EQ(RtStateOfStatus(E_FAIL), RtConnectionState::kWorking) << "a failure the table doesn't name";
+  for (const auto& c : table["statuses"]) {
+    const auto status = static_cast<KivResult>(std::stoul(c[0].get<std::string>(), nullptr, 16));
+    EXPECT_EQ(static_cast<int>(RtStateOfStatus(status)), c[1].get<int>()) << c[2];
+  }
 }
 
 }  // namespace

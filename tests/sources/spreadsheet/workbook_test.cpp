@@ -138,32 +138,25 @@ class WorkbookApplicationTest : public ::testing::Test {
   CWorkbookApplication app_;
 };
 
-TEST_F(WorkbookApplicationTest, TheTargetIsReadOnTheNamedOrTheCurrentSheet) {
-  double value = 0;
-  ASSERT_EQ(Read(u"Sheet2!B7", &value), S_OK);
-  EXPECT_EQ(value, 2.25);
-  ASSERT_EQ(Read(u"A1", &value), S_OK);
-  EXPECT_EQ(value, 7);
-  ASSERT_EQ(Read(u"B7", &value, {{ConstantElement::kSelectSheet, u"Sheet2", u""}}), S_OK);
-  EXPECT_EQ(value, 2.25);
-}
-
-TEST_F(WorkbookApplicationTest, AnEmptyCellIsZeroAndATextCellFails) {
+class WorkbookConstantCases : public WorkbookApplicationTest,
+                              public ::testing::WithParamInterface<std::filesystem::path> {};
+TEST_P(WorkbookConstantCases, StepsRunInOrderAndTheTargetIsRead) {
+  const json c = ReadFixture(GetParam());
+  ConstantElements steps;
+  for (const json& e : c["steps"]) {
+    steps.push_back({e[0].get<int32_t>(), Utf8ToWide(e[1].get<std::string>()), Utf8ToWide(e[2].get<std::string>())});
+  }
   double value = -1;
-  ASSERT_EQ(Read(u"A2", &value), S_OK);
-  EXPECT_EQ(value, 0);
-  ASSERT_EQ(Read(u"Z99", &value), S_OK);
-  EXPECT_EQ(value, 0);
-  EXPECT_EQ(Read(u"A3", &value), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(Read(Utf8ToWide(c["target"].get<std::string>()), &value, steps),
+            static_cast<KivResult>(std::stoul(c["result"].get<std::string>(), nullptr, 16)));
+  if (c.contains("value")) {
+    EXPECT_EQ(value, c["value"].get<double>());
+  }
 }
+INSTANTIATE_TEST_SUITE_P(Cases, WorkbookConstantCases, FixtureCases("spreadsheet/constants"), FixtureName);
 
-TEST_F(WorkbookApplicationTest, StepsRunInOrderAndTheFirstFailureStops) {
+TEST_F(WorkbookApplicationTest, AMissingBookIsNotFound) {
   double value = 0;
-  ASSERT_EQ(Read(u"Sheet2!C1", &value, {{ConstantElement::kSetRange, u"Sheet2!C1", u"12.5"}}), S_OK);
-  EXPECT_EQ(value, 12.5) << "a value put in a range reads back";
-  EXPECT_EQ(Read(u"A1", &value, {{ConstantElement::kSelectSheet, u"Missing", u""}}), E_FAIL);
-  EXPECT_EQ(Read(u"A1", &value, {{ConstantElement::kRunMacro, u"Recalc", u""}}), E_NOTIMPL);
-  EXPECT_EQ(Read(u"Nowhere!A1", &value), E_FAIL);
   EXPECT_EQ(app_.ReadConstant(u"/nonexistent/book.xlsx", {}, u"A1", &value), STG_E_FILENOTFOUND);
 }
 

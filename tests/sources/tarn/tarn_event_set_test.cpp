@@ -7,49 +7,28 @@
 #include "outing/cache/outing_source.h"
 #include "sources/tarn/tarn_event_remove.h"
 #include "sources/tarn/tarn_event_write.h"
-#include "sources/tarn/tarn_outing.h"
 #include "sources/tarn/tarn_records.h"
 #include "support/data_listener.h"
 #include "tarn_outing_helper.h"
-#include "tarn_test_helper.h"
 #include "velmar/constants.h"
-#include "writeback/transaction_state_machine.h"
 
 namespace velmar::testing {
 namespace {
 
 // An outing on the sample file whose lists are in.
-class TarnItemsTest : public TarnTest {
+class TarnItemsTest : public TarnOutingTest {
  protected:
   void SetUp() override {
     path_ = Write(SampleDataSet());
-    outing_ = Open();
+    outing_ = Open(path_);
     ASSERT_TRUE(outing_);
-    events_ = Facet<IKivEventsFactory>(outing_);
-    constants_ = Facet<IKivConstantFactory>(outing_);
-    NameList names;
-    ASSERT_EQ(events_->GetNames(&names), S_OK);
-    ASSERT_EQ(constants_->GetNames(&names), S_OK);
-    ASSERT_TRUE(Settle());
+    events_ = Listed<IKivEventsFactory>();
+    constants_ = Listed<IKivConstantFactory>();
   }
   void TearDown() override {
     events_ = nullptr;
     constants_ = nullptr;
-    outing_ = nullptr;
-    TarnTest::TearDown();
-  }
-  ComPtr<CTarnOuting> Open() {
-    ComPtr<CTarnOuting> outing;
-    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType); }, &outing),
-              S_OK);
-    return outing;
-  }
-  template <class I>
-  static ComPtr<I> Facet(const ComPtr<CTarnOuting>& outing) {
-    ComPtr<I> facet;
-    EXPECT_EQ(outing.As(&facet), S_OK);
-    return facet;
+    TarnOutingTest::TearDown();
   }
   // The set's events once its records are in.
   ComPtr<IKivEvents> ReadEvents(IKivEventSet* set) {
@@ -76,8 +55,6 @@ class TarnItemsTest : public TarnTest {
     return t;
   }
 
-  std::u16string path_;
-  ComPtr<CTarnOuting> outing_;
   ComPtr<IKivEventsFactory> events_;
   ComPtr<IKivConstantFactory> constants_;
 };
@@ -145,8 +122,8 @@ TEST_F(TarnItemsTest, AnOffsetReachesEveryEventAndTheNextIteratorIsReadAfresh) {
 }
 
 TEST_F(TarnItemsTest, TwoOutingObjectsShareOneReadOfASet) {
-  ComPtr<CTarnOuting> second = Open();
-  ComPtr<IKivEventsFactory> secondEvents = Facet<IKivEventsFactory>(second);
+  ComPtr<CTarnOuting> second = Open(path_);
+  auto secondEvents = Face<IKivEventsFactory>(second.Get());
   ComPtr<IKivEventSet> mine, theirs;
   ASSERT_EQ(events_->GetItem(u"Pit", mine.Put()), S_OK);
   ASSERT_EQ(secondEvents->GetItem(u"Pit", theirs.Put()), S_OK);
@@ -201,8 +178,6 @@ TEST_F(TarnItemsTest, ConstantsCarryTheirValueUnitAndText) {
   EXPECT_EQ(text, u"wet") << "a text constant keeps its text";
 }
 
-using Lines = std::vector<std::string>;
-
 class TarnEventWriteTest : public TarnOutingTest {
  protected:
   void SetUp() override {
@@ -218,28 +193,12 @@ class TarnEventWriteTest : public TarnOutingTest {
       event.time = time;
       events.push_back(std::move(event));
     }
-    return Commit(MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events)));
-  }
-  // Commits `step` in the outing's transaction; the transaction's messages.
-  Lines Commit(ComPtr<CWriteBackStateMachineBase> step) {
-    auto txn = Facet<IKivTransaction>();
-    EXPECT_EQ(txn->Begin(), S_OK);
-    EXPECT_EQ(outing_->cache()->transaction()->AddWriteBackStep(step), S_OK);
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    Lines log;
-    for (const std::string& line : std::exchange(listener_->log, {})) {
-      if (line.rfind("TransactionMessage", 0) == 0) log.push_back(line);
-    }
-    return log;
+    return CommitStep(
+        MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events)));
   }
   // How many events each set has in the file, as another reader sees it.
   std::map<std::u16string, size_t> StoredEvents() {
-    ComPtr<IKivTarnStoreFactory> factory;
-    EXPECT_EQ(CreateTarnStoreFactory(&factory), S_OK);
-    ComPtr<IKivTarnStore> store;
-    EXPECT_EQ(factory->OpenFile(path_, IKivTarnStore::iid, store.PutVoid()), S_OK);
-    auto events = QueryAs<IKivTarnEvents>(store.Get());
+    auto events = QueryAs<IKivTarnEvents>(OpenStore(path_).Get());
     ComPtr<IKivTarnEventNameRecords> names;
     EXPECT_EQ(events->GetEventNames(kTarnWaitForever, names.Put()), S_OK);
     std::map<std::u16string, size_t> counts;
@@ -250,15 +209,13 @@ class TarnEventWriteTest : public TarnOutingTest {
     }
     return counts;
   }
-
-  std::u16string path_;
 };
 
 TEST_F(TarnEventWriteTest, EventsOfAnotherOutingAreWrittenOnceRefusedAsDuplicatesAndRemovable) {
   // The source: the sample's "Pit" set (40 s and 45 s), read from another file.
   const std::u16string sourcePath = Write(SampleDataSet(), "source.trn");
   ComPtr<CTarnOuting> source = Open(sourcePath);
-  auto sets = QueryAs<IKivEventsFactory>(static_cast<IKivOuting*>(source.Get()));
+  auto sets = Face<IKivEventsFactory>(source.Get());
   NameList names;
   (void)sets->GetNames(&names);
   ASSERT_TRUE(Settle());
@@ -268,16 +225,14 @@ TEST_F(TarnEventWriteTest, EventsOfAnotherOutingAreWrittenOnceRefusedAsDuplicate
   const auto writePit = [&] {
     auto step = MakeKiv<CWBTarnWriteEventsStateMachine>(outing_->cache()->event_write_back(), 0, 100 * kS);
     step->AddItem(std::make_unique<CExportEventSet>(strings, u"Pit", pit.Get(), 0, 100 * kS, 0));
-    return Commit(step);
+    return CommitStep(step);
   };
   // Into a file of the same outing without events: both come in, added in
   // analysis, so that they can be removed again.
   TarnDataSet bare = SampleDataSet();
   bare.events.clear();
-  listener_.reset();
-  outing_ = nullptr;
   path_ = Write(bare, "bare.trn");
-  OpenListened(path_);
+  Reopen();
   EXPECT_TRUE(writePit().empty());
   EXPECT_EQ(StoredEvents(), (std::map<std::u16string, size_t>{{u"Pit", 2}}));
   EXPECT_EQ(writePit(), Lines{"TransactionMessage:Failed to write events - duplicate events found"});

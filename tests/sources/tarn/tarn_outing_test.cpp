@@ -15,15 +15,9 @@
 namespace velmar::testing {
 namespace {
 
-TEST_F(TarnOutingTest, TheOutingIsOfTypeOneAndAnnouncesItselfOnceLoaded) {
+TEST_F(TarnOutingTest, TheOutingAnnouncesItselfOnceLoaded) {
   std::u16string path = Write(SampleDataSet());
   OpenListened(path);
-  uint32_t type = 0;
-  EXPECT_EQ(outing_->GetOutingType(&type), S_OK);
-  EXPECT_EQ(type, 1u);
-  std::u16string name;
-  EXPECT_EQ(outing_->GetFileName(&name), S_OK);
-  EXPECT_EQ(name, path);
   ComPtr<IKivPropertySet> info;
   EXPECT_EQ(outing_->GetOutingInformation(info.Put()), S_FALSE);
   EXPECT_FALSE(info);
@@ -57,10 +51,7 @@ TEST_F(TarnOutingTest, AChannelAskedForBeforeTheListIsInStartsTheListsLoad) {
 TEST_F(TarnOutingTest, AChannelsSamplesAreFetchedOnItsFirstIteratorAndComeShifted) {
   OpenListened(Write(SampleDataSet()));
   BoundSelection bound(outing_.Get());
-  auto channels = Facet<IKivChannelFactory>();
-  NameList names;
-  ASSERT_EQ(channels->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  auto channels = Listed<IKivChannelFactory>();
   ComPtr<IKivChannel> speed, again;
   ASSERT_EQ(channels->GetItem(u"[3]Speed", speed.Put()), S_OK);
   ASSERT_EQ(channels->GetItem(u"[3]Speed", again.Put()), S_OK);
@@ -91,21 +82,6 @@ TEST_F(TarnOutingTest, AChannelsSamplesAreFetchedOnItsFirstIteratorAndComeShifte
   iterator = nullptr;
   again = nullptr;
   speed = nullptr;
-}
-
-TEST_F(TarnOutingTest, EventAndConstantNamesComeFromTheirLists) {
-  OpenListened(Write(SampleDataSet()));
-  auto events = Facet<IKivEventsFactory>();
-  auto constants = Facet<IKivConstantFactory>();
-  NameList names;
-  ASSERT_EQ(events->GetNames(&names), S_OK);
-  EXPECT_TRUE(names.empty()) << "not read yet; the read is started";
-  ASSERT_EQ(constants->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(events->GetNames(&names), S_OK);
-  EXPECT_EQ(names, (NameList{u"Flag", u"Pit"}));
-  ASSERT_EQ(constants->GetNames(&names), S_OK);
-  EXPECT_EQ(names, (NameList{u"Setup", u"Wheelbase"}));
 }
 
 TEST_F(TarnOutingTest, LapMarkersReadFromTheStore) {
@@ -147,9 +123,7 @@ TEST_F(TarnOutingTest, TwoOutingObjectsShareOneCacheAndCloseDataReachesBoth) {
   ComPtr<CTarnOuting> second = Open(path);
   EXPECT_EQ(second->cache(), outing_->cache());
   OutingListener secondListener(static_cast<IKivOuting*>(second.Get()));
-  NameList names;
-  ASSERT_EQ(Facet<IKivChannelFactory>()->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  (void)Listed<IKivChannelFactory>();
   EXPECT_NE(std::find(secondListener.log.begin(), secondListener.log.end(), "ItemsAdded:[0]Gear,[3]Speed"),
             secondListener.log.end())
       << "the list reaches every outing";
@@ -164,10 +138,7 @@ TEST_F(TarnOutingTest, AReloadAfterARewriteServesTheNewSamplesThroughTheKeptChan
   std::u16string path = Write(SampleDataSet());
   OpenListened(path);
   BoundSelection bound(outing_.Get());
-  auto channels = Facet<IKivChannelFactory>();
-  NameList names;
-  ASSERT_EQ(channels->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  auto channels = Listed<IKivChannelFactory>();
   ComPtr<IKivChannel> speed;
   ASSERT_EQ(channels->GetItem(u"[3]Speed", speed.Put()), S_OK);
   auto valueAt51 = [&] {

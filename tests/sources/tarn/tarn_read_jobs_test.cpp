@@ -31,24 +31,24 @@ struct Read {
   Job* job() const { return machine->results(); }
 };
 
-class TarnReadJobsTest : public TarnTest {
+class TarnReadJobsTest : public TarnFileTest {
  protected:
-  // The file's close must run before the engine stops, or it never ends.
-  void TearDown() override {
-    file_.Reset();
-    TarnTest::TearDown();
-  }
   void OpenFile(const std::u16string& path) {
     ASSERT_EQ(file_->Open(path), S_OK);
     ASSERT_TRUE(Settle());
   }
 
-  template <class Job, class... Args>
-  std::unique_ptr<Read<Job>> Run(Args... args) {
+  template <class Job>
+  std::unique_ptr<Read<Job>> Start() {
     auto read = std::make_unique<Read<Job>>();
-    read->machine =
-        MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>(args...));
+    read->machine = MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>());
     EXPECT_EQ(read->machine->Start(), S_OK);
+    return read;
+  }
+  // One read, run to its end.
+  template <class Job>
+  std::unique_ptr<Read<Job>> Run() {
+    auto read = Start<Job>();
     EXPECT_TRUE(Settle());
     EXPECT_EQ(read->recorder.done + read->recorder.failed, 1);
     return read;
@@ -62,13 +62,7 @@ class TarnReadJobsTest : public TarnTest {
 
   // A channel's sections as the outing's channel data cache reads them.
   ChannelSections Fetch(const TarnChannelEntry& channel) {
-    struct Client : CChannelDataClient {
-      void OnData(bool ok, KivTime, KivTime) override { told.push_back(ok); }
-      void OnDataDropped() override {}
-      IKivUnknown* ClientIdentity() override { return identity.Get(); }
-      std::vector<bool> told;
-      ComPtr<IKivUnknown> identity;
-    } client;
+    ChannelClient client;
     ComPtr<COpenFileJobItem> connection = file_->Connection();
     ComPtr<CChannelDataCache> cache(new CChannelDataCache(
         [&](const CChannelKey&) { return std::make_unique<CTarnChannelDataFetch>(connection, channel); },
@@ -82,46 +76,7 @@ class TarnReadJobsTest : public TarnTest {
     cache->RemoveClient(&client);
     return sections ? *sections : ChannelSections{};
   }
-
-  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
 };
-
-TEST_F(TarnReadJobsTest, AnUnknownFormatVersionIsTheLoadsResult) {
-  std::u16string path = Write(SampleDataSet());
-  SetFormatVersion(path, 99);
-  OpenFile(path);
-  ASSERT_EQ(file_->state(), CFileStateMachine::State::kOpen) << "such a file opens";
-  auto read = Run<CLoadOutingJobItem>();
-  EXPECT_EQ(read->recorder.failed, 1);
-  EXPECT_EQ(read->recorder.status, E_BADFILEVERSION);
-  EXPECT_FALSE(read->job());
-  EXPECT_EQ(read->machine->state(), CStateMachine::State::kIdle);
-}
-
-TEST_F(TarnReadJobsTest, ChannelListAndSamplesOfEachChannel) {
-  OpenFile(Write(SampleDataSet()));
-  auto list = Run<CLoadChannelNamesJobItem>();
-  ASSERT_TRUE(list->job());
-  const TarnChannelMap& channels = list->job()->channels();
-  ASSERT_EQ(channels.size(), 2u);
-  ASSERT_TRUE(channels.contains(u"[3]Speed"));
-  ASSERT_TRUE(channels.contains(u"[0]Gear"));
-
-  ChannelSections speed = Fetch(channels.at(u"[3]Speed"));
-  ASSERT_EQ(speed.size(), 2u);
-  EXPECT_TRUE(speed[0].data->periodic());
-  EXPECT_EQ(speed[0].data->lastTime(), 2 * kS);
-  EXPECT_EQ(speed[1].data->firstTime(), 50 * kS);
-  EXPECT_TRUE(speed[1].continuous);
-  EXPECT_EQ(speed[1].data->values().view()[1], 50.0);
-
-  ChannelSections gear = Fetch(channels.at(u"[0]Gear"));
-  ASSERT_EQ(gear.size(), 1u);
-  const DataSection& g = *gear[0].data;
-  EXPECT_FALSE(g.periodic());
-  EXPECT_EQ(g.Times().view()[1], 7 * kS);
-  EXPECT_EQ(g.lastTime(), 60 * kS);
-}
 
 TEST_F(TarnReadJobsTest, AChannelWithoutSamplesReadsAsNoSections) {
   TarnDataSet data = SampleDataSet();
@@ -161,10 +116,7 @@ TEST_F(TarnReadJobsTest, AReadQueuedWhileOpeningRunsAfterTheOpen) {
   {
     StoreThreadGate gate;
     ASSERT_EQ(file_->Open(path), S_OK);
-    read = std::make_unique<Read<CTarnGetConstantsJobItem>>();
-    read->machine = MakeClient<CTarnReadStateMachine<CTarnGetConstantsJobItem>>(
-        &read->recorder, file_.Get(), MakeTarnJob<CTarnGetConstantsJobItem>());
-    ASSERT_EQ(read->machine->Start(), S_OK);
+    read = Start<CTarnGetConstantsJobItem>();
   }
   ASSERT_TRUE(Settle());
   ASSERT_TRUE(read->job());

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <limits>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -14,30 +13,12 @@
 #include "sources/tarn/tarn_media_data.h"
 #include "sources/tarn/tarn_properties.h"
 #include "support/fixtures.h"
+#include "velmar/text.h"
 
-namespace velmar {
+namespace velmar::testing {
 namespace {
 
-const int64_t kPeriod = 100;
-
-TarnChannelData Periodic(KivTime first, const void* samples, int32_t count) {
-  TarnChannelData d{};
-  d.times = &kPeriod;
-  d.firstTime = first;
-  d.samples = samples;
-  d.count = count;
-  d.periodic = 1;
-  return d;
-}
-
-TarnChannelData Aperiodic(const int64_t* times, const void* samples, int32_t count) {
-  TarnChannelData d{};
-  d.times = times;
-  d.firstTime = times[0];
-  d.samples = samples;
-  d.count = count;
-  return d;
-}
+using nlohmann::json;
 
 template <class T>
 std::vector<double> Widened(uint32_t type, std::vector<T> in) {
@@ -66,102 +47,62 @@ TEST(SamplesAsDoubles, UnalignedSamplesAreRead) {
   EXPECT_EQ(out.view()[0], 3.25);
 }
 
-TEST(ChannelBlocks, PeriodicAndAperiodicBlocksKeepTheirSpacingAndFlag) {
-  std::vector<int16_t> a{1, 2, 3};
-  std::vector<int64_t> times{1000, 1500, 4000};
-  std::vector<int16_t> b{7, 8, 9};
-  std::vector<TarnChannelData> records{Periodic(0, a.data(), 3), Aperiodic(times.data(), b.data(), 3)};
-  records[1].continuous = 1;
-  ChannelSections blocks = ChannelBlocks(records, 4);
-  ASSERT_EQ(blocks.size(), 2u);
-  const DataSection& p = *blocks[0].data;
-  EXPECT_TRUE(p.periodic());
-  EXPECT_EQ(p.firstTime(), 0);
-  EXPECT_EQ(p.lastTime(), 200);  // first + period x (count - 1)
-  EXPECT_EQ(p.interval(), kPeriod);
-  EXPECT_EQ(p.values().view()[2], 3.0);
-  EXPECT_FALSE(blocks[0].continuous);
-  const DataSection& q = *blocks[1].data;
-  EXPECT_FALSE(q.periodic());
-  EXPECT_EQ(q.interval(), 0);
-  EXPECT_EQ(q.lastTime(), 4000);
-  EXPECT_EQ(q.Times().view()[1], 1500);
-  EXPECT_EQ(q.values().view()[0], 7.0);
-  EXPECT_TRUE(blocks[1].continuous);
+class ChannelBlockCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(ChannelBlockCases, BlocksAsTheTableSays) {
+  const json c = ReadFixture(GetParam());
+  std::vector<std::vector<double>> samples;
+  std::vector<std::vector<int64_t>> times;
+  samples.reserve(c["records"].size());
+  times.reserve(c["records"].size());
+  std::vector<TarnChannelData> records;
+  for (const json& r : c["records"]) {
+    TarnChannelData d{};
+    const auto& v =
+        samples.emplace_back(r["samples"].is_null() ? std::vector<double>{} : r["samples"].get<std::vector<double>>());
+    d.samples = r["samples"].is_null() ? nullptr : v.data();
+    d.count = r.value("count", static_cast<int32_t>(v.size()));
+    d.periodic = r.contains("period");
+    const json t = d.periodic ? json::array({r["period"]}) : r["times"];
+    d.times = t.is_null() ? nullptr : times.emplace_back(t.get<std::vector<int64_t>>()).data();
+    d.firstTime = r.value("first", t.is_null() ? KivTime{0} : t[0].get<KivTime>());
+    d.continuous = r.value("continuous", 0);
+    records.push_back(d);
+  }
+  json blocks = json::array();
+  for (const auto& b : ChannelBlocks(records, 7)) {
+    const DataSection& s = *b.data;
+    const auto values = s.values().view();
+    blocks.push_back(
+        {s.periodic(), s.firstTime(), s.lastTime(), s.interval(), std::vector<double>(values.begin(), values.end()),
+         s.periodic() ? json() : json(std::vector<KivTime>(s.Times().view().begin(), s.Times().view().end())),
+         b.continuous});
+  }
+  EXPECT_EQ(blocks, c["expect"]);
 }
+INSTANTIATE_TEST_SUITE_P(Cases, ChannelBlockCases, FixtureCases("sources/tarn/channel_blocks"), FixtureName);
 
-TEST(ChannelBlocks, OneBadRecordSpoilsTheWholeRead) {
-  std::vector<double> v{1, 2};
-  std::vector<int64_t> times{10, 20};
-  auto spoiled = [&](auto spoil) {
-    std::vector<TarnChannelData> records{Periodic(0, v.data(), 2), Aperiodic(times.data(), v.data(), 2)};
-    spoil(records[1]);
-    return ChannelBlocks(records, 7).empty();
-  };
-  EXPECT_FALSE(spoiled([](TarnChannelData&) {}));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.count = 0; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.count = -1; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.samples = nullptr; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.times = nullptr; }));
-  EXPECT_TRUE(spoiled([](TarnChannelData& d) { d.firstTime = 11; }));
+KivResult Code(const json& hex) { return static_cast<KivResult>(std::stoul(hex.get<std::string>(), nullptr, 16)); }
+
+// Records [id, tag or null, quantity, sample type] and the map read from them.
+class ChannelMapCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(ChannelMapCases, KeysAsTheTableSays) {
+  const json c = ReadFixture(GetParam());
+  std::vector<std::u16string> tags;
+  tags.reserve(c["records"].size());
+  std::vector<TarnChannelDescription> records;
+  for (const json& r : c["records"]) {
+    TarnChannelDescription d{};
+    d.id = r[0];
+    if (!r[1].is_null()) d.tagName = tags.emplace_back(Utf8ToWide(r[1].get<std::string>())).c_str();
+    d.quantityId = r[2];
+    d.sampleType = r[3];
+    records.push_back(d);
+  }
+  json map = json::object();
+  for (const auto& [key, entry] : BuildChannelMap(records, 21)) map[WideToUtf8(key)] = {entry.id, entry.sampleType};
+  EXPECT_EQ(map, c["expect"]);
 }
-
-TEST(ChannelBlocks, RecordsNoSectionCanHoldGiveNoBlocks) {
-  std::vector<double> v{1, 2};
-  const int64_t zero = 0;
-  TarnChannelData d = Periodic(0, v.data(), 2);
-  d.times = &zero;
-  EXPECT_TRUE(ChannelBlocks({&d, 1}, 7).empty());
-  std::vector<int64_t> falling{20, 10};
-  TarnChannelData f = Aperiodic(falling.data(), v.data(), 2);
-  EXPECT_TRUE(ChannelBlocks({&f, 1}, 7).empty());
-}
-
-TEST(ChannelBlocks, NoRecordsGiveNoBlocks) { EXPECT_TRUE(ChannelBlocks({}, 7).empty()); }
-
-TarnChannelDescription Record(uint64_t id, const char16_t* tag, int32_t quantity, uint32_t sampleType = 7) {
-  TarnChannelDescription d{};
-  d.id = id;
-  d.tagName = tag;
-  d.quantityId = quantity;
-  d.sampleType = sampleType;
-  return d;
-}
-
-TEST(BuildChannelMap, BracketsInATagNameBecomeUnderscoresInTheKey) {
-  std::vector<TarnChannelDescription> records{Record(1, u"T[1]", 0)};
-  EXPECT_TRUE(BuildChannelMap(records, 21).contains(u"[0]T_1_"));
-}
-
-TEST(BuildChannelMap, ReadableRecordsAreKeyedByTheirKeyText) {
-  std::vector<TarnChannelDescription> records{Record(10, u"Speed", 3, 6), Record(11, u"Rpm", 7, 2)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  ASSERT_EQ(map.size(), 2u);
-  EXPECT_EQ(map.at(u"[3]Speed"), (TarnChannelEntry{10, 6}));
-  EXPECT_EQ(map.at(u"[7]Rpm"), (TarnChannelEntry{11, 2}));
-}
-
-TEST(BuildChannelMap, TheFirstOfTwoRecordsWithOneKeyIsKept) {
-  std::vector<TarnChannelDescription> records{Record(1, u"Speed", 3), Record(2, u"Speed", 3), Record(3, u"Speed", 4)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  EXPECT_EQ(map.size(), 2u);
-  EXPECT_EQ(map.at(u"[3]Speed").id, 1u);
-}
-
-TEST(BuildChannelMap, UnreadableRecordsAreSkippedAndTheOthersRead) {
-  std::vector<TarnChannelDescription> records{Record(1, nullptr, 3), Record(2, u"", 3), Record(3, u"Neg", -1),
-                                              Record(4, u"Eight", 3, 8), Record(5, u"Good", 3, 0)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  ASSERT_EQ(map.size(), 1u);
-  EXPECT_EQ(map.begin()->first, u"[3]Good");
-}
-
-TEST(BuildChannelMap, AQuantityAboveTheLargestKnownIsReadAsZero) {
-  std::vector<TarnChannelDescription> records{Record(1, u"Odd", 22), Record(2, u"Known", 21)};
-  TarnChannelMap map = BuildChannelMap(records, 21);
-  EXPECT_TRUE(map.contains(u"[0]Odd"));
-  EXPECT_TRUE(map.contains(u"[21]Known"));
-}
+INSTANTIATE_TEST_SUITE_P(Cases, ChannelMapCases, FixtureCases("sources/tarn/channel_maps"), FixtureName);
 
 TEST(ReconcileChannelList, RemovedReplacedKeptAndAddedNamesAreToldApart) {
   std::map<std::u16string, uint64_t> held{{u"[0]Gone", 1}, {u"[0]Kept", 2}, {u"[0]Moved", 3}};
@@ -173,70 +114,32 @@ TEST(ReconcileChannelList, RemovedReplacedKeptAndAddedNamesAreToldApart) {
   EXPECT_EQ(change.added, (NameList{u"[0]Moved", u"[0]New"}));
 }
 
-TEST(ReconcileChannelList, AFirstListAddsEverything) {
-  TarnChannelMap read{{u"[0]A", {1, 7}}, {u"[0]B", {2, 7}}};
-  TarnChannelListChange change = ReconcileChannelList({}, read);
-  EXPECT_TRUE(change.removed.empty());
-  EXPECT_TRUE(change.kept.empty());
-  EXPECT_EQ(change.added.size(), 2u);
-}
-
-TarnLapMarker Marker(KivTime base, KivTime offset = 0, double origin = 0.0) {
-  TarnLapMarker m{};
-  m.baseTime = base;
-  m.timeOffset = offset;
-  m.distanceOrigin = origin;
-  return m;
-}
-
-TEST(TakeLapData, MarkersInTheSpanAreTakenWithTheFirstOrigin) {
-  std::vector<TarnLapMarker> markers{Marker(10, 2, 150.5), Marker(50, 0, 9.0)};
-  TarnLapData data;
-  ASSERT_TRUE(TakeLapData(0, 100, S_OK, 5, 95, markers, &data));
-  EXPECT_EQ(data.span.outingStart, 0);
-  EXPECT_EQ(data.span.outingEnd, 100);
-  ASSERT_TRUE(data.span.movement);
-  EXPECT_EQ(data.span.movement->first, 5);
-  EXPECT_EQ(data.distanceOrigin, 150.5);
-  EXPECT_EQ(data.MarkerTimes(), (std::vector<KivTime>{12, 50}));
-}
-
-TEST(TakeLapData, NoMovementRangeIsNoFailure) {
-  TarnLapData data;
-  ASSERT_TRUE(TakeLapData(0, 100, S_FALSE, 0, 0, {}, &data));
-  EXPECT_FALSE(data.span.movement);
-  EXPECT_EQ(data.distanceOrigin, 0.0);
-  ASSERT_TRUE(TakeLapData(0, 100, E_FAIL, 70, 3, {}, &data));
-  EXPECT_FALSE(data.span.movement);
-}
-
-TEST(TakeLapData, AnswersThatDoNotHoldTogetherFail) {
+class LapDataCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(LapDataCases, TakesWhatHoldsTogether) {
+  const json c = ReadFixture(GetParam());
+  std::vector<TarnLapMarker> markers;
+  for (const json& m : c["markers"]) markers.push_back({0, m[0], m[1], FixtureNumber(m[2]), 0, 0, {}});
   TarnLapData data;
   data.distanceOrigin = 42.0;
-  EXPECT_FALSE(TakeLapData(100, 99, S_FALSE, 0, 0, {}, &data));
-  EXPECT_FALSE(TakeLapData(0, 100, S_OK, 60, 50, {}, &data));
-  std::vector<TarnLapMarker> nan{Marker(10, 0, std::numeric_limits<double>::quiet_NaN())};
-  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, nan, &data));
-  std::vector<TarnLapMarker> late{Marker(10), Marker(101)};
-  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, late, &data));
-  std::vector<TarnLapMarker> early{Marker(-1)};
-  EXPECT_FALSE(TakeLapData(0, 100, S_FALSE, 0, 0, early, &data));
-  EXPECT_EQ(data.distanceOrigin, 42.0) << "a failed take leaves the data as it was";
+  const json& move = c["movement"];
+  ASSERT_EQ(TakeLapData(c["outing"][0], c["outing"][1], Code(move[0]), move[1], move[2], markers, &data),
+            !c["expect"].is_null());
+  if (c["expect"].is_null()) {
+    EXPECT_EQ(data.distanceOrigin, 42.0) << "a failed take leaves the data as it was";
+    return;
+  }
+  EXPECT_EQ(json::array({data.span.outingStart, data.span.outingEnd}), c["outing"]);
+  const auto& moved = data.span.movement;
+  EXPECT_EQ(moved ? json::array({moved->first, moved->second}) : json(), c["expect"]["movement"]);
+  EXPECT_EQ(data.distanceOrigin, c["expect"]["origin"].get<double>());
+  EXPECT_EQ(json(data.MarkerTimes()), c["expect"]["times"]);
 }
+INSTANTIATE_TEST_SUITE_P(Cases, LapDataCases, FixtureCases("sources/tarn/lap_data"), FixtureName);
 
 const uint8_t kFixed[kTarnEventFixedDataSize] = {1, 2, 3};
 const uint8_t kPayload[] = {9, 8, 7, 6};
 
-TarnEventRecord Event(KivTime t) {
-  TarnEventRecord r{};
-  r.id = static_cast<uint64_t>(t);
-  r.time = t;
-  r.name = u"Pit";
-  r.source = u"Logger";
-  r.message = u"in";
-  r.fixedData = kFixed;
-  return r;
-}
+TarnEventRecord Event(KivTime t) { return {static_cast<uint64_t>(t), t, u"Pit", u"Logger", u"in", nullptr, kFixed, 0, 0, 0}; }
 
 TEST(CachedEvents, EveryFieldIsCopiedOutOfTheRecords) {
   std::vector<TarnEventRecord> records{Event(5), Event(7)};
@@ -301,119 +204,61 @@ TEST(TarnMediaDataTest, ClipsAreTakenAllOrNothing) {
   }
 }
 
-namespace p = tarn_property;
-constexpr double kNow = 45000.0;  // a fixed "present" for the date rule
-
-TarnOutingRecord FullRecord() {
+// The base record with the case's fields over it; texts live in `texts`.
+TarnOutingRecord RecordOf(const json& fields, std::vector<std::u16string>* texts) {
+  json f = Fixture("sources/tarn/outing_record.json");
+  f.merge_patch(fields);
+  texts->reserve(8);
+  auto text = [&](const char* key) -> const char16_t* {
+    return f.contains(key) ? texts->emplace_back(Utf8ToWide(f[key].get<std::string>())).c_str() : nullptr;
+  };
   TarnOutingRecord r{};
-  r.fastLapTime = 92 * kTicksPerSecond;
-  r.createDate = 44000.25;
-  r.trackName = u"Lakeside";
-  r.driverName = u"A. Driver";
-  r.shortComment = u"short";
-  r.longComment = u"long";
-  r.timeZone = u"CET";
-  r.systemDetails = u"logger 3";
-  r.carName = u"Car 7";
-  r.sessionNumber = 4;
-  r.outingNumber = 9;
-  r.firstLapNumber = 1;
-  r.fastLapNumber = 3;
-  r.lastLapNumber = 12;
-  r.datasetType = 2;
-  r.utcDifference = 60;
-  r.engineTest = 1;
+  r.fastLapTime = f["fastLapTime"].get<KivTime>() * kTicksPerSecond;
+  r.createDate = f["createDate"];
+  r.trackName = text("trackName");
+  r.driverName = text("driverName");
+  r.shortComment = text("shortComment");
+  r.longComment = text("longComment");
+  r.timeZone = text("timeZone");
+  r.systemDetails = text("systemDetails");
+  r.carName = text("carName");
+  r.sessionNumber = f["sessionNumber"];
+  r.outingNumber = f["outingNumber"];
+  r.firstLapNumber = f["firstLapNumber"];
+  r.fastLapNumber = f["fastLapNumber"];
+  r.lastLapNumber = f["lastLapNumber"];
+  r.datasetType = f["datasetType"];
+  r.utcDifference = f["utcDifference"];
+  r.engineTest = f["engineTest"];
   return r;
 }
 
-const Variant* Find(const TarnPropertyMap& map, std::u16string_view name) {
-  auto it = map.find(std::u16string(name));
-  return it == map.end() ? nullptr : &it->second;
+// A property as the fixtures write it: a text as such, others tagged with their kind.
+json PropertyJson(const Variant& v) {
+  if (v.AsText()) return WideToUtf8(*v.AsText());
+  if (v.AsU32()) return {{"u32", *v.AsU32()}};
+  if (v.AsI32()) return {{"i32", *v.AsI32()}};
+  if (v.AsF64()) return {{"f64", *v.AsF64()}};
+  if (v.AsBool()) return {{"bool", *v.AsBool()}};
+  if (v.AsTime()) return {{"time", static_cast<double>(*v.AsTime()) / kTicksPerSecond}};
+  return "unexpected kind";
 }
 
-TEST(OutingProperties, EveryFieldThatPassesItsRuleIsTakenWithItsType) {
-  TarnPropertyMap map = OutingProperties(FullRecord(), kNow);
-  EXPECT_EQ(map.size(), 17u);
-  EXPECT_EQ(Find(map, p::kFastLapTime)->AsTime(), 92 * kTicksPerSecond);
-  EXPECT_EQ(Find(map, p::kCreateDate)->AsF64(), 44000.25);
-  EXPECT_EQ(*Find(map, p::kTrackName)->AsText(), u"Lakeside");
-  EXPECT_EQ(*Find(map, p::kCarName)->AsText(), u"Car 7");
-  EXPECT_EQ(*Find(map, p::kSystemDetails)->AsText(), u"logger 3");
-  EXPECT_EQ(Find(map, p::kSessionNumber)->AsU32(), 4u);
-  EXPECT_EQ(Find(map, p::kOutingNumber)->AsU32(), 9u);
-  EXPECT_EQ(Find(map, p::kFastLapNumber)->AsU32(), 3u);
-  EXPECT_EQ(Find(map, p::kLastLapNumber)->AsU32(), 12u);
-  EXPECT_EQ(Find(map, p::kDatasetType)->AsU32(), 2u);
-  EXPECT_EQ(Find(map, p::kUtcDifference)->AsI32(), 60);
-  EXPECT_EQ(Find(map, p::kEngineTest)->AsBool(), true);
-}
-
-TEST(OutingProperties, NullTextsAreLeftOutButEmptyTextsAreKept) {
-  TarnOutingRecord r = FullRecord();
-  r.trackName = nullptr;
-  r.carName = u"";
-  TarnPropertyMap map = OutingProperties(r, kNow);
-  EXPECT_EQ(Find(map, p::kTrackName), nullptr);
-  ASSERT_NE(Find(map, p::kCarName), nullptr);
-  EXPECT_EQ(*Find(map, p::kCarName)->AsText(), u"");
-}
-
-TEST(OutingProperties, CreateDateMustBeAfterTheEarliestAndLessThanAWeekAhead) {
-  TarnOutingRecord r = FullRecord();
-  auto taken = [&](double date) {
-    r.createDate = date;
-    return Find(OutingProperties(r, kNow), p::kCreateDate) != nullptr;
-  };
-  EXPECT_FALSE(taken(33000.0));
-  EXPECT_TRUE(taken(33000.001));
-  EXPECT_TRUE(taken(kNow + 6.99));
-  EXPECT_FALSE(taken(kNow + 7.0));
-  EXPECT_FALSE(taken(kNow + 30.0));
-}
-
-TEST(OutingProperties, UtcDifferenceIsTakenWithinTwelveHoursOnly) {
-  TarnOutingRecord r = FullRecord();
-  for (int32_t minutes : {720, -720, 0}) {
-    r.utcDifference = minutes;
-    EXPECT_EQ(Find(OutingProperties(r, kNow), p::kUtcDifference)->AsI32(), minutes);
+// Each field is taken when it passes its rule; null in "expect" is left out.
+class OutingPropertyCases : public ::testing::TestWithParam<std::filesystem::path> {};
+TEST_P(OutingPropertyCases, FieldsPassTheirRules) {
+  const json c = ReadFixture(GetParam());
+  std::vector<std::u16string> texts;
+  const TarnPropertyMap map = OutingProperties(RecordOf(c["record"], &texts), 45000.0);
+  if (c.contains("count")) {
+    EXPECT_EQ(map.size(), c["count"].get<size_t>());
   }
-  for (int32_t minutes : {721, -721}) {
-    r.utcDifference = minutes;
-    EXPECT_EQ(Find(OutingProperties(r, kNow), p::kUtcDifference), nullptr) << minutes;
+  for (const auto& [name, want] : c["expect"].items()) {
+    const auto it = map.find(Utf8ToWide(name));
+    EXPECT_EQ(it == map.end() ? json() : PropertyJson(it->second), want) << name;
   }
 }
-
-TEST(OutingProperties, FastLapOutsideTheLapRangeLeavesOutBothFastLapProperties) {
-  TarnOutingRecord r = FullRecord();
-  for (uint32_t fast : {0u, 13u}) {
-    r.fastLapNumber = fast;
-    TarnPropertyMap map = OutingProperties(r, kNow);
-    EXPECT_EQ(Find(map, p::kFastLapNumber), nullptr) << fast;
-    EXPECT_EQ(Find(map, p::kFastLapTime), nullptr) << fast;
-  }
-  r.fastLapNumber = 12;  // the last lap counts
-  EXPECT_NE(Find(OutingProperties(r, kNow), p::kFastLapTime), nullptr);
-}
-
-TEST(OutingProperties, LastLapBelowTheFirstIsLeftOutAndSoIsTheFastLap) {
-  TarnOutingRecord r = FullRecord();
-  r.firstLapNumber = 5;
-  r.lastLapNumber = 4;
-  r.fastLapNumber = 5;
-  TarnPropertyMap map = OutingProperties(r, kNow);
-  EXPECT_EQ(Find(map, p::kLastLapNumber), nullptr);
-  EXPECT_EQ(Find(map, p::kFastLapNumber), nullptr);
-  EXPECT_EQ(Find(map, p::kFirstLapNumber)->AsU32(), 5u);
-}
-
-TEST(OutingProperties, DatasetTypeAboveTwoIsLeftOutAndEngineTestIsAlwaysThere) {
-  TarnOutingRecord r = FullRecord();
-  r.datasetType = 3;
-  r.engineTest = 0;
-  TarnPropertyMap map = OutingProperties(r, kNow);
-  EXPECT_EQ(Find(map, p::kDatasetType), nullptr);
-  EXPECT_EQ(Find(map, p::kEngineTest)->AsBool(), false);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, OutingPropertyCases, FixtureCases("sources/tarn/outing_properties"), FixtureName);
 
 TEST(OutingProperties, TheClockIsTodayInDaysSince1899) {
   // 2020-01-01 is day 43831; any machine running this is later than that.
@@ -423,7 +268,7 @@ TEST(OutingProperties, TheClockIsTodayInDaysSince1899) {
 
 TEST(FindFastLap, EachFixtureCase) {
   constexpr KivTime kS = kTicksPerSecond;
-  for (const auto table = testing::Fixture("sources/tarn_fast_lap.json"); const auto& c : table["cases"]) {
+  for (const auto table = Fixture("sources/tarn_fast_lap.json"); const auto& c : table["cases"]) {
     std::vector<KivTime> markers;
     for (const auto& m : c[0]) markers.push_back(m.get<KivTime>() * kS);
     TarnLapSpan span{};
@@ -444,4 +289,4 @@ TEST(FindFastLap, EachFixtureCase) {
 }
 
 }  // namespace
-}  // namespace velmar
+}  // namespace velmar::testing

@@ -17,8 +17,6 @@ class RegionsListener final : public CTimeRegionFinderNotificationsReceiver {
   explicit RegionsListener(IKivTimeRegionFinder* finder) : sink_(this, finder) {}
   void OnRegionsChanged() override { ++count; }
   int count = 0;
-
- private:
   ScopedSink<CTimeRegionFinderNotificationsSink<>, IKivTimeRegionFinder> sink_;
 };
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "outing/constants/constant_stream.h"
+#include "outing/got.h"
 #include "support/scoped_sink.h"
 
 namespace velmar {
@@ -76,9 +77,7 @@ TEST_F(GlobalConstantFactoryTest, FactoriesOnOneCacheShowTheSameNamesAndEachTell
   ASSERT_EQ(factory_->AddConstant(u"Ride Height", kSimpleConstant), S_OK);
   ASSERT_EQ(factory_->RemoveConstant(u"Ride Height"), S_OK);
   ASSERT_EQ(factory_->AddConstant(u"Rake", kSpreadsheetConstant), S_OK);
-  NameList names;
-  ASSERT_EQ(second->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Rake"));
+  EXPECT_THAT(testing::Got(second, &CGlobalConstantFactory::GetNames), ElementsAre(u"Rake"));
   EXPECT_THAT(log.seen, ElementsAre("+1", "-1", "+1"));
 
   ASSERT_EQ(second->AttachCache(nullptr), S_OK);
@@ -195,8 +194,7 @@ TEST_F(GlobalConstantFactoryTest, RootAndParentFollowTheFrameRules) {
   EXPECT_EQ(factory_->SetParent(nullptr), S_OK);
   EXPECT_EQ(factory_->SetRoot(someone->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory_->SetRoot(someone->PrimaryUnknown()), E_UNEXPECTED) << "once only";
-  ASSERT_EQ(factory_->GetRoot(out.Put()), S_OK);
-  EXPECT_EQ(out.Get(), someone->PrimaryUnknown());
+  EXPECT_EQ(testing::Got(factory_, &CGlobalConstantFactory::GetRoot).Get(), someone->PrimaryUnknown());
 }
 
 }  // namespace

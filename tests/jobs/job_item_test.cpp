@@ -7,11 +7,10 @@
 
 #include "jobs/state_machine.h"
 #include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
-
-using namespace std::chrono_literals;
 
 class Sum : public CJobItem {
  public:
@@ -86,17 +85,17 @@ TEST(CJobItemEx, HoldsItsOwnerAndHandsCompletionToIt) {
   EXPECT_EQ(destroyed, 1);
 }
 
-TEST(CJobItemEx, RoundTripThroughTheEngine) {
-  Dispatcher d;
-  Dispatcher::ScopedCurrent current(d);
+using CJobItemExEngine = testing::SettlingTest;
+
+TEST_F(CJobItemExEngine, RoundTripThroughTheEngine) {
   int destroyed = 0;
   ComPtr<Recorder> machine = MakeKiv<Recorder>(&destroyed);
   ComPtr<Owned> job = MakeKiv<Owned>(machine.Get());
   AsyncThread t = Async_GetThread(u"JobItem_Test");
   ASSERT_EQ(Async_QueueNewJob(t, job.Get()), S_OK);
-  ASSERT_TRUE(Async_WaitIdle(t, 30s));
+  ASSERT_TRUE(Async_WaitIdle(t, kLong));
   EXPECT_EQ(machine->last, nullptr) << "not before the client's loop runs";
-  d.RunUntilIdle();
+  d_.RunUntilIdle();
   EXPECT_EQ(machine->last, job.Get());
   EXPECT_EQ(job->status(), S_OK);
 }

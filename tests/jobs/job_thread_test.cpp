@@ -6,6 +6,7 @@
 
 #include "jobs/job_item.h"
 #include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
@@ -50,9 +51,9 @@ class StandingJob : public CJobItem {
   std::shared_future<void> stop_;
 };
 
-TEST(JobThread, PrivateThreadsAreNewEachTimeAndLeftOutOfIdleWaits) {
-  Dispatcher d;
-  Dispatcher::ScopedCurrent current(d);
+using PrivateJobThread = testing::SettlingTest;
+
+TEST_F(PrivateJobThread, NewEachTimeAndLeftOutOfIdleWaits) {
   AsyncThread a = NewPrivateJobThread();
   AsyncThread b = NewPrivateJobThread();
   ASSERT_NE(a, nullptr);
@@ -62,12 +63,12 @@ TEST(JobThread, PrivateThreadsAreNewEachTimeAndLeftOutOfIdleWaits) {
   std::promise<void> stop;
   auto job = MakeKiv<StandingJob>(stop.get_future().share());
   ASSERT_EQ(Async_QueueNewJob(a, job.Get()), S_OK);
-  ASSERT_EQ(job->started.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
-  EXPECT_TRUE(Async_WaitAllIdle(std::chrono::seconds(30))) << "a running watch must not count as busy";
+  ASSERT_EQ(job->started.get_future().wait_for(kLong), std::future_status::ready);
+  EXPECT_TRUE(Async_WaitAllIdle(kLong)) << "a running watch must not count as busy";
   stop.set_value();
   EXPECT_EQ(Async_StopThread(a), S_OK);
   EXPECT_EQ(Async_StopThread(b), S_OK);
-  d.RunUntilIdle();
+  d_.RunUntilIdle();
   EXPECT_EQ(job->status(), S_OK);
 }
 

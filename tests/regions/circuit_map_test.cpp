@@ -20,8 +20,6 @@ constexpr char kGood[] = R"({"name": "Halvane", "lap_length": 4000, "lap_time": 
   "markers": [{"name": "S/F", "distance": 0}, {"name": "T1", "distance": 1000.01}, {"name": "End", "distance": 4000}],
   "segments": [{"name": "Turn 1", "start": 0, "end": 1}, {"name": "Rest", "start": 1, "end": 2}]})";
 
-Json Refusals() { return Fixture("circuit_map_refusals.json"); }
-
 // Counts the content notifications a map raises.
 class MapListener final : public CCircuitMapDataNotifications3Receiver {
  public:
@@ -37,7 +35,7 @@ TEST(CircuitMap, EveryRefusalNamesItsFaultAndKeepsTheOldContent) {
   ASSERT_EQ(map->LoadJson(kGood, nullptr), S_OK);
   MapListener listener;
   ScopedSink<CCircuitMapDataNotifications3Sink<>, IKivCircuitMapData2> sink(&listener, map.Get());
-  const Json refusals = Refusals();  // kept: the loop walks inside it
+  const Json refusals = Fixture("circuit_map_refusals.json");  // kept: the loop walks inside it
   for (const Json& c : refusals["cases"]) {
     std::u16string error;
     EXPECT_EQ(map->LoadJson(c["text"].get<std::string>(), &error), E_INVALIDARG) << c["text"];

@@ -25,16 +25,10 @@ ComPtr<CCircuitMap> MapOf(const Json& json) {
   return map;
 }
 
-class SegmentRegionsTest : public ::testing::TestWithParam<size_t> {
- protected:
-  static const Json& Cases() {
-    static const Json fixture = Fixture("segment_regions.json");
-    return fixture;
-  }
-};
+class SegmentRegionsTest : public ::testing::TestWithParam<size_t> {};
 
 TEST_P(SegmentRegionsTest, RegionsAreTheHandWorkedOnes) {
-  const Json& all = Cases();
+  static const Json all = Fixture("segment_regions.json");
   const Json& c = all["cases"][GetParam()];
   SCOPED_TRACE(c["name"].get<std::string>());
   auto outing = MakeKiv<SegmentOuting>();

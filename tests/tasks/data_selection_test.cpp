@@ -55,13 +55,9 @@ class DataSelectionTest : public SelectionFixture {
       r = channel->GetIterator(iterator.Put());
     }
     if (r != S_OK) return {};
-    ComPtr<IKivDataBlocks> blocks;
     ComPtr<IKivDataBlock> block;
-    std::vector<double> values;
-    EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-    EXPECT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
-    EXPECT_EQ(block->GetValues(&values), S_OK);
-    return values;
+    EXPECT_EQ(Got(iterator, &IKivChannelIterator2::GetDataBlocks)->GetBlock(1, block.Put()), S_OK);
+    return block ? Got(block, &IKivDataBlock::GetValues) : std::vector<double>{};
   }
   // The outing loads on its worker thread; its list reaches the selection.
   NameList ChannelNames() {

@@ -61,11 +61,13 @@ TEST(Tasks, AnEmptyList) {
   EXPECT_EQ(tasks->GetCount(nullptr), E_POINTER);
 }
 
-TEST(Tasks, CloseAllClosesInListOrderAndEmptiesTheList) {
+TEST(Tasks, TheFactoryListReachesEveryTaskAndCloseAllClosesInListOrder) {
   std::vector<std::string> log;
   auto tasks = MakeKiv<CTasks>();
   ASSERT_EQ(tasks->Append(MakeKiv<Member>("one", &log).Get()), S_OK);
+  ASSERT_EQ(tasks->SetDataFactoryList(ActiveDataFactories(2)), S_OK);
   ASSERT_EQ(tasks->Append(MakeKiv<Member>("two", &log).Get()), S_OK);
+  EXPECT_EQ(tasks->DataFactoryList().size(), 2u);
   IKivTask* task = nullptr;
   EXPECT_EQ(tasks->GetItem(2, &task), E_NOTIMPL);
   KivBool found = 0;
@@ -74,19 +76,8 @@ TEST(Tasks, CloseAllClosesInListOrderAndEmptiesTheList) {
   ASSERT_EQ(tasks->FindChannelName(u"Hidden", &found), S_OK);
   EXPECT_EQ(found, KIV_FALSE);
   ASSERT_EQ(tasks->CloseAll(), S_OK);
-  EXPECT_THAT(log, ElementsAre("one.list 0", "two.list 0", "two.GetTask", "one.Close", "two.Close"));
+  EXPECT_THAT(log, ElementsAre("one.list 0", "one.list 2", "two.list 2", "two.GetTask", "one.Close", "two.Close"));
   EXPECT_EQ(Got(tasks, &CTasks::GetCount), 0);
-}
-
-TEST(Tasks, TheDataFactoryListReachesEveryTask) {
-  std::vector<std::string> log;
-  auto tasks = MakeKiv<CTasks>();
-  ASSERT_EQ(tasks->Append(MakeKiv<Member>("one", &log).Get()), S_OK);
-  ActiveDataFactories list(2);
-  ASSERT_EQ(tasks->SetDataFactoryList(list), S_OK);
-  ASSERT_EQ(tasks->Append(MakeKiv<Member>("late", &log).Get()), S_OK);
-  EXPECT_THAT(log, ElementsAre("one.list 0", "one.list 2", "late.list 2"));
-  EXPECT_EQ(tasks->DataFactoryList().size(), 2u);
 }
 
 // The task list inside a root built of the real classes.

@@ -44,7 +44,7 @@ TEST(ColourTable, EditsTellTheParentAndIndexesCountFromOne) {
   EXPECT_EQ(parent.told, 5);
 }
 
-TEST(ColourTable, BadIndexesAndNullOuts) {
+TEST(ColourTable, BadIndexesNullOutsAndAParentThatCannotWriteWhoseEditStaysInMemory) {
   auto table = MakeKiv<CColourTable>();
   uint32_t colour = 0;
   EXPECT_EQ(table->GetColour(1, nullptr), E_POINTER);
@@ -53,10 +53,6 @@ TEST(ColourTable, BadIndexesAndNullOuts) {
   EXPECT_EQ(table->Remove(1), E_FAIL);
   EXPECT_EQ(table->SetColour(1, 5), E_FAIL);
   EXPECT_EQ(table->GetCount(nullptr), E_POINTER);
-}
-
-TEST(ColourTable, AParentThatCannotWriteFailsTheEditWhichStaysInMemory) {
-  auto table = MakeKiv<CColourTable>();
   Parent parent;
   parent.answer = E_FAIL;
   ASSERT_EQ(table->SetParentCallback(&parent), S_OK);

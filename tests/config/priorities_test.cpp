@@ -17,20 +17,7 @@ struct Parent : CPrioritiesParentCallback {
   }
 };
 
-TEST(Priorities, DefaultColoursCompareBeforeTellingTheParent) {
-  auto priorities = MakeKiv<CPriorities>();
-  Parent parent;
-  ASSERT_EQ(priorities->SetParentCallback(&parent), S_OK);
-  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultForeColor), 0xFF0000u);
-  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultBackColor), 0xFFFFFFu);
-  EXPECT_EQ(priorities->SetDefaultForeColor(0xFF0000), S_OK);
-  EXPECT_EQ(parent.told, 0);
-  EXPECT_EQ(priorities->SetDefaultBackColor(0x00FF00), S_OK);
-  EXPECT_EQ(parent.told, 1);
-  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultBackColor), 0x00FF00u);
-}
-
-TEST(Priorities, AnEmptyListAndItsLimit) {
+TEST(Priorities, AnEmptyListItsLimitAndDefaultColoursThatCompareBeforeTellingTheParent) {
   auto priorities = MakeKiv<CPriorities>();
   EXPECT_EQ(Got(priorities, &CPriorities::GetMaximumCount), 8);
   EXPECT_EQ(Got(priorities, &CPriorities::GetCount), 0);
@@ -40,6 +27,15 @@ TEST(Priorities, AnEmptyListAndItsLimit) {
   EXPECT_FALSE(priority);
   EXPECT_EQ(priorities->Remove(1), DISP_E_BADINDEX);
   EXPECT_EQ(priorities->Add(1, nullptr), E_POINTER);
+  Parent parent;
+  ASSERT_EQ(priorities->SetParentCallback(&parent), S_OK);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultForeColor), 0xFF0000u);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultBackColor), 0xFFFFFFu);
+  EXPECT_EQ(priorities->SetDefaultForeColor(0xFF0000), S_OK);
+  EXPECT_EQ(parent.told, 0);
+  EXPECT_EQ(priorities->SetDefaultBackColor(0x00FF00), S_OK);
+  EXPECT_EQ(parent.told, 1);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultBackColor), 0x00FF00u);
 }
 
 TEST(Priorities, EightAtMostAndARemovedIdComesBackWithDefaults) {

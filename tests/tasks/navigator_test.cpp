@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "regions/regions_listener.h"
 #include "selection_fixture.h"
 
 namespace velmar::testing {
@@ -32,10 +33,8 @@ class NavigatorTest : public SelectionFixture {
   }
   std::pair<KivTime, KivTime> Span() { return SelectionFixture::Span(selection_.Get()); }
   std::pair<KivTime, KivTime> Region(int32_t i) {
-    KivTime start = 0, end = 0;
-    EXPECT_EQ(regions_->GetStart(i, &start), S_OK);
-    EXPECT_EQ(regions_->GetEnd(i, &end), S_OK);
-    return {start, end};
+    const auto row = RegionRows(regions_.Get()).at(i - 1);
+    return {row[1], row[2]};
   }
   bool Can(KivResult (IKivTimeRegionNavigator::*can)(IKivDataSelection*, KivBool*)) {
     KivBool answer = KIV_FALSE;

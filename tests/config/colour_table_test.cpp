@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "outing/got.h"
+
 namespace velmar {
 namespace {
 
@@ -18,10 +20,8 @@ struct Parent : CColourTableParentCallback {
 };
 
 std::vector<uint32_t> Colours(IKivColourTable* table) {
-  int32_t count = 0;
-  EXPECT_EQ(table->GetCount(&count), S_OK);
   std::vector<uint32_t> out;
-  for (int32_t i = 1; i <= count; ++i) {
+  for (int32_t i = 1, n = testing::Got(table, &IKivColourTable::GetCount); i <= n; ++i) {
     uint32_t c = 0;
     EXPECT_EQ(table->GetColour(i, &c), S_OK);
     out.push_back(c);

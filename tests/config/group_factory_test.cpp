@@ -52,12 +52,6 @@ class GroupStreamTest : public ::testing::Test {
     ASSERT_EQ(storage_->CreateStream(u"Groups", STGM_READWRITE | STGM_SHARE_EXCLUSIVE, stream_.Put()), S_OK);
   }
   void Rewind() { ASSERT_EQ(stream_->Seek(0, STREAM_SEEK_SET, nullptr), S_OK); }
-  ComPtr<CGroupFactory> Reloaded() {
-    Rewind();
-    auto groups = MakeKiv<CGroupFactory>();
-    EXPECT_EQ(groups->Load(stream_.Get()), S_OK);
-    return groups;
-  }
 
   ComPtr<IKivStorage> storage_;
   ComPtr<IKivStream> stream_;
@@ -79,7 +73,9 @@ TEST_F(GroupStreamTest, GroupsRoundTripAndSavingClearsDirtyOnlyWhenAsked) {
   ASSERT_EQ(groups->Save(stream_.Get(), KIV_TRUE), S_OK);
   EXPECT_EQ(groups->IsDirty(), S_FALSE);
 
-  auto loaded = Reloaded();
+  auto loaded = MakeKiv<CGroupFactory>();
+  Rewind();
+  ASSERT_EQ(loaded->Load(stream_.Get()), S_OK);
   EXPECT_EQ(loaded->IsDirty(), S_FALSE);
   std::u16string first;
   ASSERT_EQ(loaded->GetGroupName(1, &first), S_OK);

@@ -99,15 +99,12 @@ class StateMachineTest : public testing::SettlingTest {
   void StartBlocked(int cancellable = 1) {
     auto started = std::make_shared<std::promise<void>>();
     std::future<void> running = started->get_future();
-    ASSERT_EQ(sm_->Start(
-                  thread_,
-                  [started, open = open_] {
-                    started->set_value();
-                    open.wait();
-                    return S_OK;
-                  },
-                  cancellable),
-              S_OK);
+    const auto body = [started, open = open_] {
+      started->set_value();
+      open.wait();
+      return S_OK;
+    };
+    ASSERT_EQ(sm_->Start(thread_, body, cancellable), S_OK);
     ASSERT_EQ(running.wait_for(kLong), std::future_status::ready);
   }
   void Open() {

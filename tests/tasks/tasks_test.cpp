@@ -36,13 +36,9 @@ class Member final : public KivObject<IKivTaskListMember> {
     return S_OK;
   }
   KivResult FindChannelName(const std::u16string& name, KivBool* found) override {
-    *found = ToKivBool(name == u"Shown");
-    return S_OK;
+    return (*found = ToKivBool(name == u"Shown"), S_OK);
   }
-  KivResult FindEventName(const std::u16string&, KivBool* found) override {
-    *found = KIV_FALSE;
-    return S_OK;
-  }
+  KivResult FindEventName(const std::u16string&, KivBool* found) override { return (*found = KIV_FALSE, S_OK); }
 
  private:
   std::string tag_;

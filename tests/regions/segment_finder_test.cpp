@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <tuple>
+
 #include "support/fixtures.h"
 
 #include "fake_segment_outing.h"
@@ -33,10 +35,7 @@ TEST_P(SegmentRegionsTest, RegionsAreTheHandWorkedOnes) {
   SCOPED_TRACE(c["name"].get<std::string>());
   auto outing = MakeKiv<SegmentOuting>();
   const auto span = c["span"].get<std::vector<KivTime>>();
-  outing->start = span[0];
-  outing->end = span[1];
-  outing->moved = span[2];
-  outing->stopped = span[3];
+  std::tie(outing->start, outing->end, outing->moved, outing->stopped) = std::tie(span[0], span[1], span[2], span[3]);
   outing->movementKnown = c.value("movement_known", true);
   for (const Json& m : c["markers"]) outing->markers.push_back({m[0].get<KivTime>(), m[1].get<uint32_t>(), m[2].get<bool>()});
 

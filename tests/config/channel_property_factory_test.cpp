@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "config/quantity_to_color_mapping.h"
+#include "outing/got.h"
 #include "support/scoped_sink.h"
 #include "support/vtable_slot.h"
 
@@ -80,9 +81,7 @@ TEST_F(ChannelPropertyFactoryTest, KeysAreListedInOrderFromOne) {
   ComPtr<IKivPropertySet> set;
   ASSERT_EQ(factory_->GetPropertySet(u"B", 1, set.Put()), S_OK);
   ASSERT_EQ(factory_->GetPropertySet(u"A", 2, set.Put()), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(factory_->GetKeyCount(&count), S_OK);
-  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(testing::Got(factory_, &CChannelPropertyFactory::GetKeyCount), 2u);
   std::u16string name;
   int32_t quantity = 0;
   ASSERT_EQ(factory_->GetKey(1, &name, &quantity), S_OK);

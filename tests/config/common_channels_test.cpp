@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "outing/got.h"
 #include "support/vtable_slot.h"
 
 namespace velmar {
 namespace {
+
+using testing::Got;
 
 struct Parent : CCommonChannelsStore::Parent {
   int told = 0;
@@ -26,18 +29,15 @@ TEST(CommonChannels, EachRoleReadsAndWritesItsOwnText) {
   store->SetParent(&parent);
   auto face = MakeKiv<CCommonChannels>();
   ASSERT_EQ(face->AttachStore(store), S_OK);
-  std::u16string text;
-  ASSERT_EQ(face->GetCorrectedSpeed(&text), S_OK);
-  EXPECT_EQ(text, u"[3]Corrected Speed");
-  ASSERT_EQ(face->GetGlobalTime(&text), S_OK);
-  EXPECT_EQ(text, u"[6]Global Time");
-  ASSERT_EQ(face->GetHeading(&text), S_OK);
-  EXPECT_EQ(text, u"[7]Heading");
+  EXPECT_EQ(Got(face, &CCommonChannels::GetCorrectedSpeed), u"[3]Corrected Speed");
+  EXPECT_EQ(Got(face, &CCommonChannels::GetGlobalTime), u"[6]Global Time");
+  EXPECT_EQ(Got(face, &CCommonChannels::GetHeading), u"[7]Heading");
 
   EXPECT_EQ(face->SetFuelUsed(u"[2]Fuel Used"), S_OK);
   EXPECT_EQ(parent.told, 0) << "the text already held";
   EXPECT_EQ(face->SetFuelUsed(u"[2]Fuel Burnt"), S_OK);
   EXPECT_EQ(parent.told, 1);
+  std::u16string text;
   ASSERT_EQ(store->Get(6, &text), S_OK);
   EXPECT_EQ(text, u"[2]Fuel Burnt");
 }

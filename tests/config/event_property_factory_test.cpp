@@ -24,9 +24,8 @@ struct Client : CEventPropertyFactoryNotificationsReceiver {
 
 TEST(EventPropertyFactory, NamesGetAPriorityAndAreNotRemovedWhileInUse) {
   auto factory = MakeKiv<CEventPropertyFactory>();
-  IKivEventPropertyFactory* face = factory.Get();
   Client client;
-  testing::ScopedSink<CEventPropertyFactoryNotificationsSink<>, IKivEventPropertyFactory> sink(&client, face);
+  testing::ScopedSink<CEventPropertyFactoryNotificationsSink<>, IKivEventPropertyFactory> sink(&client, factory.Get());
 
   ComPtr<IKivPropertySet> set;
   ASSERT_EQ(factory->GetPropertySet(u"Pit Entry", set.Put()), S_OK);

@@ -6,24 +6,23 @@
 namespace velmar {
 namespace {
 
-TEST(QuantityToColorMapping, EveryKnownQuantityStartsAtTheChannelColour) {
-  auto mapping = MakeKiv<CQuantityToColorMapping>();
-  EXPECT_GE(mapping->QuantityCount(), 22u) << "the quantities of the units component";
+uint32_t Colour(IKivQuantityToColorMapping* mapping, int32_t quantity) {
   uint32_t colour = 0;
-  ASSERT_EQ(mapping->GetColour(3, &colour), S_OK);
-  EXPECT_EQ(colour, 0xFF0000u);
-  EXPECT_EQ(mapping->GetColour(100000, &colour), E_INVALIDARG);
-  EXPECT_EQ(mapping->GetColour(3, nullptr), E_POINTER);
+  EXPECT_EQ(mapping->GetColour(quantity, &colour), S_OK);
+  return colour;
 }
 
-TEST(QuantityToColorMapping, AChangeNeedsTheSettingsFile) {
+TEST(QuantityToColorMapping, EveryKnownQuantityStartsAtTheChannelColourAndAChangeNeedsTheSettingsFile) {
   auto mapping = MakeKiv<CQuantityToColorMapping>();
+  EXPECT_GE(mapping->QuantityCount(), 22u) << "the quantities of the units component";
+  EXPECT_EQ(Colour(mapping.Get(), 3), 0xFF0000u);
+  uint32_t colour = 0;
+  EXPECT_EQ(mapping->GetColour(100000, &colour), E_INVALIDARG);
+  EXPECT_EQ(mapping->GetColour(3, nullptr), E_POINTER);
   EXPECT_EQ(mapping->SetColour(100000, 1), E_INVALIDARG);
   EXPECT_EQ(mapping->SetColour(3, 0xFF0000), S_FALSE);
   EXPECT_EQ(mapping->SetColour(3, 0x00FF00), E_FAIL);
-  uint32_t colour = 0;
-  ASSERT_EQ(mapping->GetColour(3, &colour), S_OK);
-  EXPECT_EQ(colour, 0xFF0000u) << "nothing changed";
+  EXPECT_EQ(Colour(mapping.Get(), 3), 0xFF0000u) << "nothing changed";
   EXPECT_EQ(mapping->Import(nullptr), E_POINTER);
 }
 
@@ -47,9 +46,7 @@ TEST(QuantityToColorMapping, AChangeIsWrittenAndAnImportTellsEachChangedQuantity
   EXPECT_EQ(mapping->SetColour(3, 0xFF0000), S_FALSE) << "the colour held: nothing told";
   ASSERT_EQ(mapping->Import(other.Get()), S_OK);
   EXPECT_EQ(log.changed, (std::vector<int32_t>{3, 7})) << "in ascending order";
-  uint32_t colour = 0;
-  ASSERT_EQ(mapping->GetColour(7, &colour), S_OK);
-  EXPECT_EQ(colour, 0x00FF00u);
+  EXPECT_EQ(Colour(mapping.Get(), 7), 0x00FF00u);
 }
 
 TEST(QuantityToColorMapping, ClosingReachesEveryListener) {

@@ -18,14 +18,11 @@ using nlohmann::json;
 KivTime Ticks(const json& seconds) { return std::llround(seconds.get<double>() * kSec); }
 
 // A region as the fixtures write it: [start, end, name, auxiliary], times in seconds.
-std::string Show(const TimeRegion& r) {
-  return "[" + std::to_string(r.start) + ", " + std::to_string(r.end) + ", " + WideToUtf8(r.name) +
-         (r.auxiliary ? ", aux]" : "]");
+std::string Show(KivTime start, KivTime end, const std::string& name, bool auxiliary) {
+  return "[" + std::to_string(start) + ", " + std::to_string(end) + ", " + name + (auxiliary ? ", aux]" : "]");
 }
-std::string Show(const json& r) {
-  return "[" + std::to_string(Ticks(r[0])) + ", " + std::to_string(Ticks(r[1])) + ", " + r[2].get<std::string>() +
-         (r.size() > 3 && r[3].get<bool>() ? ", aux]" : "]");
-}
+std::string Show(const TimeRegion& r) { return Show(r.start, r.end, WideToUtf8(r.name), r.auxiliary); }
+std::string Show(const json& r) { return Show(Ticks(r[0]), Ticks(r[1]), r[2], r.size() > 3 && r[3].get<bool>()); }
 
 class LapLayouts : public ::testing::TestWithParam<std::filesystem::path> {};
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_lap_outing.h"
+#include "outing/got.h"
 #include "regions_listener.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
@@ -24,12 +25,8 @@ TEST_P(OutingFinderCases, CutsTheRunFromItsWaits) {
   outing->movementKnown = c["outing"]["known"].get<bool>();
   auto finder = MakeKiv<COutingFinder>();
   ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
-  ComPtr<IKivTimeRegions> regions;
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  EXPECT_EQ(RegionRows(regions.Get()), c["regions"]);
-  int32_t index = 0;
-  ASSERT_EQ(finder->GetDefaultRegion(&index), S_OK);
-  EXPECT_EQ(index, c["default"].get<int32_t>());
+  EXPECT_EQ(RegionRows(Got(finder, &COutingFinder::GetRegions).Get()), c["regions"]);
+  EXPECT_EQ(Got(finder, &COutingFinder::GetDefaultRegion), c["default"].get<int32_t>());
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, OutingFinderCases, FixtureCases("regions/outing_finder"), FixtureName);
@@ -38,18 +35,12 @@ TEST(OutingFinderTest, FollowsTheMarkersAndRefusesAnOutingWithoutThem) {
   auto outing = MakeKiv<FakeLapOuting>();
   auto finder = MakeKiv<COutingFinder>();
   ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
-  ComPtr<IKivTimeRegions> regions;
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  (void)Got(finder, &COutingFinder::GetRegions);  // built, so that the change must rebuild
   outing->end = 200 * kSec;
   outing->stopped = 200 * kSec;
   outing->FireMarkersChanged();
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  KivTime end = 0;
-  ASSERT_EQ(regions->GetEnd(1, &end), S_OK);
-  EXPECT_EQ(end, 200 * kSec) << "rebuilt after the markers changed";
-  std::u16string name;
-  ASSERT_EQ(finder->GetDefaultRegionName(&name), S_OK);
-  EXPECT_EQ(name, u"Whole Outing");
+  EXPECT_EQ(RegionRows(Got(finder, &COutingFinder::GetRegions).Get())[0][2], 200 * kSec) << "rebuilt";
+  EXPECT_EQ(Got(finder, &COutingFinder::GetDefaultRegionName), u"Whole Outing");
   int32_t index = 0;
   ASSERT_EQ(finder->SetOuting(nullptr), S_OK);
   EXPECT_EQ(finder->GetDefaultRegion(&index), KIV_E_NO_REGION);

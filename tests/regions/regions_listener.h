@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "outing/got.h"
 #include "support/scoped_sink.h"
 #include "velmar/text.h"
 #include "velmar/time_regions.h"
@@ -17,18 +18,14 @@ class RegionsListener final : public CTimeRegionFinderNotificationsReceiver {
   explicit RegionsListener(IKivTimeRegionFinder* finder) : sink_(this, finder) {}
   void OnRegionsChanged() override { ++count; }
   int count = 0;
-
- private:
   ScopedSink<CTimeRegionFinderNotificationsSink<>, IKivTimeRegionFinder> sink_;
 };
 
 // The regions as the fixtures write them: [name, start, end], with a fourth
 // cell true for an auxiliary region.
 inline nlohmann::json RegionRows(IKivTimeRegions* regions) {
-  int32_t count = 0;
-  EXPECT_EQ(regions->GetCount(&count), S_OK);
   nlohmann::json rows = nlohmann::json::array();
-  for (int32_t i = 1; i <= count; ++i) {
+  for (int32_t i = 1, n = Got(regions, &IKivTimeRegions::GetCount); i <= n; ++i) {
     std::u16string name;
     KivTime start = 0, end = 0;
     KivBool auxiliary = KIV_FALSE;

@@ -10,11 +10,8 @@ namespace {
 
 TEST_F(SelectionFixture, OutingChannelsAreReadThroughASelectionWithinItsSpan) {
   ComPtr<IKivOuting> outing = Sample("a.txt", 1);
-  ASSERT_EQ(selection_->Update(kSelectionOuting, outing.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
-  NameList names;
-  (void)QueryAs<IKivChannelFactory>(outing.Get())->GetNames(&names);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(QueryAs<IKivChannelFactory>(outing.Get())->GetNames(&names), S_OK);
+  ASSERT_EQ(SetOuting(selection_.Get(), outing.Get()), S_OK);
+  const NameList names = LoadedNames(outing.Get());
   ComPtr<IKivChannel> channel;
   EXPECT_EQ(QueryAs<IKivChannelFactory>(outing.Get())->GetItem(names.at(0), channel.Put()), E_FAIL)
       << "the selection holds an outing object of its own, not this one";

@@ -8,6 +8,7 @@
 #include "managed/dotnet_tool.h"
 #include "managed/tool_locator.h"
 #include "support/fixtures.h"
+#include "support/managed_channel_reads.h"
 #include "support/scoped_env.h"
 #include "velmar/channel.h"
 #include "velmar/events.h"
@@ -110,19 +111,10 @@ TEST_F(PythonBackendTest, ChannelsCrossAsArraysAndARaisingOneIsNotAvailable) {
   ASSERT_EQ(KivCreatePluginChannelFactory(u"a_tools.Ramp", nullptr, factory.Put()), S_OK);
   ComPtr<IKivChannel> channel;
   ASSERT_EQ(factory->GetItem(u"Ramp", channel.Put()), S_OK);
-  ComPtr<IKivChannelIterator2> iterator;
-  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  ComPtr<IKivDataBlocks> blocks;
-  ComPtr<IKivDataBlock> block;
-  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  ASSERT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
-  std::vector<double> values;
-  ASSERT_EQ(block->GetValues(&values), S_OK);
-  ASSERT_EQ(values.size(), 1000u);
-  EXPECT_EQ(values[999], 499.5);
-  KivTime interval = 0;
-  ASSERT_EQ(block->GetInterval(&interval), S_OK);
-  EXPECT_EQ(interval, 100);
+  const auto blocks = testing::ReadBlocks(channel.Get());
+  ASSERT_EQ(blocks.size(), 1u);
+  ASSERT_EQ(blocks[0].values.size(), 1000u);
+  EXPECT_EQ(std::tie(blocks[0].values[999], blocks[0].times[999]), std::make_tuple(499.5, KivTime{99900}));
 
   // The plug-in's change reaches the channel's clients.
   struct : CDataNotifications2Receiver {

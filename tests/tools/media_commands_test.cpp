@@ -30,10 +30,8 @@ TEST(MediaCommandsTest, AttachListGrabAFrameAndPlay) {
   in.read(magic.data(), 8);
   EXPECT_EQ(magic, "\x89PNG\r\n\x1a\n");
 
-  const CliResult again = cli.Run({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
-  EXPECT_NE(again.exitCode, 0);
-  EXPECT_NE(again.err.find("Failed to add Media Channel \"Onboard\" - duplicate Media Channel found"),
-            std::string::npos);
+  cli.RunRefused({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"},
+                 "Failed to add Media Channel \"Onboard\" - duplicate Media Channel found");
   const CliResult play = cli.RunOk({"play", store, "--rate", "5", "--for", "0.3", "--channels", "Speed"});
   EXPECT_EQ(play.Rows().at(0), (std::vector<std::string>{"position", "Speed"}));
   EXPECT_GE(play.Rows().size(), 3u);

@@ -65,8 +65,7 @@ TEST(Commands, ChannelsListTheSampleWithCountsRatesAndRangesInTableAndJson) {
 }
 
 TEST(Commands, DumpWritesATimeColumnThenOneColumnPerChannelOrEachChannelsTimesAndValues) {
-  const CliResult result = RunOk({"dump", Sample(), "Speed", "Fuel Level", "--from", "10", "--to", "20"});
-  const auto rows = result.Rows();
+  const auto rows = RunOk({"dump", Sample(), "Speed", "Fuel Level", "--from", "10", "--to", "20"}).Rows();
   ASSERT_FALSE(rows.empty());
   EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "Speed", "Fuel Level"}));
   // 10 s at 20 Hz, both ends included.
@@ -93,16 +92,9 @@ TEST(Commands, DumpWritesATimeColumnThenOneColumnPerChannelOrEachChannelsTimesAn
   EXPECT_DOUBLE_EQ(channel["times"][1].get<double>() - channel["times"][0].get<double>(), 1.0 / kRate);
 }
 
-TEST(Commands, EventsHoldAnEndOfLapPerCrossing) {
-  const CliResult result = RunOk({"events", Sample()});
-  const auto rows = result.Rows();
-  ASSERT_FALSE(rows.empty());
-  EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "name", "category", "source", "message"}));
-  const long laps = std::count_if(rows.begin() + 1, rows.end(), [](const auto& row) { return row[1] == "End of lap"; });
-  EXPECT_GE(laps, kLaps);
-
-  const CliResult json = RunOk({"events", Sample(), "--json"});
-  const Json document = Json::parse(json.out);
+TEST(Commands, EventsJsonListsTheTablesRowsInTimeOrder) {
+  const auto rows = RunOk({"events", Sample()}).Rows();
+  const Json document = Json::parse(RunOk({"events", Sample(), "--json"}).out);
   EXPECT_EQ(document["events"].size(), rows.size() - 1);
   double previous = -1e300;
   for (const Json& event : document["events"]) {
@@ -111,15 +103,10 @@ TEST(Commands, EventsHoldAnEndOfLapPerCrossing) {
   }
 }
 
-TEST(Commands, ConstantsListNamesValuesAndUnits) {
-  const CliResult result = RunOk({"constants", Sample()});
-  const auto rows = result.Rows();
-  ASSERT_GE(rows.size(), 2u) << "the sample has constants";
-  EXPECT_EQ(rows[0], (std::vector<std::string>{"name", "value", "unit"}));
+TEST(Commands, ConstantsListAValueForEachNameInTableAndJson) {
+  const auto rows = RunOk({"constants", Sample()}).Rows();
   for (size_t i = 1; i < rows.size(); ++i) EXPECT_FALSE(rows[i][1].empty()) << rows[i][0];
-
-  const CliResult json = RunOk({"constants", Sample(), "--json"});
-  EXPECT_EQ(Json::parse(json.out)["constants"].size(), rows.size() - 1);
+  EXPECT_EQ(Json::parse(RunOk({"constants", Sample(), "--json"}).out)["constants"].size(), rows.size() - 1);
 }
 
 TEST(Commands, BlobsListNamesTypesAndSizes) {
@@ -127,15 +114,12 @@ TEST(Commands, BlobsListNamesTypesAndSizes) {
   TarnDataSet data;
   data.blobs.push_back({Guid::Literal("{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}"), u"Map", {4, 5, 6, 7}});
   ASSERT_EQ(WriteTarnDataSet(Utf8ToWide(trn), data), S_OK);
-  const CliResult result = RunOk({"blobs", trn});
-  EXPECT_EQ(result.Rows(), (std::vector<std::vector<std::string>>{
-                               {"name", "type", "bytes"}, {"Map", "{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}", "4"}}));
+  EXPECT_EQ(RunOk({"blobs", trn}).out, "name\ttype\tbytes\nMap\t{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}\t4\n");
   EXPECT_EQ(Json::parse(RunCli({"blobs", trn, "--json"}).out)["blobs"][0]["bytes"], 4);
 }
 
 TEST(Commands, LapsFollowTheEndOfLapEvents) {
-  const CliResult result = RunOk({"laps", Sample()});
-  const auto rows = result.Rows();
+  const auto rows = RunOk({"laps", Sample()}).Rows();
   ASSERT_GE(rows.size(), size_t{kLaps} + 1);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"lap", "start", "end", "time", "flags"}));
   EXPECT_EQ(rows[1][0], "Lap 1");
@@ -169,12 +153,9 @@ TEST(Commands, ConvertWritesANativeStoreFileWithTheSameChannels) {
   }
   // A store lists its channels by key; the name alone finds one.
   const std::string first = text.begin()->first;
-  const CliResult dumped = RunOk({"dump", trn, first});
-  EXPECT_EQ(dumped.Rows()[0], (std::vector<std::string>{"time", first}));
+  EXPECT_EQ(RunOk({"dump", trn, first}).Rows()[0], (std::vector<std::string>{"time", first}));
   for (const char* command : {"events", "constants", "laps"}) {
-    const CliResult fromText = RunCli({command, Sample()});
-    const CliResult fromStore = RunOk({command, trn});
-    EXPECT_EQ(fromStore.out, fromText.out) << command << " survive the conversion";
+    EXPECT_EQ(RunOk({command, trn}).out, RunCli({command, Sample()}).out) << command << " survive the conversion";
   }
 }
 

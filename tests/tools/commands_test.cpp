@@ -1,11 +1,7 @@
 // The `velmar` binary end to end on a generated sample: what each command
 // prints and that its JSON agrees (refusals are tabled in tests/data/tools/cli).
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 

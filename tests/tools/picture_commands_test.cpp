@@ -1,17 +1,15 @@
 // velmar plot, delta and trackmap run as a user runs them, on the small
 // generated sample.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "cli_run.h"
-#include "support/fixtures.h"
 
 namespace velmar::testing {
 namespace {
 
-using ::testing::HasSubstr;
 using nlohmann::json;
 
 CliRunner& Runner() { return SharedCli(); }

@@ -14,6 +14,7 @@
 #include "managed/plugin_picture.h"
 #include "outing/blocks/data_block.h"
 #include "velmar/channel.h"
+#include "support/data_listener.h"
 #include "support/fixtures.h"
 #include "support/managed_channel_reads.h"
 #include "support/scoped_env.h"
@@ -312,23 +313,15 @@ TEST_F(FactoryFixture, ChannelsReadEveryBlockWithTheirValues) {
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
 }
 
-// What a data item's clients hear.
-struct Heard : CDataNotifications2Receiver {
-  std::vector<std::pair<KivTime, KivTime>> changes;  // {0, 0} for a removal
-  void OnDataChanged(IKivData*, KivTime from, KivTime to) override { changes.emplace_back(from, to); }
-  void OnDataRemoved(IKivData*) override { changes.emplace_back(0, 0); }
-};
-
 TEST_F(FactoryFixture, ThePluginsReportsReachTheChannelsClientsUntilItGoes) {
   auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
   ComPtr<IKivChannel> channel;
   ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", channel.Put()), S_OK);
   const auto slot = tools.backend.types[u"T.Accel"].channels[u"[LongAccel]LongAccel"].listener;
   ASSERT_TRUE(*slot);
-  Heard heard;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&heard);
-  ASSERT_TRUE(sink->Connect(channel.Get()));
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
   uint32_t status = 0;
   (*slot)->OnDataChanged(10, 20);
   (*slot)->OnAvailabilityChanged();
@@ -337,8 +330,9 @@ TEST_F(FactoryFixture, ThePluginsReportsReachTheChannelsClientsUntilItGoes) {
   (*slot)->OnTerminating();
   ASSERT_EQ(channel->GetStatus(&status), S_OK);
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
-  EXPECT_EQ(heard.changes, (std::vector<std::pair<KivTime, KivTime>>{{10, 20}, {kTimeMin, kTimeMax}, {0, 0}}));
-  (void)sink->Disconnect(channel.Get());
+  const std::string all = "changed:" + std::to_string(kTimeMin) + ":" + std::to_string(kTimeMax);
+  EXPECT_EQ(heard, (std::vector<std::string>{"changed:10:20", all, "removed"}));
+  listener.Disconnect();
   channel = nullptr;
   EXPECT_EQ(*slot, nullptr) << "a channel that went hears nothing more";
 }
@@ -355,16 +349,14 @@ TEST_F(FactoryFixture, AChannelPendingOnAnInputReadsAgainWhenTheInputChanges) {
   ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", input.Put()), S_OK);
   ASSERT_EQ(factory->GetItem(u"Waiting", channel.Put()), S_OK);
   *waiting.pendingOn = input;
-  Heard heard;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&heard);
-  ASSERT_TRUE(sink->Connect(channel.Get()));
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
   EXPECT_EQ(channel->GetIterator(iterator.Put()), KIV_E_PENDING);
   *waiting.pendingOn = nullptr;  // the input came
   (*channels[u"[LongAccel]LongAccel"].listener)->OnStateChanged();
-  EXPECT_EQ(heard.changes.size(), 1u);
+  EXPECT_EQ(heard.size(), 1u);
   EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  (void)sink->Disconnect(channel.Get());
 }
 
 TEST_F(FactoryFixture, IconsAreMadeSixteenBySixteenByAveragingOrRepeatingPixels) {

@@ -33,7 +33,6 @@ struct FakeBlock {
 
 struct FakeChannelData {
   std::vector<FakeBlock> blocks;
-  bool hasData = true;
   bool raise = false;
   // Who the channel reports to, shared with the test.
   std::shared_ptr<PluginDataListener*> listener = std::make_shared<PluginDataListener*>(nullptr);
@@ -41,9 +40,7 @@ struct FakeChannelData {
   std::shared_ptr<ComPtr<IKivUnknown>> pendingOn = std::make_shared<ComPtr<IKivUnknown>>();
 };
 
-struct FakeEventSetData {
-  std::vector<PluginEvent> events;
-};
+using FakeEventSetData = std::vector<PluginEvent>;
 
 struct FakeType {
   bool tool = true;
@@ -57,8 +54,6 @@ struct FakeType {
   // An events factory when set: key -> event set.
   std::map<std::u16string, FakeEventSetData> eventSets;
   std::map<std::u16string, PluginPicture> icons;
-  int32_t tasks = 1;
-  int32_t selections = 2;
 };
 
 class FakeBackend final : public PluginBackend {
@@ -72,7 +67,6 @@ class FakeBackend final : public PluginBackend {
   std::pair<int32_t, int32_t> selection{0, 0};
   // The selections factories were pointed at through their inputs.
   std::vector<IKivUnknown*> selectionsWithInputs;
-  PluginDataFactoryListener* factoryListener = nullptr;
 
   PluginModuleInfo LoadModule(const std::string& path) override;
   bool IsDisposable(const std::u16string& t) override { return types.at(t).disposable; }

@@ -37,7 +37,7 @@ class FakeChannel final : public PluginChannel {
  public:
   explicit FakeChannel(FakeChannelData data) : data_(std::move(data)) {}
   void Listen(PluginDataListener* listener) override { *data_.listener = listener; }
-  bool HasData() override { return Check().hasData; }
+  bool HasData() override { return Check(), true; }
   int64_t BlockCount() override { return static_cast<int64_t>(Check().blocks.size()); }
   PluginBlockInfo Block(int64_t index) override { return Check().blocks.at(static_cast<size_t>(index)).info; }
   int64_t IndexOfNearestBlock(KivTime time, bool first) override {
@@ -53,17 +53,16 @@ class FakeChannel final : public PluginChannel {
     return -1;
   }
   int64_t IndexOfNextTime(int64_t block, KivTime time) override {
-    const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
+    const auto& t = Times(block);
     const auto it = std::upper_bound(t.begin(), t.end(), time);
     return it == t.end() ? -1 : it - t.begin();
   }
   int64_t IndexOfPreviousTime(int64_t block, KivTime time) override {
-    const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
+    const auto& t = Times(block);
     return (std::lower_bound(t.begin(), t.end(), time) - t.begin()) - 1;
   }
   void CopyTimes(int64_t block, int64_t first, int64_t count, KivTime* out) override {
-    const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
-    std::copy_n(t.begin() + first, count, out);
+    std::copy_n(Times(block).begin() + first, count, out);
   }
   SharedValues BlockValues(int64_t, int64_t, int64_t) override { return {}; }
   void Values(const KivTime* times, int64_t count, double* out) override {
@@ -76,6 +75,7 @@ class FakeChannel final : public PluginChannel {
   }
 
  private:
+  const std::vector<KivTime>& Times(int64_t block) const { return Check().blocks.at(static_cast<size_t>(block)).times; }
   const FakeChannelData& Check() const {
     if (data_.raise) throw PluginError("the channel raised");
     if (*data_.pendingOn) throw PluginPending("the input is pending", *data_.pendingOn);
@@ -88,8 +88,8 @@ class FakeEventSet final : public PluginEventSet {
  public:
   explicit FakeEventSet(FakeEventSetData data) : data_(std::move(data)) {}
   void Listen(PluginDataListener*) override {}
-  int64_t Count() override { return static_cast<int64_t>(data_.events.size()); }
-  PluginEvent Event(int64_t index) override { return data_.events.at(static_cast<size_t>(index)); }
+  int64_t Count() override { return static_cast<int64_t>(data_.size()); }
+  PluginEvent Event(int64_t index) override { return data_.at(static_cast<size_t>(index)); }
 
  private:
   FakeEventSetData data_;
@@ -110,8 +110,9 @@ class FakeFactory final : public PluginDataFactory {
   bool Contains(const std::u16string& name) override {
     return type_.channels.count(name) != 0 || type_.eventSets.count(name) != 0;
   }
-  int32_t TaskCount() override { return type_.tasks; }
-  int32_t SelectionCount(int32_t) override { return type_.selections; }
+  // One task of two selections.
+  int32_t TaskCount() override { return 1; }
+  int32_t SelectionCount(int32_t) override { return 2; }
   void SetDataSelection(int32_t task, int32_t selection) override { backend_.selection = {task, selection}; }
   void SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory*) override {
     backend_.selectionsWithInputs.push_back(selection);
@@ -154,8 +155,7 @@ std::unique_ptr<PluginTool> FakeBackend::CreateTool(const std::u16string& typeNa
 }
 
 std::unique_ptr<PluginDataFactory> FakeBackend::CreateDataFactory(const std::u16string& typeName,
-                                                                  PluginDataFactoryListener* listener, IKivUnknown*) {
-  factoryListener = listener;
+                                                                  PluginDataFactoryListener*, IKivUnknown*) {
   return std::make_unique<FakeFactory>(*this, types.at(typeName));
 }
 

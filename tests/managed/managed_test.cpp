@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <limits>
 #include <tuple>
 
 #include "managed/block_clipping.h"
@@ -15,7 +14,9 @@
 #include "managed/plugin_picture.h"
 #include "outing/blocks/data_block.h"
 #include "velmar/channel.h"
+#include "support/data_listener.h"
 #include "support/fixtures.h"
+#include "support/managed_channel_reads.h"
 #include "support/scoped_env.h"
 #include "support/temp_dir.h"
 #include "velmar/events.h"
@@ -81,6 +82,8 @@ TEST(ToolTypeLibraryTest, FolderComesFromTheEnvironmentElseTheMachineInstallDir)
   EXPECT_EQ(DotNetToolTypeLibrary::ToolsFolder(), (dir / "Tools").string());
 }
 
+using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
+
 // A tool type "T.Tool" with two groups and a sub-menu.
 struct ToolFixture : ::testing::Test {
   ToolsFolder tools;
@@ -98,10 +101,11 @@ struct ToolFixture : ::testing::Test {
     tool = MakeKiv<CDotNetTool>(tools.library, nullptr);
   }
 
-  std::vector<std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>> Commands(IKivObjectNode* node) {
+  // Each command as {id, group, state, label}.
+  std::vector<C> Commands(IKivObjectNode* node) {
     ObjectNodeCommands commands;
     EXPECT_EQ(node->GetCommands(&commands), S_OK);
-    std::vector<std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>> out;
+    std::vector<C> out;
     for (const auto& c : commands) {
       uint32_t id = 0, group = 0, state = 0;
       std::u16string label;
@@ -124,7 +128,6 @@ TEST_F(ToolFixture, CommandsAreNumberedInOrderWithGroupsFromOneAndSubMenusAsNode
   std::u16string name;
   ASSERT_EQ(tool->GetName(&name), S_OK);
   EXPECT_EQ(name, u"Lap tool");
-  using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
   EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"&Fastest"}, C{1, 1, kCommandDisabled, u"Off"},
                                                   C{2, 2, 0, u"Slowest"}}));
   ComPtr<IKivObjectNode> more = SubNode();
@@ -149,7 +152,6 @@ TEST_F(ToolFixture, ChangesRebuildTheCommandsWithFreshIdsEvenDuringARebuild) {
   ASSERT_TRUE(tool->Create(u"T.Tool", nullptr, nullptr));
   state->groups.erase(state->groups.begin());
   state->listener->OnCommandsChanged();
-  using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
   EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"Slowest"}}));
 
   // A plug-in that changes its commands while they are walked: the walk
@@ -231,12 +233,6 @@ TEST_F(ToolFixture, AppearanceReachesOnlyToolsThatHaveIt) {
   EXPECT_TRUE(state->disposed);
 }
 
-KivTime TimeOf(const nlohmann::json& value) {
-  if (value == "min") return std::numeric_limits<KivTime>::min();
-  if (value == "max") return std::numeric_limits<KivTime>::max();
-  return value.get<KivTime>();
-}
-
 fake::FakeChannelData ChannelOf(const nlohmann::json& blocks) {
   fake::FakeChannelData data;
   for (const auto& b : blocks) {
@@ -264,18 +260,14 @@ class ClippingCases : public ::testing::TestWithParam<std::filesystem::path> {};
 TEST_P(ClippingCases, BlocksBetweenTimes) {
   const nlohmann::json c = testing::ReadFixture(GetParam());
   auto channel = fake::MakeFakeChannel(ChannelOf(c.at("blocks")));
-  const auto infos = GetDataBlocksBetweenTimes(*channel, TimeOf(c.at("t0")), TimeOf(c.at("t1")));
-  const auto& expect = c.at("expect");
-  ASSERT_EQ(infos.size(), expect.size());
-  for (size_t k = 0; k < infos.size(); ++k) {
-    SCOPED_TRACE(k);
-    EXPECT_EQ(infos[k].start, expect[k].at("start").get<KivTime>());
-    EXPECT_EQ(infos[k].end, expect[k].at("end").get<KivTime>());
-    EXPECT_EQ(infos[k].count, expect[k].at("count").get<int32_t>());
-    EXPECT_EQ(infos[k].join, expect[k].at("join").get<bool>());
-    EXPECT_EQ(infos[k].interval, expect[k].value("interval", KivTime{0}));
-    EXPECT_EQ(infos[k].times, expect[k].value("times", std::vector<KivTime>{}));
+  nlohmann::json got = nlohmann::json::array();
+  const auto blocks = GetDataBlocksBetweenTimes(*channel, testing::FixtureTime(c["t0"]), testing::FixtureTime(c["t1"]));
+  for (const auto& b : blocks) {
+    got.push_back({{"start", b.start}, {"end", b.end}, {"count", b.count}, {"join", b.join}});
+    if (b.interval) got.back()["interval"] = b.interval;
+    if (!b.times.empty()) got.back()["times"] = b.times;
   }
+  EXPECT_EQ(got, c.at("expect"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ClippingCases, testing::FixtureCases("managed/clipping"), testing::FixtureName);
@@ -304,23 +296,12 @@ TEST_F(FactoryFixture, ChannelsReadEveryBlockWithTheirValues) {
   ASSERT_EQ(factory->GetNames(&names), S_OK);
   EXPECT_EQ(names, (NameList{u"Broken", u"[LongAccel]LongAccel"}));
   ComPtr<IKivChannel> channel;
+  ComPtr<IKivChannelIterator2> iterator;
   EXPECT_EQ(factory->GetItem(u"Missing", channel.Put()), E_INVALIDARG);
   ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", channel.Put()), S_OK);
-  ComPtr<IKivChannelIterator2> iterator;
-  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  ComPtr<IKivDataBlocks> blocks;
-  uint32_t count = 0;
-  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  ASSERT_EQ(blocks->GetCount(&count), S_OK);
-  ASSERT_EQ(count, 2u);
-  ComPtr<IKivDataBlock> second;
-  std::vector<double> values;
-  std::vector<KivTime> times;
-  ASSERT_EQ(blocks->GetBlock(2, second.Put()), S_OK);
-  ASSERT_EQ(second->GetValues(&values), S_OK);
-  ASSERT_EQ(second->GetTimes(&times), S_OK);
-  EXPECT_EQ(times, (std::vector<KivTime>{100, 105}));
-  EXPECT_EQ(values, (std::vector<double>{10.0, 10.5}));
+  // The fake's value at t is t / 10.
+  EXPECT_EQ(testing::ReadBlocks(channel.Get()),
+            (std::vector<testing::BlockRead>{{{0, 10, 20, 30}, {0, 1, 2, 3}}, {{100, 105}, {10, 10.5}}}));
   uint32_t status = 0;
   ASSERT_EQ(channel->GetStatus(&status), S_OK);
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kAvailable));
@@ -332,23 +313,15 @@ TEST_F(FactoryFixture, ChannelsReadEveryBlockWithTheirValues) {
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
 }
 
-// What a data item's clients hear.
-struct Heard : CDataNotifications2Receiver {
-  std::vector<std::pair<KivTime, KivTime>> changes;  // {0, 0} for a removal
-  void OnDataChanged(IKivData*, KivTime from, KivTime to) override { changes.emplace_back(from, to); }
-  void OnDataRemoved(IKivData*) override { changes.emplace_back(0, 0); }
-};
-
 TEST_F(FactoryFixture, ThePluginsReportsReachTheChannelsClientsUntilItGoes) {
   auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
   ComPtr<IKivChannel> channel;
   ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", channel.Put()), S_OK);
   const auto slot = tools.backend.types[u"T.Accel"].channels[u"[LongAccel]LongAccel"].listener;
   ASSERT_TRUE(*slot);
-  Heard heard;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&heard);
-  ASSERT_TRUE(sink->Connect(channel.Get()));
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
   uint32_t status = 0;
   (*slot)->OnDataChanged(10, 20);
   (*slot)->OnAvailabilityChanged();
@@ -357,8 +330,9 @@ TEST_F(FactoryFixture, ThePluginsReportsReachTheChannelsClientsUntilItGoes) {
   (*slot)->OnTerminating();
   ASSERT_EQ(channel->GetStatus(&status), S_OK);
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
-  EXPECT_EQ(heard.changes, (std::vector<std::pair<KivTime, KivTime>>{{10, 20}, {kTimeMin, kTimeMax}, {0, 0}}));
-  (void)sink->Disconnect(channel.Get());
+  const std::string all = "changed:" + std::to_string(kTimeMin) + ":" + std::to_string(kTimeMax);
+  EXPECT_EQ(heard, (std::vector<std::string>{"changed:10:20", all, "removed"}));
+  listener.Disconnect();
   channel = nullptr;
   EXPECT_EQ(*slot, nullptr) << "a channel that went hears nothing more";
 }
@@ -375,16 +349,14 @@ TEST_F(FactoryFixture, AChannelPendingOnAnInputReadsAgainWhenTheInputChanges) {
   ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", input.Put()), S_OK);
   ASSERT_EQ(factory->GetItem(u"Waiting", channel.Put()), S_OK);
   *waiting.pendingOn = input;
-  Heard heard;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&heard);
-  ASSERT_TRUE(sink->Connect(channel.Get()));
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
   EXPECT_EQ(channel->GetIterator(iterator.Put()), KIV_E_PENDING);
   *waiting.pendingOn = nullptr;  // the input came
   (*channels[u"[LongAccel]LongAccel"].listener)->OnStateChanged();
-  EXPECT_EQ(heard.changes.size(), 1u);
+  EXPECT_EQ(heard.size(), 1u);
   EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  (void)sink->Disconnect(channel.Get());
 }
 
 TEST_F(FactoryFixture, IconsAreMadeSixteenBySixteenByAveragingOrRepeatingPixels) {
@@ -428,7 +400,7 @@ fake::FakeEventSetData EventsOf(const nlohmann::json& events) {
     PluginEvent event{e.at("time"), e.at("category"), TextOf(e.at("source")), TextOf(e.at("message")), {}, {}};
     for (const auto& line : e.value("information", std::vector<std::string>{})) event.information.push_back(W(line));
     event.data = e.value("data", std::vector<double>{});
-    data.events.push_back(std::move(event));
+    data.push_back(std::move(event));
   }
   return data;
 }

@@ -7,7 +7,9 @@
 
 #include "managed/dotnet_tool.h"
 #include "managed/tool_locator.h"
+#include "support/data_listener.h"
 #include "support/fixtures.h"
+#include "support/managed_channel_reads.h"
 #include "support/scoped_env.h"
 #include "velmar/channel.h"
 #include "velmar/events.h"
@@ -110,33 +112,20 @@ TEST_F(PythonBackendTest, ChannelsCrossAsArraysAndARaisingOneIsNotAvailable) {
   ASSERT_EQ(KivCreatePluginChannelFactory(u"a_tools.Ramp", nullptr, factory.Put()), S_OK);
   ComPtr<IKivChannel> channel;
   ASSERT_EQ(factory->GetItem(u"Ramp", channel.Put()), S_OK);
-  ComPtr<IKivChannelIterator2> iterator;
-  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  ComPtr<IKivDataBlocks> blocks;
-  ComPtr<IKivDataBlock> block;
-  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  ASSERT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
-  std::vector<double> values;
-  ASSERT_EQ(block->GetValues(&values), S_OK);
-  ASSERT_EQ(values.size(), 1000u);
-  EXPECT_EQ(values[999], 499.5);
-  KivTime interval = 0;
-  ASSERT_EQ(block->GetInterval(&interval), S_OK);
-  EXPECT_EQ(interval, 100);
+  const auto blocks = testing::ReadBlocks(channel.Get());
+  ASSERT_EQ(blocks.size(), 1u);
+  ASSERT_EQ(blocks[0].values.size(), 1000u);
+  EXPECT_EQ(std::tie(blocks[0].values[999], blocks[0].times[999]), std::make_tuple(499.5, KivTime{99900}));
 
   // The plug-in's change reaches the channel's clients.
-  struct : CDataNotifications2Receiver {
-    std::pair<KivTime, KivTime> range;
-    void OnDataChanged(IKivData*, KivTime from, KivTime to) override { range = {from, to}; }
-  } heard;
-  auto sink = MakeKiv<CDataNotifications2Sink<>>();
-  sink->SetReceiver(&heard);
-  ASSERT_TRUE(sink->Connect(channel.Get()));
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
   ComPtr<IKivObjectNode> toucher;
   ASSERT_EQ(KivCreatePluginTool(u"a_tools.Keeper", nullptr, toucher.Put()), S_OK);
   ASSERT_EQ(toucher->InvokeCommand(2, 0, 0), S_OK);
-  EXPECT_EQ(heard.range, (std::pair<KivTime, KivTime>{5, kTimeMax}));
-  (void)sink->Disconnect(channel.Get());
+  EXPECT_EQ(heard, std::vector<std::string>{"changed:5:" + std::to_string(kTimeMax)});
+  listener.Disconnect();
 
   ComPtr<IKivChannel> broken;
   uint32_t status = 0;

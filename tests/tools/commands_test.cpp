@@ -1,26 +1,17 @@
 // The `velmar` binary end to end on a generated sample: what each command
-// prints, that JSON parses, and that bad input ends with a non-zero exit and
-// one line naming the file.
-#include <gmock/gmock.h>
+// prints and that its JSON agrees (refusals are tabled in tests/data/tools/cli).
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 
 #include "cli_run.h"
 #include "sources/tarn/tarn_convert.h"
 #include "velmar/text.h"
-#include "velmar/version.h"
 
 namespace velmar::testing {
 namespace {
 
-using ::testing::Contains;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
 using Json = nlohmann::json;
 
 constexpr int kLaps = 2;
@@ -40,13 +31,7 @@ std::map<std::string, std::vector<std::string>> Channels(const std::string& file
   return byName;
 }
 
-TEST(Commands, VersionNamesTheLibraryVersion) {
-  const CliResult result = RunCli({"--version"});
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_THAT(result.out, StartsWith(std::string("velmar ") + kVersion));
-}
-
-TEST(Commands, ChannelsListsTheSampleWithCountsRatesAndRanges) {
+TEST(Commands, ChannelsListTheSampleWithCountsRatesAndRangesInTableAndJson) {
   const auto channels = Channels(Sample());
   for (const char* name : {"Distance", "Speed", "Engine Speed", "Throttle", "Gear", "Water Temperature",
                            "Fuel Level"}) {
@@ -63,25 +48,20 @@ TEST(Commands, ChannelsListsTheSampleWithCountsRatesAndRanges) {
   EXPECT_EQ(fuel[3], "2") << "the slow channels run at a tenth";
   EXPECT_NEAR(std::stol(fuel[2]), speedSamples / 10.0, 2.0);
   EXPECT_GT(std::stod(fuel[4]), 0.0);
-}
 
-TEST(Commands, ChannelsJsonAgreesWithTheTable) {
-  const auto table = Channels(Sample());
-  const CliResult result = RunOk({"channels", Sample(), "--json"});
-  const Json document = Json::parse(result.out);
+  const Json document = Json::parse(RunOk({"channels", Sample(), "--json"}).out);
   ASSERT_TRUE(document["channels"].is_array());
-  EXPECT_EQ(document["channels"].size(), table.size());
+  EXPECT_EQ(document["channels"].size(), channels.size()) << "the JSON agrees with the table";
   for (const Json& channel : document["channels"]) {
     const std::string name = channel["name"];
-    ASSERT_TRUE(table.contains(name)) << name;
-    EXPECT_EQ(channel["samples"].get<long>(), std::stol(table.at(name)[2])) << name;
+    ASSERT_TRUE(channels.contains(name)) << name;
+    EXPECT_EQ(channel["samples"].get<long>(), std::stol(channels.at(name)[2])) << name;
     EXPECT_FALSE(channel["aperiodic"].get<bool>()) << name;
   }
 }
 
-TEST(Commands, DumpWritesATimeColumnThenOneColumnPerChannel) {
-  const CliResult result = RunOk({"dump", Sample(), "Speed", "Fuel Level", "--from", "10", "--to", "20"});
-  const auto rows = result.Rows();
+TEST(Commands, DumpWritesATimeColumnThenOneColumnPerChannelOrEachChannelsTimesAndValues) {
+  const auto rows = RunOk({"dump", Sample(), "Speed", "Fuel Level", "--from", "10", "--to", "20"}).Rows();
   ASSERT_FALSE(rows.empty());
   EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "Speed", "Fuel Level"}));
   // 10 s at 20 Hz, both ends included.
@@ -91,19 +71,15 @@ TEST(Commands, DumpWritesATimeColumnThenOneColumnPerChannel) {
   for (size_t i = 1; i < rows.size(); ++i) {
     ASSERT_EQ(rows[i].size(), 3u);
     const double time = std::stod(rows[i][0]);
-    EXPECT_GE(time, 10.0);
-    EXPECT_LE(time, 20.0);
+    EXPECT_TRUE(time >= 10.0 && time <= 20.0) << time;
     EXPECT_GT(time, previous) << "rows rise in time";
     previous = time;
     EXPECT_FALSE(rows[i][1].empty()) << "every row is a Speed sample";
     if (!rows[i][2].empty()) ++fuelCells;
   }
   EXPECT_EQ(fuelCells, 21u) << "the slow channel fills every tenth row";
-}
 
-TEST(Commands, DumpJsonGivesEachChannelsTimesAndValues) {
-  const CliResult result = RunOk({"dump", Sample(), "Engine Speed", "--to", "1", "--json"});
-  const Json document = Json::parse(result.out);
+  const Json document = Json::parse(RunOk({"dump", Sample(), "Engine Speed", "--to", "1", "--json"}).out);
   ASSERT_EQ(document["channels"].size(), 1u);
   const Json& channel = document["channels"][0];
   EXPECT_EQ(channel["name"], "Engine Speed");
@@ -112,16 +88,9 @@ TEST(Commands, DumpJsonGivesEachChannelsTimesAndValues) {
   EXPECT_DOUBLE_EQ(channel["times"][1].get<double>() - channel["times"][0].get<double>(), 1.0 / kRate);
 }
 
-TEST(Commands, EventsHoldAnEndOfLapPerCrossing) {
-  const CliResult result = RunOk({"events", Sample()});
-  const auto rows = result.Rows();
-  ASSERT_FALSE(rows.empty());
-  EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "name", "category", "source", "message"}));
-  const long laps = std::count_if(rows.begin() + 1, rows.end(), [](const auto& row) { return row[1] == "End of lap"; });
-  EXPECT_GE(laps, kLaps);
-
-  const CliResult json = RunOk({"events", Sample(), "--json"});
-  const Json document = Json::parse(json.out);
+TEST(Commands, EventsJsonListsTheTablesRowsInTimeOrder) {
+  const auto rows = RunOk({"events", Sample()}).Rows();
+  const Json document = Json::parse(RunOk({"events", Sample(), "--json"}).out);
   EXPECT_EQ(document["events"].size(), rows.size() - 1);
   double previous = -1e300;
   for (const Json& event : document["events"]) {
@@ -130,15 +99,10 @@ TEST(Commands, EventsHoldAnEndOfLapPerCrossing) {
   }
 }
 
-TEST(Commands, ConstantsListNamesValuesAndUnits) {
-  const CliResult result = RunOk({"constants", Sample()});
-  const auto rows = result.Rows();
-  ASSERT_GE(rows.size(), 2u) << "the sample has constants";
-  EXPECT_EQ(rows[0], (std::vector<std::string>{"name", "value", "unit"}));
+TEST(Commands, ConstantsListAValueForEachNameInTableAndJson) {
+  const auto rows = RunOk({"constants", Sample()}).Rows();
   for (size_t i = 1; i < rows.size(); ++i) EXPECT_FALSE(rows[i][1].empty()) << rows[i][0];
-
-  const CliResult json = RunOk({"constants", Sample(), "--json"});
-  EXPECT_EQ(Json::parse(json.out)["constants"].size(), rows.size() - 1);
+  EXPECT_EQ(Json::parse(RunOk({"constants", Sample(), "--json"}).out)["constants"].size(), rows.size() - 1);
 }
 
 TEST(Commands, BlobsListNamesTypesAndSizes) {
@@ -146,16 +110,12 @@ TEST(Commands, BlobsListNamesTypesAndSizes) {
   TarnDataSet data;
   data.blobs.push_back({Guid::Literal("{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}"), u"Map", {4, 5, 6, 7}});
   ASSERT_EQ(WriteTarnDataSet(Utf8ToWide(trn), data), S_OK);
-  const CliResult result = RunOk({"blobs", trn});
-  EXPECT_EQ(result.Rows(), (std::vector<std::vector<std::string>>{
-                               {"name", "type", "bytes"}, {"Map", "{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}", "4"}}));
+  EXPECT_EQ(RunOk({"blobs", trn}).out, "name\ttype\tbytes\nMap\t{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}\t4\n");
   EXPECT_EQ(Json::parse(RunCli({"blobs", trn, "--json"}).out)["blobs"][0]["bytes"], 4);
-  EXPECT_EQ(RunCli({"blobs", Sample()}).Rows().size(), 1u) << "a text data set has no blobs";
 }
 
-TEST(Commands, LapsFollowTheEndOfLapEventsAndSurviveConversion) {
-  const CliResult result = RunOk({"laps", Sample()});
-  const auto rows = result.Rows();
+TEST(Commands, LapsFollowTheEndOfLapEvents) {
+  const auto rows = RunOk({"laps", Sample()}).Rows();
   ASSERT_GE(rows.size(), size_t{kLaps} + 1);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"lap", "start", "end", "time", "flags"}));
   EXPECT_EQ(rows[1][0], "Lap 1");
@@ -165,27 +125,15 @@ TEST(Commands, LapsFollowTheEndOfLapEventsAndSurviveConversion) {
   for (size_t i = 1; i < laps.size(); ++i) {
     EXPECT_GT(laps[i]["start"].get<double>(), laps[i - 1]["end"].get<double>() - 1e-6) << "laps follow each other";
   }
-  const std::string trn = Path("laps.trn");
-  ASSERT_EQ(RunCli({"convert", Sample(), trn}).exitCode, 0);
-  const CliResult stored = RunOk({"laps", trn});
-  EXPECT_EQ(stored.out, result.out);
 }
 
 TEST(Commands, InfoTellsTypeRangeCountsAndInformation) {
-  const CliResult result = RunOk({"info", Sample(), "--json"});
-  const Json info = Json::parse(result.out);
-  EXPECT_EQ(info["type"], 3);
+  const Json info = Json::parse(RunOk({"info", Sample(), "--json"}).out);
   EXPECT_EQ(info["type_name"], "text");
   EXPECT_EQ(info["channels"].get<size_t>(), Channels(Sample()).size());
-  if (!info["events"].is_null()) {
-    EXPECT_GE(info["events"].get<long>(), kLaps);
-  }
-  EXPECT_EQ(info["event_sets"], 1) << "the \"End of lap\" set";
+  EXPECT_GE(info["events"].get<long>(), kLaps);
   EXPECT_GT(info["duration"].get<double>(), kLaps * 60.0);
   EXPECT_EQ(info["information"]["Track name"], "Halvane Park");
-
-  const CliResult table = RunOk({"info", Sample()});
-  EXPECT_THAT(table.Rows(), Contains(std::vector<std::string>{"type", "3 (text)"}));
 }
 
 TEST(Commands, ConvertWritesANativeStoreFileWithTheSameChannels) {
@@ -201,12 +149,9 @@ TEST(Commands, ConvertWritesANativeStoreFileWithTheSameChannels) {
   }
   // A store lists its channels by key; the name alone finds one.
   const std::string first = text.begin()->first;
-  const CliResult dumped = RunOk({"dump", trn, first});
-  EXPECT_EQ(dumped.Rows()[0], (std::vector<std::string>{"time", first}));
-  for (const char* command : {"events", "constants"}) {
-    const CliResult fromText = RunCli({command, Sample()});
-    const CliResult fromStore = RunOk({command, trn});
-    EXPECT_EQ(fromStore.out, fromText.out) << command << " survive the conversion";
+  EXPECT_EQ(RunOk({"dump", trn, first}).Rows()[0], (std::vector<std::string>{"time", first}));
+  for (const char* command : {"events", "constants", "laps"}) {
+    EXPECT_EQ(RunOk({command, trn}).out, RunCli({command, Sample()}).out) << command << " survive the conversion";
   }
 }
 
@@ -227,25 +172,8 @@ TEST(Commands, MarkersEditAStoreAndTheLapTableFollows) {
   const CliResult reset = RunOk({"markers", trn, "reset"});
   EXPECT_EQ(RunCli({"laps", trn}).Rows(), before) << "reset restores the recorded markers";
 
-  const CliResult refused = RunCli({"markers", trn, "remove", "999"});
-  EXPECT_NE(refused.exitCode, 0);
-  EXPECT_THAT(refused.err, HasSubstr(trn + ": "));
-  EXPECT_THAT(refused.err, HasSubstr("refused"));
+  SharedCli().RunRefused({"markers", trn, "remove", "999"}, trn + ": the remove was refused");
 }
-
-TEST(Commands, BadArgumentsExitNonZero) {
-  EXPECT_NE(RunCli({}).exitCode, 0) << "a command is required";
-  EXPECT_NE(RunCli({"frobnicate"}).exitCode, 0);
-  EXPECT_NE(RunCli({"dump", Sample()}).exitCode, 0) << "dump needs a channel";
-  EXPECT_NE(RunCli({"sample", Path("s.txt"), "--laps", "0"}).exitCode, 0);
-  EXPECT_NE(RunCli({"sample", Path("bad.txt"), "--clock", "25:00:00"}).exitCode, 0);
-}
-
-}  // namespace
-}  // namespace velmar::testing
-
-namespace velmar::testing {
-namespace {
 
 // Two outings logged at once, their clocks 13 s apart, line up on one clock;
 // a value offset reads through the selection's offset filter.

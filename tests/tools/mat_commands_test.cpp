@@ -1,4 +1,4 @@
-// The `velmar` binary on a MAT-file: it opens as type 2 in every command.
+// The `velmar` binary writing into a MAT-file (reads are in tests/data/tools/cli).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,18 +12,6 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
-
-TEST(MatCommandsTest, InfoChannelsAndDumpReadAMatFile) {
-  CliRunner runner;
-  const std::string file = (FixtureRoot() / "matfile" / "write_channel_3_samples.mat").string();
-  const CliResult info = runner.RunOk({"info", file});
-  EXPECT_THAT(info.Rows(), Contains(ElementsAre("type", "2 (MAT-file)")));
-  EXPECT_THAT(info.Rows(), Contains(ElementsAre("information.System details", "Kivara Written DataSet")));
-  const CliResult dump = runner.RunOk({"dump", file, "Speed"});
-  EXPECT_THAT(dump.Rows(), ElementsAre(ElementsAre("time", "Speed"), ElementsAre("0", "1.5"), ElementsAre("0.5", "2.5"),
-                                       ElementsAre("1", "3.5")));
-  EXPECT_EQ(runner.Run({"laps", file}).exitCode, 0);
-}
 
 TEST(MatCommandsTest, InformationSetIsWrittenIntoTheFile) {
   CliRunner runner;

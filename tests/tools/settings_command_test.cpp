@@ -3,23 +3,12 @@
 // `import-properties` fills the property databases from a .trn.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli_run.h"
 
 namespace velmar::testing {
 namespace {
-
-std::string Shell(const std::string& command) {
-  std::string out;
-  if (FILE* pipe = popen(command.c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    pclose(pipe);
-  }
-  return out;
-}
 
 TEST(SettingsCommand, AMapStoredInTheFileServesLaterRunsAndStandardToolsReadIt) {
   CliRunner cli;

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "config/quantity_to_color_mapping.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/scoped_sink.h"
 #include "support/vtable_slot.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "outing/got.h"
+#include "support/got.h"
 
 namespace velmar {
 namespace {

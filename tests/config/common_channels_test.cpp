@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/vtable_slot.h"
 
 namespace velmar {

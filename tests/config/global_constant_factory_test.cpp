@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "outing/constants/constant_stream.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/scoped_sink.h"
 
 namespace velmar {

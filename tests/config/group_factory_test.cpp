@@ -6,7 +6,7 @@
 #include <variant>
 
 #include "core/stream_values.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/scoped_sink.h"
 
 namespace velmar {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/got.h"
+#include "support/got.h"
 
 namespace velmar {
 namespace {

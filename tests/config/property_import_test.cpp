@@ -4,7 +4,7 @@
 
 #include "config/channel_property_factory.h"
 #include "config/event_property_factory.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "velmar/quantity_to_color_mapping.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"

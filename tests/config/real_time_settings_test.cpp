@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "outing/got.h"
+#include "support/got.h"
 #include "platform/registry/registry_file.h"
 #include "support/faulty_file_ops.h"
 #include "support/temp_dir.h"

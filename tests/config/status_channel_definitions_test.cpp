@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
 

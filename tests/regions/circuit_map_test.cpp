@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/fixtures.h"
 
 #include "velmar/storage.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "fake_lap_outing.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "regions_listener.h"
 
 namespace velmar::testing {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "fake_lap_outing.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "regions_listener.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"

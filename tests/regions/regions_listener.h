@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/scoped_sink.h"
 #include "velmar/text.h"
 #include "velmar/time_regions.h"

@@ -9,7 +9,7 @@
 #include "support/fixtures.h"
 
 #include "fake_segment_outing.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "regions_listener.h"
 #include "outing/data_block_test_util.h"
 #include "regions/circuit_map.h"

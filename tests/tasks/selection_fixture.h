@@ -8,7 +8,7 @@
 #include <chrono>
 
 #include "platform/async/dispatcher.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "platform/async/job_engine.h"
 #include "support/settling_test.h"
 #include "sources/text/text_outing_source.h"

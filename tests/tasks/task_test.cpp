@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/fixtures.h"
 #include "tasks/selection_properties.h"
 #include "velmar/enumerator.h"

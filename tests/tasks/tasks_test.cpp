@@ -5,7 +5,7 @@
 
 #include "config/config_classes.h"
 #include "core/velmar.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "platform/registry/registry_file.h"
 #include "support/temp_dir.h"
 #include "velmar/data_factory.h"

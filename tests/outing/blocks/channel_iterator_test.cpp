@@ -8,7 +8,7 @@
 
 #include "outing/blocks/channel_iterator_search.h"
 #include "outing/data_block_test_util.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/fixtures.h"
 
 namespace velmar {

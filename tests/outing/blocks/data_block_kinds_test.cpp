@@ -9,7 +9,7 @@
 #include "outing/blocks/data_block_aperiodic.h"
 #include "outing/blocks/data_block_owned.h"
 #include "outing/data_block_test_util.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/fixtures.h"
 
 namespace velmar {

@@ -13,7 +13,7 @@
 #include "outing/blocks/data_block_section.h"
 #include "outing/blocks/data_blocks.h"
 #include "outing/data_block_test_util.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "velmar/types.h"
 
 namespace velmar {

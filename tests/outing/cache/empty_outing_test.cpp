@@ -9,7 +9,7 @@
 
 #include "outing/cache/outing_cache_registry.h"
 #include "outing/cache/outing_impl.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/outing_listener.h"
 #include "support/temp_dir.h"
 #include "velmar/lap_markers.h"

@@ -11,7 +11,7 @@
 
 #include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/outing_listener.h"
 #include "support/settling_test.h"
 #include "support/temp_dir.h"

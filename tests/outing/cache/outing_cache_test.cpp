@@ -14,7 +14,7 @@
 #include "outing/cache/outing_on_cache.h"
 #include "outing/cache/outing_source.h"
 #include "outing/cache/outing_state_changes.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "outing/memory_source.h"
 #include "support/settling_test.h"
 #include "velmar/text.h"

@@ -10,7 +10,7 @@
 
 #include "outing/channels/channel_raw.h"
 #include "outing/data_block_test_util.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "outing/memory_channel_source.h"
 #include "support/data_listener.h"
 

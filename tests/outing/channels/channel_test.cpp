@@ -9,7 +9,7 @@
 
 #include "outing/blocks/channel_iterator.h"
 #include "outing/channels/channel_data_cache.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "outing/memory_channel_source.h"
 #include "support/data_listener.h"
 #include "support/settling_test.h"

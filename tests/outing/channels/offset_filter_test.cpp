@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "outing/data_block_test_util.h"
-#include "outing/got.h"
+#include "support/got.h"
 
 namespace velmar::testing {
 namespace {

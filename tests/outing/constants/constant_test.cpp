@@ -9,7 +9,7 @@
 #include "core/global_constants_cache.h"
 #include "outing/constants/constant_stream.h"
 #include "platform/async/job_engine.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/data_listener.h"
 #include "support/fixtures.h"
 #include "support/settling_test.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "outing/data_block_test_util.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "outing/events/event_search.h"
 #include "outing/events/events_factory.h"
 #include "support/data_listener.h"

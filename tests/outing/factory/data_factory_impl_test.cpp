@@ -10,7 +10,7 @@
 
 #include "core/notifications_impl.h"
 #include "outing/factory/outing_data_factory.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "velmar/velmar_notifications.h"
 
 namespace velmar::testing {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "outing/fake_outing_factory.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "outing/factory/outing_factory.h"
 #include "support/settling_test.h"

@@ -15,7 +15,7 @@
 #include "outing/cache/outing_source.h"
 #include "outing/factory/outing_type_table.h"
 #include "outing/factory/text_array.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "outing/memory_source.h"
 #include "platform/registry/registry_file.h"

@@ -11,7 +11,7 @@
 #include "outing/blocks/data_blocks.h"
 #include "outing/status/data_status_item.h"
 #include "outing/status/dirty_range_helper.h"
-#include "outing/got.h"
+#include "support/got.h"
 #include "support/data_listener.h"
 #include "support/fixtures.h"
 

@@ -19,6 +19,8 @@ demo: build
 	@$(CLI) --tools addins/python tools list
 	@$(CLI) --tools addins/python tools run "Fastest laps" "List fastest laps" --file $(DEMO_DIR)/sample.txt
 	@$(CLI) --tools addins/python dump $(DEMO_DIR)/sample.txt LongAccel --from 60 --to 60.05
+	@echo "== velmar --tools addins/python events (first lap): the plug-in's \"Braking points\" beside the recorded events"
+	@$(CLI) --tools addins/python events $(DEMO_DIR)/sample.txt | head -10
 
 test: build
 	@ctest --preset $(PRESET)

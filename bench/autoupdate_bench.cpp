@@ -9,6 +9,7 @@
 #include <string>
 
 #include "sources/autoupdate/autoupdate_scan.h"
+#include "tasks/data_selection.h"
 #include "velmar/classes.h"
 #include "velmar/client_thread.h"
 #include "velmar/convert.h"
@@ -47,7 +48,11 @@ const fs::path& SampleTrn() {
     OutingList outings;
     Check(factory->Create(KIV_FALSE, kTextOutingTypeId.ToWide(), &paths, &outings) == S_OK, "opening");
     const auto wait = [] { return KivClientThread::Current().RunUntilSettled(std::chrono::seconds(60)); };
+    // Its channels are read through a selection that holds it.
+    auto selection = MakeKiv<CDataSelection>();
+    Check(selection->AddChannelSource(QueryAs<IKivChannelFactory>(outings.front().Get()).Get()) == S_OK, "selecting");
     Check(KivConvertToTarn(outings.front().Get(), Utf8ToWide(trn.string()), wait) == S_OK, "converting");
+    selection->Close();
     outings.clear();
     wait();
     return trn;

@@ -1,14 +1,15 @@
 """Example Velmar plug-in: a tool listing the fastest laps of the active
-task, and a data factory offering longitudinal acceleration worked out from
-the selection's speed.
+task, a data factory offering longitudinal acceleration worked out from
+the selection's speed, and one offering "Braking points" found in its brake
+pressure.
 
 Drop this file into the "Tools" folder (or point KIVARA_TOOLS at this one)."""
 import sys
 
 import numpy as np
 
-from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
-                          QuantifiedName, TICKS_PER_SECOND, serializable, tool)
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, Event, IDataFactory, ITool,
+                          ListEventSet, QuantifiedName, TICKS_PER_SECOND, serializable, tool)
 
 contains_tools = ContainsTools()
 
@@ -37,7 +38,11 @@ class FastestLaps(ITool):
         laps = []
         if tasks:
             for selection in tasks[0].DataSelections:
-                for name, start, end in selection.Laps():
+                found = selection.Laps()
+                # The first and last laps run from the data's start and to its
+                # end (out-lap, in-lap): not timed laps when there are others.
+                timed = found[1:-1] if len(found) > 2 else found
+                for name, start, end in timed:
                     laps.append((end - start, name, selection.Caption))
         return sorted(laps)[: self.count]
 
@@ -80,3 +85,42 @@ class LongitudinalAcceleration(IDataFactory):
             return ArrayChannel(np.zeros(len(times)), times=times)
         accel = np.gradient(speed, times / TICKS_PER_SECOND)
         return ArrayChannel(accel, times=times)
+
+
+@tool(name="Braking points")
+class BrakingPoints(IDataFactory):
+    """"Braking points": one event each time the brake pressure ("Brake F",
+    else any channel named "Brake...") rises through THRESHOLD bar. Channels
+    are read in their base unit: pressure in Pa."""
+
+    kind = "events"
+    KEY = "Braking points"
+    THRESHOLD = 10.0
+    PA_PER_BAR = 1e5
+
+    def _brake_name(self):
+        selection = self.DataSelection
+        if selection is None:
+            return None
+        names = list(selection.ChannelNames())
+        plain = [(n.split("]")[-1], n) for n in names]
+        for short, name in plain:
+            if short == "Brake F":
+                return name
+        return next((name for short, name in plain if short.startswith("Brake")), None)
+
+    @property
+    def Keys(self):
+        return [self.KEY] if self._brake_name() else []
+
+    def __getitem__(self, key):
+        name = self._brake_name()
+        if key != self.KEY or name is None:
+            return None
+        times, pascal = self.DataSelection.ReadChannel(name)
+        pressure = np.asarray(pascal) / self.PA_PER_BAR
+        above = pressure > self.THRESHOLD
+        rises = np.flatnonzero(above[1:] & ~above[:-1]) + 1
+        return ListEventSet(Event(int(times[i]), 1, "Braking points", f"Brake on ({pressure[i]:.1f} bar)",
+                                  [f"Point {k}"], [float(pressure[i])])
+                            for k, i in enumerate(rises, 1))

@@ -50,6 +50,12 @@ KivResult KivCreatePluginTool(const std::u16string& type_name, IKivUnknown* root
 KivResult KivCreatePluginChannelFactory(const std::u16string& type_name, IKivUnknown* root,
                                         IKivChannelFactory** factory);
 
+// A new events data factory of that type. An event set whose plug-in raises
+// is "not available" (status 2); each event's Information lines follow its
+// message, its Data values are its payload (8-byte doubles).
+KivResult KivCreatePluginEventsFactory(const std::u16string& type_name, IKivUnknown* root,
+                                       IKivEventsFactory** factory);
+
 // Switches a plug-in type on at the end of the add-in list of every root
 // (`root` is one of them); S_FALSE when it already is, E_INVALIDARG for an
 // unknown type name or a root that isn't this library's, E_FAIL when it

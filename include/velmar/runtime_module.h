@@ -20,6 +20,10 @@
 
 namespace velmar {
 
+// The folder of the binary that holds the library: libvelmar.so, or the
+// executable it is linked into.
+std::filesystem::path LibraryBinaryFolder();
+
 // The folders searched, in order.
 std::vector<std::filesystem::path> RuntimeModuleFolders();
 

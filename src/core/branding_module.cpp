@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "velmar/registry.h"
+#include "velmar/runtime_module.h"
 #include "velmar/text.h"
 
 namespace velmar {
@@ -39,16 +40,7 @@ KivResult FindBrandingModuleName(const std::u16string& keyPath, const std::u16st
   return S_OK;
 }
 
-std::filesystem::path LibraryFolder() {
-  Dl_info info{};
-  if (::dladdr(reinterpret_cast<void*>(&LibraryFolder), &info) && info.dli_fname) {
-    std::filesystem::path self(info.dli_fname);
-    if (self.is_absolute()) return self.parent_path();
-  }
-  std::error_code ec;
-  std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-  return ec ? std::filesystem::path() : exe.parent_path();
-}
+std::filesystem::path LibraryFolder() { return LibraryBinaryFolder(); }
 
 BrandingModule::BrandingModule(void* handle) : handle_(handle) {
   entries_.getBrandingName = Resolve<KivGetBrandingNameFn>(handle, "GetBrandingName");

@@ -51,6 +51,12 @@ class ManagedFactoryBridge {
   // Gives a running tool the root's colours (a tool without an appearance
   // ignores them).
   virtual void SetColours(IKivUnknown* factory, uint32_t back, uint32_t fore, uint32_t grid) = 0;
+  // Gives a running tool the root's font (a host's IKivFontDescription;
+  // another object, or a tool without an appearance, is passed over).
+  virtual void SetFont(IKivUnknown* factory, IKivUnknown* font) = 0;
+  // The review after load of the process's first root: the type names of
+  // its entries found consistent, in stored order, for the host.
+  virtual void ReviewTools(const std::vector<std::u16string>& typeNames) = 0;
   // The running entry goes: it no longer tells its listener.
   virtual void Detach(IKivUnknown* factory) = 0;
 

@@ -87,8 +87,7 @@ KivResult CVelmar::Construct() {
   // 10.
   JoinProcessState();
   // 11. Plug-in entries are made through the process's managed bridge when
-  // the list is applied; a host review delegate, which the first root would
-  // keep, isn't offered.
+  // the list is applied; the first root's review reaches the host through it.
   return S_OK;
 }
 
@@ -169,6 +168,7 @@ KivResult CVelmar::CreateToolNode() {
 }
 
 void CVelmar::JoinProcessState() {
+  reviewTools_ = CVelmarObjGlobalStateChanges::Process().RootCount() == 0;
   shared_ = CVelmarObjGlobalStateChanges::Process().Join(this);
   joined_ = true;
   (void)commonChannels_->AttachStore(shared_.commonChannels);

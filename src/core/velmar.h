@@ -323,6 +323,7 @@ class CVelmar final : public KivObject<IKivVelmar8, IKivVelmarControl2, IPersist
   bool closed_ = false;
   bool joined_ = false;
   bool counted_ = false;
+  bool reviewTools_ = false;  // the first root of the process: its review goes to the host
 
   CDataFactoryList dataFactories_;
   std::vector<ComPtr<IKivUnknown>> childNodes_;

@@ -34,6 +34,7 @@ void CVelmar::OnManagedToolChanged(const std::u16string& typeName) {
 // when it persists. Any other is dropped, and the file must be written again.
 void CVelmar::ReviewManagedEntries(const DataFactoryListContent& content) {
   ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge();
+  std::vector<std::u16string> consistent;
   for (const auto& stored : content.entries) {
     if (stored.record.kind != DataFactoryKind::kManaged) continue;
     const auto& active = dataFactories_.Active();
@@ -42,12 +43,14 @@ void CVelmar::ReviewManagedEntries(const DataFactoryListContent& content) {
     std::vector<uint8_t> state;
     const bool hasState = factoryStore_.ReadToolState(stored.storageName, &state);
     const bool made = bridge && it != active.end() && it->factory;
-    if (made && hasState == bridge->Persists(it->factory.Get())) continue;
+    if (made && hasState == bridge->Persists(it->factory.Get())) {
+      consistent.push_back(stored.record.typeName);
+      continue;
+    }
     staleAfterLoad_ = true;
     if (it != active.end()) dataFactories_.Drop(stored.record, *this);
   }
-  // The consistent ones would go to a host's review delegate; this library
-  // offers hosts none.
+  if (reviewTools_ && bridge) bridge->ReviewTools(consistent);
 }
 
 }  // namespace velmar

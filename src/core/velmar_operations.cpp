@@ -192,12 +192,13 @@ KivResult CVelmar::GetIDsOfNames(const std::u16string&, int32_t*) { return E_NOT
 KivResult CVelmar::Invoke(int32_t, uint16_t) { return E_NOTIMPL; }
 
 void CVelmar::ControlPropertyChanged() {
-  // Plug-in tools take the control's colours; the font object is the
-  // platform's drawing face, as is repainting.
+  // Plug-in tools take the control's colours and font; drawing with the font
+  // is the platform's drawing face, as is repainting.
   if (ManagedFactoryBridge* bridge = CurrentManagedFactoryBridge()) {
     for (const ActiveDataFactory& entry : dataFactories_.Active()) {
-      if (entry.record.kind == DataFactoryKind::kManaged && entry.factory)
-        bridge->SetColours(entry.factory.Get(), backColor_, foreColor_, gridColor_);
+      if (entry.record.kind != DataFactoryKind::kManaged || !entry.factory) continue;
+      bridge->SetColours(entry.factory.Get(), backColor_, foreColor_, gridColor_);
+      if (font_) bridge->SetFont(entry.factory.Get(), font_.Get());
     }
   }
   MarkDirty();

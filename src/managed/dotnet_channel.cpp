@@ -1,7 +1,5 @@
 #include "managed/dotnet_channel.h"
 
-#include <limits>
-
 #include "managed/block_clipping.h"
 #include "outing/blocks/channel_iterator.h"
 #include "outing/blocks/data_block_aperiodic.h"
@@ -40,49 +38,21 @@ KivResult LayBlock(PluginChannel& channel, DotNetBlockInfo& info, DataBlockList*
 
 }  // namespace
 
-KivResult CDotNetChannel::GetName(std::u16string* name) {
-  if (!name) return E_POINTER;
-  *name = name_;
-  return S_OK;
-}
-
-KivResult CDotNetChannel::GetStatus(uint32_t* status) {
-  if (!status) return E_POINTER;
-  if (status_ == DataStatus::kUnknown || status_ == DataStatus::kPending) (void)Read();
-  *status = static_cast<uint32_t>(status_);
-  return S_OK;
-}
-
-KivResult CDotNetChannel::Read() {
-  if (blocks_) return S_OK;
-  if (status_ == DataStatus::kNotAvailable) return E_FAIL;
+bool CDotNetChannel::Fetch() {
   auto blocks = std::make_shared<DataBlockList>();
-  try {
-    constexpr KivTime kMin = std::numeric_limits<KivTime>::min();
-    constexpr KivTime kMax = std::numeric_limits<KivTime>::max();
-    for (DotNetBlockInfo& info : GetDataBlocksBetweenTimes(*channel_, kMin, kMax)) {
-      if (Failed(LayBlock(*channel_, info, blocks.get()))) {
-        status_ = DataStatus::kNotAvailable;
-        return E_FAIL;
-      }
-    }
-  } catch (const PluginPending&) {
-    status_ = DataStatus::kPending;
-    return KIV_E_PENDING;
-  } catch (const PluginError&) {
-    status_ = DataStatus::kNotAvailable;
-    return E_FAIL;
+  for (DotNetBlockInfo& info : GetDataBlocksBetweenTimes(plugin(), kTimeMin, kTimeMax)) {
+    if (Failed(LayBlock(plugin(), info, blocks.get()))) return false;
   }
   blocks_ = std::move(blocks);
-  status_ = DataStatus::kAvailable;
-  return S_OK;
+  return true;
 }
 
 KivResult CDotNetChannel::GetIterator(IKivChannelIterator2** iterator) {
   if (!iterator) return E_POINTER;
   *iterator = nullptr;
   if (KivResult r = Read(); Failed(r)) return r;
-  ComPtr<IKivChannelIterator2> made = MakeKiv<CChannelIterator>(blocks_, ComPtr<IKivUnknown>(this), nullptr);
+  ComPtr<IKivUnknown> owner(static_cast<IKivChannel*>(this));
+  ComPtr<IKivChannelIterator2> made = MakeKiv<CChannelIterator>(blocks_, std::move(owner), nullptr);
   *iterator = made.Detach();
   return S_OK;
 }

@@ -1,10 +1,12 @@
-// A plug-in data factory as the library's channel factory: its keys are the
-// names, its channels come as CDotNetChannel, and the names it adds or
-// removes reach the factory's sinks. A plug-in that raises gives no names.
+// A plug-in data factory as the library's channel or events factory: its
+// keys are the names, its items come as CDotNetChannel or CDotNetEventSet,
+// and the names it adds or removes reach the factory's sinks. A plug-in that
+// raises gives no names.
 //
 // Client thread only.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -12,20 +14,42 @@
 #include "managed/plugin_seam.h"
 #include "managed/tool_type_library.h"
 #include "velmar/data_factory.h"
+#include "velmar/events.h"
+#include "velmar/object_node.h"
 #include "velmar/outing_notifications.h"
 #include "velmar/selection_data_factory.h"
 
 namespace velmar::managed {
 
-class CDotNetChannelFactory final
-    : public KivObject<IKivChannelFactory, IKivSelectionInputsSink,
-                       IKivNotificationsImpl<CDotNetChannelFactory, IKivDataFactoryNotifications>>,
+// What differs between the channel and the events form.
+template <class Factory>
+struct DotNetFactoryKind;
+template <>
+struct DotNetFactoryKind<IKivChannelFactory> {
+  using Item = IKivChannel;
+  static constexpr PluginFactoryKind kPlugin = PluginFactoryKind::kChannels;
+  static constexpr uint32_t kData = kDataKindChannels;
+};
+template <>
+struct DotNetFactoryKind<IKivEventsFactory> {
+  using Item = IKivEventSet;
+  static constexpr PluginFactoryKind kPlugin = PluginFactoryKind::kEvents;
+  static constexpr uint32_t kData = kDataKindEvents;
+};
+
+template <class Factory>
+class CDotNetDataFactory final
+    : public KivObject<Factory, IKivSelectionInputsSink,
+                       IKivNotificationsImpl<CDotNetDataFactory<Factory>, IKivDataFactoryNotifications>>,
       private PluginDataFactoryListener {
+  using Kind = DotNetFactoryKind<Factory>;
+  using Item = typename Kind::Item;
+
  public:
-  ~CDotNetChannelFactory() override;
-  // The channel factory of that plug-in type; null when it can't be made or
-  // offers no channels.
-  static ComPtr<CDotNetChannelFactory> Create(DotNetToolTypeLibrary& library, const std::u16string& typeName,
+  ~CDotNetDataFactory() override;
+  // The factory of that plug-in type; null when it can't be made or offers
+  // items of the other kind.
+  static ComPtr<CDotNetDataFactory> Create(DotNetToolTypeLibrary& library, const std::u16string& typeName,
                                               IKivUnknown* root);
 
   // Points the plug-in at a selection; false (and nothing changes) for an
@@ -41,8 +65,11 @@ class CDotNetChannelFactory final
   KivResult SetParent(IKivUnknown* parent) override;
   KivResult GetRoot(IKivUnknown** root) override;
   KivResult SetRoot(IKivUnknown* root) override;
+  // The 16 by 16 icon of the `index`th name (from 1) as last listed, made
+  // once from the plug-in's picture; `size` is not looked at. S_FALSE and
+  // null when the plug-in gives none.
   KivResult GetIcon(int32_t index, int32_t size, IKivUnknown** picture) override;
-  KivResult GetItem(const std::u16string& name, IKivChannel** channel) override;
+  KivResult GetItem(const std::u16string& name, Item** item) override;
 
   // IKivSelectionInputsSink: the plug-in's keys may follow the selection's
   // data, so they are read again and what changed since the last listing is
@@ -57,8 +84,14 @@ class CDotNetChannelFactory final
 
   std::unique_ptr<PluginDataFactory> factory_;
   NameList listed_;  // the names last given out
+  std::map<std::u16string, ComPtr<IKivPicture>> icons_;  // by name, once made
   ComPtr<IKivUnknown> parent_;
   ComPtr<IKivUnknown> root_;
 };
+
+using CDotNetChannelFactory = CDotNetDataFactory<IKivChannelFactory>;
+using CDotNetEventsFactory = CDotNetDataFactory<IKivEventsFactory>;
+extern template class CDotNetDataFactory<IKivChannelFactory>;
+extern template class CDotNetDataFactory<IKivEventsFactory>;
 
 }  // namespace velmar::managed

@@ -66,8 +66,8 @@ void CDotNetTool::BeginSubCommands(const std::u16string& name) {
   current_.push_back(node.Get());
 }
 
-void CDotNetTool::AddCommand(const std::u16string& name, const std::u16string* description, uint32_t group, bool icon,
-                             uint32_t id, uint32_t state) {
+void CDotNetTool::AddCommand(const std::u16string& name, const std::u16string* description, uint32_t group,
+                             IKivPicture* icon, uint32_t id, uint32_t state) {
   CDotNetToolCommonNode* node = current_.back();
   if (!node->HasGroup(group)) node->AddGroup(group);
   CObjectNodeCommand::Fields fields;
@@ -76,9 +76,7 @@ void CDotNetTool::AddCommand(const std::u16string& name, const std::u16string* d
   fields.state = state;
   fields.label = name;
   if (description) fields.description = *description;
-  // A plug-in's icon is its own picture; the host gets the library's
-  // standard 16 by 16 one in its place.
-  if (icon) fields.icon = AddInManagerIcon();
+  fields.icon = icon;
   node->AddNodeCommand(MakeKiv<CObjectNodeCommand>(std::move(fields)));
 }
 

@@ -79,8 +79,8 @@ class CDotNetTool final
   void OnToolChanged() override;
   void BeginCommands() override;
   void BeginSubCommands(const std::u16string& name) override;
-  void AddCommand(const std::u16string& name, const std::u16string* description, uint32_t group, bool icon,
-                  uint32_t id, uint32_t state) override;
+  void AddCommand(const std::u16string& name, const std::u16string* description, uint32_t group,
+                  IKivPicture* icon, uint32_t id, uint32_t state) override;
   void EndSubCommands() override;
   void EndCommands() override;
 

@@ -4,6 +4,7 @@
 #include "managed/dotnet_tool.h"
 #include "managed/root_addins.h"
 #include "managed/tool_locator.h"
+#include "velmar/plugin_review.h"
 #include "velmar/plugin_tools.h"
 
 namespace velmar {
@@ -23,7 +24,8 @@ namespace {
 uint32_t KindOf(PluginBackend& backend, const std::u16string& typeName) {
   try {
     if (backend.IsTool(typeName)) return kKivPluginTool;
-    if (backend.IsDataFactory(typeName)) return kKivPluginChannelFactory;
+    if (backend.IsDataFactory(typeName))
+      return backend.IsEventsFactory(typeName) ? kKivPluginEventsFactory : kKivPluginChannelFactory;
   } catch (const PluginError&) {
   }
   return kKivPluginOther;
@@ -58,16 +60,30 @@ KivResult KivCreatePluginTool(const std::u16string& type_name, IKivUnknown* root
   return S_OK;
 }
 
-KivResult KivCreatePluginChannelFactory(const std::u16string& type_name, IKivUnknown* root,
-                                        IKivChannelFactory** factory) {
+namespace {
+
+template <class Factory>
+KivResult CreatePluginFactory(const std::u16string& type_name, IKivUnknown* root, Factory** factory) {
   if (!factory) return E_POINTER;
   *factory = nullptr;
   ManagedRuntime& runtime = ManagedRuntime::Process();
   if (!runtime.library().Has(type_name)) return E_INVALIDARG;
-  ComPtr<CDotNetChannelFactory> made = CDotNetChannelFactory::Create(runtime.library(), type_name, root);
+  auto made = managed::CDotNetDataFactory<Factory>::Create(runtime.library(), type_name, root);
   if (!made) return E_FAIL;
-  *factory = static_cast<IKivChannelFactory*>(made.Detach());
+  *factory = static_cast<Factory*>(made.Detach());
   return S_OK;
+}
+
+}  // namespace
+
+KivResult KivCreatePluginChannelFactory(const std::u16string& type_name, IKivUnknown* root,
+                                        IKivChannelFactory** factory) {
+  return CreatePluginFactory(type_name, root, factory);
+}
+
+KivResult KivCreatePluginEventsFactory(const std::u16string& type_name, IKivUnknown* root,
+                                       IKivEventsFactory** factory) {
+  return CreatePluginFactory(type_name, root, factory);
 }
 
 namespace {
@@ -92,6 +108,10 @@ KivResult KivRemovePluginFromRoot(IKivUnknown* root, const std::u16string& type_
   CVelmar* velmar = RootOf(root);
   if (!velmar) return E_INVALIDARG;
   return velmar->RemoveDataFactoryRecord(DataFactoryRecord::Managed(type_name));
+}
+
+void KivSetReviewToolsDelegate(KivReviewToolsDelegate delegate) {
+  managed::RootAddInBridge::Process().SetReviewDelegate(std::move(delegate));
 }
 
 KivResult KivSetPluginDataSelection(IKivChannelFactory* factory, int32_t task, int32_t selection) {

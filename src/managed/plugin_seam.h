@@ -35,11 +35,24 @@ class PluginError : public std::runtime_error {
 };
 
 // The plug-in waits for data the library is still fetching: ask again once
-// the client thread has run.
+// the client thread has run. `input`, when known, is the library's item it
+// waits for (an IKivData): its change is the time to ask again.
 class PluginPending : public PluginError {
  public:
   using PluginError::PluginError;
+  PluginPending(const std::string& what, ComPtr<IKivUnknown> waitingFor)
+      : PluginError(what), input(std::move(waitingFor)) {}
+  ComPtr<IKivUnknown> input;
 };
+
+// A picture a plug-in drew, at its own size: 32-bit pixels 0xAARRGGBB, row
+// by row.
+struct PluginPicture {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::vector<uint32_t> argb;
+};
+using SharedPluginPicture = std::shared_ptr<const PluginPicture>;
 
 // One class of a module, as the module declares it.
 struct PluginTypeInfo {
@@ -60,7 +73,7 @@ struct PluginCommand {
   std::optional<std::u16string> description;
   bool enabled = true;
   bool checked = false;
-  bool hasIcon = false;
+  SharedPluginPicture icon;  // null without one
   std::function<void()> execute;
 };
 
@@ -121,10 +134,33 @@ struct PluginBlockInfo {
   int64_t count = 0;
 };
 
-// A channel of a plug-in data factory.
-class PluginChannel {
+// What a plug-in channel or event set tells the library about itself.
+class PluginDataListener {
  public:
-  virtual ~PluginChannel() = default;
+  // Its state changed (e.g. the data it waited for came): read it again.
+  virtual void OnStateChanged() = 0;
+  // Its data changed over [from, to].
+  virtual void OnDataChanged(KivTime from, KivTime to) = 0;
+  // It became available or stopped being so.
+  virtual void OnAvailabilityChanged() = 0;
+  // It goes away.
+  virtual void OnTerminating() = 0;
+
+ protected:
+  ~PluginDataListener() = default;
+};
+
+// What a plug-in channel and event set share: the listener they report to
+// (null: they report no more, and a late report raises in the plug-in).
+class PluginDataItem {
+ public:
+  virtual ~PluginDataItem() = default;
+  virtual void Listen(PluginDataListener* listener) = 0;
+};
+
+// A channel of a plug-in data factory.
+class PluginChannel : public PluginDataItem {
+ public:
   // False for a channel without data.
   virtual bool HasData() = 0;
   virtual int64_t BlockCount() = 0;
@@ -160,9 +196,8 @@ struct PluginEvent {
   std::vector<double> data;
 };
 
-class PluginEventSet {
+class PluginEventSet : public PluginDataItem {
  public:
-  virtual ~PluginEventSet() = default;
   virtual int64_t Count() = 0;
   virtual PluginEvent Event(int64_t index) = 0;
 };
@@ -194,6 +229,8 @@ class PluginDataFactory {
   virtual void SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory* inputs) = 0;
   virtual std::unique_ptr<PluginChannel> Channel(const std::u16string& name) = 0;
   virtual std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) = 0;
+  // The icon of a key, at the plug-in's size; null for none.
+  virtual SharedPluginPicture Icon(const std::u16string& name) = 0;
   virtual void Dispose() = 0;
 };
 
@@ -208,6 +245,8 @@ class PluginBackend {
   virtual bool SupportsPersistence(const std::u16string& typeName) = 0;
   virtual bool IsTool(const std::u16string& typeName) = 0;
   virtual bool IsDataFactory(const std::u16string& typeName) = 0;
+  // A data factory offering event sets rather than channels.
+  virtual bool IsEventsFactory(const std::u16string& typeName) = 0;
   // A new tool, from `state` when given. Null when the state doesn't load
   // or the type isn't there.
   // `root` is the library's root the plug-in sees (its managed view), or

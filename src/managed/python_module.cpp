@@ -21,6 +21,7 @@ class MissingPythonBackend final : public PluginBackend {
   bool SupportsPersistence(const std::u16string&) override { return false; }
   bool IsTool(const std::u16string&) override { return false; }
   bool IsDataFactory(const std::u16string&) override { return false; }
+  bool IsEventsFactory(const std::u16string&) override { return false; }
   std::unique_ptr<PluginTool> CreateTool(const std::u16string&, const std::vector<uint8_t>*, PluginToolListener*,
                                          IKivUnknown*) override {
     return nullptr;

@@ -1,6 +1,7 @@
 #include "managed/root_addins.h"
 
 #include "managed/dotnet_data_factory.h"
+#include "managed/font_description.h"
 #include "managed/tool_locator.h"
 #include "velmar/velmar.h"
 
@@ -10,16 +11,32 @@ KivResult CDotNetDataFactoryMaker::CreateForSelection(IKivUnknown* selection, IK
                                                       IKivEventsFactory*, IKivUnknown** factory) {
   if (!selection || !channels || !factory) return E_POINTER;
   *factory = nullptr;
-  ComPtr<CDotNetChannelFactory> made = CDotNetChannelFactory::Create(library_, typeName_, root_);
+  if (ComPtr<CDotNetChannelFactory> made = CDotNetChannelFactory::Create(library_, typeName_, root_)) {
+    if (!made->SetSelectionInputs(selection, channels)) return E_FAIL;
+    *factory = static_cast<IKivChannelFactory*>(made.Detach());
+    return S_OK;
+  }
+  ComPtr<CDotNetEventsFactory> made = CDotNetEventsFactory::Create(library_, typeName_, root_);
   if (!made || !made->SetSelectionInputs(selection, channels)) return E_FAIL;
-  *factory = static_cast<IKivChannelFactory*>(made.Detach());
+  *factory = static_cast<IKivEventsFactory*>(made.Detach());
   return S_OK;
 }
 
-void RootAddInBridge::Install() {
-  static RootAddInBridge bridge;
-  SetManagedFactoryBridge(&bridge);
+namespace {
+
+// Whether a data factory of that type can be made now, in either form.
+bool CanMakeDataFactory(DotNetToolTypeLibrary& library, const std::u16string& typeName, IKivVelmar* root) {
+  return CDotNetChannelFactory::Create(library, typeName, root) || CDotNetEventsFactory::Create(library, typeName, root);
 }
+
+}  // namespace
+
+RootAddInBridge& RootAddInBridge::Process() {
+  static RootAddInBridge bridge;
+  return bridge;
+}
+
+void RootAddInBridge::Install() { SetManagedFactoryBridge(&Process()); }
 
 bool RootAddInBridge::Create(const std::u16string& typeName, IKivVelmar* root, const std::vector<uint8_t>* state,
                              ManagedToolStateListener* listener, ActiveDataFactory* entry, Made* made) {
@@ -33,7 +50,7 @@ bool RootAddInBridge::Create(const std::u16string& typeName, IKivVelmar* root, c
   }
   if (tool) return CreateTool(typeName, root, state, listener, entry, made);
   // A data factory that can't be made now won't be for a selection either.
-  if (!CDotNetChannelFactory::Create(library, typeName, root)) return false;
+  if (!CanMakeDataFactory(library, typeName, root)) return false;
   entry->factory = static_cast<IKivUnknown*>(MakeKiv<CDotNetDataFactoryMaker>(library, typeName, root).Get());
   return true;
 }
@@ -88,6 +105,18 @@ void RootAddInBridge::SetColours(IKivUnknown* factory, uint32_t back, uint32_t f
   tool->wrapper().SetBackColor(back);
   tool->wrapper().SetForeColor(fore);
   tool->wrapper().SetGridColor(grid);
+}
+
+void RootAddInBridge::SetFont(IKivUnknown* factory, IKivUnknown* font) {
+  CDotNetTool* tool = ToolOf(factory);
+  const std::optional<PluginFont> described = PluginFontOf(font);
+  if (tool && described) tool->wrapper().SetFont(*described);
+}
+
+void RootAddInBridge::ReviewTools(const std::vector<std::u16string>& typeNames) {
+  if (!review_) return;
+  const KivReviewToolsDelegate review = review_;  // the delegate may replace itself
+  review(typeNames);
 }
 
 void RootAddInBridge::Detach(IKivUnknown* factory) {

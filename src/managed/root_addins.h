@@ -12,6 +12,7 @@
 #include "core/managed_factory_bridge.h"
 #include "managed/dotnet_tool.h"
 #include "managed/tool_type_library.h"
+#include "velmar/plugin_review.h"
 #include "velmar/selection_data_factory.h"
 
 namespace velmar::managed {
@@ -43,6 +44,11 @@ class RootAddInBridge final : public ManagedFactoryBridge {
   bool IsTool(IKivUnknown* factory) override { return ToolOf(factory) != nullptr; }
   bool Persists(IKivUnknown* factory) override;
   void SetColours(IKivUnknown* factory, uint32_t back, uint32_t fore, uint32_t grid) override;
+  void SetFont(IKivUnknown* factory, IKivUnknown* font) override;
+  void ReviewTools(const std::vector<std::u16string>& typeNames) override;
+  // What ReviewTools hands the names to (KivSetReviewToolsDelegate).
+  void SetReviewDelegate(KivReviewToolsDelegate delegate) { review_ = std::move(delegate); }
+  static RootAddInBridge& Process();
   void Detach(IKivUnknown* factory) override;
 
  private:
@@ -63,6 +69,7 @@ class RootAddInBridge final : public ManagedFactoryBridge {
                   ManagedToolStateListener* listener, ActiveDataFactory* entry, Made* made);
 
   std::map<CDotNetTool*, std::unique_ptr<Relay>> tools_;
+  KivReviewToolsDelegate review_;
 };
 
 }  // namespace velmar::managed

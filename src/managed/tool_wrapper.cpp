@@ -1,5 +1,7 @@
 #include "managed/tool_wrapper.h"
 
+#include "managed/plugin_picture.h"
+
 namespace velmar::managed {
 
 CDotNetToolWrapper::~CDotNetToolWrapper() {
@@ -47,6 +49,7 @@ bool CDotNetToolWrapper::CreateTool(const std::u16string& typeName, const std::v
 
 void CDotNetToolWrapper::CleanUpCommands() {
   commands_.clear();
+  icons_.clear();
   callback_.ClearNodes();
 }
 
@@ -77,8 +80,10 @@ void CDotNetToolWrapper::ProcessCommandGroups(const std::vector<PluginCommandGro
       const auto id = static_cast<uint32_t>(commands_.size());
       commands_.push_back(command);
       const uint32_t state = (command.enabled ? 0 : kCommandDisabled) | (command.checked ? kCommandChecked : 0);
-      callback_.AddCommand(command.name, command.description ? &*command.description : nullptr, group,
-                           command.hasIcon, id, state);
+      ComPtr<IKivPicture> icon = command.icon ? MakeIcon(*command.icon) : nullptr;
+      if (icon) icons_.push_back(icon);
+      callback_.AddCommand(command.name, command.description ? &*command.description : nullptr, group, icon.Get(),
+                           id, state);
     }
     for (const PluginSubCommands& sub : g.subCommands) {
       callback_.BeginSubCommands(sub.name);

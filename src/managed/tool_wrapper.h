@@ -12,6 +12,7 @@
 
 #include "managed/plugin_seam.h"
 #include "managed/tool_type_library.h"
+#include "velmar/object_node.h"
 
 namespace velmar::managed {
 
@@ -22,8 +23,9 @@ class CDotNetToolWrapperCallback {
   virtual void OnToolChanged() = 0;
   virtual void BeginCommands() = 0;
   virtual void BeginSubCommands(const std::u16string& name) = 0;
+  // `icon` is the command's 16 by 16 icon, or null.
   virtual void AddCommand(const std::u16string& name, const std::u16string* description, uint32_t group,
-                          bool icon, uint32_t id, uint32_t state) = 0;
+                          IKivPicture* icon, uint32_t id, uint32_t state) = 0;
   virtual void EndSubCommands() = 0;
   virtual void EndCommands() = 0;
 
@@ -77,6 +79,7 @@ class CDotNetToolWrapper final : private PluginToolListener {
   CDotNetToolWrapperCallback& callback_;
   std::unique_ptr<PluginTool> tool_;
   std::vector<PluginCommand> commands_;
+  std::vector<ComPtr<IKivPicture>> icons_;  // those the commands' icons made
   std::u16string typeName_;
   std::u16string name_;
   bool created_ = false;

@@ -16,17 +16,6 @@ struct Loaded {
   std::string error;
 };
 
-std::filesystem::path BinaryFolder() {
-  Dl_info info{};
-  if (::dladdr(reinterpret_cast<void*>(&BinaryFolder), &info) && info.dli_fname) {
-    std::filesystem::path self(info.dli_fname);
-    if (self.is_absolute()) return self.parent_path();
-  }
-  std::error_code ec;
-  std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-  return ec ? std::filesystem::path() : exe.parent_path();
-}
-
 // The first folder that has the file decides: a module there that does not
 // load is reported, not passed over for an older one further on.
 Loaded Load(const std::string& file) {
@@ -48,10 +37,21 @@ Loaded Load(const std::string& file) {
 
 }  // namespace
 
+std::filesystem::path LibraryBinaryFolder() {
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&LibraryBinaryFolder), &info) && info.dli_fname) {
+    std::filesystem::path self(info.dli_fname);
+    if (self.is_absolute()) return self.parent_path();
+  }
+  std::error_code ec;
+  std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  return ec ? std::filesystem::path() : exe.parent_path();
+}
+
 std::vector<std::filesystem::path> RuntimeModuleFolders() {
   if (const char* only = std::getenv("VELMAR_MODULE_DIR"); only && *only) return {only};
   std::vector<std::filesystem::path> folders;
-  if (std::filesystem::path beside = BinaryFolder(); !beside.empty()) {
+  if (std::filesystem::path beside = LibraryBinaryFolder(); !beside.empty()) {
     folders.push_back(beside);
     folders.push_back((beside / ".." / VELMAR_MODULE_LIBDIR).lexically_normal());
   }

@@ -155,7 +155,7 @@ KivResult CSegmentFinder::AttachOuting(IKivOuting* outing) {
   outing_ = ComPtr<IKivOuting>(outing);
   (void)markerSink_->Connect(outing);
   // The selection that holds the outing reads through its proxies; an
-  // outing in no selection is read through its own channels.
+  // outing in no selection has its own factory, which hands out no channel.
   channelFactory_ = QueryAs<IKivDataFactory>(outing);
   ComPtr<IKivUnknown> owner;
   if (auto outingChannels = QueryAs<IKivChannelFactory>(outing);

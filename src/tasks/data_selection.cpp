@@ -51,7 +51,12 @@ bool ExactRegions(IKivTimeRegions* regions, KivTime start, KivTime end, int32_t*
 }  // namespace
 
 CDataSelection::CDataSelection()
-    : outingSink_(MakeKiv<COutingNotificationsSink<>>()),
+    : binding_(MakeKiv<CSelectionBinding>([this](KivTime* start, KivTime* end) {
+        *start = start_;
+        *end = end_;
+        return S_OK;
+      })),
+      outingSink_(MakeKiv<COutingNotificationsSink<>>()),
       navigatorSink_(MakeKiv<CTimeRegionNavigatorNotificationsSink<>>()),
       finderSink_(MakeKiv<CTimeRegionFinderNotificationsSink<>>()) {
   CSelectionChannelFactory::SetFactoryOwner(this);
@@ -92,6 +97,14 @@ void CDataSelection::Close() {
   CSelectionEventsFactory::CloseFactory();
   CSelectionMediaFactory::CloseFactory();
   AttachNavigator(nullptr);
+  binding_->Cut();
+}
+
+KivResult CDataSelection::GetSelectionBinding(IKivSelectionRange** binding) {
+  if (!binding) return E_POINTER;
+  *binding = nullptr;
+  if (closing_) return E_FAIL;
+  return GiveOut(static_cast<IKivSelectionRange*>(binding_.Get()), binding);
 }
 
 KivResult CDataSelection::QueryExtra(const Guid& iid, void** out) {

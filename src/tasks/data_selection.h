@@ -22,6 +22,7 @@
 
 #include "core/data_factory_record.h"
 #include "core/notifications_impl.h"
+#include "outing/channels/selection_binding.h"
 #include "tasks/channel_proxy.h"
 #include "tasks/item_proxies.h"
 #include "tasks/selection_factory.h"
@@ -43,7 +44,7 @@ using CSelectionMediaFactory =
 
 class CDataSelection final
     : public KivObject<IKivDataSelection4, CSelectionChannelFactory, CSelectionEventsFactory, CSelectionMediaFactory,
-                       IKivPersistStorage, IKivDataSelectionSources,
+                       IKivPersistStorage, IKivDataSelectionSources, IKivSelectionBindingSite,
                        IKivNotificationsImpl<CDataSelection, IKivDataSelectionNotifications4,
                                              IKivDataFactoryNotifications>>,
       private ISelectionFactoryOwner,
@@ -90,6 +91,10 @@ class CDataSelection final
   KivResult RemoveChannelSource(IKivChannelFactory* source) override;
   KivResult AddEventsSource(IKivEventsFactory* source) override;
   KivResult RemoveEventsSource(IKivEventsFactory* source) override;
+
+  // IKivSelectionBindingSite: what the outing's factories hand their
+  // channels; it answers this selection's span.
+  KivResult GetSelectionBinding(IKivSelectionRange** binding) override;
 
   // IKivPersistStorage
   KivResult GetClassId(Guid* clsid) override;
@@ -183,6 +188,7 @@ class CDataSelection final
   void OnRegionsChanged() override;
 
   ISelectionOwner* owner_ = nullptr;
+  ComPtr<CSelectionBinding> binding_;
   std::vector<AddinSource> addins_;
   ComPtr<IKivOuting> outing_;
   ComPtr<IKivRealtimeOuting> realTimeOuting_;

@@ -3,9 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "config/quantity_to_color_mapping.h"
+#include "support/got.h"
+#include "support/scoped_sink.h"
+#include "support/vtable_slot.h"
 
 namespace velmar {
 namespace {
@@ -37,19 +38,10 @@ class Client : public CChannelPropertyFactoryNotifications2Receiver {
 
 class ChannelPropertyFactoryTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    sink_->SetReceiver(&client_);
-    ASSERT_TRUE(sink_->Connect(Face()));
-  }
-  void TearDown() override {
-    sink_->SetReceiver(nullptr);
-    sink_->Disconnect(Face());
-  }
-  IKivChannelPropertyFactory* Face() { return factory_.Get(); }
-
   ComPtr<CChannelPropertyFactory> factory_ = MakeKiv<CChannelPropertyFactory>();
-  ComPtr<CChannelPropertyFactoryNotifications2Sink<>> sink_ = MakeKiv<CChannelPropertyFactoryNotifications2Sink<>>();
   Client client_;
+  testing::ScopedSink<CChannelPropertyFactoryNotifications2Sink<>, IKivChannelPropertyFactory> sink_{&client_,
+                                                                                                   factory_.Get()};
 };
 
 TEST_F(ChannelPropertyFactoryTest, AKeyIsMadeOnFirstDemandWithTheMappingsColour) {
@@ -89,9 +81,7 @@ TEST_F(ChannelPropertyFactoryTest, KeysAreListedInOrderFromOne) {
   ComPtr<IKivPropertySet> set;
   ASSERT_EQ(factory_->GetPropertySet(u"B", 1, set.Put()), S_OK);
   ASSERT_EQ(factory_->GetPropertySet(u"A", 2, set.Put()), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(factory_->GetKeyCount(&count), S_OK);
-  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(testing::Got(factory_, &CChannelPropertyFactory::GetKeyCount), 2u);
   std::u16string name;
   int32_t quantity = 0;
   ASSERT_EQ(factory_->GetKey(1, &name, &quantity), S_OK);
@@ -101,12 +91,9 @@ TEST_F(ChannelPropertyFactoryTest, KeysAreListedInOrderFromOne) {
   EXPECT_EQ(factory_->GetKey(0, &name, &quantity), DISP_E_BADINDEX);
 }
 
-#if defined(__GNUC__) && !defined(_MSC_VER)
+#ifdef VELMAR_HAS_VTABLE_SLOT
 TEST(ChannelPropertyFactorySlots, TheMappingIsGivenInSlotFourteen) {
-  auto member = &IKivChannelPropertyFactory::SetQuantityToColorMapping;
-  ptrdiff_t raw = 0;
-  std::memcpy(&raw, &member, sizeof raw);
-  EXPECT_EQ(static_cast<size_t>(raw - 1) / sizeof(void*), 14u);
+  EXPECT_EQ(testing::VtableSlot(&IKivChannelPropertyFactory::SetQuantityToColorMapping), 14u);
 }
 #endif
 

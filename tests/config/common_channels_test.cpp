@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include "support/got.h"
+#include "support/vtable_slot.h"
 
 namespace velmar {
 namespace {
+
+using testing::Got;
 
 struct Parent : CCommonChannelsStore::Parent {
   int told = 0;
@@ -26,35 +29,25 @@ TEST(CommonChannels, EachRoleReadsAndWritesItsOwnText) {
   store->SetParent(&parent);
   auto face = MakeKiv<CCommonChannels>();
   ASSERT_EQ(face->AttachStore(store), S_OK);
-  std::u16string text;
-  ASSERT_EQ(face->GetCorrectedSpeed(&text), S_OK);
-  EXPECT_EQ(text, u"[3]Corrected Speed");
-  ASSERT_EQ(face->GetGlobalTime(&text), S_OK);
-  EXPECT_EQ(text, u"[6]Global Time");
-  ASSERT_EQ(face->GetHeading(&text), S_OK);
-  EXPECT_EQ(text, u"[7]Heading");
+  EXPECT_EQ(Got(face, &CCommonChannels::GetCorrectedSpeed), u"[3]Corrected Speed");
+  EXPECT_EQ(Got(face, &CCommonChannels::GetGlobalTime), u"[6]Global Time");
+  EXPECT_EQ(Got(face, &CCommonChannels::GetHeading), u"[7]Heading");
 
   EXPECT_EQ(face->SetFuelUsed(u"[2]Fuel Used"), S_OK);
   EXPECT_EQ(parent.told, 0) << "the text already held";
   EXPECT_EQ(face->SetFuelUsed(u"[2]Fuel Burnt"), S_OK);
   EXPECT_EQ(parent.told, 1);
+  std::u16string text;
   ASSERT_EQ(store->Get(6, &text), S_OK);
   EXPECT_EQ(text, u"[2]Fuel Burnt");
 }
 
-#if defined(__GNUC__) && !defined(_MSC_VER)
-template <class M>
-size_t SlotOf(M member) {
-  ptrdiff_t raw = 0;
-  std::memcpy(&raw, &member, sizeof raw);
-  return static_cast<size_t>(raw - 1) / sizeof(void*);
-}
-
+#ifdef VELMAR_HAS_VTABLE_SLOT
 TEST(CommonChannels, RoleKSitsInSlotsThreePlusTwoK) {
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::GetDistance), 3u);
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::SetDistance), 4u);
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::GetHeading), 33u);
-  EXPECT_EQ(SlotOf(&IKivCommonChannels::SetHeading), 34u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::GetDistance), 3u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::SetDistance), 4u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::GetHeading), 33u);
+  EXPECT_EQ(testing::VtableSlot(&IKivCommonChannels::SetHeading), 34u);
 }
 #endif
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
@@ -23,11 +24,8 @@ struct Client : CEventPropertyFactoryNotificationsReceiver {
 
 TEST(EventPropertyFactory, NamesGetAPriorityAndAreNotRemovedWhileInUse) {
   auto factory = MakeKiv<CEventPropertyFactory>();
-  IKivEventPropertyFactory* face = factory.Get();
   Client client;
-  auto sink = MakeKiv<CEventPropertyFactoryNotificationsSink<>>();
-  sink->SetReceiver(&client);
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CEventPropertyFactoryNotificationsSink<>, IKivEventPropertyFactory> sink(&client, factory.Get());
 
   ComPtr<IKivPropertySet> set;
   ASSERT_EQ(factory->GetPropertySet(u"Pit Entry", set.Put()), S_OK);
@@ -45,8 +43,6 @@ TEST(EventPropertyFactory, NamesGetAPriorityAndAreNotRemovedWhileInUse) {
   EXPECT_EQ(factory->RemoveName(u"Pit Entry"), S_OK);
   EXPECT_EQ(factory->RemoveName(u"Pit Entry"), E_INVALIDARG);
   EXPECT_THAT(client.seen, ElementsAre("added", "changed", "removed"));
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(face);
 }
 
 }  // namespace

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "support/got.h"
+
 namespace velmar {
 namespace {
 
 TEST(Favorites, AnEmptyListAnswersBadIndexesWithEmptyTexts) {
   auto favorites = MakeKiv<CFavorites>();
-  int32_t count = -1;
-  ASSERT_EQ(favorites->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(testing::Got(favorites, &CFavorites::GetCount), 0);
   std::u16string display = u"x", location = u"y";
   EXPECT_EQ(favorites->GetItem(1, &display, &location), DISP_E_BADINDEX);
   EXPECT_TRUE(display.empty());

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "outing/constants/constant_stream.h"
+#include "support/got.h"
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
@@ -70,24 +72,17 @@ TEST_F(GlobalConstantFactoryTest, FactoriesOnOneCacheShowTheSameNamesAndEachTell
   auto second = MakeKiv<CGlobalConstantFactory>();
   ASSERT_EQ(second->AttachCache(cache_), S_OK);
   NameLog log;
-  auto sink = MakeKiv<CDataFactoryNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  IKivConstantFactory* secondFace = second.Get();
-  ASSERT_TRUE(sink->Connect(secondFace));
+  testing::ScopedSink<CDataFactoryNotificationsSink<>, IKivConstantFactory> sink(&log, second.Get());
 
   ASSERT_EQ(factory_->AddConstant(u"Ride Height", kSimpleConstant), S_OK);
   ASSERT_EQ(factory_->RemoveConstant(u"Ride Height"), S_OK);
   ASSERT_EQ(factory_->AddConstant(u"Rake", kSpreadsheetConstant), S_OK);
-  NameList names;
-  ASSERT_EQ(second->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Rake"));
+  EXPECT_THAT(testing::Got(second, &CGlobalConstantFactory::GetNames), ElementsAre(u"Rake"));
   EXPECT_THAT(log.seen, ElementsAre("+1", "-1", "+1"));
 
   ASSERT_EQ(second->AttachCache(nullptr), S_OK);
   ASSERT_EQ(cache_->Add(u"Toe", 0), S_OK);
   EXPECT_EQ(log.seen.size(), 3u) << "a factory that let go of the cache hears nothing";
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(secondFace);
 }
 
 TEST_F(GlobalConstantFactoryTest, AddAndRemoveRefuseBadArguments) {
@@ -106,7 +101,6 @@ TEST_F(GlobalConstantFactoryTest, AddAndRemoveRefuseBadArguments) {
   ASSERT_EQ(factory_->GetItem(u"Mass", again.Put()), S_OK);
   EXPECT_EQ(again.Get(), constant.Get()) << "the live object is given again";
   EXPECT_EQ(factory_->ReloadSpreadsheetConstants(), S_FALSE);
-  EXPECT_TRUE(factory_.As<IKivConstantFactory2>());
 }
 
 TEST_F(GlobalConstantFactoryTest, EveryChangeIsWrittenToTheStorageAtOnce) {
@@ -154,10 +148,7 @@ TEST_F(GlobalConstantFactoryTest, StreamsRoundTripThroughASecondSession) {
 TEST_F(GlobalConstantFactoryTest, ALoadReplacesTheSetWithoutWritingAndTellsClients) {
   ASSERT_EQ(cache_->Add(u"Old", 0), S_OK);
   NameLog log;
-  auto sink = MakeKiv<CDataFactoryNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  IKivConstantFactory* face = factory_.Get();
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CDataFactoryNotificationsSink<>, IKivConstantFactory> sink(&log, factory_.Get());
   auto storage = StorageWith({ConstantRecord{u"Mass", 700, u"kg", u""}, ConstantRecord{u"Ambient", 5, u"", u"|a.xlsx|A1"}});
   ASSERT_EQ(factory_->Load(storage.Get()), S_OK);
   EXPECT_THAT(cache_->GetNames(), ElementsAre(u"Ambient", u"Mass"));
@@ -165,8 +156,6 @@ TEST_F(GlobalConstantFactoryTest, ALoadReplacesTheSetWithoutWritingAndTellsClien
   EXPECT_EQ(cache_->Find(u"Ambient")->value, 0) << "a spreadsheet value comes from its workbook";
   EXPECT_THAT(log.seen, ElementsAre("-1", "+2"));
   EXPECT_EQ(Stored(storage.Get()).size(), 2u);
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(face);
 }
 
 TEST_F(GlobalConstantFactoryTest, ABadStorageFailsTheLoadAndLeavesTheSet) {
@@ -189,12 +178,9 @@ TEST_F(GlobalConstantFactoryTest, AStorageThatCannotBeWrittenEndsTheProcess) {
   ASSERT_EQ(storage_->DestroyElement(u"Constant Data"), S_OK);  // the open stream now refuses
   ASSERT_EQ(factory_->AddConstant(u"Drag", kSimpleConstant), S_OK);
   ASSERT_EQ(factory_->RemoveConstant(u"Mass"), S_OK);
-  ASSERT_EQ(fatal_.size(), 2u);
-  EXPECT_EQ(fatal_[0],
-            u"Kivara has encountered a non-recoverable situation while trying to add Constant data\n and needs to exit.");
-  EXPECT_EQ(fatal_[1],
-            u"Kivara has encountered a non-recoverable situation while trying to remove Constant data\n and needs "
-            u"to exit.");
+  const std::u16string trying = u"Kivara has encountered a non-recoverable situation while trying to ";
+  EXPECT_THAT(fatal_, ElementsAre(trying + u"add Constant data\n and needs to exit.",
+                                  trying + u"remove Constant data\n and needs to exit."));
 }
 
 TEST_F(GlobalConstantFactoryTest, RootAndParentFollowTheFrameRules) {
@@ -208,8 +194,7 @@ TEST_F(GlobalConstantFactoryTest, RootAndParentFollowTheFrameRules) {
   EXPECT_EQ(factory_->SetParent(nullptr), S_OK);
   EXPECT_EQ(factory_->SetRoot(someone->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory_->SetRoot(someone->PrimaryUnknown()), E_UNEXPECTED) << "once only";
-  ASSERT_EQ(factory_->GetRoot(out.Put()), S_OK);
-  EXPECT_EQ(out.Get(), someone->PrimaryUnknown());
+  EXPECT_EQ(testing::Got(factory_, &CGlobalConstantFactory::GetRoot).Get(), someone->PrimaryUnknown());
 }
 
 }  // namespace

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "support/got.h"
+
 namespace velmar {
 namespace {
+
+using testing::Got;
 
 struct Parent : CPrioritiesParentCallback {
   int told = 0;
@@ -13,36 +17,25 @@ struct Parent : CPrioritiesParentCallback {
   }
 };
 
-TEST(Priorities, DefaultColoursCompareBeforeTellingTheParent) {
+TEST(Priorities, AnEmptyListItsLimitAndDefaultColoursThatCompareBeforeTellingTheParent) {
   auto priorities = MakeKiv<CPriorities>();
-  Parent parent;
-  ASSERT_EQ(priorities->SetParentCallback(&parent), S_OK);
-  uint32_t colour = 0;
-  ASSERT_EQ(priorities->GetDefaultForeColor(&colour), S_OK);
-  EXPECT_EQ(colour, 0xFF0000u);
-  ASSERT_EQ(priorities->GetDefaultBackColor(&colour), S_OK);
-  EXPECT_EQ(colour, 0xFFFFFFu);
-  EXPECT_EQ(priorities->SetDefaultForeColor(0xFF0000), S_OK);
-  EXPECT_EQ(parent.told, 0);
-  EXPECT_EQ(priorities->SetDefaultBackColor(0x00FF00), S_OK);
-  EXPECT_EQ(parent.told, 1);
-  ASSERT_EQ(priorities->GetDefaultBackColor(&colour), S_OK);
-  EXPECT_EQ(colour, 0x00FF00u);
-}
-
-TEST(Priorities, AnEmptyListAndItsLimit) {
-  auto priorities = MakeKiv<CPriorities>();
-  int32_t n = -1;
-  ASSERT_EQ(priorities->GetMaximumCount(&n), S_OK);
-  EXPECT_EQ(n, 8);
-  ASSERT_EQ(priorities->GetCount(&n), S_OK);
-  EXPECT_EQ(n, 0);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetMaximumCount), 8);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetCount), 0);
   ComPtr<IKivPriority> priority;
   EXPECT_EQ(priorities->GetByIndex(1, priority.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(priorities->GetById(1, priority.Put()), DISP_E_BADINDEX);
   EXPECT_FALSE(priority);
   EXPECT_EQ(priorities->Remove(1), DISP_E_BADINDEX);
   EXPECT_EQ(priorities->Add(1, nullptr), E_POINTER);
+  Parent parent;
+  ASSERT_EQ(priorities->SetParentCallback(&parent), S_OK);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultForeColor), 0xFF0000u);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultBackColor), 0xFFFFFFu);
+  EXPECT_EQ(priorities->SetDefaultForeColor(0xFF0000), S_OK);
+  EXPECT_EQ(parent.told, 0);
+  EXPECT_EQ(priorities->SetDefaultBackColor(0x00FF00), S_OK);
+  EXPECT_EQ(parent.told, 1);
+  EXPECT_EQ(Got(priorities, &CPriorities::GetDefaultBackColor), 0x00FF00u);
 }
 
 TEST(Priorities, EightAtMostAndARemovedIdComesBackWithDefaults) {
@@ -52,20 +45,15 @@ TEST(Priorities, EightAtMostAndARemovedIdComesBackWithDefaults) {
   ASSERT_EQ(priorities->GetById(1, p.Put()), S_OK);
   ASSERT_EQ(p->SetName(u"trace"), S_OK);
   ASSERT_EQ(priorities->Reset(), S_OK);
-  std::u16string name;
-  ASSERT_EQ(p->GetName(&name), S_OK);
-  EXPECT_EQ(name, u"trace") << "Reset leaves a list that holds priorities";
+  EXPECT_EQ(Got(p, &IKivPriority::GetName), u"trace") << "Reset leaves a list that holds priorities";
   EXPECT_EQ(priorities->Add(0, p.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(priorities->Add(2, p.Put()), DISP_E_BADINDEX);
   for (int32_t id = 5; id <= 8; ++id) ASSERT_EQ(priorities->Add(id, p.Put()), S_OK);
   EXPECT_EQ(priorities->Add(9, p.Put()), KIV_E_PRIORITIES_FULL);
   ASSERT_EQ(priorities->Remove(1), S_OK);
   ASSERT_EQ(priorities->Add(1, p.Put()), S_OK);
-  uint32_t colour = 0;
-  ASSERT_EQ(p->GetName(&name), S_OK);
-  ASSERT_EQ(p->GetForeColor(&colour), S_OK);
-  EXPECT_EQ(name, u"priority 1");
-  EXPECT_EQ(colour, 0xFF0000u);
+  EXPECT_EQ(Got(p, &IKivPriority::GetName), u"priority 1");
+  EXPECT_EQ(Got(p, &IKivPriority::GetForeColor), 0xFF0000u);
 }
 
 }  // namespace

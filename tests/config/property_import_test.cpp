@@ -4,6 +4,7 @@
 
 #include "config/channel_property_factory.h"
 #include "config/event_property_factory.h"
+#include "support/got.h"
 #include "velmar/quantity_to_color_mapping.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
@@ -59,9 +60,7 @@ TEST(PropertyImport, EventNamesJoinTheDatabaseOnce) {
   ASSERT_EQ(factory->GetPropertySet(u"Pit", set.Put()), S_OK);
   ASSERT_EQ(set->SetProperty(u"Priority", Variant::I32(3)), S_OK);
   MergeEventNames(factory.Get(), {u"Pit", u"Flag", u""});
-  uint32_t count = 0;
-  ASSERT_EQ(factory->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(testing::Got(factory, &CEventPropertyFactory::GetCount), 2u);
   Variant priority;
   ASSERT_EQ(set->GetProperty(u"Priority", &priority), S_OK);
   EXPECT_EQ(priority.AsI32(), 3) << "a known name keeps its priority";

@@ -1,28 +1,28 @@
 #include "config/quantity_to_color_mapping.h"
 
 #include <gtest/gtest.h>
+#include "support/scoped_sink.h"
 
 namespace velmar {
 namespace {
 
-TEST(QuantityToColorMapping, EveryKnownQuantityStartsAtTheChannelColour) {
-  auto mapping = MakeKiv<CQuantityToColorMapping>();
-  EXPECT_GE(mapping->QuantityCount(), 22u) << "the quantities of the units component";
+uint32_t Colour(IKivQuantityToColorMapping* mapping, int32_t quantity) {
   uint32_t colour = 0;
-  ASSERT_EQ(mapping->GetColour(3, &colour), S_OK);
-  EXPECT_EQ(colour, 0xFF0000u);
-  EXPECT_EQ(mapping->GetColour(100000, &colour), E_INVALIDARG);
-  EXPECT_EQ(mapping->GetColour(3, nullptr), E_POINTER);
+  EXPECT_EQ(mapping->GetColour(quantity, &colour), S_OK);
+  return colour;
 }
 
-TEST(QuantityToColorMapping, AChangeNeedsTheSettingsFile) {
+TEST(QuantityToColorMapping, EveryKnownQuantityStartsAtTheChannelColourAndAChangeNeedsTheSettingsFile) {
   auto mapping = MakeKiv<CQuantityToColorMapping>();
+  EXPECT_GE(mapping->QuantityCount(), 22u) << "the quantities of the units component";
+  EXPECT_EQ(Colour(mapping.Get(), 3), 0xFF0000u);
+  uint32_t colour = 0;
+  EXPECT_EQ(mapping->GetColour(100000, &colour), E_INVALIDARG);
+  EXPECT_EQ(mapping->GetColour(3, nullptr), E_POINTER);
   EXPECT_EQ(mapping->SetColour(100000, 1), E_INVALIDARG);
   EXPECT_EQ(mapping->SetColour(3, 0xFF0000), S_FALSE);
   EXPECT_EQ(mapping->SetColour(3, 0x00FF00), E_FAIL);
-  uint32_t colour = 0;
-  ASSERT_EQ(mapping->GetColour(3, &colour), S_OK);
-  EXPECT_EQ(colour, 0xFF0000u) << "nothing changed";
+  EXPECT_EQ(Colour(mapping.Get(), 3), 0xFF0000u) << "nothing changed";
   EXPECT_EQ(mapping->Import(nullptr), E_POINTER);
 }
 
@@ -42,17 +42,11 @@ TEST(QuantityToColorMapping, AChangeIsWrittenAndAnImportTellsEachChangedQuantity
     std::vector<int32_t> changed;
     void ColourChanged(int32_t quantity, uint32_t) override { changed.push_back(quantity); }
   } log;
-  auto sink = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  IKivQuantityToColorMapping* face = mapping.Get();
-  ASSERT_TRUE(sink->Connect(face));
+  testing::ScopedSink<CQuantityToColorMappingNotificationsSink<>, IKivQuantityToColorMapping> sink(&log, mapping.Get());
   EXPECT_EQ(mapping->SetColour(3, 0xFF0000), S_FALSE) << "the colour held: nothing told";
   ASSERT_EQ(mapping->Import(other.Get()), S_OK);
   EXPECT_EQ(log.changed, (std::vector<int32_t>{3, 7})) << "in ascending order";
-  uint32_t colour = 0;
-  ASSERT_EQ(mapping->GetColour(7, &colour), S_OK);
-  EXPECT_EQ(colour, 0x00FF00u);
-  sink->Disconnect(face);
+  EXPECT_EQ(Colour(mapping.Get(), 7), 0x00FF00u);
 }
 
 TEST(QuantityToColorMapping, ClosingReachesEveryListener) {
@@ -61,17 +55,11 @@ TEST(QuantityToColorMapping, ClosingReachesEveryListener) {
     std::vector<IKivQuantityToColorMapping*> closing;
     void Closing(IKivQuantityToColorMapping* m) override { closing.push_back(m); }
   } log;
-  auto a = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
-  auto b = MakeKiv<CQuantityToColorMappingNotificationsSink<>>();
-  a->SetReceiver(&log);
-  b->SetReceiver(&log);
   IKivQuantityToColorMapping* face = mapping.Get();
-  ASSERT_TRUE(a->Connect(face));
-  ASSERT_TRUE(b->Connect(face));
+  using Sink = testing::ScopedSink<CQuantityToColorMappingNotificationsSink<>, IKivQuantityToColorMapping>;
+  Sink a(&log, face), b(&log, face);
   EXPECT_EQ(mapping->NotifyClosing(), S_OK);
   EXPECT_EQ(log.closing, (std::vector<IKivQuantityToColorMapping*>{face, face}));
-  a->Disconnect(face);
-  b->Disconnect(face);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "support/got.h"
 #include "platform/registry/registry_file.h"
 #include "support/faulty_file_ops.h"
 #include "support/temp_dir.h"
@@ -37,9 +38,8 @@ class RealTimeSettingsTest : public ::testing::Test, public CRealTimeSettingsCha
 };
 
 TEST_F(RealTimeSettingsTest, SettersCompareFirstAndTellTheRootOfAChange) {
-  std::u16string text;
-  ASSERT_EQ(settings_->GetCacheFolder(&text), S_OK);
-  EXPECT_EQ(text, std::filesystem::temp_directory_path().u16string()) << "an empty folder means the temporary one";
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetCacheFolder), std::filesystem::temp_directory_path().u16string())
+      << "an empty folder means the temporary one";
   EXPECT_EQ(settings_->SetPort(4567), S_OK);
   EXPECT_EQ(settings_->SetGroupAddress(u"239.1.1.1"), S_OK);
   EXPECT_EQ(told_, 0);
@@ -50,36 +50,28 @@ TEST_F(RealTimeSettingsTest, SettersCompareFirstAndTellTheRootOfAChange) {
   EXPECT_EQ(settings_->SetLinkValueA(0), E_FAIL);
   EXPECT_EQ(settings_->SetSocketValue(0), E_FAIL);
   EXPECT_EQ(settings_->SetGroupAddress(u""), S_OK);
+  std::u16string text;
   EXPECT_EQ(settings_->GetGroupAddress(&text), E_FAIL) << "an empty group address can't be given";
   EXPECT_EQ(told_, 4);
 }
 
 TEST_F(RealTimeSettingsTest, TheAnyAddressIsAnsweredWithAnAddressOfThisMachine) {
-  std::u16string address;
-  ASSERT_EQ(settings_->GetInterfaceAddress(&address), S_OK);
+  const std::u16string address = Got(settings_, &CRealTimeSettings::GetInterfaceAddress);
   EXPECT_FALSE(address.empty());
   EXPECT_EQ(ApplyInterfaceAddress(u"0.0.0.0", false), u"0.0.0.0") << "kept unless forced";
   EXPECT_EQ(ApplyInterfaceAddress(address, false), address) << "an address of this machine is kept";
 }
 
 TEST_F(RealTimeSettingsTest, RegistryValuesHaveDefaultsAndLimits) {
-  KivBool fixed = 0;
-  ASSERT_EQ(settings_->GetFixedCacheSize(&fixed), S_OK);
-  EXPECT_EQ(fixed, KIV_TRUE);
-  uint32_t size = 0;
-  ASSERT_EQ(settings_->GetMaximumCacheSize(&size), S_OK);
-  EXPECT_EQ(size, 20u);
-  ASSERT_EQ(settings_->GetReceiveBufferSize(&size), S_OK);
-  EXPECT_EQ(size, 5u);
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetFixedCacheSize), KIV_TRUE);
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetMaximumCacheSize), 20u);
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetReceiveBufferSize), 5u);
   StoreU32(u"MaximumCacheSize", 1);
   StoreU32(u"ReceiveBufferSize", 0);
   StoreU32(u"FixedCacheSize", 0);
-  ASSERT_EQ(settings_->GetMaximumCacheSize(&size), S_OK);
-  EXPECT_EQ(size, 20u) << "below 2 reads as 20";
-  ASSERT_EQ(settings_->GetReceiveBufferSize(&size), S_OK);
-  EXPECT_EQ(size, 5u);
-  ASSERT_EQ(settings_->GetFixedCacheSize(&fixed), S_OK);
-  EXPECT_EQ(fixed, KIV_FALSE);
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetMaximumCacheSize), 20u) << "below 2 reads as 20";
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetReceiveBufferSize), 5u);
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetFixedCacheSize), KIV_FALSE);
   EXPECT_EQ(settings_->SetMaximumCacheSize(1), E_INVALIDARG);
   EXPECT_EQ(settings_->SetReceiveBufferSize(101), E_INVALIDARG);
   EXPECT_EQ(settings_->SetReceiveBufferSize(0), E_INVALIDARG);
@@ -91,19 +83,22 @@ TEST_F(RealTimeSettingsTest, RegistrySettersWriteAndTellEvenWhenUnchanged) {
   EXPECT_EQ(settings_->SetMaximumCacheSize(20), S_OK);
   EXPECT_EQ(told_, 2);
   EXPECT_EQ(settings_->SetReceiveBufferSize(100), S_OK);
-  uint32_t size = 0;
-  ASSERT_EQ(settings_->GetReceiveBufferSize(&size), S_OK);
-  EXPECT_EQ(size, 100u);
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetReceiveBufferSize), 100u);
   ops_.FailAt(FaultyFileOps::Step::kWrite);
   EXPECT_EQ(settings_->SetFixedCacheSize(KIV_FALSE), E_FAIL);
   EXPECT_EQ(told_, 3) << "a failed write tells nobody";
 }
 
-ComPtr<IKivStream> NewStream() {
+// A stream holding `bytes`, read from its start.
+ComPtr<IKivStream> NewStream(const std::vector<uint8_t>& bytes = {}) {
   ComPtr<IKivStorage> storage;
   ComPtr<IKivStream> stream;
   EXPECT_EQ(StgCreateMemoryStorage(storage.Put()), S_OK);
   EXPECT_EQ(storage->CreateStream(u"RealTime Settings", STGM_CREATE | STGM_READWRITE, stream.Put()), S_OK);
+  if (!bytes.empty()) {
+    EXPECT_EQ(WriteStreamBytes(stream.Get(), bytes.data(), uint32_t(bytes.size())), S_OK);
+  }
+  EXPECT_EQ(stream->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
   return stream;
 }
 
@@ -131,35 +126,22 @@ TEST_F(RealTimeSettingsTest, TheStreamHoldsTheHeadThenThreeTextsAndLoadsOnlyWhat
   const std::vector<uint8_t> bytes = Bytes(stream.Get());
   ASSERT_GE(bytes.size(), head.size());
   EXPECT_TRUE(std::equal(head.begin(), head.end(), bytes.begin()));
-  uint64_t size = 0;
-  ASSERT_EQ(settings_->GetSizeMax(&size), S_OK);
-  EXPECT_EQ(size, bytes.size());
+  EXPECT_EQ(Got(settings_, &CRealTimeSettings::GetSizeMax), bytes.size());
 
   auto loaded = MakeKiv<CRealTimeSettings>();
   ASSERT_EQ(loaded->Load(stream.Get()), S_OK);
-  int32_t port = 0;
-  std::u16string text;
-  ASSERT_EQ(loaded->GetPort(&port), S_OK);
-  EXPECT_EQ(port, 0x1234);
-  ASSERT_EQ(loaded->GetGroupAddress(&text), S_OK);
-  EXPECT_EQ(text, u"G");
-  ASSERT_EQ(loaded->GetCacheFolder(&text), S_OK);
-  EXPECT_EQ(text, std::filesystem::temp_directory_path().u16string()) << "a folder that is gone loads empty";
+  EXPECT_EQ(Got(loaded, &CRealTimeSettings::GetPort), 0x1234);
+  EXPECT_EQ(Got(loaded, &CRealTimeSettings::GetGroupAddress), u"G");
+  EXPECT_EQ(Got(loaded, &CRealTimeSettings::GetCacheFolder), std::filesystem::temp_directory_path().u16string())
+      << "a folder that is gone loads empty";
 
-  ComPtr<IKivStream> cut = NewStream();
-  ASSERT_EQ(WriteStreamBytes(cut.Get(), bytes.data(), 26), S_OK);
-  ASSERT_EQ(cut->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
   auto partial = MakeKiv<CRealTimeSettings>();
-  EXPECT_EQ(partial->Load(cut.Get()), E_FAIL);
-  ASSERT_EQ(partial->GetGroupAddress(&text), S_OK);
-  EXPECT_EQ(text, u"239.1.1.1") << "texts stay when one fails to read";
+  EXPECT_EQ(partial->Load(NewStream({bytes.begin(), bytes.begin() + 26}).Get()), E_FAIL);
+  EXPECT_EQ(Got(partial, &CRealTimeSettings::GetGroupAddress), u"239.1.1.1") << "texts stay when one fails to read";
 
   std::vector<uint8_t> version2 = bytes;
   version2[0] = 2;
-  ComPtr<IKivStream> newer = NewStream();
-  ASSERT_EQ(WriteStreamBytes(newer.Get(), version2.data(), static_cast<uint32_t>(version2.size())), S_OK);
-  ASSERT_EQ(newer->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
-  EXPECT_EQ(partial->Load(newer.Get()), E_FAIL);
+  EXPECT_EQ(partial->Load(NewStream(version2).Get()), E_FAIL);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/got.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
 
@@ -34,19 +35,12 @@ std::vector<uint8_t> Hex(const std::string& text) {
 // The tree as the fixture's "expect" writes it, read through the interfaces.
 json Walk(IKivStatusChannelDefinitions* tree) {
   json out = json::array();
-  int32_t count = 0;
-  EXPECT_EQ(tree->GetCount(&count), S_OK);
-  for (int32_t i = 1; i <= count; ++i) {
+  for (int32_t i = 1, n = Got(tree, &IKivStatusChannelDefinitions::GetCount); i <= n; ++i) {
     ComPtr<IKivStatusChannelDefinition> d;
     EXPECT_EQ(tree->GetItem(i, d.Put()), S_OK);
-    std::u16string key;
-    uint32_t value = 0;
-    int32_t fields = 0;
-    EXPECT_EQ(d->GetChannelKeyText(&key), S_OK);
-    EXPECT_EQ(d->GetValue(&value), S_OK);
-    EXPECT_EQ(d->GetCount(&fields), S_OK);
-    json entry = {{"key", WideToUtf8(key)}, {"value", value}, {"fields", fields}};
-    out.push_back(entry);
+    out.push_back({{"key", WideToUtf8(Got(d, &IKivStatusChannelDefinition::GetChannelKeyText))},
+                   {"value", Got(d, &IKivStatusChannelDefinition::GetValue)},
+                   {"fields", Got(d, &IKivStatusChannelDefinition::GetCount)}});
   }
   return out;
 }
@@ -84,9 +78,7 @@ TEST(StatusChannelDefinitionsTest, ItemsCountFromOneAndCheckTheIndexBeforeTheOut
   ComPtr<IKivBitFieldDefinitionEntry> entry;
   ASSERT_EQ(field->GetItem(1, entry.Put()), S_OK);
   EXPECT_EQ(entry->GetText(nullptr), E_INVALIDARG) << "an entry's getters refuse a null out as an argument";
-  std::u16string text;
-  ASSERT_EQ(entry->GetText(&text), S_OK);
-  EXPECT_EQ(text, u"N");
+  EXPECT_EQ(Got(entry, &IKivBitFieldDefinitionEntry::GetText), u"N");
 }
 
 }  // namespace

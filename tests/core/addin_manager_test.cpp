@@ -1,5 +1,5 @@
 // The add-in manager: names without "Kivara ", rows with the running add-ins
-// on top, moves, and OK and Cancel through the root's command.
+// on top, moves, and OK and Cancel through the root's command and icon.
 #include "core/addin_manager.h"
 
 #include <gtest/gtest.h>
@@ -82,6 +82,23 @@ TEST_F(AddInManagerRoot, OkAppliesTheCheckedRowsBehindTheMandatoryOnesAndCancelC
   });
   ASSERT_EQ(Invoke(), S_OK);
   EXPECT_EQ(Active(), after);
+}
+
+TEST_F(AddInManagerRoot, TheRootOffersTheCommandWithItsIcon) {
+  auto node = QueryAs<IKivObjectNode>(Root());
+  ASSERT_TRUE(node);
+  ObjectNodeCommands commands;
+  ASSERT_EQ(node->GetCommands(&commands), S_OK);
+  ASSERT_EQ(commands.size(), 1u);
+  uint32_t id = 0, width = 0, height = 0;
+  ComPtr<IKivPicture> icon;
+  EXPECT_EQ(commands[0]->GetId(&id), S_OK);
+  EXPECT_EQ(id, kKivAddInManagerCommand);
+  ASSERT_EQ(commands[0]->GetPicture(icon.Put()), S_OK);
+  ASSERT_EQ(icon->GetSize(&width, &height), S_OK);
+  EXPECT_EQ(width * height, 256u);
+  EXPECT_EQ(node->InvokeCommand(kKivAddInManagerCommand, 2, 0), KIV_E_BAD_COMMAND_ARG);
+  EXPECT_EQ(node->InvokeCommand(kKivAddInManagerCommand, 0, 0), S_OK);  // no dialog: nothing happens
 }
 
 }  // namespace

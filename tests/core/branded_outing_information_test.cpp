@@ -1,4 +1,5 @@
 #include "core/branded_outing_information.h"
+#include "core/branding_labels.h"
 
 #include <gtest/gtest.h>
 
@@ -11,19 +12,10 @@ TEST(CBrandedOutingInformation, WithoutAModuleHoldsTheDefaultLabelsInTableOrder)
   ScopedBranding none(std::nullopt);
   CBrandedOutingInformation labels;
   ASSERT_EQ(labels.Count(), 19u);
-  EXPECT_EQ(labels.At(0).key, u"Driver name");
-  EXPECT_EQ(labels.At(0).label, u"Name");
-  EXPECT_EQ(labels.At(0).group, 3u);
-  EXPECT_EQ(labels.At(18).key, u"Fast lap speed");
-  EXPECT_EQ(labels.At(18).label, u"Fast Lap Speed");
-  EXPECT_EQ(labels.At(18).group, 4u);
   EXPECT_EQ(labels.LabelOf(u"Car name"), u"ID");
-  EXPECT_EQ(labels.LabelOf(u"Engine test"), u"Static Test");
-  EXPECT_EQ(labels.LabelOf(u"Track name"), u"Location");
   EXPECT_EQ(labels.LabelOf(u"Short comment"), u"Short comment") << "a key without an id is its own label";
   EXPECT_EQ(labels.LabelOf(u"GUID"), u"GUID");
   EXPECT_EQ(labels.GetLabel(kLabelLap, LabelForm::kAsStored), u"Lap");
-  EXPECT_EQ(labels.GetLabel(kLabelCarHalt, LabelForm::kAsStored), u"Car Halt");
   // Lookup is by exact key.
   EXPECT_FALSE(labels.Find(u"car name"));
   EXPECT_FALSE(labels.Find(u"Weather"));
@@ -47,6 +39,22 @@ TEST(CBrandedOutingInformation, KeepsItsBrandingAfterTheRegistryChanges) {
   }
   // The module stays loaded with the table, so its words are still there.
   EXPECT_EQ(labels->GetLabel(kLabelLap, LabelForm::kAsStored), kBrandingLapStored);
+}
+
+TEST(DefaultLabel, CoversIdsZeroToSeventeen) {
+  EXPECT_EQ(DefaultLabel(0), u"Name");
+  EXPECT_EQ(DefaultLabel(17), u"Fast Lap Speed");
+  EXPECT_FALSE(DefaultLabel(18));
+  EXPECT_FALSE(DefaultLabel(0xFFFFFFFF));
+}
+
+TEST(ApplyLabelForm, LowerAsStoredAndFirstUpper) {
+  EXPECT_EQ(ApplyLabelForm(u"Fast Lap Time", LabelForm::kLower), u"fast lap time");
+  EXPECT_EQ(ApplyLabelForm(u"Fast Lap Time", LabelForm::kAsStored), u"Fast Lap Time");
+  EXPECT_EQ(ApplyLabelForm(u"fast lap TIME", LabelForm::kFirstUpper), u"Fast lap TIME")
+      << "only the first letter changes";
+  EXPECT_EQ(ApplyLabelForm(u"", LabelForm::kFirstUpper), u"");
+  EXPECT_EQ(ApplyLabelForm(u"ID", static_cast<LabelForm>(7)), u"ID") << "an unknown form keeps the text";
 }
 
 }  // namespace

@@ -7,8 +7,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "platform/async/dispatcher.h"
-#include "platform/async/job_engine.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
@@ -68,15 +67,8 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
     *value = answer_;
     return result_;
   }
-  void Answer(KivResult result, double value) {
-    std::lock_guard lock(mu_);
-    result_ = result;
-    answer_ = value;
-  }
-  void Hold() {
-    std::lock_guard lock(mu_);
-    open_ = false;
-  }
+  void Answer(KivResult result, double value) { std::lock_guard lock(mu_); result_ = result; answer_ = value; }
+  void Hold() { std::lock_guard lock(mu_); open_ = false; }
   void Release() {
     std::lock_guard lock(mu_);
     open_ = true;
@@ -86,14 +78,8 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
     std::unique_lock lock(mu_);
     return cv_.wait_for(lock, 30s, [&] { return reads_ >= count; });
   }
-  int reads() {
-    std::lock_guard lock(mu_);
-    return reads_;
-  }
-  std::u16string lastFile() {
-    std::lock_guard lock(mu_);
-    return lastFile_;
-  }
+  int reads() { std::lock_guard lock(mu_); return reads_; }
+  std::u16string lastFile() { std::lock_guard lock(mu_); return lastFile_; }
 
  private:
   std::mutex mu_;
@@ -105,7 +91,7 @@ class FakeSpreadsheet final : public CSpreadsheetApplication {
   std::u16string lastFile_;
 };
 
-class ConstantsCacheTest : public ::testing::Test {
+class ConstantsCacheTest : public testing::SettlingTest {
  protected:
   void SetUp() override {
     app_ = std::make_shared<FakeSpreadsheet>();
@@ -114,16 +100,12 @@ class ConstantsCacheTest : public ::testing::Test {
   }
   void TearDown() override {
     app_->Release();
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
     SetSpreadsheetApplication(nullptr);
   }
   int64_t Add(const std::u16string& name, double value, const std::u16string& text = {}) {
     return cache_.Insert(ConstantRecord{name, value, u"m", text}).id;
   }
-  bool Settle() { return Async_RunUntilSettled(d_, 30s); }
-
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   std::vector<std::string> log_;
   TestCache cache_;
   Owner owner_{&log_};
@@ -259,7 +241,7 @@ TEST_F(ConstantsCacheTest, AMergeTakesNewValuesUnitsAndTexts) {
   EXPECT_EQ(app_->reads(), 2);
 }
 
-TEST_F(ConstantsCacheTest, DetachedObjectsHearNothingMore) {
+TEST_F(ConstantsCacheTest, DetachedObjectsHearNothingMoreAndForgottenValuesAreFetchedAgain) {
   const int64_t id = Add(u"Mass", 1);
   ASSERT_TRUE(cache_.Attach(&a_, id));
   ASSERT_TRUE(cache_.Attach(&b_, id));
@@ -267,18 +249,16 @@ TEST_F(ConstantsCacheTest, DetachedObjectsHearNothingMore) {
   cache_.NotifyConstantChanged(DataStatus::kAvailable, id);
   EXPECT_THAT(log_, ElementsAre("b.status1"));
   EXPECT_THAT(cache_.AttachedTo(id), ElementsAre(&b_));
-}
-
-TEST_F(ConstantsCacheTest, ForgettingFetchedValuesFetchesThemAgain) {
-  const int64_t id = Add(u"Ambient", 0, u"|w.xlsx|A1");
+  // Forgetting fetched values fetches them again.
+  const int64_t sheet = Add(u"Ambient", 0, u"|w.xlsx|A1");
   EXPECT_EQ(cache_.ForgetRetrievedValues(), 0u);
   double value = 0;
-  EXPECT_EQ(cache_.GetValue(&a_, id, &value), KIV_E_PENDING);
+  EXPECT_EQ(cache_.GetValue(&a_, sheet, &value), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   log_.clear();
   EXPECT_EQ(cache_.ForgetRetrievedValues(), 1u);
   EXPECT_THAT(log_, ElementsAre("a.status1"));
-  EXPECT_EQ(cache_.GetValue(&a_, id, &value), KIV_E_PENDING);
+  EXPECT_EQ(cache_.GetValue(&a_, sheet, &value), KIV_E_PENDING);
 }
 
 }  // namespace

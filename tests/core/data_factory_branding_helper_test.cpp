@@ -103,7 +103,11 @@ TEST(DataFactoryBrandingHelper, TheSnapshotKeepsTheListsAndFeatureOne) {
   const DataFactoryBranding snapshot = CDataFactoryBrandingHelper().Snapshot();
   EXPECT_FALSE(snapshot.IsAllowed(DataFactoryRecord::Native(kHiddenFactory)));
   EXPECT_FALSE(snapshot.IsAllowed(DataFactoryRecord::Managed(kBrandingHiddenTool)));
+  EXPECT_TRUE(snapshot.IsAllowed(DataFactoryRecord::Managed(u"test.hidden.tool"))) << "case sensitive";
   EXPECT_TRUE(snapshot.FeatureSupported(kBrandingFeatureToolNode));
+  DataFactoryRecord odd;
+  odd.kind = static_cast<DataFactoryKind>(2);
+  EXPECT_FALSE(snapshot.IsAllowed(odd)) << "an unknown kind is never allowed";
 }
 
 }  // namespace

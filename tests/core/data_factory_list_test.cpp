@@ -44,10 +44,8 @@ TEST_F(DataFactoryListTest, AddingCreatesTheFactoryGivesItTheRootAndNamesItsStor
   EXPECT_TRUE(root_->HasUnsavedChanges());
   ASSERT_EQ(TestTasks::last->factories.size(), 1u) << "the tasks take the new list";
   EXPECT_EQ(TestTasks::last->factories[0].record, DataFactoryRecord::Native(kFactoryA));
-  root_->ClearDirty();
-  EXPECT_EQ(Root()->AddDataFactory(kFactoryA), S_FALSE);
+  EXPECT_FALSE(MarksDirty([&] { EXPECT_EQ(Root()->AddDataFactory(kFactoryA), S_FALSE); }));
   EXPECT_EQ(Active().size(), 1u);
-  EXPECT_FALSE(root_->HasUnsavedChanges());
 }
 
 TEST_F(DataFactoryListTest, OnlyDataFactoriesThatAreNotMandatoryOrExcludedMayBeAdded) {
@@ -60,6 +58,12 @@ TEST_F(DataFactoryListTest, OnlyDataFactoriesThatAreNotMandatoryOrExcludedMayBeA
   EXPECT_EQ(Root()->AddDataFactory(kFactoryB), E_INVALIDARG) << "the branding module excludes it";
   EXPECT_THAT(Active(), IsEmpty());
   EXPECT_FALSE(NameOf(kFactoryB));
+  // Entries of a wanted list that the module excludes are skipped.
+  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
+  InstallDataFactoryBranding(
+      std::make_shared<DataFactoryBranding>(std::set<Guid>{kFactoryA}, std::set<std::u16string>{}, std::set<uint32_t>{}));
+  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
+  EXPECT_THAT(Active(), ElementsAre(DataFactoryRecord::Native(kFactoryB)));
 }
 
 TEST_F(DataFactoryListTest, AClassThatCannotBeCreatedGetsAStorageNameButNoEntry) {
@@ -116,23 +120,13 @@ TEST_F(DataFactoryListTest, ANewListReachesEveryRoot) {
 TEST_F(DataFactoryListTest, ActiveFactoriesReportReloadAndGoWithClose) {
   ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
   ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
-  root_->ClearDirty();
-  FactoryAt(0)->ReportNames();
-  EXPECT_TRUE(root_->HasUnsavedChanges());
+  EXPECT_TRUE(MarksDirty([&] { FactoryAt(0)->ReportNames(); }));
   PartLog().clear();
   EXPECT_EQ(Root()->ReloadExternalData(), S_OK);
   EXPECT_THAT(PartLog(), ElementsAre("constants.ReloadSpreadsheetConstants", "factoryA.Reload", "factoryB.Reload"));
   ASSERT_EQ(Root()->Close(), S_OK);
   EXPECT_THAT(PartLogWith("factoryA.~"), ElementsAre("factoryA.~ sinks=0"));
   EXPECT_THAT(Active(), IsEmpty());
-}
-
-TEST_F(DataFactoryListTest, ExcludedEntriesOfAWantedListAreSkipped) {
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryA), S_OK);
-  InstallDataFactoryBranding(
-      std::make_shared<DataFactoryBranding>(std::set<Guid>{kFactoryA}, std::set<std::u16string>{}, std::set<uint32_t>{}));
-  ASSERT_EQ(Root()->AddDataFactory(kFactoryB), S_OK);
-  EXPECT_THAT(Active(), ElementsAre(DataFactoryRecord::Native(kFactoryB)));
 }
 
 TEST(DataFactoryRecord, MatchesByIdentityWithinAKind) {

@@ -24,7 +24,7 @@ struct Removed : CConstantBase {
   void DetachConstant() override {}
 };
 
-TEST(GlobalConstantsCache, AddGivesIdsFromOneAndTellsEveryOwner) {
+TEST(GlobalConstantsCache, AddGivesIdsFromOneTellsEveryOwnerAndRefusesBadAdds) {
   CGlobalConstantsCache cache;
   Recorder a, b;
   cache.AddOwner(&a);
@@ -40,18 +40,15 @@ TEST(GlobalConstantsCache, AddGivesIdsFromOneAndTellsEveryOwner) {
   EXPECT_THAT(a.added, ElementsAre(u"Wheelbase", u"Ambient"));
   EXPECT_THAT(b.added, ElementsAre(u"Wheelbase", u"Ambient"));
   EXPECT_THAT(cache.GetNames(), ElementsAre(u"Ambient", u"Wheelbase"));
-}
-
-TEST(GlobalConstantsCache, RefusesBadAddsAndUnknownRemoves) {
-  CGlobalConstantsCache cache;
-  ASSERT_EQ(cache.Add(u"Mass", 0), S_OK);
-  EXPECT_EQ(cache.Add(u"Mass", 0), E_INVALIDARG) << "the first of a name stands";
-  EXPECT_EQ(cache.Add(u"Mass", 1), E_INVALIDARG);
+  // Refused: a name held already, whatever its kind; no name; a kind unknown.
+  EXPECT_EQ(cache.Add(u"Wheelbase", 0), E_INVALIDARG) << "the first of a name stands";
+  EXPECT_EQ(cache.Add(u"Wheelbase", 1), E_INVALIDARG);
   EXPECT_EQ(cache.Add(u"", 0), E_INVALIDARG);
   EXPECT_EQ(cache.Add(u"Other", 2), E_INVALIDARG);
   EXPECT_EQ(cache.Remove(u"Nothing"), E_INVALIDARG);
-  EXPECT_EQ(cache.size(), 1u);
-  EXPECT_FALSE(cache.Find(u"Mass")->IsSpreadsheet());
+  EXPECT_EQ(cache.size(), 2u);
+  EXPECT_FALSE(cache.Find(u"Wheelbase")->IsSpreadsheet());
+  EXPECT_THAT(a.added, ElementsAre(u"Wheelbase", u"Ambient")) << "a refused add tells no owner";
 }
 
 TEST(GlobalConstantsCache, RemoveTellsTheObjectsFirstAndClearStartsIdsAgain) {

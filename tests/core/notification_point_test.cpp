@@ -54,37 +54,22 @@ class NotificationPointTest : public ::testing::Test {
   ProbePoint& point_ = *owned_;
 };
 
-TEST(NotificationCookie, PacksIndexAndPointNumber) {
-  EXPECT_EQ(MakeNotificationCookie(0, 1), 0x00000001u);
-  EXPECT_EQ(MakeNotificationCookie(1, 1), 0x00010001u);
-  EXPECT_EQ(MakeNotificationCookie(0xFFFE, 0xFFFF), 0xFFFEFFFFu);
-  EXPECT_EQ(CookiePointNumber(0x00050003), 3);
-  EXPECT_EQ(CookieSinkIndex(0x00050003), 5);
-}
-
-TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirst) {
+TEST_F(NotificationPointTest, ReusesTheMostRecentlyFreedIndexFirstAndFreesAnIndexOnce) {
   KivNotificationPointLocator& locator = point_;
   EXPECT_EQ(locator.GetInterfaceId(), IKivProbeNotifications::iid);
+  EXPECT_EQ(point_.Remove(0), E_INVALIDARG);
   for (int i = 0; i < 4; ++i) EXPECT_EQ(Connect("s"), i);
+  EXPECT_EQ(point_.Remove(5), E_INVALIDARG);
   EXPECT_EQ(point_.Remove(1), S_OK);
   EXPECT_EQ(point_.Remove(3), S_OK);
+  EXPECT_EQ(point_.Remove(3), E_INVALIDARG) << "an emptied entry must not be freed twice";
   EXPECT_EQ(point_.ConnectedCount(), 2u);
   EXPECT_EQ(Connect("s"), 3);
-  EXPECT_EQ(Connect("s"), 1);
+  EXPECT_EQ(Connect("s"), 1) << "a double free would have handed index 3 out twice";
   EXPECT_EQ(Connect("s"), 4) << "with no free slot the list grows";
 }
 
-TEST_F(NotificationPointTest, RemoveRefusesAnIndexWithNoSink) {
-  EXPECT_EQ(point_.Remove(0), E_INVALIDARG);
-  Connect("s");
-  EXPECT_EQ(point_.Remove(5), E_INVALIDARG);
-  EXPECT_EQ(point_.Remove(0), S_OK);
-  EXPECT_EQ(point_.Remove(0), E_INVALIDARG) << "an emptied entry must not be freed twice";
-  EXPECT_EQ(Connect("s"), 0);
-  EXPECT_EQ(Connect("s"), 1) << "a double free would have handed index 0 out twice";
-}
-
-TEST_F(NotificationPointTest, AddChecksArgumentsAndInterface) {
+TEST_F(NotificationPointTest, AddChecksArgumentsInterfaceAndRoom) {
   ProbeLog receiver(&log_, "r");
   auto sink = MakeSink<CProbeNotificationsSink<>>(&receiver);
   uint16_t index = 0;
@@ -96,12 +81,7 @@ TEST_F(NotificationPointTest, AddChecksArgumentsAndInterface) {
   auto newer = MakeSink<CProbeNotifications3Sink<>>(&receiver);
   EXPECT_EQ(point_.Add(newer.Get(), &index), E_NOINTERFACE) << "a sink answers only its own generation";
   EXPECT_EQ(point_.ConnectedCount(), 0u);
-}
-
-TEST_F(NotificationPointTest, RefusesThe65536thSink) {
-  ProbeLog receiver(&log_, "r");
-  auto sink = MakeSink<CProbeNotificationsSink<>>(&receiver);
-  uint16_t index = 0;
+  // The 65536th sink is refused.
   for (size_t i = 0; i < kMaxSinksPerPoint; ++i) {
     ASSERT_EQ(point_.Add(sink.Get(), &index), S_OK) << i;
     ASSERT_EQ(index, i);
@@ -165,44 +145,33 @@ TEST_F(NotificationPointTest, FailedCallDoesNotStopTheWalkAndLastResultWins) {
   EXPECT_THAT(heard, ElementsAre(E_FAIL, E_ABORT));
 }
 
-TEST_F(NotificationPointTest, SinkThatRemovesItselfIsNotCalledAgain) {
+TEST_F(NotificationPointTest, SinksRemovedDuringAWalkAreNotCalledAgain) {
   const uint16_t a = Connect("a");
   Connect("b");
-  Receiver(0).onNext = [&] { EXPECT_EQ(point_.Remove(a), S_OK); };
+  const uint16_t c = Connect("c");
+  Receiver(0).onNext = [&] {
+    EXPECT_EQ(point_.Remove(a), S_OK);  // itself
+    EXPECT_EQ(point_.Remove(c), S_OK);  // one the walk has not reached
+  };
   FireCount(1);
   FireCount(2);
   EXPECT_THAT(log_, ElementsAre("a:Counted1", "b:Counted1", "b:Counted2"));
 }
 
-TEST_F(NotificationPointTest, SinkRemovedByAnEarlierOneIsSkipped) {
-  Connect("a");
-  Connect("b");
-  const uint16_t c = Connect("c");
-  Receiver(0).onNext = [&] { EXPECT_EQ(point_.Remove(c), S_OK); };
-  FireCount(1);
-  EXPECT_THAT(log_, ElementsAre("a:Counted1", "b:Counted1"));
-}
-
-TEST_F(NotificationPointTest, SinkAddedDuringACallFirstHearsTheNextOne) {
-  Connect("a");
-  Connect("b");
-  Receiver(0).onNext = [&] { EXPECT_EQ(Connect("late"), 2); };
-  FireCount(1);
-  FireCount(2);
-  EXPECT_THAT(log_, ElementsAre("a:Counted1", "b:Counted1", "a:Counted2", "b:Counted2", "late:Counted2"));
-}
-
-TEST_F(NotificationPointTest, SinkAddedIntoAFreedSlotAheadFirstHearsTheNextOne) {
+// Whether behind the walk, in a slot freed ahead of it or at the end.
+TEST_F(NotificationPointTest, SinksAddedDuringACallFirstHearTheNextOne) {
   Connect("a");
   const uint16_t b = Connect("b");
   Connect("c");
   Receiver(0).onNext = [&] {
     EXPECT_EQ(point_.Remove(b), S_OK);
     EXPECT_EQ(Connect("late"), b);
+    EXPECT_EQ(Connect("last"), 3);
   };
   FireCount(1);
   FireCount(2);
-  EXPECT_THAT(log_, ElementsAre("a:Counted1", "c:Counted1", "a:Counted2", "late:Counted2", "c:Counted2"));
+  EXPECT_THAT(log_, ElementsAre("a:Counted1", "c:Counted1", "a:Counted2", "late:Counted2", "c:Counted2",
+                                "last:Counted2"));
 }
 
 TEST_F(NotificationPointTest, ClientTearingDownInsideItsOwnCallIsSafe) {

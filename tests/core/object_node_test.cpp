@@ -1,10 +1,10 @@
 // The node face: commands by group, disabled commands, children worth
-// showing, views that follow the latest listing, and the root's own node.
+// showing and views that follow the latest listing.
 #include "core/object_node.h"
 
 #include <gtest/gtest.h>
 
-#include "core/velmar_test_fixture.h"
+#include "velmar/object_node.h"
 
 namespace velmar {
 namespace {
@@ -85,33 +85,6 @@ TEST(ObjectNode, DataNamesCountFromOne) {
   EXPECT_EQ(name, u"Gear");
   EXPECT_EQ(names->GetItem(0, &name), DISP_E_BADINDEX);
   EXPECT_EQ(names->GetItem(1, nullptr), E_POINTER);
-}
-
-using RootNode = testing::VelmarTestBase;
-
-TEST_F(RootNode, TheRootIsVelmarWithTheAddInManagerCommand) {
-  auto node = QueryAs<IKivObjectNode>(Root());
-  ASSERT_TRUE(node);
-  std::u16string text;
-  EXPECT_EQ(node->GetName(&text), S_OK);
-  EXPECT_EQ(text, u"Velmar");
-  EXPECT_EQ(node->GetDescription(&text), S_OK);
-  EXPECT_EQ(text, u"Manages the source of all data within Kivara.");
-  ObjectNodeCommands commands;
-  ASSERT_EQ(node->GetCommands(&commands), S_OK);
-  ASSERT_EQ(commands.size(), 1u);
-  uint32_t id = 0;
-  ComPtr<IKivPicture> icon;
-  uint32_t width = 0, height = 0;
-  EXPECT_EQ(commands[0]->GetId(&id), S_OK);
-  EXPECT_EQ(id, kKivAddInManagerCommand);
-  EXPECT_EQ(commands[0]->GetLabel(&text), S_OK);
-  EXPECT_EQ(text, u"&Add-in Manager...");
-  ASSERT_EQ(commands[0]->GetPicture(icon.Put()), S_OK);
-  ASSERT_EQ(icon->GetSize(&width, &height), S_OK);
-  EXPECT_EQ(width * height, 256u);
-  EXPECT_EQ(node->InvokeCommand(kKivAddInManagerCommand, 2, 0), KIV_E_BAD_COMMAND_ARG);
-  EXPECT_EQ(node->InvokeCommand(kKivAddInManagerCommand, 0, 0), S_OK);  // no dialog: nothing happens
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,6 +54,7 @@ class VelmarTestBase : public ::testing::Test {
   }
 
   void TearDown() override {
+    for (auto& hook : hooks_) hook->run = [] {};  // what it ran belonged to the test body
     sinks_.clear();
     if (root_) (void)root_->Close();
     root_ = nullptr;
@@ -71,7 +73,20 @@ class VelmarTestBase : public ::testing::Test {
     sinks_.push_back(ComPtr<IKivUnknown>(sink->PrimaryUnknown()));
   }
 
+  // Connects a sink to the root that runs `run` when it hears Closing.
+  ComPtr<CVelmarNotificationsSink<>> HookClosing(std::function<void()> run) {
+    hooks_.push_back(std::make_unique<ClosingHook>());
+    hooks_.back()->run = std::move(run);
+    auto sink = MakeKiv<CVelmarNotificationsSink<>>();
+    sink->SetReceiver(hooks_.back().get());
+    EXPECT_TRUE(sink->Connect(Root()));
+    return sink;
+  }
+
   IKivVelmar8* Root() const { return root_.Get(); }
+
+  // Whether `change` leaves the root with unsaved changes, starting from none.
+  bool MarksDirty(std::function<void()> change) { root_->ClearDirty(); change(); return root_->HasUnsavedChanges(); }
 
   // Writes a display setting straight into the user's registry file.
   void Store(const char16_t* name, uint32_t value) {
@@ -97,6 +112,11 @@ class VelmarTestBase : public ::testing::Test {
   std::vector<std::string> log_;
   std::vector<std::unique_ptr<RootLog>> receivers_;
   std::vector<ComPtr<IKivUnknown>> sinks_;
+  struct ClosingHook : CVelmarNotificationsReceiver {
+    std::function<void()> run;
+    void Closing(IKivVelmar*) override { run(); }
+  };
+  std::vector<std::unique_ptr<ClosingHook>> hooks_;
   ComPtr<CVelmar> root_;
 };
 

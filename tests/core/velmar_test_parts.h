@@ -66,25 +66,31 @@ class TestRealTimeSettings final : public KivObject<IKivRealTimeSettingsInternal
   static TestRealTimeSettings* last;
 };
 
-class TestPriorities final : public KivObject<IKivPrioritiesInternal> {
+// A stand-in whose parent callback is logged as "<Tag>.SetParentCallback(set)"
+// and can be told of an edit, as the part's own editing does.
+void LogPart(std::string entry);
+template <class Interface, class Callback, KivResult (Callback::*Edited)(), const char* Tag>
+class ParentedPart final : public KivObject<Interface> {
  public:
-  TestPriorities() { last = this; }
-  ~TestPriorities() override;
-  KivResult SetParentCallback(CPrioritiesParentCallback* p) override;
-  KivResult Edit() { return parent ? parent->OnPrioritiesEdited() : S_OK; }
-  CPrioritiesParentCallback* parent = nullptr;
-  static TestPriorities* last;
+  ParentedPart() { last = this; }
+  ~ParentedPart() override { LogPart(std::string(Tag) + ".~"); }
+  KivResult SetParentCallback(Callback* p) override {
+    LogPart(std::string(Tag) + ".SetParentCallback(" + (p ? "set" : "null") + ")");
+    last = this;
+    parent = p;
+    return S_OK;
+  }
+  KivResult Edit() { return parent ? (parent->*Edited)() : S_OK; }
+  Callback* parent = nullptr;
+  static inline ParentedPart* last = nullptr;
 };
 
-class TestColourTable final : public KivObject<IKivColourTableInternal> {
- public:
-  TestColourTable() { last = this; }
-  ~TestColourTable() override;
-  KivResult SetParentCallback(CColourTableParentCallback* p) override;
-  KivResult Edit() { return parent ? parent->OnColourTableEdited() : S_OK; }
-  CColourTableParentCallback* parent = nullptr;
-  static TestColourTable* last;
-};
+inline constexpr char kPrioritiesTag[] = "priorities";
+inline constexpr char kColourTableTag[] = "colourTable";
+using TestPriorities = ParentedPart<IKivPrioritiesInternal, CPrioritiesParentCallback,
+                                    &CPrioritiesParentCallback::OnPrioritiesEdited, kPrioritiesTag>;
+using TestColourTable = ParentedPart<IKivColourTableInternal, CColourTableParentCallback,
+                                     &CColourTableParentCallback::OnColourTableEdited, kColourTableTag>;
 
 class TestMapping final
     : public KivObject<IKivQuantityToColorMappingInternal,

@@ -21,31 +21,28 @@ std::vector<std::string> PartLogWith(const std::string& prefix) {
   return out;
 }
 
+void LogPart(std::string entry) { PartLog().push_back(std::move(entry)); }
+
 namespace {
 
-void Log(std::string entry) { PartLog().push_back(std::move(entry)); }
+void Log(std::string entry) { LogPart(std::move(entry)); }
 
-const char* SetOrNull(const void* p) { return p ? "set" : "null"; }
+// Logs "<call>(set)" or "<call>(null)" as `p` is given or not.
+KivResult Logged(const std::string& call, const void* p) {
+  Log(call + (p ? "(set)" : "(null)"));
+  return S_OK;
+}
 
-class TestFavorites final : public KivObject<IKivFavoritesInternal> {
- public:
-  ~TestFavorites() override { Log("favorites.~"); }
-  KivResult SetParentCallback(CFavoritesParentCallback* p) override {
-    Log(std::string("favorites.SetParentCallback(") + SetOrNull(p) + ")");
-    return S_OK;
-  }
-};
+constexpr char kFavoritesTag[] = "favorites";
+using TestFavorites = ParentedPart<IKivFavoritesInternal, CFavoritesParentCallback,
+                                  &CFavoritesParentCallback::OnFavoritesEdited, kFavoritesTag>;
 
 class TestConstants final : public KivObject<IKivGlobalConstantFactoryInternal> {
  public:
   ~TestConstants() override { Log("constants.~"); }
-  KivResult SetRootBackReference(IKivVelmar* root) override {
-    Log(std::string("constants.SetRootBackReference(") + SetOrNull(root) + ")");
-    return S_OK;
-  }
+  KivResult SetRootBackReference(IKivVelmar* root) override { return Logged("constants.SetRootBackReference", root); }
   KivResult AttachCache(std::shared_ptr<CGlobalConstantsCache> cache) override {
-    Log(std::string("constants.AttachCache(") + SetOrNull(cache.get()) + ")");
-    return S_OK;
+    return Logged("constants.AttachCache", cache.get());
   }
   KivResult ReloadSpreadsheetConstants() override {
     Log("constants.ReloadSpreadsheetConstants");
@@ -57,8 +54,7 @@ class TestCommonChannels final : public KivObject<IKivCommonChannelsInternal> {
  public:
   ~TestCommonChannels() override { Log("commonChannels.~"); }
   KivResult AttachStore(std::shared_ptr<CCommonChannelsStore> store) override {
-    Log(std::string("commonChannels.AttachStore(") + SetOrNull(store.get()) + ")");
-    return S_OK;
+    return Logged("commonChannels.AttachStore", store.get());
   }
 };
 
@@ -67,10 +63,7 @@ class TestToolNode final : public KivObject<IKivDataFactoryRootSite> {
  public:
   ~TestToolNode() override { Log("toolNode.~"); }
   KivResult GetDescription(std::u16string*) override { return E_NOTIMPL; }
-  KivResult SetRoot(IKivVelmar* root) override {
-    Log(std::string("toolNode.SetRoot(") + SetOrNull(root) + ")");
-    return S_OK;
-  }
+  KivResult SetRoot(IKivVelmar* root) override { return Logged("toolNode.SetRoot", root); }
 };
 
 template <class T, class... Args>
@@ -96,8 +89,6 @@ void Register(const Guid& clsid, std::function<KivResult(IKivUnknown**)> create,
 
 TestTasks* TestTasks::last = nullptr;
 TestRealTimeSettings* TestRealTimeSettings::last = nullptr;
-TestPriorities* TestPriorities::last = nullptr;
-TestColourTable* TestColourTable::last = nullptr;
 TestMapping* TestMapping::last = nullptr;
 TestChannelProperties* TestChannelProperties::last = nullptr;
 TestEventProperties* TestEventProperties::last = nullptr;
@@ -105,10 +96,9 @@ TestGroups* TestGroups::last = nullptr;
 
 TestTasks::~TestTasks() { Log("tasks.~"); }
 KivResult TestTasks::SetRoot(IKivVelmar* r) {
-  Log(std::string("tasks.SetRoot(") + SetOrNull(r) + ")");
   last = this;
   root = r;
-  return S_OK;
+  return Logged("tasks.SetRoot", r);
 }
 KivResult TestTasks::CloseAll() {
   Log("tasks.CloseAll");
@@ -129,34 +119,16 @@ KivResult TestTasks::FindEventName(const std::u16string& name, KivBool* found) {
 
 TestRealTimeSettings::~TestRealTimeSettings() { Log("realTime.~"); }
 KivResult TestRealTimeSettings::SetChangeCallback(CRealTimeSettingsChanges* c) {
-  Log(std::string("realTime.SetChangeCallback(") + SetOrNull(c) + ")");
   last = this;
   changes = c;
-  return S_OK;
-}
-
-TestPriorities::~TestPriorities() { Log("priorities.~"); }
-KivResult TestPriorities::SetParentCallback(CPrioritiesParentCallback* p) {
-  Log(std::string("priorities.SetParentCallback(") + SetOrNull(p) + ")");
-  last = this;
-  parent = p;
-  return S_OK;
-}
-
-TestColourTable::~TestColourTable() { Log("colourTable.~"); }
-KivResult TestColourTable::SetParentCallback(CColourTableParentCallback* p) {
-  Log(std::string("colourTable.SetParentCallback(") + SetOrNull(p) + ")");
-  last = this;
-  parent = p;
-  return S_OK;
+  return Logged("realTime.SetChangeCallback", c);
 }
 
 TestMapping::~TestMapping() { Log("mapping.~"); }
 KivResult TestMapping::SetParentCallback(CQuantityToColorMappingParentCallback* p) {
-  Log(std::string("mapping.SetParentCallback(") + SetOrNull(p) + ")");
   last = this;
   parent = p;
-  return S_OK;
+  return Logged("mapping.SetParentCallback", p);
 }
 KivResult TestMapping::NotifyClosing() {
   Log("mapping.NotifyClosing");
@@ -168,9 +140,8 @@ TestChannelProperties::~TestChannelProperties() {
       std::to_string(NotificationPoints().Point<IKivChannelPropertyFactoryNotifications2>().ConnectedCount()));
 }
 KivResult TestChannelProperties::SetQuantityToColorMapping(IKivQuantityToColorMapping* mapping) {
-  Log(std::string("channelProperties.SetQuantityToColorMapping(") + SetOrNull(mapping) + ")");
   last = this;
-  return S_OK;
+  return Logged("channelProperties.SetQuantityToColorMapping", mapping);
 }
 bool TestChannelProperties::AskInUse(const std::u16string& name, uint32_t* reason) {
   KivBool inUse = KIV_FALSE;
@@ -207,13 +178,9 @@ TestDataFactory::~TestDataFactory() {
   Log(tag_ + ".~ sinks=" +
       std::to_string(NotificationPoints().Point<IKivDataFactoryNotifications>().ConnectedCount()));
 }
-KivResult TestDataFactory::SetRoot(IKivUnknown* root) {
-  Log(tag_ + ".IKivDataFactory::SetRoot(" + SetOrNull(root) + ")");
-  return S_OK;
-}
+KivResult TestDataFactory::SetRoot(IKivUnknown* root) { return Logged(tag_ + ".IKivDataFactory::SetRoot", root); }
 KivResult TestDataFactory::SetRoot(IKivVelmar* root) {
-  Log(tag_ + ".IKivDataFactoryRootSite::SetRoot(" + SetOrNull(root) + ")");
-  return S_OK;
+  return Logged(tag_ + ".IKivDataFactoryRootSite::SetRoot", root);
 }
 KivResult TestDataFactory::Reload() {
   Log(tag_ + ".Reload");

@@ -12,12 +12,9 @@ namespace {
 
 using nlohmann::json;
 
-class Waiter final : public CExportWaiter {
- public:
+struct Waiter final : public CExportWaiter {
   int failed = 0;
   int complete = 0;
-
- private:
   void OnExportFailed(CExportItem*) override { ++failed; }
   void OnExportsComplete() override { ++complete; }
 };

@@ -1,14 +1,17 @@
 // Reads a written channel back through a fresh outing's channel factory, as
-// a client would: the list, then the data, settling the client thread
-// whenever the answer is "pending".
+// a client would: held by a selection (a stand-in when none holds it), the
+// list, then the data, settling the client thread whenever the answer is
+// "pending".
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/selection_binding.h"
 #include "velmar/channel.h"
 #include "velmar/channel_key.h"
 #include "velmar/data_block.h"
@@ -22,6 +25,9 @@ using Samples = std::vector<std::pair<KivTime, double>>;
 // the outing has no such channel.
 inline Samples ReadBackChannel(IKivChannelFactory* channels, const std::u16string& display,
                                const std::function<bool()>& settle) {
+  ComPtr<IKivUnknown> parent;
+  std::optional<BoundSelection> bound;
+  if (Failed(channels->GetParent(parent.Put()))) bound.emplace(channels);
   NameList names;
   (void)channels->GetNames(&names);
   EXPECT_TRUE(settle());

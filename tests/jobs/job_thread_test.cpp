@@ -3,22 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <set>
 
 #include "jobs/job_item.h"
 #include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
 
-TEST(JobThread, SharedThreadsAreDistinctAndStable) {
+TEST(JobThread, SharedThreadsAreTheNamedOnes) {
   EXPECT_EQ(DaeThread(), Async_GetThread(u"DAE_Thread"));
   EXPECT_EQ(AsciiThread(), Async_GetThread(u"Ascii_Thread"));
   EXPECT_EQ(MatlabThread(), Async_GetThread(u"Matlab_Thread"));
   EXPECT_EQ(ExcelThread(), Async_GetThread(u"Velmar_Excel_Thread"));
-  std::set<AsyncThread> distinct{DaeThread(), AsciiThread(), MatlabThread(), ExcelThread()};
-  EXPECT_EQ(distinct.size(), 4u);
-  EXPECT_EQ(DaeThread(), DaeThread());
 }
 
 TEST(JobThread, ACachedHandleAsksAgainOnlyAfterForgetting) {
@@ -54,9 +51,9 @@ class StandingJob : public CJobItem {
   std::shared_future<void> stop_;
 };
 
-TEST(JobThread, PrivateThreadsAreNewEachTimeAndLeftOutOfIdleWaits) {
-  Dispatcher d;
-  Dispatcher::ScopedCurrent current(d);
+using PrivateJobThread = testing::SettlingTest;
+
+TEST_F(PrivateJobThread, NewEachTimeAndLeftOutOfIdleWaits) {
   AsyncThread a = NewPrivateJobThread();
   AsyncThread b = NewPrivateJobThread();
   ASSERT_NE(a, nullptr);
@@ -66,12 +63,12 @@ TEST(JobThread, PrivateThreadsAreNewEachTimeAndLeftOutOfIdleWaits) {
   std::promise<void> stop;
   auto job = MakeKiv<StandingJob>(stop.get_future().share());
   ASSERT_EQ(Async_QueueNewJob(a, job.Get()), S_OK);
-  ASSERT_EQ(job->started.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
-  EXPECT_TRUE(Async_WaitAllIdle(std::chrono::seconds(30))) << "a running watch must not count as busy";
+  ASSERT_EQ(job->started.get_future().wait_for(kLong), std::future_status::ready);
+  EXPECT_TRUE(Async_WaitAllIdle(kLong)) << "a running watch must not count as busy";
   stop.set_value();
   EXPECT_EQ(Async_StopThread(a), S_OK);
   EXPECT_EQ(Async_StopThread(b), S_OK);
-  d.RunUntilIdle();
+  d_.RunUntilIdle();
   EXPECT_EQ(job->status(), S_OK);
 }
 

@@ -8,12 +8,11 @@
 #include <string>
 
 #include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar {
 namespace {
 
-using namespace std::chrono_literals;
-constexpr auto kLong = 30s;  // only reached when something is broken
 using State = CStateMachine::State;
 
 std::u16string UniqueName() {
@@ -51,6 +50,7 @@ struct Callback {
   int succeeded = 0;
   int failed = 0;
   KivResult last_failure = S_OK;
+  bool operator==(const Callback&) const = default;
 };
 
 // The smallest useful machine: one job at a time, results told to a client
@@ -89,26 +89,22 @@ class TestMachine : public CStateMachine {
   std::atomic<int>* destroyed_;
 };
 
-class StateMachineTest : public ::testing::Test {
+class StateMachineTest : public testing::SettlingTest {
  protected:
   void TearDown() override {
     Open();  // a test that failed half-way must not leave a worker blocked
-    EXPECT_TRUE(Async_RunUntilSettled(d_, kLong));
+    EXPECT_TRUE(Settle());
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
   // Starts a job on sm_ that holds its worker until Open(); returns once it runs.
   void StartBlocked(int cancellable = 1) {
     auto started = std::make_shared<std::promise<void>>();
     std::future<void> running = started->get_future();
-    ASSERT_EQ(sm_->Start(
-                  thread_,
-                  [started, open = open_] {
-                    started->set_value();
-                    open.wait();
-                    return S_OK;
-                  },
-                  cancellable),
-              S_OK);
+    const auto body = [started, open = open_] {
+      started->set_value();
+      open.wait();
+      return S_OK;
+    };
+    ASSERT_EQ(sm_->Start(thread_, body, cancellable), S_OK);
     ASSERT_EQ(running.wait_for(kLong), std::future_status::ready);
   }
   void Open() {
@@ -116,8 +112,6 @@ class StateMachineTest : public ::testing::Test {
     opened_ = true;
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   AsyncThread thread_ = Async_GetThread(UniqueName());
   Callback cb_;
   std::atomic<int> machines_destroyed_{0};
@@ -148,8 +142,7 @@ TEST_F(StateMachineTest, FailureGoesIdleAndReleasesTheJob) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(sm_->state(), State::kIdle);
   EXPECT_EQ(sm_->job(), nullptr);
-  EXPECT_EQ(cb_.failed, 1);
-  EXPECT_EQ(cb_.last_failure, E_ACCESSDENIED);
+  EXPECT_EQ(cb_, (Callback{0, 1, E_ACCESSDENIED}));
   EXPECT_EQ(sm_->jobs_destroyed, 1);
 }
 
@@ -158,8 +151,7 @@ TEST_F(StateMachineTest, ADroppedJobIsQueuedAgainAndTheClientHearsOnlyTheEnd) {
   ASSERT_EQ(sm_->Start(thread_, [] { return S_FALSE; }), S_OK);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(sm_->state(), State::kDone);
-  EXPECT_EQ(cb_.succeeded, 1);
-  EXPECT_EQ(cb_.failed, 0);
+  EXPECT_EQ(cb_, (Callback{1, 0, S_OK}));
   EXPECT_EQ(sm_->work()->runs, 1) << "dropped twice, then run once";
 }
 
@@ -170,8 +162,7 @@ TEST_F(StateMachineTest, ADroppedJobThatCannotBeQueuedAgainFails) {
   ASSERT_EQ(Async_StopThread(thread_), S_OK);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(sm_->state(), State::kIdle);
-  EXPECT_EQ(cb_.failed, 1);
-  EXPECT_EQ(cb_.last_failure, E_JOB_DROPPED);
+  EXPECT_EQ(cb_, (Callback{0, 1, E_JOB_DROPPED}));
 }
 
 TEST_F(StateMachineTest, QueueingAgainWhileRunningIsRefused) {
@@ -257,8 +248,7 @@ TEST_F(StateMachineTest, HooksMayQueueTheNextJob) {
   ASSERT_EQ(m->Start(thread_, [] { return E_FAIL; }), S_OK);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(m->state(), State::kDone);
-  EXPECT_EQ(cb_.succeeded, 1);
-  EXPECT_EQ(cb_.failed, 0);
+  EXPECT_EQ(cb_, (Callback{1, 0, S_OK}));
 }
 
 TEST_F(StateMachineTest, AfterTheLastClientACompletionReachesNobody) {

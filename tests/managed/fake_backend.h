@@ -20,6 +20,7 @@ struct FakeToolState {
   std::function<void()> duringCommands;  // run once, inside Commands
   bool appearance = false;
   uint32_t backColor = 0;
+  PluginFont font;
   bool disposed = false;
   std::vector<uint8_t> saved;  // what Save writes
   std::vector<uint8_t> loaded;  // what the tool was made from
@@ -32,9 +33,14 @@ struct FakeBlock {
 
 struct FakeChannelData {
   std::vector<FakeBlock> blocks;
-  bool hasData = true;
   bool raise = false;
+  // Who the channel reports to, shared with the test.
+  std::shared_ptr<PluginDataListener*> listener = std::make_shared<PluginDataListener*>(nullptr);
+  // While it holds an item, reading raises PluginPending waiting for it.
+  std::shared_ptr<ComPtr<IKivUnknown>> pendingOn = std::make_shared<ComPtr<IKivUnknown>>();
 };
+
+using FakeEventSetData = std::vector<PluginEvent>;
 
 struct FakeType {
   bool tool = true;
@@ -45,8 +51,9 @@ struct FakeType {
   std::vector<uint8_t> badState;
   // Data factory: key -> channel.
   std::map<std::u16string, FakeChannelData> channels;
-  int32_t tasks = 1;
-  int32_t selections = 2;
+  // An events factory when set: key -> event set.
+  std::map<std::u16string, FakeEventSetData> eventSets;
+  std::map<std::u16string, PluginPicture> icons;
 };
 
 class FakeBackend final : public PluginBackend {
@@ -60,13 +67,13 @@ class FakeBackend final : public PluginBackend {
   std::pair<int32_t, int32_t> selection{0, 0};
   // The selections factories were pointed at through their inputs.
   std::vector<IKivUnknown*> selectionsWithInputs;
-  PluginDataFactoryListener* factoryListener = nullptr;
 
   PluginModuleInfo LoadModule(const std::string& path) override;
   bool IsDisposable(const std::u16string& t) override { return types.at(t).disposable; }
   bool SupportsPersistence(const std::u16string& t) override { return types.at(t).persists; }
   bool IsTool(const std::u16string& t) override { return types.at(t).tool; }
   bool IsDataFactory(const std::u16string& t) override { return !types.at(t).tool; }
+  bool IsEventsFactory(const std::u16string& t) override { return !types.at(t).eventSets.empty(); }
   std::unique_ptr<PluginTool> CreateTool(const std::u16string& typeName, const std::vector<uint8_t>* state,
                                          PluginToolListener* listener, IKivUnknown* root) override;
   std::unique_ptr<PluginDataFactory> CreateDataFactory(const std::u16string& typeName,

@@ -26,7 +26,7 @@ class FakeTool final : public PluginTool {
   void SetBackColor(uint32_t colour) override { state_->backColor = colour; }
   void SetForeColor(uint32_t) override {}
   void SetGridColor(uint32_t) override {}
-  void SetFont(const PluginFont&) override {}
+  void SetFont(const PluginFont& font) override { state_->font = font; }
   void Dispose() override { state_->disposed = true; }
 
  private:
@@ -36,7 +36,8 @@ class FakeTool final : public PluginTool {
 class FakeChannel final : public PluginChannel {
  public:
   explicit FakeChannel(FakeChannelData data) : data_(std::move(data)) {}
-  bool HasData() override { return Check().hasData; }
+  void Listen(PluginDataListener* listener) override { *data_.listener = listener; }
+  bool HasData() override { return Check(), true; }
   int64_t BlockCount() override { return static_cast<int64_t>(Check().blocks.size()); }
   PluginBlockInfo Block(int64_t index) override { return Check().blocks.at(static_cast<size_t>(index)).info; }
   int64_t IndexOfNearestBlock(KivTime time, bool first) override {
@@ -52,17 +53,16 @@ class FakeChannel final : public PluginChannel {
     return -1;
   }
   int64_t IndexOfNextTime(int64_t block, KivTime time) override {
-    const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
+    const auto& t = Times(block);
     const auto it = std::upper_bound(t.begin(), t.end(), time);
     return it == t.end() ? -1 : it - t.begin();
   }
   int64_t IndexOfPreviousTime(int64_t block, KivTime time) override {
-    const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
+    const auto& t = Times(block);
     return (std::lower_bound(t.begin(), t.end(), time) - t.begin()) - 1;
   }
   void CopyTimes(int64_t block, int64_t first, int64_t count, KivTime* out) override {
-    const auto& t = Check().blocks.at(static_cast<size_t>(block)).times;
-    std::copy_n(t.begin() + first, count, out);
+    std::copy_n(Times(block).begin() + first, count, out);
   }
   SharedValues BlockValues(int64_t, int64_t, int64_t) override { return {}; }
   void Values(const KivTime* times, int64_t count, double* out) override {
@@ -75,25 +75,44 @@ class FakeChannel final : public PluginChannel {
   }
 
  private:
+  const std::vector<KivTime>& Times(int64_t block) const { return Check().blocks.at(static_cast<size_t>(block)).times; }
   const FakeChannelData& Check() const {
     if (data_.raise) throw PluginError("the channel raised");
+    if (*data_.pendingOn) throw PluginPending("the input is pending", *data_.pendingOn);
     return data_;
   }
   FakeChannelData data_;
 };
 
+class FakeEventSet final : public PluginEventSet {
+ public:
+  explicit FakeEventSet(FakeEventSetData data) : data_(std::move(data)) {}
+  void Listen(PluginDataListener*) override {}
+  int64_t Count() override { return static_cast<int64_t>(data_.size()); }
+  PluginEvent Event(int64_t index) override { return data_.at(static_cast<size_t>(index)); }
+
+ private:
+  FakeEventSetData data_;
+};
+
 class FakeFactory final : public PluginDataFactory {
  public:
   FakeFactory(FakeBackend& backend, const FakeType& type) : backend_(backend), type_(type) {}
-  PluginFactoryKind Kind() const override { return PluginFactoryKind::kChannels; }
+  PluginFactoryKind Kind() const override {
+    return type_.eventSets.empty() ? PluginFactoryKind::kChannels : PluginFactoryKind::kEvents;
+  }
   std::vector<std::u16string> Keys() override {
     std::vector<std::u16string> keys;
     for (const auto& [key, channel] : type_.channels) keys.push_back(key);
+    for (const auto& [key, set] : type_.eventSets) keys.push_back(key);
     return keys;
   }
-  bool Contains(const std::u16string& name) override { return type_.channels.count(name) != 0; }
-  int32_t TaskCount() override { return type_.tasks; }
-  int32_t SelectionCount(int32_t) override { return type_.selections; }
+  bool Contains(const std::u16string& name) override {
+    return type_.channels.count(name) != 0 || type_.eventSets.count(name) != 0;
+  }
+  // One task of two selections.
+  int32_t TaskCount() override { return 1; }
+  int32_t SelectionCount(int32_t) override { return 2; }
   void SetDataSelection(int32_t task, int32_t selection) override { backend_.selection = {task, selection}; }
   void SetSelectionInputs(IKivUnknown* selection, IKivChannelFactory*) override {
     backend_.selectionsWithInputs.push_back(selection);
@@ -101,7 +120,13 @@ class FakeFactory final : public PluginDataFactory {
   std::unique_ptr<PluginChannel> Channel(const std::u16string& name) override {
     return MakeFakeChannel(type_.channels.at(name));
   }
-  std::unique_ptr<PluginEventSet> EventSet(const std::u16string&) override { return nullptr; }
+  std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) override {
+    return std::make_unique<FakeEventSet>(type_.eventSets.at(name));
+  }
+  SharedPluginPicture Icon(const std::u16string& name) override {
+    auto it = type_.icons.find(name);
+    return it == type_.icons.end() ? nullptr : std::make_shared<PluginPicture>(it->second);
+  }
   void Dispose() override {}
 
  private:
@@ -130,8 +155,7 @@ std::unique_ptr<PluginTool> FakeBackend::CreateTool(const std::u16string& typeNa
 }
 
 std::unique_ptr<PluginDataFactory> FakeBackend::CreateDataFactory(const std::u16string& typeName,
-                                                                  PluginDataFactoryListener* listener, IKivUnknown*) {
-  factoryListener = listener;
+                                                                  PluginDataFactoryListener*, IKivUnknown*) {
   return std::make_unique<FakeFactory>(*this, types.at(typeName));
 }
 

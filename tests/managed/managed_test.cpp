@@ -1,20 +1,27 @@
 // The plug-in logic over the in-process fake backend: finding types,
-// tools and their commands, saved states, channels and their blocks.
+// tools and their commands, saved states, channels and their blocks, event
+// sets and their records.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
-#include <limits>
+#include <tuple>
 
 #include "managed/block_clipping.h"
 #include "managed/dotnet_data_factory.h"
 #include "managed/dotnet_tool.h"
 #include "managed/fake_backend.h"
+#include "managed/plugin_picture.h"
 #include "outing/blocks/data_block.h"
 #include "velmar/channel.h"
+#include "support/data_listener.h"
 #include "support/fixtures.h"
+#include "support/managed_channel_reads.h"
 #include "support/scoped_env.h"
 #include "support/temp_dir.h"
+#include "velmar/events.h"
 #include "velmar/registry.h"
+#include "velmar/text.h"
 
 namespace velmar::managed {
 namespace {
@@ -75,6 +82,8 @@ TEST(ToolTypeLibraryTest, FolderComesFromTheEnvironmentElseTheMachineInstallDir)
   EXPECT_EQ(DotNetToolTypeLibrary::ToolsFolder(), (dir / "Tools").string());
 }
 
+using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
+
 // A tool type "T.Tool" with two groups and a sub-menu.
 struct ToolFixture : ::testing::Test {
   ToolsFolder tools;
@@ -92,10 +101,11 @@ struct ToolFixture : ::testing::Test {
     tool = MakeKiv<CDotNetTool>(tools.library, nullptr);
   }
 
-  std::vector<std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>> Commands(IKivObjectNode* node) {
+  // Each command as {id, group, state, label}.
+  std::vector<C> Commands(IKivObjectNode* node) {
     ObjectNodeCommands commands;
     EXPECT_EQ(node->GetCommands(&commands), S_OK);
-    std::vector<std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>> out;
+    std::vector<C> out;
     for (const auto& c : commands) {
       uint32_t id = 0, group = 0, state = 0;
       std::u16string label;
@@ -118,7 +128,6 @@ TEST_F(ToolFixture, CommandsAreNumberedInOrderWithGroupsFromOneAndSubMenusAsNode
   std::u16string name;
   ASSERT_EQ(tool->GetName(&name), S_OK);
   EXPECT_EQ(name, u"Lap tool");
-  using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
   EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"&Fastest"}, C{1, 1, kCommandDisabled, u"Off"},
                                                   C{2, 2, 0, u"Slowest"}}));
   ComPtr<IKivObjectNode> more = SubNode();
@@ -143,7 +152,6 @@ TEST_F(ToolFixture, ChangesRebuildTheCommandsWithFreshIdsEvenDuringARebuild) {
   ASSERT_TRUE(tool->Create(u"T.Tool", nullptr, nullptr));
   state->groups.erase(state->groups.begin());
   state->listener->OnCommandsChanged();
-  using C = std::tuple<uint32_t, uint32_t, uint32_t, std::u16string>;
   EXPECT_EQ(Commands(tool.Get()), (std::vector<C>{C{0, 1, 0, u"Slowest"}}));
 
   // A plug-in that changes its commands while they are walked: the walk
@@ -225,12 +233,6 @@ TEST_F(ToolFixture, AppearanceReachesOnlyToolsThatHaveIt) {
   EXPECT_TRUE(state->disposed);
 }
 
-KivTime TimeOf(const nlohmann::json& value) {
-  if (value == "min") return std::numeric_limits<KivTime>::min();
-  if (value == "max") return std::numeric_limits<KivTime>::max();
-  return value.get<KivTime>();
-}
-
 fake::FakeChannelData ChannelOf(const nlohmann::json& blocks) {
   fake::FakeChannelData data;
   for (const auto& b : blocks) {
@@ -258,18 +260,14 @@ class ClippingCases : public ::testing::TestWithParam<std::filesystem::path> {};
 TEST_P(ClippingCases, BlocksBetweenTimes) {
   const nlohmann::json c = testing::ReadFixture(GetParam());
   auto channel = fake::MakeFakeChannel(ChannelOf(c.at("blocks")));
-  const auto infos = GetDataBlocksBetweenTimes(*channel, TimeOf(c.at("t0")), TimeOf(c.at("t1")));
-  const auto& expect = c.at("expect");
-  ASSERT_EQ(infos.size(), expect.size());
-  for (size_t k = 0; k < infos.size(); ++k) {
-    SCOPED_TRACE(k);
-    EXPECT_EQ(infos[k].start, expect[k].at("start").get<KivTime>());
-    EXPECT_EQ(infos[k].end, expect[k].at("end").get<KivTime>());
-    EXPECT_EQ(infos[k].count, expect[k].at("count").get<int32_t>());
-    EXPECT_EQ(infos[k].join, expect[k].at("join").get<bool>());
-    EXPECT_EQ(infos[k].interval, expect[k].value("interval", KivTime{0}));
-    EXPECT_EQ(infos[k].times, expect[k].value("times", std::vector<KivTime>{}));
+  nlohmann::json got = nlohmann::json::array();
+  const auto blocks = GetDataBlocksBetweenTimes(*channel, testing::FixtureTime(c["t0"]), testing::FixtureTime(c["t1"]));
+  for (const auto& b : blocks) {
+    got.push_back({{"start", b.start}, {"end", b.end}, {"count", b.count}, {"join", b.join}});
+    if (b.interval) got.back()["interval"] = b.interval;
+    if (!b.times.empty()) got.back()["times"] = b.times;
   }
+  EXPECT_EQ(got, c.at("expect"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, ClippingCases, testing::FixtureCases("managed/clipping"), testing::FixtureName);
@@ -298,23 +296,12 @@ TEST_F(FactoryFixture, ChannelsReadEveryBlockWithTheirValues) {
   ASSERT_EQ(factory->GetNames(&names), S_OK);
   EXPECT_EQ(names, (NameList{u"Broken", u"[LongAccel]LongAccel"}));
   ComPtr<IKivChannel> channel;
+  ComPtr<IKivChannelIterator2> iterator;
   EXPECT_EQ(factory->GetItem(u"Missing", channel.Put()), E_INVALIDARG);
   ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", channel.Put()), S_OK);
-  ComPtr<IKivChannelIterator2> iterator;
-  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  ComPtr<IKivDataBlocks> blocks;
-  uint32_t count = 0;
-  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  ASSERT_EQ(blocks->GetCount(&count), S_OK);
-  ASSERT_EQ(count, 2u);
-  ComPtr<IKivDataBlock> second;
-  std::vector<double> values;
-  std::vector<KivTime> times;
-  ASSERT_EQ(blocks->GetBlock(2, second.Put()), S_OK);
-  ASSERT_EQ(second->GetValues(&values), S_OK);
-  ASSERT_EQ(second->GetTimes(&times), S_OK);
-  EXPECT_EQ(times, (std::vector<KivTime>{100, 105}));
-  EXPECT_EQ(values, (std::vector<double>{10.0, 10.5}));
+  // The fake's value at t is t / 10.
+  EXPECT_EQ(testing::ReadBlocks(channel.Get()),
+            (std::vector<testing::BlockRead>{{{0, 10, 20, 30}, {0, 1, 2, 3}}, {{100, 105}, {10, 10.5}}}));
   uint32_t status = 0;
   ASSERT_EQ(channel->GetStatus(&status), S_OK);
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kAvailable));
@@ -326,6 +313,73 @@ TEST_F(FactoryFixture, ChannelsReadEveryBlockWithTheirValues) {
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
 }
 
+TEST_F(FactoryFixture, ThePluginsReportsReachTheChannelsClientsUntilItGoes) {
+  auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
+  ComPtr<IKivChannel> channel;
+  ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", channel.Put()), S_OK);
+  const auto slot = tools.backend.types[u"T.Accel"].channels[u"[LongAccel]LongAccel"].listener;
+  ASSERT_TRUE(*slot);
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  uint32_t status = 0;
+  (*slot)->OnDataChanged(10, 20);
+  (*slot)->OnAvailabilityChanged();
+  ASSERT_EQ(channel->GetStatus(&status), S_OK);
+  EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kAvailable)) << "read again";
+  (*slot)->OnTerminating();
+  ASSERT_EQ(channel->GetStatus(&status), S_OK);
+  EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kNotAvailable));
+  const std::string all = "changed:" + std::to_string(kTimeMin) + ":" + std::to_string(kTimeMax);
+  EXPECT_EQ(heard, (std::vector<std::string>{"changed:10:20", all, "removed"}));
+  listener.Disconnect();
+  channel = nullptr;
+  EXPECT_EQ(*slot, nullptr) << "a channel that went hears nothing more";
+}
+
+TEST_F(FactoryFixture, AChannelPendingOnAnInputReadsAgainWhenTheInputChanges) {
+  auto& channels = tools.backend.types[u"T.Accel"].channels;
+  fake::FakeChannelData waiting = channels[u"[LongAccel]LongAccel"];
+  waiting.listener = std::make_shared<PluginDataListener*>(nullptr);
+  waiting.pendingOn = std::make_shared<ComPtr<IKivUnknown>>();
+  channels[u"Waiting"] = waiting;
+  auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
+  ComPtr<IKivChannel> input, channel;
+  ComPtr<IKivChannelIterator2> iterator;
+  ASSERT_EQ(factory->GetItem(u"[LongAccel]LongAccel", input.Put()), S_OK);
+  ASSERT_EQ(factory->GetItem(u"Waiting", channel.Put()), S_OK);
+  *waiting.pendingOn = input;
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  EXPECT_EQ(channel->GetIterator(iterator.Put()), KIV_E_PENDING);
+  *waiting.pendingOn = nullptr;  // the input came
+  (*channels[u"[LongAccel]LongAccel"].listener)->OnStateChanged();
+  EXPECT_EQ(heard.size(), 1u);
+  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
+}
+
+TEST_F(FactoryFixture, IconsAreMadeSixteenBySixteenByAveragingOrRepeatingPixels) {
+  tools.backend.types[u"T.Accel"].icons[u"Broken"] = {2, 1, {0xFF0000FFu, 0x80FF0000u}};
+  auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
+  ComPtr<IKivUnknown> picture;
+  EXPECT_EQ(factory->GetIcon(2, 16, picture.Put()), S_FALSE) << "none for this name";
+  EXPECT_EQ(factory->GetIcon(3, 16, picture.Put()), E_INVALIDARG);
+  ASSERT_EQ(factory->GetIcon(1, 32, picture.Put()), S_OK);
+  uint32_t width = 0, height = 0;
+  std::vector<uint32_t> pixels;
+  ASSERT_EQ(QueryAs<IKivPicture>(picture.Get())->GetSize(&width, &height), S_OK);
+  ASSERT_EQ(QueryAs<IKivPicture>(picture.Get())->GetPixels(&pixels), S_OK);
+  EXPECT_EQ(std::tie(width, height, pixels[7], pixels[8], pixels[255]),
+            std::make_tuple(16u, 16u, 0xFF0000FFu, 0x80FF0000u, 0x80FF0000u));
+
+  PluginPicture checkers{32, 32, {}};
+  for (uint32_t k = 0; k < 32 * 32; ++k) checkers.argb.push_back((k + k / 32) % 2 ? 0xFFFFFFFFu : 0xFF000000u);
+  ASSERT_EQ(MakeIcon(checkers)->GetPixels(&pixels), S_OK);
+  EXPECT_EQ(pixels, std::vector<uint32_t>(256, 0xFF808080u));
+  EXPECT_FALSE(MakeIcon({4, 4, {0xFF000000u}})) << "pixels that don't fill the size";
+}
+
 TEST_F(FactoryFixture, SelectionIndexesOutOfRangeChangeNothing) {
   auto factory = CDotNetChannelFactory::Create(tools.library, u"T.Accel", nullptr);
   ASSERT_TRUE(factory);
@@ -335,7 +389,74 @@ TEST_F(FactoryFixture, SelectionIndexesOutOfRangeChangeNothing) {
   }
   EXPECT_EQ(tools.backend.selection, (std::pair<int32_t, int32_t>{1, 2}));
   EXPECT_FALSE(CDotNetChannelFactory::Create(tools.library, u"T.Missing", nullptr));
+  EXPECT_FALSE(QueryAs<IKivMediaChannelFactory>(static_cast<IKivChannelFactory*>(factory.Get()))) << "no media";
 }
+
+std::u16string TextOf(const nlohmann::json& value) { return Utf8ToWide(value.get<std::string>()); }
+
+fake::FakeEventSetData EventsOf(const nlohmann::json& events) {
+  fake::FakeEventSetData data;
+  for (const auto& e : events) {
+    PluginEvent event{e.at("time"), e.at("category"), TextOf(e.at("source")), TextOf(e.at("message")), {}, {}};
+    for (const auto& line : e.value("information", std::vector<std::string>{})) event.information.push_back(W(line));
+    event.data = e.value("data", std::vector<double>{});
+    data.push_back(std::move(event));
+  }
+  return data;
+}
+
+// An event as the fixtures write it.
+nlohmann::json RecordOf(IKivEvent& event) {
+  KivTime time = 0;
+  uint32_t priority = 0;
+  std::u16string source, message;
+  std::vector<uint8_t> payload;
+  (void)event.GetTime(&time), (void)event.GetCategory(&priority);
+  (void)event.GetSource(&source), (void)event.GetMessage(&message);
+  nlohmann::json data = nullptr;
+  if (event.GetData(&payload) == S_OK) {
+    std::vector<double> values(payload.size() / sizeof(double));
+    std::memcpy(values.data(), payload.data(), values.size() * sizeof(double));
+    data = values;
+  }
+  return {{"time", time}, {"priority", priority}, {"source", WideToUtf8(source)}, {"message", WideToUtf8(message)},
+          {"data", data}};
+}
+
+// An events factory "T.Brakes" with the fixture's set as "Set".
+class EventSetCases : public ::testing::TestWithParam<std::filesystem::path> {};
+
+TEST_P(EventSetCases, RecordsCopiedOnePerEventInRisingTime) {
+  const nlohmann::json c = testing::ReadFixture(GetParam());
+  ToolsFolder tools;
+  Touch(tools.dir / "e.py");
+  tools.backend.modules["e.py"] = Module({{u"T.Brakes", u"Brakes", 1}});
+  fake::FakeType type;
+  type.tool = false;
+  type.eventSets[u"Set"] = EventsOf(c.at("events"));
+  tools.backend.types[u"T.Brakes"] = type;
+  EXPECT_FALSE(CDotNetChannelFactory::Create(tools.library, u"T.Brakes", nullptr));
+  auto factory = CDotNetEventsFactory::Create(tools.library, u"T.Brakes", nullptr);
+  ASSERT_TRUE(factory);
+
+  ComPtr<IKivEventSet> set;
+  ComPtr<IKivEventsIterator> iterator;
+  ComPtr<IKivEvents> events;
+  uint32_t count = 0;
+  ASSERT_EQ(factory->GetItem(u"Set", set.Put()), S_OK);
+  ASSERT_EQ(set->GetIterator(iterator.Put()), S_OK);
+  (void)iterator->GetEvents(events.Put());
+  ASSERT_EQ(events->GetCount(&count), S_OK);
+  nlohmann::json records = nlohmann::json::array();
+  for (int32_t k = 1; k <= static_cast<int32_t>(count); ++k) {
+    ComPtr<IKivEvent> event;
+    ASSERT_EQ(events->GetEvent(k, event.Put()), S_OK);
+    records.push_back(RecordOf(*event));
+  }
+  EXPECT_EQ(records, c.at("expect"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EventSetCases, testing::FixtureCases("managed/events"), testing::FixtureName);
 
 }  // namespace
 }  // namespace velmar::managed

@@ -1,13 +1,18 @@
 // The CPython backend on real modules: bad ones skipped (a blocking one cut
 // off by the import time limit), tools with commands, raises and pickled
-// state, and a data factory's channel read through the library.
+// state, and a data factory's channel and event set read through the library.
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 #include "managed/dotnet_tool.h"
 #include "managed/tool_locator.h"
+#include "support/data_listener.h"
 #include "support/fixtures.h"
+#include "support/managed_channel_reads.h"
 #include "support/scoped_env.h"
 #include "velmar/channel.h"
+#include "velmar/events.h"
 #include "velmar/plugin_tools.h"
 
 namespace velmar::managed {
@@ -41,7 +46,8 @@ TEST_F(PythonBackendTest, BadModulesAreSkippedAndTheFirstOfTwoTypeNamesWins) {
   using T = std::tuple<std::u16string, std::u16string, uint32_t>;
   EXPECT_EQ(found, (std::vector<T>{T{u"Counter", u"a_tools.Counter", kKivPluginTool},
                                    T{u"Ramp", u"a_tools.Ramp", kKivPluginChannelFactory},
-                                   T{u"Keeper", u"a_tools.Keeper", kKivPluginTool}}));
+                                   T{u"Keeper", u"a_tools.Keeper", kKivPluginTool},
+                                   T{u"Marks", u"a_tools.Marks", kKivPluginEventsFactory}}));
 }
 
 TEST_F(PythonBackendTest, CommandsRunAndAFaultGivesEFailWithoutTakingTheHostDown) {
@@ -57,6 +63,13 @@ TEST_F(PythonBackendTest, CommandsRunAndAFaultGivesEFailWithoutTakingTheHostDown
   ASSERT_EQ(children->GetItem(1, more.Put()), S_OK);
   EXPECT_EQ(more->InvokeCommand(2, 0, 0), E_FAIL);
   EXPECT_EQ(tool->InvokeCommand(0, 0, 0), S_OK) << "the tool goes on after a fault";
+  ObjectNodeCommands commands;
+  ComPtr<IKivPicture> icon;
+  std::vector<uint32_t> pixels;
+  ASSERT_EQ(tool->GetCommands(&commands), S_OK);
+  ASSERT_EQ(commands[0]->GetPicture(icon.Put()), S_OK);
+  ASSERT_EQ(icon->GetPixels(&pixels), S_OK);
+  EXPECT_EQ(pixels, std::vector<uint32_t>(256, 0xFFFF0000u)) << "an 8x8 RGB array, red";
   EXPECT_EQ(KivCreatePluginTool(u"a_tools.Twice", nullptr, tool.Put()), E_INVALIDARG);
 }
 
@@ -99,19 +112,20 @@ TEST_F(PythonBackendTest, ChannelsCrossAsArraysAndARaisingOneIsNotAvailable) {
   ASSERT_EQ(KivCreatePluginChannelFactory(u"a_tools.Ramp", nullptr, factory.Put()), S_OK);
   ComPtr<IKivChannel> channel;
   ASSERT_EQ(factory->GetItem(u"Ramp", channel.Put()), S_OK);
-  ComPtr<IKivChannelIterator2> iterator;
-  ASSERT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  ComPtr<IKivDataBlocks> blocks;
-  ComPtr<IKivDataBlock> block;
-  ASSERT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  ASSERT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
-  std::vector<double> values;
-  ASSERT_EQ(block->GetValues(&values), S_OK);
-  ASSERT_EQ(values.size(), 1000u);
-  EXPECT_EQ(values[999], 499.5);
-  KivTime interval = 0;
-  ASSERT_EQ(block->GetInterval(&interval), S_OK);
-  EXPECT_EQ(interval, 100);
+  const auto blocks = testing::ReadBlocks(channel.Get());
+  ASSERT_EQ(blocks.size(), 1u);
+  ASSERT_EQ(blocks[0].values.size(), 1000u);
+  EXPECT_EQ(std::tie(blocks[0].values[999], blocks[0].times[999]), std::make_tuple(499.5, KivTime{99900}));
+
+  // The plug-in's change reaches the channel's clients.
+  std::vector<std::string> heard;
+  testing::CDataListener listener(&heard);
+  ASSERT_TRUE(listener.Connect(channel.Get(), false));
+  ComPtr<IKivObjectNode> toucher;
+  ASSERT_EQ(KivCreatePluginTool(u"a_tools.Keeper", nullptr, toucher.Put()), S_OK);
+  ASSERT_EQ(toucher->InvokeCommand(2, 0, 0), S_OK);
+  EXPECT_EQ(heard, std::vector<std::string>{"changed:5:" + std::to_string(kTimeMax)});
+  listener.Disconnect();
 
   ComPtr<IKivChannel> broken;
   uint32_t status = 0;
@@ -119,6 +133,25 @@ TEST_F(PythonBackendTest, ChannelsCrossAsArraysAndARaisingOneIsNotAvailable) {
   EXPECT_EQ(KivSetPluginDataSelection(factory.Get(), 1, 1), S_FALSE) << "no root, no tasks";
   ASSERT_EQ(channel->GetStatus(&status), S_OK);
   EXPECT_EQ(status, static_cast<uint32_t>(DataStatus::kAvailable));
+}
+
+TEST_F(PythonBackendTest, EventSetsAreCopiedInTimeOrderWithTheirInformationAndData) {
+  ComPtr<IKivEventsFactory> factory;
+  ComPtr<IKivEventSet> set;
+  ComPtr<IKivEventsIterator> iterator;
+  ComPtr<IKivEvents> events;
+  ComPtr<IKivEvent> late;
+  ASSERT_EQ(KivCreatePluginEventsFactory(u"a_tools.Marks", nullptr, factory.Put()), S_OK);
+  ASSERT_EQ(factory->GetItem(u"Marks", set.Put()), S_OK);
+  ASSERT_EQ(set->GetIterator(iterator.Put()), S_OK);
+  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
+  ASSERT_EQ(events->GetEvent(2, late.Put()), S_OK);
+  uint32_t priority = 0;
+  std::u16string message;
+  std::vector<uint8_t> data;
+  (void)late->GetCategory(&priority), (void)late->GetMessage(&message), (void)late->GetData(&data);
+  EXPECT_EQ(std::tie(priority, message), std::make_tuple(3u, std::u16string(u"late\nLap 1")));
+  EXPECT_EQ(data.size(), sizeof(double));
 }
 
 }  // namespace

@@ -9,10 +9,13 @@
 #include "managed/dotnet_data_factory.h"
 #include "managed/fake_backend.h"
 #include "managed/tool_locator.h"
+#include "support/outing_listener.h"
 #include "support/scoped_env.h"
 #include "support/settings_file_support.h"
 #include "support/temp_dir.h"
 #include "velmar/channel.h"
+#include "velmar/font_description.h"
+#include "velmar/plugin_review.h"
 #include "velmar/plugin_tools.h"
 #include "velmar/tasks.h"
 
@@ -89,30 +92,16 @@ TEST_F(RootAddIns, DataFactoryJoinsEverySelectionThroughItsInputs) {
   EXPECT_TRUE(names().empty()) << "gone with the entry";
 }
 
-struct NameLog : CDataFactoryNotificationsReceiver {
-  std::vector<std::u16string> seen;
-  void OnItemsAdded(IKivDataFactory*, uint32_t, const NameList& names) override { Log(u"+", names); }
-  void OnItemsRemoved(IKivDataFactory*, uint32_t, const NameList& names) override { Log(u"-", names); }
-  void Log(const std::u16string& sign, const NameList& names) {
-    for (const auto& name : names) seen.push_back(sign + name);
-  }
-};
-
 TEST_F(RootAddIns, NewInputsTellWhatTheKeysGainedAndLost) {
   auto factory = CDotNetChannelFactory::Create(ManagedRuntime::Process().library(), u"T.Data", nullptr);
   NameList names;
   ASSERT_EQ(factory->GetNames(&names), S_OK);
-  NameLog log;
-  auto sink = MakeKiv<CDataFactoryNotificationsSink<>>();
-  sink->SetReceiver(&log);
-  ASSERT_TRUE(sink->Connect(static_cast<IKivChannelFactory*>(factory.Get())));
+  testing::OutingListener heard(static_cast<IKivChannelFactory*>(factory.Get()));  // its factory notifications
   auto& channels = backend_->types[u"T.Data"].channels;
   channels[u"Jerk"] = channels[u"Accel"];
   channels.erase(u"Accel");
   ASSERT_EQ(QueryAs<IKivSelectionInputsSink>(static_cast<IKivChannelFactory*>(factory.Get()))->OnInputsChanged(), S_OK);
-  EXPECT_EQ(log.seen, (std::vector<std::u16string>{u"-Accel", u"+Jerk"}));
-  sink->SetReceiver(nullptr);
-  sink->Disconnect(static_cast<IKivChannelFactory*>(factory.Get()));
+  EXPECT_EQ(heard.log, (std::vector<std::string>{"ItemsRemoved:Accel", "ItemsAdded:Jerk"}));
 }
 
 TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
@@ -121,6 +110,10 @@ TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
   backend_->lastTool->appearance = true;
   ASSERT_EQ(QueryAs<IKivVelmarControl>(first->root.Get())->SetBackColor(0x123456), S_OK);
   EXPECT_EQ(backend_->lastTool->backColor, 0x123456u) << "the root's colours reach its tools";
+  ComPtr<IKivUnknown> font;
+  ASSERT_EQ(KivCreateFontDescription(u"Mono", 95000, true, false, font.Put()), S_OK);
+  ASSERT_EQ(QueryAs<IKivVelmarControl>(first->root.Get())->PutFont(font.Get()), S_OK);
+  EXPECT_EQ(backend_->lastTool->font.size, 95000) << "and so does its font";
   (void)Saved(*first);
   EXPECT_EQ(first->persist->IsDirty(), S_FALSE);
   backend_->lastTool->listener->OnToolChanged();
@@ -128,7 +121,11 @@ TEST_F(RootAddIns, ToolStateRoundTripsThroughTheSettingsFile) {
   const std::string bytes = Saved(*first);
   first.reset();
 
+  std::vector<std::u16string> review;
+  KivSetReviewToolsDelegate([&](const std::vector<std::u16string>& names) { review = names; });
   auto second = Root(bytes);
+  KivSetReviewToolsDelegate(nullptr);
+  EXPECT_EQ(review, std::vector<std::u16string>{u"T.Tool"}) << "the first root's review reaches the host";
   EXPECT_EQ(backend_->lastTool->loaded, kState);
   EXPECT_EQ(second->persist->IsDirty(), S_FALSE);
   second.reset();

@@ -2,11 +2,15 @@
 // carries its number, so a delivered picture says which frame it is.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 
+#include "frame_sink.h"
 #include "media/clip_manager.h"
 #include "support/temp_dir.h"
+#include "velmar/audio_sink.h"
 #include "velmar/sample_clip.h"
 #include "velmar/text.h"
 
@@ -15,18 +19,6 @@ namespace {
 
 constexpr KivTime kS = kTicksPerSecond;
 constexpr KivTime kFrame = kS / 25;
-
-class LastFrame final : public KivObject<IKivVideoFrameSink> {
- public:
-  void OnVideoFrame(IKivClipPlayer*, const KivVideoFrame& frame) override {
-    number = KivSampleClipFrameNumber(frame);
-    blank = FromKivBool(frame.blank);
-    ++count;
-  }
-  int32_t number = -2;
-  bool blank = false;
-  int count = 0;
-};
 
 class ClipPlayerTest : public ::testing::Test {
  protected:
@@ -37,16 +29,15 @@ class ClipPlayerTest : public ::testing::Test {
   }
   static void TearDownTestSuite() { delete dir_; }
 
-  ComPtr<CClipManager> Player(std::shared_ptr<PlayerClock> clock, ComPtr<LastFrame>* sink) {
-    auto player = MakeKiv<CClipManager>(std::move(clock), false);
-    *sink = MakeKiv<LastFrame>();
-    EXPECT_EQ(player->SetFrameSink(sink->Get()), S_OK);
-    return player;
-  }
-
   static inline TempDir* dir_ = nullptr;
   static inline std::u16string clip_;
 };
+
+uint32_t StateOf(CClipManager& player) {
+  uint32_t state = 9;
+  EXPECT_EQ(player.GetState(0, &state), S_OK);
+  return state;
+}
 
 TEST_F(ClipPlayerTest, SeeksToTheExactFrameAnywhereInAnyOrder) {
   ClipOpenError why = ClipOpenError::kBroken;
@@ -70,12 +61,8 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
   const std::string text = (*dir_ / "notes.kvmedia").string();
   std::ofstream(text) << "not a video";
   const std::string truncated = (*dir_ / "cut.mp4").string();
-  {
-    std::ifstream in(WideToUtf8(clip_), std::ios::binary);
-    std::string bytes(2000, '\0');
-    in.read(bytes.data(), 2000);
-    std::ofstream(truncated, std::ios::binary) << bytes;
-  }
+  std::filesystem::copy_file(WideToUtf8(clip_), truncated);
+  std::filesystem::resize_file(truncated, 2000);
   ClipOpenError why = ClipOpenError::kNone;
   std::string log;
   EXPECT_FALSE(ClipDecoder::Open(text, &why, &log));
@@ -84,7 +71,7 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
   EXPECT_EQ(why, ClipOpenError::kBroken);
 
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   EXPECT_EQ(player->AddClip(Utf8ToWide(text), nullptr, 0, kS, 0), E_FAIL);
   EXPECT_EQ(player->AddClip(Utf8ToWide(truncated), nullptr, 0, kS, 0), E_FAIL);
   EXPECT_EQ(player->GetTime(nullptr), E_POINTER);
@@ -100,7 +87,7 @@ TEST_F(ClipPlayerTest, RefusesFilesThatAreNotVideoAndKeepsTheOthers) {
 
 TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   ASSERT_EQ(player->AddClip(clip_, nullptr, 6 * kS, 4 * kS, 0), S_OK);
   ASSERT_EQ(player->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);  // goes first: positions order the list
   ASSERT_EQ(player->SetRange(0, 10 * kS), S_OK);
@@ -115,14 +102,12 @@ TEST_F(ClipPlayerTest, GapsShowBlankAndStepsMoveByFrames) {
   KivTime t = 0;
   ASSERT_EQ(player->GetTime(&t), S_OK);
   EXPECT_EQ(t, 7 * kS + 3 * kFrame - 30 * kFrame);
-  uint32_t state = 9;
-  ASSERT_EQ(player->GetState(0, &state), S_OK);
-  EXPECT_EQ(state, kClipPlayerPaused);
+  EXPECT_EQ(StateOf(*player), kClipPlayerPaused);
 }
 
 TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
   ComPtr<LastFrame> sink;
-  auto player = Player(std::make_shared<ManualPlayerClock>(), &sink);
+  auto player = PlayerShowing(std::make_shared<ManualPlayerClock>(), &sink);
   // Frames 50, 51 and 52 of the file stand 1 s apart on the timeline.
   auto table = MakeKiv<CDynamicTimestamp>(std::vector<KivTime>{3 * kS, 4 * kS, 5 * kS}, std::vector<KivTime>{}, 50);
   ASSERT_EQ(player->AddClip(clip_, table, 2 * kS, 2 * kS, 0), S_OK);
@@ -137,9 +122,7 @@ TEST_F(ClipPlayerTest, AFrameTableChoosesTheFileFrameAndStepsAlongIt) {
   ASSERT_EQ(player->GetTime(&t), S_OK);
   EXPECT_EQ(t, 4 * kS);
   ASSERT_EQ(player->Stop(), S_OK);
-  uint32_t state = 9;
-  ASSERT_EQ(player->GetState(0, &state), S_OK);
-  EXPECT_EQ(state, kClipPlayerStopped);
+  EXPECT_EQ(StateOf(*player), kClipPlayerStopped);
 }
 
 TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
@@ -147,8 +130,8 @@ TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
   auto own = std::make_shared<ManualPlayerClock>();
   own->Advance(123 * kS);  // the slave's clock is elsewhere until Run
   ComPtr<LastFrame> primarySink, slaveSink;
-  auto primary = Player(clock, &primarySink);
-  auto slave = Player(own, &slaveSink);
+  auto primary = PlayerShowing(clock, &primarySink);
+  auto slave = PlayerShowing(own, &slaveSink);
   ASSERT_EQ(primary->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
   ASSERT_EQ(slave->AddClip(clip_, nullptr, 0, 4 * kS, 0), S_OK);
   ASSERT_EQ(primary->AddSlave(slave.Get()), S_OK);
@@ -170,6 +153,102 @@ TEST_F(ClipPlayerTest, PrimaryAndSlaveRunOnOneClockWithinAFrame) {
   EXPECT_EQ(b, 2 * kS);  // paused together
   ASSERT_EQ(primary->RemoveSlave(slave.Get()), S_OK);
   EXPECT_EQ(primary->RemoveSlave(slave.Get()), E_FAIL);
+}
+
+// A clip's file that goes while the player holds it open: the clip blanks
+// (an open file would read on after its name is gone), the others play on.
+
+TEST(ClipVanish, ADeletedOrReplacedFileBlanksItsClipAndLeavesTheOthers) {
+  TempDir dir;
+  const std::filesystem::path first = dir / "first.mp4", second = dir / "second.mp4";
+  for (const auto& path : {first, second}) {
+    ASSERT_EQ(KivWriteSampleClip(Utf8ToWide(path.string()), {2.0, 160, 96, 25, 1.0}), S_OK);
+  }
+  ComPtr<LastFrame> sink;
+  auto player = PlayerShowing(SteadyPlayerClock(), &sink);
+  ASSERT_EQ(player->AddClip(Utf8ToWide(first.string()), nullptr, 0, 2 * kS, 0), S_OK);
+  ASSERT_EQ(player->AddClip(Utf8ToWide(second.string()), nullptr, 3 * kS, 2 * kS, 0), S_OK);
+  ASSERT_EQ(player->SetTime(kS / 2), S_OK);
+  EXPECT_EQ(sink->number, 12);
+
+  std::filesystem::remove(first);
+  ASSERT_EQ(player->SetTime(kS), S_OK);
+  EXPECT_TRUE(sink->blank) << "the deleted clip keeps showing";
+  ASSERT_EQ(player->SetTime(4 * kS), S_OK);
+  EXPECT_FALSE(sink->blank);
+  EXPECT_EQ(sink->number, 25);
+
+  // Another file put in its place is not the clip that was opened.
+  std::filesystem::copy_file(second, first);
+  ASSERT_EQ(player->SetTime(kS / 4), S_OK);
+  EXPECT_TRUE(sink->blank);
+}
+
+// A clip's sound through the player: a clip made here with a 440 Hz tone,
+// played at 1x on a clock moved by hand, reaches the audio sink as one
+// unbroken stream, the tone while the clip runs and silence in the gap
+// after it; the WAV sink writes the same stream as a whole file.
+
+struct Heard final : public KivObject<IKivAudioSink> {
+  explicit Heard(ComPtr<IKivAudioSink> next) : next_(std::move(next)) {}
+  void OnAudio(IKivClipPlayer* player, const KivAudioBlock& block) override {
+    EXPECT_EQ(block.position, end) << "a hole or an overlap in the sound";
+    end = block.position + block.frames * kS / kKivAudioRate;
+    auto& into = FromKivBool(block.silence) ? silent : sound;
+    into.insert(into.end(), block.samples, block.samples + block.frames * kKivAudioChannels);
+    next_->OnAudio(player, block);
+  }
+  KivTime end = 0;
+  std::vector<int16_t> sound, silent;
+  ComPtr<IKivAudioSink> next_;
+};
+
+TEST(ClipAudio, PlaysTheClipsToneThenSilenceWithoutAHole) {
+  TempDir dir;
+  const std::u16string clip = Utf8ToWide((dir / "tone.mp4").string());
+  ASSERT_EQ(KivWriteSampleClip(clip, {2.0, 160, 96, 25, 1.0, 440.0}), S_OK);
+  const std::string wav = (dir / "heard.wav").string();
+  ComPtr<IKivAudioSink> file;
+  ASSERT_EQ(KivCreateWavAudioSink(Utf8ToWide(wav), file.Put()), S_OK);
+  auto heard = MakeKiv<Heard>(file);
+
+  auto clock = std::make_shared<ManualPlayerClock>();
+  auto player = MakeKiv<CClipManager>(clock, false);
+  ASSERT_EQ(player->AddClip(clip, nullptr, 0, 2 * kS, 0), S_OK);
+  EXPECT_EQ(player->log().find("No audio found."), std::string::npos) << player->log();
+  ASSERT_EQ(player->SetRange(0, 3 * kS), S_OK);
+  ASSERT_EQ(player->SetAudioSink(heard.Get()), S_OK);
+  ASSERT_EQ(player->Run(), S_OK);
+  clock->Advance(1'000'000);  // the players' common start
+  player->PresentNow();
+  for (int step = 0; step < 25; ++step) {
+    clock->Advance(kS / 10);
+    player->PresentNow();
+  }
+  EXPECT_EQ(heard->end, 25 * kS / 10);
+  // Two seconds of tone, half a second of gap.
+  EXPECT_EQ(heard->sound.size(), static_cast<size_t>(2 * kKivAudioRate * kKivAudioChannels));
+  EXPECT_EQ(heard->silent.size(), static_cast<size_t>(kKivAudioRate / 2 * kKivAudioChannels));
+  // The pitch by its rising zero crossings over the middle second (left side).
+  int crossings = 0;
+  for (size_t i = kKivAudioRate / 2; i < 3 * kKivAudioRate / 2; ++i) {
+    crossings += heard->sound[2 * (i - 1)] < 0 && heard->sound[2 * i] >= 0;
+  }
+  EXPECT_NEAR(crossings, 440, 2);
+
+  ASSERT_EQ(player->Pause(), S_OK);
+  heard = nullptr;
+  ASSERT_EQ(player->SetAudioSink(nullptr), S_OK);
+  file = nullptr;
+  std::ifstream in(wav, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const size_t data = 25 * kKivAudioRate / 10 * kKivAudioChannels * 2;
+  ASSERT_EQ(bytes.size(), 44 + data);
+  EXPECT_EQ(bytes.substr(0, 4), "RIFF");
+  EXPECT_EQ(bytes.substr(8, 8), "WAVEfmt ");
+  EXPECT_EQ(static_cast<uint8_t>(bytes[40]) | static_cast<uint8_t>(bytes[41]) << 8 |
+                static_cast<uint32_t>(static_cast<uint8_t>(bytes[42])) << 16,
+            data);
 }
 
 }  // namespace

@@ -83,6 +83,21 @@ inline ComPtr<IKivSelectionRange> Selection(KivTime start, KivTime end) {
   return MakeKiv<FixedSelection>(start, end);
 }
 
+// The blocks an iterator gives, in order.
+inline std::vector<ComPtr<IKivDataBlock>> BlocksOf(IKivChannelIterator2* it) {
+  ComPtr<IKivDataBlocks> blocks;
+  uint32_t count = 0;
+  EXPECT_EQ(it->GetDataBlocks(blocks.Put()), S_OK);
+  if (blocks) {
+    EXPECT_EQ(blocks->GetCount(&count), S_OK);
+  }
+  std::vector<ComPtr<IKivDataBlock>> out(count);
+  for (uint32_t i = 1; i <= count; ++i) {
+    EXPECT_EQ(blocks->GetBlock(i, out[i - 1].Put()), S_OK);
+  }
+  return out;
+}
+
 // A search case of a fixture: "next after", "last before" or "nearest".
 inline int32_t SearchMode(const nlohmann::json& name) {
   static const std::map<std::string, int32_t> modes{

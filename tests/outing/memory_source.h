@@ -36,7 +36,6 @@ struct MemoryDataSet {
 class MemoryDisk {
  public:
   static void Put(const std::u16string& path, MemoryDataSet data);
-  static void Erase(const std::u16string& path);
   static std::optional<MemoryDataSet> Read(const std::u16string& path);
 
   // Loads of `path` wait on the worker, once started, until OpenGate.
@@ -164,13 +163,11 @@ class CMemoryOuting final : public CFileOuting<CMemoryOutingCache, CMemoryChanne
   void OnLapMarkersReset() override;
   void OnCreatedNotify(bool success) override;
   void OnInformationChanged() override;
-  void OnChannelsRemoved(const NameList& names) override;
   void OnWriterMessage(uint32_t level, const std::u16string& text) override;
   KivResult GetSelectionBinding(IKivUnknown** binding) override;
 
   // The cache's calls, in order: "discarded", "information:1", "channels",
-  // "laps-reset", "created:1", "information-changed", "removed:a,b",
-  // "message:2:text".
+  // "laps-reset", "created:1", "information-changed", "message:2:text".
   std::vector<std::string> calls;
   // Runs inside OnInformationLoaded, before the outing's own work.
   std::function<void()> onInformationLoaded;

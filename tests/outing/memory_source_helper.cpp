@@ -31,15 +31,6 @@ DiskState& Disk() {
 
 constinit CachedJobThread g_memoryThread(u"Memory_Thread");
 
-std::string Joined(const NameList& names) {
-  std::string out;
-  for (const std::u16string& name : names) {
-    if (!out.empty()) out += ",";
-    out += WideToUtf8(name);
-  }
-  return out;
-}
-
 }  // namespace
 
 // --- MemoryDisk -------------------------------------------------------------
@@ -47,11 +38,6 @@ std::string Joined(const NameList& names) {
 void MemoryDisk::Put(const std::u16string& path, MemoryDataSet data) {
   std::lock_guard lock(Disk().mu);
   Disk().dataSets[path] = std::move(data);
-}
-
-void MemoryDisk::Erase(const std::u16string& path) {
-  std::lock_guard lock(Disk().mu);
-  Disk().dataSets.erase(path);
 }
 
 std::optional<MemoryDataSet> MemoryDisk::Read(const std::u16string& path) {
@@ -250,11 +236,6 @@ void CMemoryOuting::OnCreatedNotify(bool success) {
 void CMemoryOuting::OnInformationChanged() {
   calls.push_back("information-changed");
   CFileOuting::OnInformationChanged();
-}
-
-void CMemoryOuting::OnChannelsRemoved(const NameList& names) {
-  calls.push_back("removed:" + Joined(names));
-  FireItemsRemoved(channels().AsDataFactory(), kDataKindChannels, channels().RemoveItems(names));
 }
 
 void CMemoryOuting::OnWriterMessage(uint32_t level, const std::u16string& text) {

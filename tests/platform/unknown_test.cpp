@@ -51,17 +51,14 @@ TEST(Unknown, EveryGenerationAnswersWithOneIdentity) {
   EXPECT_EQ(g_live, 0) << "last release destroys";
 }
 
-TEST(Unknown, UnknownInterfaceAndNullOut) {
+TEST(Unknown, UnknownInterfaceNullOutAndGiveOut) {
   auto dog = MakeKiv<Dog>();
   void* p = reinterpret_cast<void*>(1);
   EXPECT_EQ(dog->QueryInterface(Guid::Literal("{22222222-0000-0000-0000-000000000000}"), &p),
             E_NOINTERFACE);
   EXPECT_EQ(p, nullptr);
   EXPECT_EQ(dog->QueryInterface(IAnimal::iid, nullptr), E_POINTER);
-}
-
-TEST(Unknown, GiveOutHandsANewReference) {
-  auto dog = MakeKiv<Dog>();
+  // GiveOut hands a new reference.
   IAnimal* raw = nullptr;
   EXPECT_EQ(GiveOut<IAnimal>(dog.Get(), &raw), S_OK);
   EXPECT_EQ(raw->Release(), 1u);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "fake_lap_outing.h"
+#include "support/got.h"
 #include "regions_listener.h"
 
 namespace velmar::testing {
@@ -21,11 +22,13 @@ class LapFinderTest : public ::testing::Test {
     outing_->information = MakeKiv<CMapProperties>();
     finder_ = MakeKiv<CLapFinder>(CBrandedOutingInformation(CDataFactoryBrandingHelper()));
   }
-  int32_t Count(IKivTimeRegions* regions) {
-    int32_t n = -1;
-    EXPECT_EQ(regions->GetCount(&n), S_OK);
-    return n;
+  int32_t Count(IKivTimeRegions* regions) { return Got(regions, &IKivTimeRegions::GetCount); }
+  // Sets the outing and gives the regions view read from it.
+  ComPtr<IKivTimeRegions> Attach(IKivOuting* outing) {
+    EXPECT_EQ(finder_->SetOuting(outing), S_OK);
+    return Got(finder_, &CLapFinder::GetRegions);
   }
+  KivTime End(IKivTimeRegions* regions, int32_t i) { return RegionRows(regions).at(i - 1)[2]; }
   std::u16string Name(IKivTimeRegions* regions, int32_t first, int32_t last) {
     std::u16string name;
     EXPECT_EQ(regions->GetName(first, last, &name), S_OK);
@@ -39,8 +42,7 @@ class LapFinderTest : public ::testing::Test {
 TEST_F(LapFinderTest, TheFirstReadBuildsTheLapsAndTellsTheSinksOnceBeforeItReturns) {
   ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
   RegionsListener listener(finder_.Get());
-  ComPtr<IKivTimeRegions> regions;
-  ASSERT_EQ(finder_->GetRegions(regions.Put()), S_OK);
+  ComPtr<IKivTimeRegions> regions = Got(finder_, &CLapFinder::GetRegions);
   EXPECT_EQ(listener.count, 1);
   EXPECT_EQ(Count(regions.Get()), 3);
   ASSERT_EQ(finder_->GetRegions(regions.Put()), S_OK);
@@ -52,32 +54,25 @@ TEST_F(LapFinderTest, TheFirstReadBuildsTheLapsAndTellsTheSinksOnceBeforeItRetur
   KivTime t = -1;
   EXPECT_EQ(regions->GetStart(4, &t), E_INVALIDARG);
   EXPECT_EQ(t, 0);
-  ASSERT_EQ(regions->GetEnd(2, &t), S_OK);
-  EXPECT_EQ(t, 20 * kSec);
+  EXPECT_EQ(End(regions.Get(), 2), 20 * kSec);
   EXPECT_EQ(regions->GetEnd(1, nullptr), E_POINTER);
 }
 
 TEST_F(LapFinderTest, AMarkerEditEmptiesTheLapsAndTheNextReadRebuildsThem) {
-  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  ComPtr<IKivTimeRegions> view = Attach(outing_.Get());
   RegionsListener listener(finder_.Get());
   outing_->SetMarkers({10 * kSec, 20 * kSec, 30 * kSec});
   outing_->FireMarkersChanged();
   EXPECT_EQ(listener.count, 1);
   EXPECT_FALSE(finder_->populated());
   EXPECT_EQ(Count(view.Get()), 0) << "the view is live: nothing until the next read";
-  int32_t last = 0;
-  ASSERT_EQ(finder_->GetLastCompleteRegion(&last), S_OK);
+  EXPECT_EQ(Got(finder_, &CLapFinder::GetLastCompleteRegion), 3) << "the lap after the last marker is not complete";
   EXPECT_EQ(listener.count, 2);
   EXPECT_EQ(Count(view.Get()), 4);
-  EXPECT_EQ(last, 3) << "the lap after the last marker is not complete";
 }
 
 TEST_F(LapFinderTest, AResetOrARangeOfAStoredOutingRebuildsNothing) {
-  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  ComPtr<IKivTimeRegions> view = Attach(outing_.Get());
   RegionsListener listener(finder_.Get());
   outing_->FireReset();
   outing_->FireRange(0, 50 * kSec);
@@ -88,9 +83,7 @@ TEST_F(LapFinderTest, AResetOrARangeOfAStoredOutingRebuildsNothing) {
 }
 
 TEST_F(LapFinderTest, AViewKeepsItsFinderAliveAndSetOutingNothingEmptiesIt) {
-  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  ComPtr<IKivTimeRegions> view = Attach(outing_.Get());
   {
     RegionsListener listener(finder_.Get());
     EXPECT_EQ(finder_->SetOuting(nullptr), S_OK);
@@ -103,32 +96,25 @@ TEST_F(LapFinderTest, AViewKeepsItsFinderAliveAndSetOutingNothingEmptiesIt) {
 
 TEST_F(LapFinderTest, TheDefaultRegionIsTheFastLapCountedPastAWarmUp) {
   ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
+  EXPECT_EQ(Got(finder_, &CLapFinder::GetDefaultRegion), 1) << "no lap numbers at all: the first lap";
   int32_t index = 0;
-  ASSERT_EQ(finder_->GetDefaultRegion(&index), S_OK) << "no lap numbers at all: the first lap";
-  EXPECT_EQ(index, 1);
   outing_->information->values = {{u"First lap number", Variant::I32(1)}, {u"Fast lap time", Variant::F64(0)}};
   EXPECT_EQ(finder_->GetDefaultRegion(&index), KIV_E_NO_REGION) << "no fast lap yet";
   outing_->information->values = {{u"First lap number", Variant::I32(1)},
                                   {u"Fast lap time", Variant::F64(92.5)},
                                   {u"Fast lap number", Variant::I32(2)}};
-  ASSERT_EQ(finder_->GetDefaultRegion(&index), S_OK);
-  EXPECT_EQ(index, 2);
+  EXPECT_EQ(Got(finder_, &CLapFinder::GetDefaultRegion), 2);
   outing_->moved = 5 * kSec;  // a warm-up now stands first
   outing_->FireMarkersChanged();
-  ASSERT_EQ(finder_->GetDefaultRegion(&index), S_OK);
-  EXPECT_EQ(index, 3);
-  std::u16string name;
-  ASSERT_EQ(finder_->GetDefaultRegionName(&name), S_OK);
-  EXPECT_EQ(name, u"Fastest Lap");
+  EXPECT_EQ(Got(finder_, &CLapFinder::GetDefaultRegion), 3);
+  EXPECT_EQ(Got(finder_, &CLapFinder::GetDefaultRegionName), u"Fastest Lap");
 }
 
 TEST_F(LapFinderTest, AnOutingWithoutLapsIsNamedFromItsInformation) {
   outing_->markers.clear();
   outing_->movementKnown = false;
   outing_->information->values = {{u"First lap number", Variant::I32(7)}};
-  ASSERT_EQ(finder_->SetOuting(outing_.Get()), S_OK);
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  ComPtr<IKivTimeRegions> view = Attach(outing_.Get());
   EXPECT_EQ(Name(view.Get(), 1, 1), u"Lap 7");
   outing_->information->values[u"Engine test"] = Variant::Bool(true);
   outing_->FireMarkersChanged();
@@ -148,8 +134,7 @@ TEST_F(LapFinderTest, AFailedBuildLeavesNoRegionsAndIsTriedAgain) {
   EXPECT_EQ(finder_->GetDefaultRegion(&index), KIV_E_NO_REGION);
   EXPECT_EQ(finder_->GetLastCompleteRegion(&index), E_UNEXPECTED);
   outing_->failMarkerRead = 0;
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  ComPtr<IKivTimeRegions> view = Got(finder_, &CLapFinder::GetRegions);
   EXPECT_EQ(Count(view.Get()), 3);
   EXPECT_EQ(finder_->GetRegions(nullptr), E_POINTER);
 }
@@ -158,23 +143,17 @@ TEST_F(LapFinderTest, ALiveOutingsCurrentLapGrowsInTenSecondStepsAheadOfItsData)
   auto live = MakeKiv<FakeLiveOuting>();
   live->end = 90 * kSec;
   live->SetMarkers({80 * kSec});
-  ASSERT_EQ(finder_->SetOuting(live.Get()), S_OK);
+  ComPtr<IKivTimeRegions> view = Attach(live.Get());
   EXPECT_TRUE(finder_->real_time());
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
-  KivTime end = 0;
-  ASSERT_EQ(view->GetEnd(2, &end), S_OK);
+  const KivTime end = End(view.Get(), 2);
   RegionsListener listener(finder_.Get());
   live->FireRange(0, 90 * kSec);  // first range: rebuild
   ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
   const int heard = listener.count;
   live->FireRange(0, end + kSec);  // grew past the predicted end
   EXPECT_EQ(listener.count, heard + 1);
-  KivTime grown = 0;
-  ASSERT_EQ(view->GetEnd(2, &grown), S_OK);
-  EXPECT_EQ(grown, end + kTimeTenSeconds);
-  ASSERT_EQ(view->GetEnd(1, &grown), S_OK);
-  EXPECT_EQ(grown, 80 * kSec) << "other laps stay";
+  EXPECT_EQ(End(view.Get(), 2), end + kTimeTenSeconds);
+  EXPECT_EQ(End(view.Get(), 1), 80 * kSec) << "other laps stay";
 }
 
 // A circuit map whose reference lap a test changes, telling its sinks.
@@ -196,8 +175,7 @@ TEST_F(LapFinderTest, TheCircuitMapsLapTimeIsFollowedAndTheLapsStay) {
   map->lapTime = 90 * kSec;
   finder_->SetCircuitMapData(map.Get());
   EXPECT_EQ(finder_->predicted_lap_time(), 90 * kSec);
-  ComPtr<IKivTimeRegions> view;
-  ASSERT_EQ(finder_->GetRegions(view.Put()), S_OK);
+  ComPtr<IKivTimeRegions> view = Got(finder_, &CLapFinder::GetRegions);
   RegionsListener listener(finder_.Get());
   map->Change(85 * kSec);
   EXPECT_EQ(finder_->predicted_lap_time(), 85 * kSec);
@@ -211,9 +189,7 @@ TEST_F(LapFinderTest, TheCircuitMapsLapTimeIsFollowedAndTheLapsStay) {
 TEST_F(LapFinderTest, ItsStreamIsOneVersionWordAndANewerOneIsRefused) {
   auto persist = QueryAs<IKivPersistStream>(static_cast<IKivTimeRegionFinder3*>(finder_.Get()));
   ASSERT_TRUE(persist);
-  Guid clsid;
-  ASSERT_EQ(persist->GetClassId(&clsid), S_OK);
-  EXPECT_EQ(clsid, Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}"));
+  EXPECT_EQ(Got(persist, &IKivPersistStream::GetClassId), Guid::Literal("{018B5E4F-602B-4180-A80A-1793F53CC035}"));
   ASSERT_EQ(persist->InitNew(), S_OK);
   EXPECT_EQ(persist->IsDirty(), S_OK);
 
@@ -223,11 +199,7 @@ TEST_F(LapFinderTest, ItsStreamIsOneVersionWordAndANewerOneIsRefused) {
   ASSERT_EQ(storage->CreateStream(u"finder", STGM_READWRITE | STGM_SHARE_EXCLUSIVE, stream.Put()), S_OK);
   ASSERT_EQ(persist->Save(stream.Get(), KIV_TRUE), S_OK);
   EXPECT_EQ(persist->IsDirty(), S_FALSE);
-  uint64_t size = 0;
-  ASSERT_EQ(persist->GetSizeMax(&size), S_OK);
-  StatStg stat;
-  ASSERT_EQ(stream->Stat(&stat), S_OK);
-  EXPECT_EQ(stat.size, size);
+  EXPECT_EQ(Got(stream, &IKivStream::Stat).size, Got(persist, &IKivPersistStream::GetSizeMax));
 
   ASSERT_EQ(stream->Seek(0, 0, nullptr), S_OK);
   ASSERT_EQ(persist->InitNew(), S_OK);

@@ -2,128 +2,78 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
 #include "fake_lap_outing.h"
+#include "support/fixtures.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
-struct Expected {
-  KivTime start;
-  KivTime end;
-  std::u16string name;
-  bool auxiliary = false;
-  friend bool operator==(const Expected&, const Expected&) = default;
-};
+using nlohmann::json;
 
-void PrintTo(const Expected& e, std::ostream* os) {
-  *os << "[" << e.start << ", " << e.end << "] " << WideToUtf8(e.name) << (e.auxiliary ? " (aux)" : "");
+KivTime Ticks(const json& seconds) { return std::llround(seconds.get<double>() * kSec); }
+
+// A region as the fixtures write it: [start, end, name, auxiliary], times in seconds.
+std::string Show(KivTime start, KivTime end, const std::string& name, bool auxiliary) {
+  return "[" + std::to_string(start) + ", " + std::to_string(end) + ", " + name + (auxiliary ? ", aux]" : "]");
 }
+std::string Show(const TimeRegion& r) { return Show(r.start, r.end, WideToUtf8(r.name), r.auxiliary); }
+std::string Show(const json& r) { return Show(Ticks(r[0]), Ticks(r[1]), r[2], r.size() > 3 && r[3].get<bool>()); }
 
-class LapRegionsTest : public ::testing::Test {
- protected:
-  std::vector<Expected> Build(bool realTime = false, KivTime predicted = 0) {
-    LapRegionsInput input;
-    input.markers = outing_.Get();
-    input.realTime = realTime;
-    input.predictedLapTime = predicted;
-    input.unmarkedLapName = [] { return std::u16string(u"Lap 1"); };
-    CTimeRegionSet set;
-    result_ = BuildLapRegions(input, &set, &firstAtStart_);
-    std::vector<Expected> out;
-    for (size_t i = 0; i < set.size(); ++i) {
-      const TimeRegion& r = set.at(i);
-      out.push_back({r.start, r.end, r.name, r.auxiliary});
-    }
-    return out;
+class LapLayouts : public ::testing::TestWithParam<std::filesystem::path> {};
+
+// Each file: the outing (times in seconds; markers, the 1-based ones halted,
+// the 1-based one whose read fails), whether it is live and the lap time
+// predicted, then the regions built: all of them, the first few or the last,
+// and the result and first-marker-on-the-start flag where they matter.
+TEST_P(LapLayouts, BuildTheCasesRegions) {
+  const json c = ReadFixture(GetParam());
+  const json& o = c["outing"];
+  auto outing = MakeKiv<FakeLapOuting>();
+  outing->end = Ticks(o.value("end", json(100)));
+  outing->moved = Ticks(o.value("moved", json(0)));
+  outing->stopped = Ticks(o.value("stopped", json(100)));
+  outing->movementKnown = o.value("movement_known", true);
+  for (const json& t : o.value("markers", json::array())) {
+    outing->markers.push_back({Ticks(t), uint32_t(outing->markers.size() + 1), false});
   }
+  for (const json& n : o.value("halted", json::array())) outing->markers[n.get<size_t>() - 1].halted = true;
+  outing->failMarkerRead = o.value("fail_marker_read", 0);
 
-  ComPtr<FakeLapOuting> outing_ = MakeKiv<FakeLapOuting>();
-  KivResult result_ = E_UNEXPECTED;
-  bool firstAtStart_ = false;
-};
+  LapRegionsInput input;
+  input.markers = outing.Get();
+  input.realTime = c.value("live", false);
+  input.predictedLapTime = Ticks(c.value("predicted", json(0)));
+  input.unmarkedLapName = [] { return std::u16string(u"Lap 1"); };
+  CTimeRegionSet set;
+  bool firstAtStart = false;
+  const KivResult result = BuildLapRegions(input, &set, &firstAtStart);
+  std::vector<std::string> got;
+  for (size_t i = 0; i < set.size(); ++i) got.push_back(Show(set.at(i)));
 
-TEST_F(LapRegionsTest, EachMarkerEndsALapAndWhatFollowsIsOneMoreLap) {
-  outing_->end = outing_->stopped = 25 * kSec;
-  outing_->SetMarkers({10 * kSec, 20 * kSec});
-  EXPECT_EQ(Build(), (std::vector<Expected>{{0, 10 * kSec, u"Lap 1"},
-                                             {10 * kSec + 1, 20 * kSec, u"Lap 2"},
-                                             {20 * kSec + 1, 25 * kSec, u"Lap 3"}}));
-  EXPECT_EQ(result_, S_OK);
+  if (c.contains("result")) {
+    EXPECT_STREQ(ResultName(result), c["result"].get<std::string>().c_str());
+  }
+  if (c.contains("first_at_start")) {
+    EXPECT_EQ(firstAtStart, c["first_at_start"].get<bool>());
+  }
+  std::vector<std::string> want;
+  for (const json& r : c.value("regions", c.value("starts_with", json::array()))) want.push_back(Show(r));
+  if (c.contains("starts_with")) got.resize(std::min(got.size(), want.size()));
+  if (c.contains("regions") || c.contains("starts_with")) {
+    EXPECT_EQ(got, want);
+  }
+  if (c.contains("ends_with")) {
+    ASSERT_FALSE(got.empty());
+    EXPECT_EQ(got.back(), Show(c["ends_with"]));
+  }
 }
 
-TEST_F(LapRegionsTest, AWarmUpStandsBeforeTheFirstMovementAndTheFirstLapStartsOnIt) {
-  outing_->moved = 5 * kSec;
-  outing_->SetMarkers({10 * kSec});
-  auto regions = Build();
-  ASSERT_GE(regions.size(), 2u);
-  EXPECT_EQ(regions[0], (Expected{0, 5 * kSec - 1, u"Warm-up Events", true}));
-  EXPECT_EQ(regions[1], (Expected{5 * kSec, 10 * kSec, u"Lap 1"}));
-}
-
-TEST_F(LapRegionsTest, AMarkerOnTheStartMakesNoRegionAndIsRemembered) {
-  outing_->SetMarkers({0, 10 * kSec});
-  auto regions = Build();
-  EXPECT_TRUE(firstAtStart_);
-  ASSERT_FALSE(regions.empty());
-  EXPECT_EQ(regions[0], (Expected{1, 10 * kSec, u"Lap 2"}));
-}
-
-TEST_F(LapRegionsTest, ACoolDownFollowsTheLastMovementOnlyWhenTheLastLapEndedThere) {
-  outing_->end = 30 * kSec;
-  outing_->stopped = 20 * kSec;
-  outing_->SetMarkers({10 * kSec});
-  EXPECT_EQ(Build(), (std::vector<Expected>{{0, 10 * kSec, u"Lap 1"},
-                                             {10 * kSec + 1, 20 * kSec, u"Lap 2"},
-                                             {20 * kSec + 1, 30 * kSec, u"Cool-down Events", true}}));
-  outing_->stopped = 5 * kSec;  // before the last marker: the last lap runs to the end
-  EXPECT_EQ(Build().back(), (Expected{10 * kSec + 1, 30 * kSec, u"Lap 2"}));
-}
-
-TEST_F(LapRegionsTest, WithoutMarkersTheRunIsOneLapOrWhatTheOutingCallsIt) {
-  outing_->movementKnown = false;
-  EXPECT_EQ(Build(), (std::vector<Expected>{{0, 100 * kSec, u"Lap 1"}}));
-  outing_->end = 0;  // no length at all
-  EXPECT_TRUE(Build().empty());
-  EXPECT_EQ(result_, E_FAIL);
-}
-
-TEST_F(LapRegionsTest, MarkersThatDoNotRiseMakeNoRegionButMoveTheCursor) {
-  outing_->SetMarkers({20 * kSec, 10 * kSec, 30 * kSec});
-  auto regions = Build();
-  ASSERT_GE(regions.size(), 2u);
-  EXPECT_EQ(regions[0], (Expected{0, 20 * kSec, u"Lap 1"}));
-  EXPECT_EQ(regions[1], (Expected{10 * kSec + 1, 30 * kSec, u"Lap 3"}));
-}
-
-TEST_F(LapRegionsTest, ACarHaltNamesItsLapAndAFailedMarkerReadFailsTheBuild) {
-  outing_->SetMarkers({10 * kSec});
-  outing_->markers[0].halted = true;
-  EXPECT_EQ(Build()[0].name, u"Lap 1 (Car Halt)");
-  outing_->failMarkerRead = 1;
-  Build();
-  EXPECT_EQ(result_, E_FAIL);
-}
-
-TEST_F(LapRegionsTest, ALiveOutingWithoutMarkersShowsOneLapRoundedUpToTenSeconds) {
-  outing_->end = 95 * kSec;
-  EXPECT_EQ(Build(true), (std::vector<Expected>{{0, 100 * kSec, u"Lap ?"}}));
-  outing_->end = 100 * kSec;  // an exact multiple still gains ten seconds
-  EXPECT_EQ(Build(true), (std::vector<Expected>{{0, 110 * kSec, u"Lap ?"}}));
-}
-
-TEST_F(LapRegionsTest, ALiveOutingsCurrentLapIsPredictedFromTheLastLapOrTheCircuitMap) {
-  outing_->end = 90 * kSec;
-  outing_->SetMarkers({80 * kSec});
-  auto regions = Build(true);
-  ASSERT_EQ(regions.size(), 2u);
-  EXPECT_EQ(regions[1], (Expected{80 * kSec + 1, 80 * kSec + 1 + 82 * kSec, u"Lap 2"}));
-  regions = Build(true, 90 * kSec);
-  EXPECT_EQ(regions[1].end - regions[1].start, 90 * kSec);
-}
+INSTANTIATE_TEST_SUITE_P(Cases, LapLayouts, FixtureCases("regions/lap_layouts"), FixtureName);
 
 }  // namespace
 }  // namespace velmar::testing

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "fake_lap_outing.h"
+#include "support/got.h"
+#include "regions_listener.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
 
@@ -12,7 +14,7 @@ namespace {
 class OutingFinderCases : public ::testing::TestWithParam<std::filesystem::path> {};
 
 // Each file: the outing's span and movements (in ticks), the regions
-// [start, end, name, auxiliary] the finder cuts and its default (1-based).
+// [name, start, end, auxiliary] the finder cuts and its default (1-based).
 TEST_P(OutingFinderCases, CutsTheRunFromItsWaits) {
   const nlohmann::json c = ReadFixture(GetParam());
   auto outing = MakeKiv<FakeLapOuting>();
@@ -23,27 +25,8 @@ TEST_P(OutingFinderCases, CutsTheRunFromItsWaits) {
   outing->movementKnown = c["outing"]["known"].get<bool>();
   auto finder = MakeKiv<COutingFinder>();
   ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
-  ComPtr<IKivTimeRegions> regions;
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  int32_t count = 0, index = 0;
-  ASSERT_EQ(regions->GetCount(&count), S_OK);
-  ASSERT_EQ(count, static_cast<int32_t>(c["regions"].size()));
-  for (int32_t i = 1; i <= count; ++i) {
-    const nlohmann::json& want = c["regions"][i - 1];
-    KivTime start = 0, end = 0;
-    KivBool auxiliary = KIV_FALSE;
-    std::u16string name;
-    ASSERT_EQ(regions->GetStart(i, &start), S_OK);
-    ASSERT_EQ(regions->GetEnd(i, &end), S_OK);
-    ASSERT_EQ(regions->GetAuxiliary(i, &auxiliary), S_OK);
-    ASSERT_EQ(regions->GetName(i, i, &name), S_OK);
-    EXPECT_EQ(start, want[0].get<KivTime>()) << i;
-    EXPECT_EQ(end, want[1].get<KivTime>()) << i;
-    EXPECT_EQ(WideToUtf8(name), want[2].get<std::string>());
-    EXPECT_EQ(FromKivBool(auxiliary), want[3].get<bool>());
-  }
-  ASSERT_EQ(finder->GetDefaultRegion(&index), S_OK);
-  EXPECT_EQ(index, c["default"].get<int32_t>());
+  EXPECT_EQ(RegionRows(Got(finder, &COutingFinder::GetRegions).Get()), c["regions"]);
+  EXPECT_EQ(Got(finder, &COutingFinder::GetDefaultRegion), c["default"].get<int32_t>());
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, OutingFinderCases, FixtureCases("regions/outing_finder"), FixtureName);
@@ -52,18 +35,12 @@ TEST(OutingFinderTest, FollowsTheMarkersAndRefusesAnOutingWithoutThem) {
   auto outing = MakeKiv<FakeLapOuting>();
   auto finder = MakeKiv<COutingFinder>();
   ASSERT_EQ(finder->SetOuting(outing.Get()), S_OK);
-  ComPtr<IKivTimeRegions> regions;
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
+  (void)Got(finder, &COutingFinder::GetRegions);  // built, so that the change must rebuild
   outing->end = 200 * kSec;
   outing->stopped = 200 * kSec;
   outing->FireMarkersChanged();
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  KivTime end = 0;
-  ASSERT_EQ(regions->GetEnd(1, &end), S_OK);
-  EXPECT_EQ(end, 200 * kSec) << "rebuilt after the markers changed";
-  std::u16string name;
-  ASSERT_EQ(finder->GetDefaultRegionName(&name), S_OK);
-  EXPECT_EQ(name, u"Whole Outing");
+  EXPECT_EQ(RegionRows(Got(finder, &COutingFinder::GetRegions).Get())[0][2], 200 * kSec) << "rebuilt";
+  EXPECT_EQ(Got(finder, &COutingFinder::GetDefaultRegionName), u"Whole Outing");
   int32_t index = 0;
   ASSERT_EQ(finder->SetOuting(nullptr), S_OK);
   EXPECT_EQ(finder->GetDefaultRegion(&index), KIV_E_NO_REGION);

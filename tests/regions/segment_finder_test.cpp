@@ -4,9 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include <tuple>
+
 #include "support/fixtures.h"
 
 #include "fake_segment_outing.h"
+#include "support/got.h"
 #include "regions_listener.h"
 #include "outing/data_block_test_util.h"
 #include "regions/circuit_map.h"
@@ -24,24 +27,15 @@ ComPtr<CCircuitMap> MapOf(const Json& json) {
   return map;
 }
 
-class SegmentRegionsTest : public ::testing::TestWithParam<size_t> {
- protected:
-  static const Json& Cases() {
-    static const Json fixture = Fixture("segment_regions.json");
-    return fixture;
-  }
-};
+class SegmentRegionsTest : public ::testing::TestWithParam<size_t> {};
 
 TEST_P(SegmentRegionsTest, RegionsAreTheHandWorkedOnes) {
-  const Json& all = Cases();
+  static const Json all = Fixture("segment_regions.json");
   const Json& c = all["cases"][GetParam()];
   SCOPED_TRACE(c["name"].get<std::string>());
   auto outing = MakeKiv<SegmentOuting>();
   const auto span = c["span"].get<std::vector<KivTime>>();
-  outing->start = span[0];
-  outing->end = span[1];
-  outing->moved = span[2];
-  outing->stopped = span[3];
+  std::tie(outing->start, outing->end, outing->moved, outing->stopped) = std::tie(span[0], span[1], span[2], span[3]);
   outing->movementKnown = c.value("movement_known", true);
   for (const Json& m : c["markers"]) outing->markers.push_back({m[0].get<KivTime>(), m[1].get<uint32_t>(), m[2].get<bool>()});
 
@@ -57,31 +51,11 @@ TEST_P(SegmentRegionsTest, RegionsAreTheHandWorkedOnes) {
     finder->SetPositionChannel(channel.Get());
   }
 
-  ComPtr<IKivTimeRegions> regions;
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  int32_t count = 0;
-  ASSERT_EQ(regions->GetCount(&count), S_OK);
-  Json got = Json::array();
-  for (int32_t i = 1; i <= count; ++i) {
-    std::u16string name;
-    KivTime start = 0, end = 0;
-    KivBool auxiliary = KIV_FALSE;
-    ASSERT_EQ(regions->GetName(i, i, &name), S_OK);
-    ASSERT_EQ(regions->GetStart(i, &start), S_OK);
-    ASSERT_EQ(regions->GetEnd(i, &end), S_OK);
-    ASSERT_EQ(regions->GetAuxiliary(i, &auxiliary), S_OK);
-    Json row = Json::array({WideToUtf8(name), start, end});
-    if (auxiliary) row.push_back(true);
-    got.push_back(row);
-  }
-  EXPECT_EQ(got, c["regions"]);
+  EXPECT_EQ(RegionRows(Got(finder, &CSegmentFinder::GetRegions).Get()), c["regions"]);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fixture, SegmentRegionsTest, ::testing::Range(size_t{0}, size_t{13}));
-
-TEST(SegmentFinder, EveryCaseOfTheFixtureIsWalked) {
-  EXPECT_EQ(Fixture("segment_regions.json")["cases"].size(), 13u);
-}
+INSTANTIATE_TEST_SUITE_P(Fixture, SegmentRegionsTest,
+                         ::testing::Range(size_t{0}, Fixture("segment_regions.json")["cases"].size()));
 
 TEST(SegmentFinder, MapMarkerAndDataChangesThrowTheRegionsAwayAndNoRootRefuses) {
   const Json all = Fixture("segment_regions.json");
@@ -105,20 +79,13 @@ TEST(SegmentFinder, MapMarkerAndDataChangesThrowTheRegionsAwayAndNoRootRefuses) 
   outing->FireMarkersChanged();
   channel->FireDataChanged();
   EXPECT_EQ(changes.count, 5);
-  std::u16string name;
-  ASSERT_EQ(finder->GetDefaultRegionName(&name), S_OK);
-  EXPECT_EQ(name, u"First Segment");
-  int32_t first = 0;
-  ASSERT_EQ(finder->GetDefaultRegion(&first), S_OK);
-  EXPECT_EQ(first, 1);
+  EXPECT_EQ(Got(finder, &CSegmentFinder::GetDefaultRegionName), u"First Segment");
+  EXPECT_EQ(Got(finder, &CSegmentFinder::GetDefaultRegion), 1);
 
   auto plain = MakeKiv<FakeLapOuting>();  // no channels, so no root
   plain->markers.push_back({60, 1, false});
   ASSERT_EQ(finder->SetOuting(plain.Get()), S_OK);
-  ASSERT_EQ(finder->GetRegions(regions.Put()), S_OK);
-  int32_t count = -1;
-  ASSERT_EQ(regions->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(Got(Got(finder, &CSegmentFinder::GetRegions), &IKivTimeRegions::GetCount), 0);
 }
 
 }  // namespace

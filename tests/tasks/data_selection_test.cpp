@@ -24,8 +24,6 @@ class SelectionLog final : public CDataSelectionNotifications4Receiver {
   void OnIncludeAuxiliaryChanged(IKivDataSelection*) override { log.push_back("auxiliary"); }
   std::vector<std::string> Take() { return std::exchange(log, {}); }
   std::vector<std::string> log;
-
- private:
   ScopedSink<CDataSelectionNotifications4Sink<>, IKivDataSelection> sink_;
 };
 
@@ -35,8 +33,6 @@ class DataLog final : public CDataNotificationsReceiver {
   explicit DataLog(IKivData* item) : sink_(this, item) {}
   void OnDataChanged(IKivData*, KivTime, KivTime) override { ++changes; }
   int changes = 0;
-
- private:
   ScopedSink<CDataNotificationsSink<>, IKivData> sink_;
 };
 
@@ -46,8 +42,6 @@ class OffsetLog final : public CChannelProxyNotificationsReceiver {
   explicit OffsetLog(IKivChannel* proxy) : sink_(this, proxy) {}
   void OnValueOffsetChanged(IKivChannelProxy*, double offset) override { offsets.push_back(offset); }
   std::vector<double> offsets;
-
- private:
   ScopedSink<CChannelProxyNotificationsSink<>, IKivChannel> sink_;
 };
 
@@ -61,39 +55,29 @@ class DataSelectionTest : public SelectionFixture {
       r = channel->GetIterator(iterator.Put());
     }
     if (r != S_OK) return {};
-    ComPtr<IKivDataBlocks> blocks;
     ComPtr<IKivDataBlock> block;
-    std::vector<double> values;
-    EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-    EXPECT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
-    EXPECT_EQ(block->GetValues(&values), S_OK);
-    return values;
+    EXPECT_EQ(Got(iterator, &IKivChannelIterator2::GetDataBlocks)->GetBlock(1, block.Put()), S_OK);
+    return block ? Got(block, &IKivDataBlock::GetValues) : std::vector<double>{};
   }
   // The outing loads on its worker thread; its list reaches the selection.
   NameList ChannelNames() {
-    NameList names;
-    ComPtr<IKivOuting> outing;
-    EXPECT_EQ(selection_->GetOuting(outing.Put()), S_OK);
-    (void)QueryAs<IKivChannelFactory>(outing.Get())->GetNames(&names);
-    EXPECT_TRUE(Settle());
-    EXPECT_EQ(QueryAs<IKivChannelFactory>(selection_.Get())->GetNames(&names), S_OK);
-    return names;
+    (void)LoadedNames(Got(selection_, &IKivDataSelection::GetOuting).Get());
+    return LoadedNames(selection_.Get());
   }
+  KivBool Active(IKivChannel* proxy) { return Got(QueryAs<IKivDataProxy>(proxy), &IKivDataProxy::GetActive); }
 };
 
 TEST_F(DataSelectionTest, UpdateRaisesItsEventsInOrderAndTheSameSpanIsNoChange) {
   SelectionLog log(selection_.Get());
   ComPtr<IKivOuting> outing = Sample("a.txt", 1);
-  ASSERT_EQ(selection_->Update(kSelectionOuting, outing.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  ASSERT_EQ(SetOuting(selection_.Get(), outing.Get()), S_OK);
   // The navigator hears the outing first and its finder's news reaches the
   // selection inside that walk: the caption may change before this sink hears
   // of the outing, and then not again.
   std::vector<std::string> seen = log.Take();
   std::erase(seen, "caption");
   EXPECT_EQ(seen, (std::vector<std::string>{"outing", "finished"}));
-  ComPtr<IKivOuting> held;
-  ASSERT_EQ(selection_->GetOuting(held.Put()), S_OK);
-  EXPECT_NE(held.Get(), outing.Get()) << "the selection opens a private outing object";
+  EXPECT_NE(Got(selection_, &IKivDataSelection::GetOuting).Get(), outing.Get()) << "opened privately";
 
   ASSERT_EQ(selection_->Update(kSelectionSpan, nullptr, nullptr, 0, 10, 20, KIV_FALSE), S_OK);
   EXPECT_EQ(log.Take(), (std::vector<std::string>{"span"}));
@@ -112,20 +96,14 @@ TEST_F(DataSelectionTest, UpdateRaisesItsEventsInOrderAndTheSameSpanIsNoChange) 
   EXPECT_EQ(std::count(seen.begin(), seen.end(), "caption"), 1) << "the caption became \"Empty\"";
   std::erase(seen, "caption");
   EXPECT_EQ(seen, (std::vector<std::string>{"outing", "finished", "span"}));
-  std::u16string caption;
-  KivTime start = -1, end = -1;
-  ASSERT_EQ(selection_->GetCaption(&caption), S_OK);
-  ASSERT_EQ(selection_->GetStartTime(&start), S_OK);
-  ASSERT_EQ(selection_->GetEndTime(&end), S_OK);
-  EXPECT_EQ(caption, u"Empty");
-  EXPECT_EQ(start, 0);
-  EXPECT_EQ(end, 0);
+  EXPECT_EQ(Got(selection_, &IKivDataSelection::GetCaption), u"Empty");
+  EXPECT_EQ(Span(selection_.Get()), (std::pair<KivTime, KivTime>{0, 0}));
   EXPECT_EQ(selection_->Update(kSelectionNavigator, nullptr, nullptr, 0, 0, 0, KIV_FALSE), E_INVALIDARG);
 }
 
 TEST_F(DataSelectionTest, AProxyOutlivesAChangeOfOutingAndKeepsItsValueOffset) {
   ComPtr<IKivOuting> a = Sample("a.txt", 1), b = Sample("b.txt", 2);
-  ASSERT_EQ(selection_->Update(kSelectionOuting, a.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  ASSERT_EQ(SetOuting(selection_.Get(), a.Get()), S_OK);
   NameList names = ChannelNames();
   ASSERT_FALSE(names.empty());
   const std::u16string name = names.front();
@@ -150,25 +128,18 @@ TEST_F(DataSelectionTest, AProxyOutlivesAChangeOfOutingAndKeepsItsValueOffset) {
   EXPECT_DOUBLE_EQ(shifted.front(), fromA.front() + 1.5);
 
   DataLog data(proxy.Get());
-  ASSERT_EQ(selection_->Update(kSelectionOuting, b.Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  ASSERT_EQ(SetOuting(selection_.Get(), b.Get()), S_OK);
   EXPECT_EQ(data.changes, 1) << "it let go of the old channel";
-  uint32_t status = 0;
-  ASSERT_EQ(proxy->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u) << "no data until the new outing lists its channels";
+  EXPECT_EQ(Got(proxy, &IKivChannel::GetStatus), 2u) << "no data until the new outing lists its channels";
   ASSERT_FALSE(ChannelNames().empty());
   EXPECT_EQ(data.changes, 2) << "and was bound to the new one";
-  KivBool active = KIV_FALSE;
-  ASSERT_EQ(QueryAs<IKivDataProxy>(proxy.Get())->GetActive(&active), S_OK);
-  EXPECT_EQ(active, KIV_TRUE);
+  EXPECT_EQ(Active(proxy.Get()), KIV_TRUE);
   const std::vector<double> fromB = Values(proxy.Get());
   ASSERT_FALSE(fromB.empty());
-  double kept = 0;
-  ASSERT_EQ(offset->GetValueOffset(&kept), S_OK);
-  EXPECT_EQ(kept, 1.5) << "the selection keeps the offset by name";
+  EXPECT_EQ(Got(offset, &IKivChannelProxy::GetValueOffset), 1.5) << "the selection keeps the offset by name";
 
-  ASSERT_EQ(selection_->Update(kSelectionOuting, nullptr, nullptr, 0, 0, 0, KIV_FALSE), S_OK);
-  ASSERT_EQ(QueryAs<IKivDataProxy>(proxy.Get())->GetActive(&active), S_OK);
-  EXPECT_EQ(active, KIV_FALSE);
+  ASSERT_EQ(SetOuting(selection_.Get(), nullptr), S_OK);
+  EXPECT_EQ(Active(proxy.Get()), KIV_FALSE);
   ComPtr<IKivChannelIterator2> iterator;
   EXPECT_EQ(proxy->GetIterator(iterator.Put()), KIV_E_PENDING) << "a proxy without a channel has no data";
 }

@@ -11,10 +11,8 @@ namespace {
 using MediaChannelProxyTest = SelectionFixture;
 
 TEST_F(MediaChannelProxyTest, HearsTheActiveSelectionAndItsSpan) {
-  DataSelectionList added;
-  ASSERT_EQ(task_->Update(kTaskAddSelections, nullptr, 1, 0, u"", u"", 0, u"", 0, KIV_FALSE, 1, &added), S_OK);
-  ComPtr<IKivDataSelection4> other = added.front();
-  ASSERT_EQ(other->Update(kSelectionOuting, Sample("other.txt", 7, 2).Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+  ComPtr<IKivDataSelection4> other = AddSelection();
+  ASSERT_EQ(SetOuting(other.Get(), Sample("other.txt", 7, 2).Get()), S_OK);
   ASSERT_TRUE(Settle());
   ASSERT_EQ(task_->SetActiveSelection(1), S_OK);
   ComPtr<IKivMediaChannel> proxy;
@@ -27,9 +25,7 @@ TEST_F(MediaChannelProxyTest, HearsTheActiveSelectionAndItsSpan) {
   ASSERT_EQ(task_->SetActiveSelection(2), S_OK);
   EXPECT_EQ(log, (std::vector<std::string>{"internal", whole}));
   log.clear();
-  KivTime start = 0, end = 0;
-  ASSERT_EQ(other->GetStartTime(&start), S_OK);
-  ASSERT_EQ(other->GetEndTime(&end), S_OK);
+  const auto [start, end] = Span(other.Get());
   ASSERT_TRUE(Succeeded(other->Update(kSelectionSpan, nullptr, nullptr, 0, start, (start + end) / 2, KIV_FALSE)));
   EXPECT_EQ(log, (std::vector<std::string>{"internal", whole})) << "the active selection's span changed";
 

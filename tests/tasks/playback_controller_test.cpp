@@ -21,41 +21,23 @@ class FakePlayer final : public KivObject<IKivClipPlayer> {
     time += frames * kS / 25;
     return Set(kClipPlayerPaused);
   }
-  KivResult GetState(uint32_t, uint32_t* out) override {
-    *out = state;
-    return S_OK;
-  }
+  KivResult GetState(uint32_t, uint32_t* out) override { return (*out = state, S_OK); }
   KivResult GetRates(IKivPlaybackRates** out) override {
     return GiveOut(static_cast<IKivPlaybackRates*>(MakeKiv<CPlaybackRates>(rates_).Get()), out);
   }
-  KivResult SetRate(int32_t code) override {
-    rate = code;
-    return S_OK;
-  }
-  KivResult SetRange(KivTime, KivTime duration) override {
-    range = duration;
-    return S_OK;
-  }
+  KivResult SetRate(int32_t code) override { return (rate = code, S_OK); }
+  KivResult SetRange(KivTime, KivTime duration) override { return (range = duration, S_OK); }
   KivResult Stop() override { return Set(kClipPlayerStopped); }
   KivResult AddSlave(IKivClipPlayer*) override { return S_OK; }
   KivResult RemoveSlave(IKivClipPlayer*) override { return S_OK; }
-  KivResult GetTime(KivTime* out) override {
-    *out = time;
-    return S_OK;
-  }
-  KivResult SetTime(KivTime t) override {
-    time = t;
-    return S_OK;
-  }
+  KivResult GetTime(KivTime* out) override { return (*out = time, S_OK); }
+  KivResult SetTime(KivTime t) override { return (time = t, S_OK); }
   uint32_t state = kClipPlayerStopped;
   KivTime time = 0, range = -1;
   int32_t rate = 0;
 
  private:
-  KivResult Set(uint32_t s) {
-    state = s;
-    return S_OK;
-  }
+  KivResult Set(uint32_t s) { return (state = s, S_OK); }
   std::vector<int32_t> rates_;
 };
 
@@ -63,7 +45,7 @@ class PlaybackTest : public SelectionFixture {
  protected:
   void SetUp() override {
     SelectionFixture::SetUp();
-    ASSERT_EQ(selection_->Update(kSelectionOuting, Sample("a.txt", 3, 4).Get(), nullptr, 0, 0, 0, KIV_FALSE), S_OK);
+    ASSERT_EQ(SetOuting(selection_.Get(), Sample("a.txt", 3, 4).Get()), S_OK);
     ASSERT_TRUE(Settle());
     ASSERT_EQ(selection_->Update(kSelectionSpan, nullptr, nullptr, 0, 0, 100 * kS, KIV_FALSE), S_OK);
     controller_ = MakeKiv<CPlaybackController>(manual_);
@@ -74,16 +56,8 @@ class PlaybackTest : public SelectionFixture {
     controller_ = nullptr;
     SelectionFixture::TearDown();
   }
-  KivTime Position() {
-    KivTime t = -1;
-    EXPECT_EQ(controller_->GetPosition(&t), S_OK);
-    return t;
-  }
-  uint32_t State() {
-    uint32_t s = 99;
-    EXPECT_EQ(controller_->GetState(&s), S_OK);
-    return s;
-  }
+  KivTime Position() { return Got(controller_, &CPlaybackController::GetPosition); }
+  uint32_t State() { return Got(controller_, &CPlaybackController::GetState); }
   // Plays from `from` at `code` for `ms` of the manual clock.
   void PlayFor(KivTime from, int32_t code, int64_t ms) {
     ASSERT_EQ(controller_->SetRate(code), S_OK);
@@ -99,12 +73,8 @@ class PlaybackTest : public SelectionFixture {
 };
 
 TEST_F(PlaybackTest, RunsByTheFormulaAtEveryRateAcrossTheCounterWrap) {
-  KivTime duration = 0;
-  ASSERT_EQ(controller_->GetDuration(&duration), S_OK);
-  EXPECT_EQ(duration, 100 * kS);
-  KivBool canPlay = KIV_FALSE;
-  ASSERT_EQ(controller_->GetCanPlay(&canPlay), S_OK);
-  EXPECT_EQ(canPlay, KIV_TRUE);
+  EXPECT_EQ(Got(controller_, &CPlaybackController::GetDuration), 100 * kS);
+  EXPECT_EQ(Got(controller_, &CPlaybackController::GetCanPlay), KIV_TRUE);
   EXPECT_EQ(State(), kPlaybackStopped);
   EXPECT_EQ(controller_->Pause(), E_UNEXPECTED);
   // Rate code -1 from 10 s is 9.5 s after 1000 ms; code 5 is 18 s.
@@ -114,9 +84,7 @@ TEST_F(PlaybackTest, RunsByTheFormulaAtEveryRateAcrossTheCounterWrap) {
   EXPECT_EQ(controller_->Pause(), S_FALSE);
   PlayFor(10 * kS, 5, 1000);
   EXPECT_EQ(Position(), 18 * kS);
-  KivTime taskTime = 0;
-  ASSERT_EQ(task_->GetCurrentTime(&taskTime), S_OK);
-  EXPECT_EQ(taskTime, 18 * kS);
+  EXPECT_EQ(Got(task_, &CTask::GetCurrentTime), 18 * kS);
   for (int32_t code : kAllRateCodes) {
     (void)controller_->Pause();
     PlayFor(50 * kS, code, 5000);
@@ -148,9 +116,8 @@ TEST_F(PlaybackTest, PlayersOfferTheRatesAndTheFirstLeads) {
   ASSERT_EQ(controller_->AddClipPlayer(lead.Get()), S_OK);
   ASSERT_EQ(controller_->AddClipPlayer(other.Get()), S_OK);
   EXPECT_EQ(lead->range, 100 * kS);
-  ComPtr<IKivPlaybackRates> rates;
-  ASSERT_EQ(controller_->GetRates(rates.Put()), S_OK);
-  EXPECT_EQ(RateCodes(rates.Get()), (std::vector<int32_t>{3, 2, 1}));  // the lead's order
+  EXPECT_EQ(RateCodes(Got(controller_, &CPlaybackController::GetRates).Get()), (std::vector<int32_t>{3, 2, 1}))
+      << "the lead's order";
   ASSERT_EQ(controller_->SetPosition(20 * kS), S_OK);
   EXPECT_EQ(lead->time, 20 * kS);
   ASSERT_EQ(controller_->Play(), S_OK);
@@ -170,9 +137,7 @@ TEST_F(PlaybackTest, PlayersOfferTheRatesAndTheFirstLeads) {
 
   auto none = MakeKiv<FakePlayer>(std::vector<int32_t>{});
   ASSERT_EQ(controller_->AddClipPlayer(none.Get()), S_OK);
-  KivBool canPlay = KIV_TRUE;
-  ASSERT_EQ(controller_->GetCanPlay(&canPlay), S_OK);
-  EXPECT_EQ(canPlay, KIV_FALSE);
+  EXPECT_EQ(Got(controller_, &CPlaybackController::GetCanPlay), KIV_FALSE);
 }
 
 }  // namespace

@@ -11,26 +11,19 @@ namespace {
 TEST_F(SelectionFixture, AHostFactoryServesItsNamesUntilItLeaves) {
   ComPtr<IKivOuting> host = Sample("host.txt", 3);
   auto hostChannels = QueryAs<IKivChannelFactory>(host.Get());
-  NameList names, seen;
-  (void)hostChannels->GetNames(&names);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(hostChannels->GetNames(&names), S_OK);
+  const NameList names = LoadedNames(host.Get());
   auto sources = QueryAs<IKivDataSelectionSources>(selection_.Get());
   EXPECT_EQ(sources->AddChannelSource(nullptr), E_POINTER);
   ASSERT_EQ(sources->AddChannelSource(hostChannels.Get()), S_OK);
   EXPECT_EQ(sources->AddChannelSource(hostChannels.Get()), S_FALSE) << "a source once";
   auto channels = QueryAs<IKivChannelFactory>(selection_.Get());
-  ASSERT_EQ(channels->GetNames(&seen), S_OK);
-  EXPECT_EQ(seen, names) << "no outing: the host's names alone";
+  EXPECT_EQ(Got(channels, &IKivChannelFactory::GetNames), names) << "no outing: the host's names alone";
   ComPtr<IKivChannel> proxy;
   ASSERT_EQ(channels->GetItem(names.front(), proxy.Put()), S_OK);
-  KivBool active = KIV_FALSE;
-  ASSERT_EQ(QueryAs<IKivDataProxy>(proxy.Get())->GetActive(&active), S_OK);
-  EXPECT_EQ(active, KIV_TRUE);
+  EXPECT_EQ(Got(QueryAs<IKivDataProxy>(proxy.Get()), &IKivDataProxy::GetActive), KIV_TRUE);
   ASSERT_EQ(sources->RemoveChannelSource(hostChannels.Get()), S_OK);
   EXPECT_EQ(sources->RemoveChannelSource(hostChannels.Get()), S_FALSE);
-  ASSERT_EQ(QueryAs<IKivDataProxy>(proxy.Get())->GetActive(&active), S_OK);
-  EXPECT_EQ(active, KIV_FALSE);
+  EXPECT_EQ(Got(QueryAs<IKivDataProxy>(proxy.Get()), &IKivDataProxy::GetActive), KIV_FALSE);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/got.h"
 #include "support/fixtures.h"
 #include "tasks/selection_properties.h"
 #include "velmar/enumerator.h"
@@ -31,21 +32,12 @@ struct TaskInStorage {
     DataSelectionList added;
     return task->Update(flags, remove, add, second, u"", u"", 0, u"", watch, KIV_FALSE, 1, &added);
   }
-  int32_t Count() {
-    ComPtr<IKivDataSelections> view;
-    int32_t n = -1;
-    EXPECT_EQ(task->GetSelections(view.Put()), S_OK);
-    EXPECT_EQ(view->GetCount(&n), S_OK);
-    return n;
-  }
+  int32_t Count() { return Got(Got(task, &CTask::GetSelections), &IKivDataSelections::GetCount); }
   int32_t Active() {
     ComPtr<IKivDataSelection4> active;
     if (task->GetActiveSelection(active.Put()) != S_OK) return 0;
-    ComPtr<IKivDataSelections> view;
-    int32_t n = 0;
-    EXPECT_EQ(task->GetSelections(view.Put()), S_OK);
-    EXPECT_EQ(view->GetCount(&n), S_OK);
-    for (int32_t i = 1; i <= n; ++i) {
+    ComPtr<IKivDataSelections> view = Got(task, &CTask::GetSelections);
+    for (int32_t i = 1, n = Count(); i <= n; ++i) {
       ComPtr<IKivDataSelection4> s;
       EXPECT_EQ(view->GetItem(i, s.Put()), S_OK);
       if (s.Get() == active.Get()) return i;
@@ -115,21 +107,14 @@ TEST(TaskTest, StorageNamesAreNeverReusedAndTheTaskLoadsBackAsSaved) {
   ComPtr<CTask> loaded;
   ASSERT_EQ(CreateTask(&loaded), S_OK);
   ASSERT_EQ(loaded->Load(copy.Get()), S_OK);
-  std::u16string name;
-  uint32_t mode = 0;
-  ASSERT_EQ(loaded->GetName(&name), S_OK);
-  ASSERT_EQ(loaded->GetDefaultRegionMode(&mode), S_OK);
-  EXPECT_EQ(name, u"Qualifying");
-  EXPECT_EQ(mode, 4u);
+  EXPECT_EQ(Got(loaded, &CTask::GetName), u"Qualifying");
+  EXPECT_EQ(Got(loaded, &CTask::GetDefaultRegionMode), 4u);
   EXPECT_EQ(loaded->selection_storage_names(), t.task->selection_storage_names());
   EXPECT_EQ(loaded->selection_count(), 3u);
   EXPECT_EQ(loaded->IsDirty(), S_FALSE);
   // The selections enumerate in display order, and the enumerator says when it ran out.
-  ComPtr<IKivDataSelections> view;
-  ComPtr<IKivUnknown> made;
-  ASSERT_EQ(loaded->GetSelections(view.Put()), S_OK);
-  ASSERT_EQ(view->GetEnumerator(made.Put()), S_OK);
-  auto enumerator = made.As<IKivEnumUnknown>();
+  ComPtr<IKivDataSelections> view = Got(loaded, &CTask::GetSelections);
+  auto enumerator = Got(view, &IKivDataSelections::GetEnumerator).As<IKivEnumUnknown>();
   IKivUnknown* items[4] = {};
   uint32_t fetched = 0;
   EXPECT_EQ(enumerator->Next(4, items, &fetched), S_FALSE);
@@ -174,18 +159,12 @@ TEST_P(SelectionHeaderCases, EveryVersionReadsAsTheCaseSays) {
     return;
   }
   ASSERT_EQ(r, S_OK);
-  EXPECT_EQ(p.version, e["version"].get<uint32_t>());
-  EXPECT_EQ(p.colour, e["colour"].get<uint32_t>());
-  EXPECT_EQ(p.start, e["start"].get<KivTime>());
-  EXPECT_EQ(p.end, e["end"].get<KivTime>());
-  EXPECT_EQ(p.timeOffset, e["time_offset"].get<KivTime>());
-  EXPECT_EQ(p.includeAuxiliary, e["include_auxiliary"].get<bool>());
-  EXPECT_EQ(p.clientFlag, e["client_flag"].get<bool>());
-  EXPECT_EQ(p.overrideProperties, e["override"].get<bool>());
-  EXPECT_EQ(WideToUtf8(p.regionName), e["region"].get<std::string>());
-  EXPECT_EQ(WideToUtf8(p.path), e["path"].get<std::string>());
-  EXPECT_EQ(WideToUtf8(p.outingId), e["outing_id"].get<std::string>());
-  EXPECT_EQ(WideToUtf8(p.label), e["label"].get<std::string>());
+  const json read = {{"version", p.version}, {"colour", p.colour}, {"start", p.start}, {"end", p.end},
+                     {"time_offset", p.timeOffset}, {"include_auxiliary", p.includeAuxiliary},
+                     {"client_flag", p.clientFlag}, {"override", p.overrideProperties},
+                     {"region", WideToUtf8(p.regionName)}, {"path", WideToUtf8(p.path)},
+                     {"outing_id", WideToUtf8(p.outingId)}, {"label", WideToUtf8(p.label)}};
+  EXPECT_EQ(read, e);
   // Written back, every version reads as version 5 with the same values.
   ASSERT_EQ(WriteSelectionHeader(stream.Get(), p), S_OK);
   ASSERT_EQ(WriteSelectionTexts(stream.Get(), p), S_OK);

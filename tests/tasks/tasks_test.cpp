@@ -5,6 +5,7 @@
 
 #include "config/config_classes.h"
 #include "core/velmar.h"
+#include "support/got.h"
 #include "platform/registry/registry_file.h"
 #include "support/temp_dir.h"
 #include "velmar/data_factory.h"
@@ -35,13 +36,9 @@ class Member final : public KivObject<IKivTaskListMember> {
     return S_OK;
   }
   KivResult FindChannelName(const std::u16string& name, KivBool* found) override {
-    *found = ToKivBool(name == u"Shown");
-    return S_OK;
+    return (*found = ToKivBool(name == u"Shown"), S_OK);
   }
-  KivResult FindEventName(const std::u16string&, KivBool* found) override {
-    *found = KIV_FALSE;
-    return S_OK;
-  }
+  KivResult FindEventName(const std::u16string&, KivBool* found) override { return (*found = KIV_FALSE, S_OK); }
 
  private:
   std::string tag_;
@@ -50,25 +47,23 @@ class Member final : public KivObject<IKivTaskListMember> {
 
 TEST(Tasks, AnEmptyList) {
   auto tasks = MakeKiv<CTasks>();
-  int32_t count = -1;
-  ASSERT_EQ(tasks->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(Got(tasks, &CTasks::GetCount), 0);
   IKivTask* task = nullptr;
   EXPECT_EQ(tasks->GetItem(1, &task), DISP_E_BADINDEX);
   EXPECT_EQ(tasks->GetItem(0, &task), DISP_E_BADINDEX);
   EXPECT_EQ(tasks->GetItem(1, nullptr), E_POINTER);
   EXPECT_EQ(tasks->RemoveTask(1), DISP_E_BADINDEX);
-  KivBool can = 0;
-  ASSERT_EQ(tasks->CanAddTask(&can), S_OK);
-  EXPECT_EQ(can, KIV_TRUE);
+  EXPECT_EQ(Got(tasks, &CTasks::CanAddTask), KIV_TRUE);
   EXPECT_EQ(tasks->GetCount(nullptr), E_POINTER);
 }
 
-TEST(Tasks, CloseAllClosesInListOrderAndEmptiesTheList) {
+TEST(Tasks, TheFactoryListReachesEveryTaskAndCloseAllClosesInListOrder) {
   std::vector<std::string> log;
   auto tasks = MakeKiv<CTasks>();
   ASSERT_EQ(tasks->Append(MakeKiv<Member>("one", &log).Get()), S_OK);
+  ASSERT_EQ(tasks->SetDataFactoryList(ActiveDataFactories(2)), S_OK);
   ASSERT_EQ(tasks->Append(MakeKiv<Member>("two", &log).Get()), S_OK);
+  EXPECT_EQ(tasks->DataFactoryList().size(), 2u);
   IKivTask* task = nullptr;
   EXPECT_EQ(tasks->GetItem(2, &task), E_NOTIMPL);
   KivBool found = 0;
@@ -77,21 +72,8 @@ TEST(Tasks, CloseAllClosesInListOrderAndEmptiesTheList) {
   ASSERT_EQ(tasks->FindChannelName(u"Hidden", &found), S_OK);
   EXPECT_EQ(found, KIV_FALSE);
   ASSERT_EQ(tasks->CloseAll(), S_OK);
-  EXPECT_THAT(log, ElementsAre("one.list 0", "two.list 0", "two.GetTask", "one.Close", "two.Close"));
-  int32_t count = -1;
-  ASSERT_EQ(tasks->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 0);
-}
-
-TEST(Tasks, TheDataFactoryListReachesEveryTask) {
-  std::vector<std::string> log;
-  auto tasks = MakeKiv<CTasks>();
-  ASSERT_EQ(tasks->Append(MakeKiv<Member>("one", &log).Get()), S_OK);
-  ActiveDataFactories list(2);
-  ASSERT_EQ(tasks->SetDataFactoryList(list), S_OK);
-  ASSERT_EQ(tasks->Append(MakeKiv<Member>("late", &log).Get()), S_OK);
-  EXPECT_THAT(log, ElementsAre("one.list 0", "one.list 2", "late.list 2"));
-  EXPECT_EQ(tasks->DataFactoryList().size(), 2u);
+  EXPECT_THAT(log, ElementsAre("one.list 0", "one.list 2", "two.list 2", "two.GetTask", "one.Close", "two.Close"));
+  EXPECT_EQ(Got(tasks, &CTasks::GetCount), 0);
 }
 
 // The task list inside a root built of the real classes.
@@ -123,30 +105,21 @@ class TasksInARoot : public ::testing::Test {
 };
 
 TEST_F(TasksInARoot, TheListKnowsItsRootUntilTheRootCloses) {
-  ComPtr<IKivTasks> tasks;
-  ASSERT_EQ(root_->GetTasks(tasks.Put()), S_OK);
-  auto* list = static_cast<CTasks*>(tasks.Get());
+  ComPtr<CTasks> list(Tasks());
   EXPECT_EQ(list->Root(), static_cast<IKivVelmar*>(root_.Get()));
   ASSERT_EQ(root_->Close(), S_OK);
   EXPECT_EQ(list->Root(), nullptr);
 }
 
 TEST_F(TasksInARoot, TheOwnedObjectsAreWiredToEachOther) {
-  ComPtr<IKivQuantityToColorMapping> mapping;
-  EXPECT_EQ(root_->GetQuantityToColorMapping(mapping.Put()), S_OK);
-  ComPtr<IKivChannelPropertyFactory> channelProperties;
-  ASSERT_EQ(root_->GetChannelPropertyFactory(channelProperties.Put()), S_OK);
-  ComPtr<IKivQuantityToColorMapping> given;
-  ASSERT_EQ(channelProperties->GetQuantityToColorMapping(given.Put()), S_OK);
-  EXPECT_EQ(given.Get(), mapping.Get()) << "the channel database got the root's mapping";
-  ComPtr<IKivConstantFactory> constants;
-  ASSERT_EQ(root_->GetGlobalConstantFactory(constants.Put()), S_OK);
-  ComPtr<IKivUnknown> root;
-  ASSERT_EQ(constants->GetRoot(root.Put()), S_OK);
-  EXPECT_EQ(root.Get(), root_.As<IKivUnknown>().Get()) << "the constant factory knows its root";
-  uint32_t speedUnit = 0;
-  ASSERT_EQ(root_->GetSpeedUnit(&speedUnit), S_OK);
-  EXPECT_EQ(speedUnit, 1u) << "the units component's default for speed";
+  auto channelProperties = Got(root_, &IKivVelmar8::GetChannelPropertyFactory);
+  EXPECT_EQ(Got(channelProperties, &IKivChannelPropertyFactory::GetQuantityToColorMapping).Get(),
+            Got(root_, &IKivVelmar8::GetQuantityToColorMapping).Get())
+      << "the channel database got the root's mapping";
+  auto constants = Got(root_, &IKivVelmar8::GetGlobalConstantFactory);
+  EXPECT_EQ(Got(constants, &IKivConstantFactory::GetRoot).Get(), root_.As<IKivUnknown>().Get())
+      << "the constant factory knows its root";
+  EXPECT_EQ(Got(root_, &IKivVelmar8::GetSpeedUnit), 1u) << "the units component's default for speed";
 }
 
 }  // namespace

@@ -16,28 +16,19 @@ TEST(MediaCommandsTest, AttachListGrabAFrameAndPlay) {
   const std::string store = cli.Path("s.trn"), clip = cli.Path("c.mp4"), png = cli.Path("f.png");
   ASSERT_EQ(cli.Run({"convert", cli.Sample(), store}).exitCode, 0);
   ASSERT_EQ(cli.Run({"clip", clip, "--seconds", "3"}).exitCode, 0);
-  const CliResult added = cli.Run({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
-  ASSERT_EQ(added.exitCode, 0) << added.err;
+  const CliResult added = cli.RunOk({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
   EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(store).parent_path() / "0001000.kvmedia"));
-  const auto rows = cli.Run({"media", store, "list"}).Rows();
-  ASSERT_EQ(rows.size(), 1u);
-  EXPECT_EQ(rows[0][0], "Onboard");
-  EXPECT_EQ(rows[0][1], "user");
-  EXPECT_EQ(rows[0][2], "1");
+  EXPECT_EQ(cli.Run({"media", store, "list"}).Rows(), (std::vector<std::vector<std::string>>{{"Onboard", "user", "1", "3"}}));
 
-  const CliResult frame = cli.Run({"frame", store, "Onboard", "--at", "2", "-o", png});
-  ASSERT_EQ(frame.exitCode, 0) << frame.err;
+  const CliResult frame = cli.RunOk({"frame", store, "Onboard", "--at", "2", "-o", png});
   std::ifstream in(png, std::ios::binary);
   std::string magic(8, '\0');
   in.read(magic.data(), 8);
   EXPECT_EQ(magic, "\x89PNG\r\n\x1a\n");
 
-  const CliResult again = cli.Run({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"});
-  EXPECT_NE(again.exitCode, 0);
-  EXPECT_NE(again.err.find("Failed to add Media Channel \"Onboard\" - duplicate Media Channel found"),
-            std::string::npos);
-  const CliResult play = cli.Run({"play", store, "--rate", "5", "--for", "0.3", "--channels", "Speed"});
-  ASSERT_EQ(play.exitCode, 0) << play.err;
+  cli.RunRefused({"media", store, "add", "Onboard", clip, "--start", "1", "--end", "4"},
+                 "Failed to add Media Channel \"Onboard\" - duplicate Media Channel found");
+  const CliResult play = cli.RunOk({"play", store, "--rate", "5", "--for", "0.3", "--channels", "Speed"});
   EXPECT_EQ(play.Rows().at(0), (std::vector<std::string>{"position", "Speed"}));
   EXPECT_GE(play.Rows().size(), 3u);
 }

@@ -1,27 +1,21 @@
 // velmar plot, delta and trackmap run as a user runs them, on the small
 // generated sample.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 #include "cli_run.h"
-#include "support/fixtures.h"
 
 namespace velmar::testing {
 namespace {
 
-using ::testing::HasSubstr;
 using nlohmann::json;
 
-CliRunner& Runner() {
-  static CliRunner runner;
-  return runner;
-}
+CliRunner& Runner() { return SharedCli(); }
 
 json RunJson(const std::vector<std::string>& args) {
-  const CliResult result = Runner().Run(args);
-  EXPECT_EQ(result.exitCode, 0) << result.err;
+  const CliResult result = Runner().RunOk(args);
   return json::parse(result.out, nullptr, false);
 }
 
@@ -65,44 +59,9 @@ TEST(PictureCommands, WriteAnImageOfTheSizeAskedForAndPrintItsPath) {
   const std::string circuit = Runner().Path("sample.map.json");
   ASSERT_EQ(Runner().Run({"trackmap", sample, "--lap", "2", "--map", circuit, "-o", map, "--width", "500", "--height", "400"}).exitCode, 0);
   EXPECT_EQ(PngSize(map), (std::pair<uint32_t, uint32_t>{500, 400}));
-  const CliResult vector = Runner().Run({"plot", sample, "Gear", "--laps", "2", "--x", "time", "-o", Runner().Path("g.svg")});
-  ASSERT_EQ(vector.exitCode, 0) << vector.err;
+  const CliResult vector = Runner().RunOk({"plot", sample, "Gear", "--laps", "2", "--x", "time", "-o", Runner().Path("g.svg")});
   EXPECT_TRUE(std::filesystem::file_size(Runner().Path("g.svg")) > 0);
 }
-
-class Refusals : public ::testing::TestWithParam<std::filesystem::path> {};
-
-// Each file: the arguments ({sample}, {speed_only}, {out}, {missing} and
-// {data}, the fixture folder, stand for paths) and what the one line of the
-// refusal holds; nothing is printed or written.
-TEST_P(Refusals, OneLineNonZeroAndNoFile) {
-  const json c = ReadFixture(GetParam());
-  const std::string out = Runner().Path(GetParam().stem().string());
-  const std::map<std::string, std::string> paths = {{"{sample}", Runner().Sample()},
-                                                    {"{speed_only}", (FixtureRoot() / "tools" / "speed_only.txt").string()},
-                                                    {"{data}", (FixtureRoot() / "tools").string()},
-                                                    {"{out}", out},
-                                                    {"{missing}", Runner().Path("missing")}};
-  const auto fill = [&](std::string text) {
-    for (const auto& [token, path] : paths) {
-      if (size_t at = text.find(token); at != std::string::npos) text.replace(at, token.size(), path);
-    }
-    return text;
-  };
-  std::vector<std::string> args;
-  for (const std::string arg : c["args"]) args.push_back(fill(arg));
-  const CliResult result = Runner().Run(args);
-  EXPECT_NE(result.exitCode, 0);
-  EXPECT_THAT(result.out, ::testing::IsEmpty());
-  EXPECT_THAT(result.err, HasSubstr(fill(c["message"].get<std::string>())));
-  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-  // Neither the output nor its temporary file.
-  for (const auto& entry : std::filesystem::directory_iterator(Runner().Path(""))) {
-    EXPECT_NE(entry.path().filename().string().rfind(GetParam().stem().string(), 0), 0u) << entry.path();
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, Refusals, FixtureCases("tools/refusals"), FixtureName);
 
 }  // namespace
 }  // namespace velmar::testing

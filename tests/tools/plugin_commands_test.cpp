@@ -1,6 +1,6 @@
-// `velmar --tools DIR tools ...` end to end on the example plug-ins: the
-// listing, a tool's command over a data set, and a plug-in channel read by
-// `dump` beside a recorded one.
+// `velmar --tools DIR tools ...` end to end on the example plug-ins: a
+// tool's command over a data set, and a plug-in channel read by `dump`
+// beside a recorded one.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,23 +14,14 @@ using ::testing::HasSubstr;
 
 const std::string kExample = (FixtureRoot().parent_path().parent_path() / "addins" / "python").string();
 
-TEST(PluginCommands, ExamplePluginsListRunAndGiveAChannel) {
+TEST(PluginCommands, ExamplePluginsRunAndGiveAChannel) {
   CliRunner runner;
-  const CliResult list = runner.Run({"--tools", kExample, "tools", "list"});
-  ASSERT_EQ(list.exitCode, 0) << list.err;
-  EXPECT_EQ(list.Rows(), (std::vector<std::vector<std::string>>{
-                             {"name", "type", "kind"},
-                             {"Fastest laps", "lap_tools.FastestLaps", "tool"},
-                             {"Longitudinal acceleration", "lap_tools.LongitudinalAcceleration", "channels"}}));
-
   const CliResult laps = runner.Run({"--tools", kExample, "tools", "run", "Fastest laps", "List fastest laps",
                                      "--file", runner.Sample()});
   ASSERT_EQ(laps.exitCode, 0) << laps.err;
   EXPECT_THAT(laps.out, HasSubstr("1\tLap "));
-  EXPECT_NE(runner.Run({"--tools", kExample, "tools", "run", "Fastest laps", "No such"}).exitCode, 0);
 
-  const CliResult dump = runner.Run({"--tools", kExample, "dump", runner.Sample(), "LongAccel", "Speed", "--to", "1"});
-  ASSERT_EQ(dump.exitCode, 0) << dump.err;
+  const CliResult dump = runner.RunOk({"--tools", kExample, "dump", runner.Sample(), "LongAccel", "Speed", "--to", "1"});
   const auto rows = dump.Rows();
   ASSERT_GT(rows.size(), 3u);
   EXPECT_EQ(rows[0], (std::vector<std::string>{"time", "LongAccel", "Speed"}));

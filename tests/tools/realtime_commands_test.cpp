@@ -13,17 +13,10 @@
 namespace velmar::testing {
 namespace {
 
-std::string Lines(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 TEST(RealtimeCommandsTest, AFollowedReplayShowsItsDataAndTheServerStopsOnSigterm) {
   CliRunner cli;
   const std::string sample = cli.Sample();
-  const std::string cmd = std::string("env XDG_CONFIG_HOME='") + cli.Path("config") + "' '" + VELMAR_CLI + "'";
+  const std::string cmd = cli.Command();
   const std::string script =
       cmd + " --no-progress rt-serve '" + sample + "' --speed 50 --name Test >'" + cli.Path("address") + "' 2>'" +
       cli.Path("serve.err") + "' & server=$!; " +
@@ -32,9 +25,9 @@ TEST(RealtimeCommandsTest, AFollowedReplayShowsItsDataAndTheServerStopsOnSigterm
       cli.Path("follow") + "'; kill -TERM $server; wait $server; echo $? >'" + cli.Path("serve.rc") + "'";
   std::ofstream(cli.Path("run.sh")) << script << "\n";
   ASSERT_EQ(std::system(("bash '" + cli.Path("run.sh") + "'").c_str()), 0);
-  EXPECT_EQ(Lines(cli.Path("serve.rc")), "0\n") << Lines(cli.Path("serve.err"));
-  EXPECT_NE(Lines(cli.Path("serve.err")).find("stopped"), std::string::npos);
-  std::istringstream follow(Lines(cli.Path("follow")));
+  EXPECT_EQ(ReadText(cli.Path("serve.rc")), "0\n") << ReadText(cli.Path("serve.err"));
+  EXPECT_NE(ReadText(cli.Path("serve.err")).find("stopped"), std::string::npos);
+  std::istringstream follow(ReadText(cli.Path("follow")));
   std::vector<nlohmann::json> reports;
   for (std::string line; std::getline(follow, line);) reports.push_back(nlohmann::json::parse(line));
   ASSERT_EQ(reports.size(), 2u);

@@ -32,19 +32,12 @@ TEST(SampleTable, TheWindowKeepsSamplesAcrossBlocksBothEndsIncluded) {
 TEST(SampleTable, RowsAreTheUnionOfTimesWithEmptyCellsWhereAChannelHasNoSample) {
   const TimedValues fast{{0, 5, 10, 15}, {1, 2, 3, 4}};
   const TimedValues slow{{0, 10, 12}, {7, 8, 9}};
-  const std::vector<Row> rows = Rows({fast, slow});
-  ASSERT_EQ(rows.size(), 5u);
-  EXPECT_EQ(rows[0], (Row{0, {1.0, 7.0}}));
-  EXPECT_EQ(rows[1], (Row{5, {2.0, std::nullopt}}));
-  EXPECT_EQ(rows[2], (Row{10, {3.0, 8.0}}));
-  EXPECT_EQ(rows[3], (Row{12, {std::nullopt, 9.0}}));
-  EXPECT_EQ(rows[4], (Row{15, {4.0, std::nullopt}}));
+  EXPECT_EQ(Rows({fast, slow}), (std::vector<Row>{{0, {1.0, 7.0}}, {5, {2.0, std::nullopt}}, {10, {3.0, 8.0}},
+                                                   {12, {std::nullopt, 9.0}}, {15, {4.0, std::nullopt}}}));
 }
 
 TEST(SampleTable, ARepeatedTimeInOneChannelMakesOneRowWithTheLaterValue) {
-  const std::vector<Row> rows = Rows({TimedValues{{0, 10, 10, 20}, {1, 2, 3, 4}}});
-  ASSERT_EQ(rows.size(), 3u);
-  EXPECT_EQ(rows[1], (Row{10, {3.0}}));
+  EXPECT_EQ(Rows({TimedValues{{0, 10, 10, 20}, {1, 2, 3, 4}}}), (std::vector<Row>{{0, {1.0}}, {10, {3.0}}, {20, {4.0}}}));
 }
 
 TEST(SampleTable, NoColumnsOrNoSamplesMakeNoRows) {

@@ -3,7 +3,6 @@
 // `import-properties` fills the property databases from a .trn.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli_run.h"
@@ -11,29 +10,16 @@
 namespace velmar::testing {
 namespace {
 
-std::string Shell(const std::string& command) {
-  std::string out;
-  if (FILE* pipe = popen(command.c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    pclose(pipe);
-  }
-  return out;
-}
-
 TEST(SettingsCommand, AMapStoredInTheFileServesLaterRunsAndStandardToolsReadIt) {
   CliRunner cli;
   const std::string sample = cli.Sample();
   const std::string map = sample.substr(0, sample.size() - 4) + ".map.json";
   const std::string file = cli.Path("team.kvs");
-  const CliResult first = cli.Run({"--settings", file, "regions", sample, "--finder", "segment", "--map", map});
-  ASSERT_EQ(first.exitCode, 0) << first.err;
-  const CliResult later = cli.Run({"--settings", file, "regions", sample, "--finder", "segment"});
-  ASSERT_EQ(later.exitCode, 0) << later.err;
+  const CliResult first = cli.RunOk({"--settings", file, "regions", sample, "--finder", "segment", "--map", map});
+  const CliResult later = cli.RunOk({"--settings", file, "regions", sample, "--finder", "segment"});
   EXPECT_EQ(later.out, first.out) << "the second run cuts by the stored map";
 
-  const CliResult shown = cli.Run({"settings", file, "show", "--json"});
-  ASSERT_EQ(shown.exitCode, 0) << shown.err;
+  const CliResult shown = cli.RunOk({"settings", file, "show", "--json"});
   const auto report = nlohmann::json::parse(shown.out);
   EXPECT_EQ(report["version"], 6);
   EXPECT_EQ(report["priorities"].size(), 4u);
@@ -57,8 +43,7 @@ TEST(SettingsCommand, ImportPropertiesFillsTheDatabasesFromATrn) {
   const std::string trn = cli.Path("sample.trn");
   const std::string file = cli.Path("import.kvs");
   ASSERT_EQ(cli.Run({"convert", cli.Sample(), trn}).exitCode, 0);
-  const CliResult imported = cli.Run({"settings", file, "import-properties", trn});
-  ASSERT_EQ(imported.exitCode, 0) << imported.err;
+  const CliResult imported = cli.RunOk({"settings", file, "import-properties", trn});
   const auto report = nlohmann::json::parse(cli.Run({"settings", file, "show", "--json"}).out);
   EXPECT_FALSE(report["channel_keys"].empty());
   EXPECT_FALSE(report["event_names"].empty());

@@ -23,8 +23,7 @@ std::vector<json> ListOf(const json& c, const char* key) {
 
 // The case's "database": channel name -> {"Quantity", "Unit", ...}; a name
 // it lacks cannot be read.
-class PropertyDatabase final : public KivObject<IKivChannelPropertyFactory> {
- public:
+struct PropertyDatabase final : public KivObject<IKivChannelPropertyFactory> {
   explicit PropertyDatabase(const json& names) : names_(names) {}
   KivResult GetPropertySet(const std::u16string& name, int32_t, IKivPropertySet** set) override {
     const std::string key(name.begin(), name.end());
@@ -45,13 +44,10 @@ class PropertyDatabase final : public KivObject<IKivChannelPropertyFactory> {
   KivResult Reserved12() override { return E_NOTIMPL; }
   KivResult GetQuantityToColorMapping(IKivQuantityToColorMapping**) override { return E_NOTIMPL; }
   KivResult SetQuantityToColorMapping(IKivQuantityToColorMapping*) override { return E_NOTIMPL; }
-
- private:
   json names_;
 };
 
-class Step final : public CWriteBackChannelStateMachineBase {
- public:
+struct Step final : public CWriteBackChannelStateMachineBase {
   Step() : CWriteBackChannelStateMachineBase(nullptr) {}
   AsyncThread GetJobThread() override { return nullptr; }
   KivResult MakeJob(CJobItem*, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
@@ -59,8 +55,7 @@ class Step final : public CWriteBackChannelStateMachineBase {
 };
 
 // A destination whose answers come from the case.
-class Cache final : public CChannelWriterCache {
- public:
+struct Cache final : public CChannelWriterCache {
   explicit Cache(const json& c) : c_(c) {
     if (!c.contains("channels")) return;
     for (const auto& [name, channel] : c["channels"].items()) {
@@ -100,8 +95,6 @@ class Cache final : public CChannelWriterCache {
 
   std::vector<std::pair<uint32_t, std::string>> messages;
   ComPtr<Step> queued;
-
- private:
   const json& c_;
   std::map<std::u16string, ComPtr<testing::FakeChannel>> channels_;
 };

@@ -3,43 +3,42 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "outing/cache/outing_cache.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "platform/async/dispatcher.h"
+#include "outing/events/event_set.h"
+#include "support/settling_test.h"
+#include "support/fixtures.h"
 #include "velmar/transaction.h"
+#include "writeback/events_writer.h"
 
 namespace velmar {
 namespace {
 
-using namespace std::chrono_literals;
 using State = CTransactionStateMachine::State;
 
 // What every party did, in order; jobs append from the worker.
-class Log {
- public:
+struct Log {
+  std::mutex mu;
+  std::vector<std::string> lines;
   void Add(std::string s) {
-    std::lock_guard lock(mu_);
-    lines_.push_back(std::move(s));
+    std::lock_guard lock(mu);
+    lines.push_back(std::move(s));
   }
   std::vector<std::string> Take() {
-    std::lock_guard lock(mu_);
-    return std::exchange(lines_, {});
+    std::lock_guard lock(mu);
+    return std::exchange(lines, {});
   }
-
- private:
-  std::mutex mu_;
-  std::vector<std::string> lines_;
 };
 
 AsyncThread TestThread() { return Async_GetThread(u"Txn_Test_Thread"); }
 
 // An outing object that logs the transaction notifications it hears.
-class FakeOuting final : public KivObject<COutingStateChanges> {
- public:
+struct FakeOuting final : KivObject<COutingStateChanges> {
   FakeOuting(Log* log, std::string name) : log_(log), name_(std::move(name)) {}
   void OnTransactionBegin() override { log_->Add(name_ + " started"); }
   void OnTransactionEnd() override { log_->Add(name_ + " finished"); }
@@ -61,32 +60,29 @@ class FakeOuting final : public KivObject<COutingStateChanges> {
   void OnChannelsAdded(const NameList&) override {}
   void OnWriterMessage(uint32_t, const std::u16string&) override {}
   KivResult GetSelectionBinding(IKivUnknown**) override { return S_FALSE; }
-
- private:
   Log* log_;
   std::string name_;
 };
 
-class LoggedJob : public CJobItemEx {
- public:
+// A job that logs `what` and answers `result`; a write-back job fails with its message.
+template <class Base>
+struct LoggedJob final : Base {
   LoggedJob(CStateMachineEx* owner, Log* log, std::string what, KivResult result)
-      : CJobItemEx(owner), log_(log), what_(std::move(what)), result_(result) {}
-
- protected:
+      : Base(owner), log_(log), what_(std::move(what)), result_(result) {}
   KivResult Run() override {
     log_->Add(what_);
+    if constexpr (std::is_same_v<Base, CWriteBackJobItem>) {
+      if (Failed(result_)) return this->Fail(u"Failed to write step");
+    }
     return result_;
   }
-
- private:
   Log* log_;
   std::string what_;
   KivResult result_;
 };
 
 // A cache whose write access answers the results queued in `accessResults`.
-class FakeCache final : public COutingCacheBase<FakeCache, COutingStateChanges>, public CTransactions<FakeCache> {
- public:
+struct FakeCache final : COutingCacheBase<FakeCache, COutingStateChanges>, CTransactions<FakeCache> {
   FakeCache(Log* log, Log* work)
       : COutingCacheBase(OutingType::kTarn, u"fake", Guid()),
         log_(log),
@@ -105,49 +101,27 @@ class FakeCache final : public COutingCacheBase<FakeCache, COutingStateChanges>,
       r = accessResults.front();
       accessResults.pop_front();
     }
-    return MakeKiv<LoggedJob>(owner, work_, "access", r);
+    return MakeKiv<LoggedJob<CJobItemEx>>(owner, work_, "access", r);
   }
   ComPtr<CJobItem> MakeCloseJob(CStateMachineEx* owner, CJobItem* writeAccess) override {
     EXPECT_NE(writeAccess, nullptr);
-    return MakeKiv<LoggedJob>(owner, work_, "close", closeResult);
+    return MakeKiv<LoggedJob<CJobItemEx>>(owner, work_, "close", closeResult);
   }
   AsyncThread GetJobThread() override { return TestThread(); }
-
- private:
   Log* log_;
   Log* work_;
   ClientRef<CTransactionStateMachine> machine_;
 };
 
-class StepJob final : public CWriteBackJobItem {
- public:
-  StepJob(CStateMachineEx* owner, Log* log, int n, bool fail) : CWriteBackJobItem(owner), log_(log), n_(n), fail_(fail) {}
-
- protected:
-  KivResult Run() override {
-    log_->Add("write " + std::to_string(n_));
-    return fail_ ? Fail(u"Failed to write step") : S_OK;
-  }
-
- private:
-  Log* log_;
-  int n_;
-  bool fail_;
-};
-
-class Receiver final : public CWriteBackStateChanges {
- public:
+struct Receiver final : CWriteBackStateChanges {
   Receiver(Log* log, int n) : log_(log), n_(n) {}
   void ReloadAfterWrite() override { log_->Add("reload " + std::to_string(n_)); }
-
- private:
   Log* log_;
   int n_;
 };
 
 // A step; `createResult` is what CreateJob answers before it builds the job.
-class Step final : public CWriteBackStateMachineBase {
- public:
+struct Step final : CWriteBackStateMachineBase {
   Step(Log* work, int n, Receiver* receiver, bool failJob = false, KivResult createResult = S_OK)
       : CWriteBackStateMachineBase(receiver), work_(work), n_(n), failJob_(failJob), createResult_(createResult) {}
   KivResult CreateJob(CJobItem* writeAccess, ComPtr<CWriteBackJobItem>* job) override {
@@ -157,7 +131,8 @@ class Step final : public CWriteBackStateMachineBase {
       NotifyMessage(u"step " + std::u16string(1, char16_t(u'0' + n_)) + u" refused");
       return createResult_;
     }
-    *job = MakeKiv<StepJob>(this, work_, n_, failJob_);
+    const KivResult result = failJob_ ? E_FAIL : S_OK;
+    *job = MakeKiv<LoggedJob<CWriteBackJobItem>>(this, work_, "write " + std::to_string(n_), result);
     return S_OK;
   }
   AsyncThread GetJobThread() override { return TestThread(); }
@@ -166,15 +141,13 @@ class Step final : public CWriteBackStateMachineBase {
     createResult_ = S_OK;
     OnExportsComplete();
   }
-
- private:
   Log* work_;
   int n_;
   bool failJob_;
   KivResult createResult_;
 };
 
-class TransactionTest : public ::testing::Test {
+class TransactionTest : public testing::SettlingTest {
  protected:
   void SetUp() override {
     cache_ = MakeKiv<FakeCache>(&log_, &work_);
@@ -189,16 +162,13 @@ class TransactionTest : public ::testing::Test {
       cache_->Detach(b_.Get());
     }
     cache_ = nullptr;
-    Settle();
+    EXPECT_TRUE(Settle());
   }
-  void Settle() { ASSERT_TRUE(Async_RunUntilSettled(d_, 30s)); }
   CTransactionStateMachine& txn() { return *cache_->machine(); }
   KivResult Queue(int n, bool failJob = false, KivResult createResult = S_OK, Receiver* receiver = nullptr) {
     return txn().AddWriteBackStep(MakeKiv<Step>(&work_, n, receiver, failJob, createResult));
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   Log log_;   // the client thread's side
   Log work_;  // the jobs', on the worker
   ComPtr<FakeCache> cache_;
@@ -227,85 +197,51 @@ TEST_F(TransactionTest, CodesOutsideTheirStates) {
   EXPECT_EQ(Queue(2), KIV_E_TXN_EDIT_DURING_COMMIT);
   EXPECT_EQ(txn().Commit(a_.Get()), KIV_E_TXN_COMMITTING);
   EXPECT_EQ(txn().Rollback(a_.Get()), KIV_E_TXN_COMMITTING);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(txn().state(), State::kIdle);
 }
 
-TEST_F(TransactionTest, StepsRunInOrderAndOnlyTheOwnerHears) {
-  Receiver r1(&log_, 1), r2(&log_, 2);
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1, false, S_OK, &r1), S_OK);
-  ASSERT_EQ(Queue(2, false, S_OK, &r2), S_OK);
-  EXPECT_TRUE(log_.Take().empty() && work_.Take().empty()) << "nothing runs before commit";
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
-  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 2", "close"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 2/1", "reload 1", "a progress 2/2", "reload 2", "a finished"}));
-  // A new transaction may begin, from any outing.
-  EXPECT_EQ(txn().Begin(b_.Get()), S_OK);
+KivResult FromHex(const nlohmann::json& hex) {
+  return Code(static_cast<uint32_t>(std::stoul(hex.get<std::string>(), nullptr, 16)));
 }
 
-TEST_F(TransactionTest, FailedStepReportsAndTheRestStillRun) {
-  Receiver r1(&log_, 1), r3(&log_, 3);
+class CommitCase : public TransactionTest, public ::testing::WithParamInterface<std::filesystem::path> {};
+
+// Each file: the answers of the cache's write access ("access", in turn)
+// and close, the steps ("fails" in its job, "refused": the code of its
+// creation, "reloads": has a receiver), and what the jobs did and the
+// client heard, in order.
+TEST_P(CommitCase, RunsTheStepsInOrderAndOnlyTheOwnerHears) {
+  const nlohmann::json c = testing::ReadFixture(GetParam());
+  for (const auto& r : c.value("access", nlohmann::json::array())) cache_->accessResults.push_back(FromHex(r));
+  cache_->closeResult = FromHex(c.value("close", nlohmann::json("0")));
+  std::deque<Receiver> receivers;
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1, /*failJob=*/true, S_OK, &r1), S_OK);
-  ASSERT_EQ(Queue(2, false, E_FAIL), S_OK);
-  ASSERT_EQ(Queue(3, false, S_OK, &r3), S_OK);
+  for (const auto& step : c["steps"]) {
+    Receiver* r = step.value("reloads", false) ? &receivers.emplace_back(&log_, step["n"]) : nullptr;
+    ASSERT_EQ(Queue(step["n"], step.value("fails", false), FromHex(step.value("refused", nlohmann::json("0"))), r), S_OK);
+  }
+  EXPECT_TRUE(log_.Take().empty() && work_.Take().empty()) << "nothing runs before the commit";
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
-  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "write 3", "close"}));
-  // Step 2 is refused while the jobs are queued, so it counts first.
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a message step 2 refused", "a progress 3/1", "a progress 3/2",
-                                "a message Failed to write step", "a progress 3/3", "reload 3", "a finished"}));
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(work_.Take(), c["work"].get<Lines>());
+  EXPECT_EQ(log_.Take(), c["heard"].get<Lines>());
+  EXPECT_EQ(txn().pending_count(), 0u);
+  EXPECT_EQ(txn().Begin(b_.Get()), S_OK) << "a new transaction may begin, from any outing";
 }
 
-TEST_F(TransactionTest, EmptyCommitAndRollbackRunNoJob) {
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a finished"}));
-  Settle();
-  EXPECT_TRUE(work_.Take().empty());
+INSTANTIATE_TEST_SUITE_P(Cases, CommitCase, testing::FixtureCases("writeback/commits"), testing::FixtureName);
 
+TEST_F(TransactionTest, RolledBackStepsNeverRun) {
   ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
   ASSERT_EQ(Queue(1), S_OK);
   ASSERT_EQ(txn().Rollback(a_.Get()), S_OK);
   EXPECT_EQ(txn().state(), State::kIdle);
   ASSERT_EQ(txn().Begin(b_.Get()), S_OK);
   ASSERT_EQ(txn().Commit(b_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(log_.Take(), (Lines{"b started", "b finished"}));
   EXPECT_TRUE(work_.Take().empty()) << "the rolled back step never ran";
-}
-
-TEST_F(TransactionTest, DroppedAccessIsAskedAgainOtherRefusalsEndTheCommit) {
-  cache_->accessResults = {E_JOB_DROPPED, S_OK};
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
-  EXPECT_EQ(work_.Take(), (Lines{"access", "access", "write 1", "close"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a started", "a progress 1/1", "a finished"}));
-
-  cache_->accessResults = {E_ACCESSDENIED};
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(2), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
-  EXPECT_EQ(work_.Take(), (Lines{"access"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a message Failed to obtain write access to outing", "a finished"}));
-  EXPECT_EQ(txn().state(), State::kIdle);
-  EXPECT_EQ(txn().pending_count(), 0u);
-}
-
-TEST_F(TransactionTest, FailedCloseLosesTheWriteLoudly) {
-  cache_->closeResult = E_FAIL;
-  ASSERT_EQ(txn().Begin(a_.Get()), S_OK);
-  ASSERT_EQ(Queue(1), S_OK);
-  ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
-  EXPECT_EQ(work_.Take(), (Lines{"access", "write 1", "close"}));
-  EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a message Failed to save changes to outing",
-                                "a finished"}));
 }
 
 TEST_F(TransactionTest, PendingStepHoldsTheCommitUntilItsDataIsIn) {
@@ -314,12 +250,12 @@ TEST_F(TransactionTest, PendingStepHoldsTheCommitUntilItsDataIsIn) {
   ASSERT_EQ(txn().AddWriteBackStep(step), S_OK);
   ASSERT_EQ(Queue(2), S_OK);
   ASSERT_EQ(txn().Commit(a_.Get()), S_OK);
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started"}));
   EXPECT_EQ(txn().state(), State::kWriting);
   step->DataIn();
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"write 1", "write 2", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a progress 2/1", "a progress 2/2", "a finished"}));
 }
@@ -339,10 +275,113 @@ TEST_F(TransactionTest, OwnerGoingRollsBackAndCommitOutlivesTheCache) {
   cache_->Detach(a_.Get());
   cache_->Detach(b_.Get());
   cache_ = nullptr;
-  Settle();
+  ASSERT_TRUE(Settle());
   EXPECT_EQ(work_.Take(), (Lines{"access", "write 2", "close"}));
   EXPECT_EQ(log_.Take(), (Lines{"a started", "a progress 1/1", "a finished", "cache gone"}));
 }
+
+using nlohmann::json;
+
+std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+std::vector<json> ListOf(const json& c, const char* key) {
+  return c.contains(key) ? c[key].get<std::vector<json>>() : std::vector<json>{};
+}
+
+// A set of the case: [time, source] pairs, status 1 unless "status" says.
+ComPtr<IKivEventSet> MakeSet(const std::string& name, const json& set) {
+  std::vector<COutingEventData> events;
+  for (const json& e : ListOf(set, "events")) {
+    auto record = std::make_shared<CCachedEventData>();
+    record->name = Wide(name);
+    record->time = e[0];
+    record->source = Wide(e[1]);
+    events.emplace_back(std::move(record), 0);
+  }
+  auto made = MakeKiv<CEventSet>(Wide(name), std::move(events), nullptr, 0);
+  if (set.value("status", 1u) == 1) made->Bind();
+  return made;
+}
+
+struct EventsStep final : public CWriteBackEventsStateMachineBase {
+  EventsStep() : CWriteBackEventsStateMachineBase(nullptr, 0, 0) {}
+  AsyncThread GetJobThread() override { return nullptr; }
+  KivResult MakeJob(CJobItem*, ComPtr<CWriteBackJobItem>*) override { return E_NOTIMPL; }
+  size_t ready() { return TakeEvents().size(); }
+};
+
+// The destination as the case has it: "sets" seen on the outing, "stored"
+// [name, time] pairs it holds ("pending": its events are being read).
+struct Cache final : public CEventsWriterCache {
+  explicit Cache(const json& c) : c_(c) {
+    if (!c.contains("sets")) return;
+    for (const auto& [name, set] : c["sets"].items()) sets_[Wide(name)] = MakeSet(name, set);
+  }
+  KivResult GetExportEventSet(const std::u16string& name, ComPtr<IKivEventSet>* set) override {
+    auto it = sets_.find(name);
+    if (it == sets_.end()) return E_INVALIDARG;
+    *set = it->second;
+    return S_OK;
+  }
+  KivResult FindStoredEvent(const std::u16string& name, KivTime time) override {
+    if (c_.value("pending", false)) return KIV_E_PENDING;
+    for (const json& s : ListOf(c_, "stored")) {
+      if (Wide(s[0]) == name && s[1].get<KivTime>() == time) return S_OK;
+    }
+    return S_FALSE;
+  }
+  void PostWriterMessage(uint32_t level, const std::u16string& text) override {
+    messages.push_back({level, std::string(text.begin(), text.end())});
+  }
+  ComPtr<CWriteBackEventsStateMachineBase> NewEventsStep(KivTime, KivTime) override { return MakeKiv<EventsStep>(); }
+  ComPtr<CWriteBackStateMachineBase> NewRemoveStep(std::vector<CExportEvent> events) override {
+    removing_ = events.size();
+    return MakeKiv<EventsStep>();
+  }
+  KivResult AddWriteBackStep(ComPtr<CWriteBackStateMachineBase> step) override {
+    auto* write = static_cast<EventsStep*>(step.Get());
+    queued = removing_ ? removing_ : write->itemCount() + write->ready();
+    return S_OK;
+  }
+
+  std::vector<std::pair<uint32_t, std::string>> messages;
+  json queued;  // null: no step
+  const json& c_;
+  std::map<std::u16string, ComPtr<IKivEventSet>> sets_;
+  size_t removing_ = 0;  // the events of a removal step
+};
+
+KivResult Call(Cache& cache, const json& call) {
+  NameList names;
+  for (const json& n : ListOf(call, "names")) names.push_back(Wide(n));
+  std::vector<KivTime> times = call.value("times", std::vector<KivTime>{});
+  const std::string kind = call["kind"];
+  if (kind == "write") {
+    return WriteEvents(cache, call.value("start", KivTime{0}), call.value("end", KivTime{1000}),
+                       call.value("unreadable", false) ? nullptr : &names);
+  }
+  if (kind == "remove") return RemoveEvents(cache, &names, &times);
+  const std::vector<uint8_t> fixed(call.value("fixed_bytes", 0u));
+  return WriteEvent(cache, {Wide(call["name"]), call["time"], u"", u"", fixed, {}});
+}
+
+class EventsWriterCallTest : public ::testing::TestWithParam<std::filesystem::path> {};
+
+// Each file: the destination, the call ("write", "remove" or "one"), and the
+// result, the writer messages ([level, text]) and what the step queued
+// (items and ready events, or events to remove; null: no step).
+TEST_P(EventsWriterCallTest, ChecksInOrderAndQueuesWhatHasEvents) {
+  const json c = testing::ReadFixture(GetParam());
+  Cache cache(c);
+  const KivResult r = Call(cache, c["call"]);
+  EXPECT_EQ(static_cast<uint32_t>(r), std::stoul(c["result"].get<std::string>(), nullptr, 16));
+  std::vector<std::pair<uint32_t, std::string>> messages;
+  for (const json& m : ListOf(c, "messages")) messages.push_back({m[0], m[1]});
+  EXPECT_EQ(cache.messages, messages);
+  EXPECT_EQ(cache.queued, c["queued"]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, EventsWriterCallTest, testing::FixtureCases("export/event_calls"),
+                         testing::FixtureName);
 
 }  // namespace
 }  // namespace velmar

@@ -36,7 +36,8 @@ ComPtr<IKivChannelFactory> MathFactory(const LoadedOuting& outing, const MathOpt
   if (KivResult r = definitions->LoadDefinitions(Utf8ToWide(options.definitions)); Failed(r))
     Fail(options.definitions, "cannot read math channel definitions", r);
   UseSessionRoot(outing);
-  if (KivResult r = factory->SetParent(outing.outing()); Failed(r)) Fail(outing.file(), "cannot read channels", r);
+  // Its operands are the selection's channels, as every host read is.
+  if (KivResult r = factory->SetParent(outing.selection()); Failed(r)) Fail(outing.file(), "cannot read channels", r);
   std::vector<std::u16string> messages;
   (void)definitions->GetMessages(&messages);
   for (const std::u16string& message : messages) std::cerr << "velmar: " << WideToUtf8(message) << '\n';

@@ -58,6 +58,13 @@ void LoadedOuting::WaitForLoad() {
 
 NameList LoadedOuting::ChannelNames() const { return NamesOf<IKivChannelFactory>(selection_.Get()); }
 NameList LoadedOuting::EventSetNames() const { return NamesOf<IKivEventsFactory>(outing_.Get()); }
+NameList LoadedOuting::AllEventSetNames() const {
+  NameList names = EventSetNames();
+  for (const std::u16string& name : NamesOf<IKivEventsFactory>(selection_.Get())) {
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+  }
+  return names;
+}
 NameList LoadedOuting::ConstantNames() const { return NamesOf<IKivConstantFactory>(outing_.Get()); }
 
 template <class Factory>
@@ -107,9 +114,15 @@ void LoadedOuting::FailItem(const std::string& what, const std::u16string& name,
 
 template <class Factory, class Item>
 ComPtr<Item> LoadedOuting::Item_(const std::u16string& name, const char* kind) const {
-  // Channels come from the selection (proxies), everything else from the outing.
-  auto factory = QueryAs<Factory>(std::is_same_v<Factory, IKivChannelFactory> ? static_cast<IKivUnknown*>(selection_.Get())
-                                                                             : static_cast<IKivUnknown*>(outing_.Get()));
+  // Channels come from the selection (proxies), and so do the event sets of
+  // its plug-ins; everything else from the outing.
+  bool fromSelection = std::is_same_v<Factory, IKivChannelFactory>;
+  if constexpr (std::is_same_v<Factory, IKivEventsFactory>) {
+    const NameList own = EventSetNames();
+    fromSelection = std::find(own.begin(), own.end(), name) == own.end();
+  }
+  auto factory = QueryAs<Factory>(fromSelection ? static_cast<IKivUnknown*>(selection_.Get())
+                                                : static_cast<IKivUnknown*>(outing_.Get()));
   if (!factory) Fail(file_, std::string("this outing has no ") + kind + "s");
   ComPtr<Item> item;
   const KivResult r = ReadWhenReady(session_, outing_.Get(), file_, [&] { return factory->GetItem(name, item.Put()); });

@@ -39,6 +39,8 @@ class LoadedOuting {
 
   NameList ChannelNames() const;
   NameList EventSetNames() const;
+  // The outing's event sets, then those the selection's plug-ins add.
+  NameList AllEventSetNames() const;
   NameList ConstantNames() const;
   // Read when first asked for: this waits for the list. Empty for an outing
   // without blobs (only a native store has them).

@@ -44,7 +44,7 @@ std::u16string ConstantUnit(IKivConstant* constant) {
 
 std::vector<EventRow> ReadEvents(const LoadedOuting& outing) {
   std::vector<EventRow> rows;
-  for (const std::u16string& name : outing.EventSetNames()) ReadEventSet(outing, name, &rows);
+  for (const std::u16string& name : outing.AllEventSetNames()) ReadEventSet(outing, name, &rows);
   std::stable_sort(rows.begin(), rows.end(), [](const EventRow& a, const EventRow& b) { return a.time < b.time; });
   return rows;
 }

@@ -11,7 +11,7 @@ void JoinPluginChannels(IKivVelmar* root) {
   std::vector<KivPluginType> types;
   if (Failed(KivFindPluginTypes(&types))) return;
   for (const KivPluginType& type : types) {
-    if (type.kind != kKivPluginChannelFactory) continue;
+    if (type.kind != kKivPluginChannelFactory && type.kind != kKivPluginEventsFactory) continue;
     if (Failed(KivAddPluginToRoot(root, type.type_name)))
       std::cerr << "velmar: plug-in \"" << Utf8(type.type_name) << "\" could not be made\n";
   }

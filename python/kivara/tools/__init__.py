@@ -67,6 +67,9 @@ class Notifier:
 
 
 class ICommand(Notifier, ABC):
+    """A command. `Icon` is None or an H x W x 4 (RGBA) or H x W x 3 (RGB)
+    array of 0-255 values; the host shows it at 16 x 16 pixels (an icon of
+    another form is not shown)."""
     Description = None
     Enabled = True
     Checked = False
@@ -83,9 +86,9 @@ class ICommand(Notifier, ABC):
 class Command(ICommand):
     """A command running a callable."""
 
-    def __init__(self, name, action, description=None, enabled=True, checked=False):
+    def __init__(self, name, action, description=None, enabled=True, checked=False, icon=None):
         self._name, self._action = name, action
-        self.Description, self.Enabled, self.Checked = description, enabled, checked
+        self.Description, self.Enabled, self.Checked, self.Icon = description, enabled, checked, icon
 
     @property
     def Name(self):
@@ -252,7 +255,40 @@ class IDataBlocks(ABC):
     def __getitem__(self, index): ...
 
 
-class Channel(ABC):
+class DataNotifier:
+    """How a channel or event set tells the host about itself, once handed
+    out: `changed(start, end)` when its data changed (over [start, end]
+    ticks; all of it without them), `state_changed()` when what it waited
+    for came (after raising DataPending), `availability_changed()` when it
+    became available or stopped being so, `terminating()` when it goes. The
+    host then reads it again."""
+
+    def listen(self, callback):
+        self.__dict__.setdefault("_kivara_listeners", []).append(callback)
+
+    def unlisten(self, callback):
+        listeners = self.__dict__.get("_kivara_listeners", [])
+        if callback in listeners:
+            listeners.remove(callback)
+
+    def _tell(self, *what):
+        for callback in list(self.__dict__.get("_kivara_listeners", ())):
+            callback(*what)
+
+    def changed(self, start=None, end=None):
+        self._tell("data", start, end)
+
+    def state_changed(self):
+        self._tell("state")
+
+    def availability_changed(self):
+        self._tell("availability")
+
+    def terminating(self):
+        self._tell("terminating")
+
+
+class Channel(DataNotifier, ABC):
     """A channel: `Data` is its blocks (None for none)."""
 
     Data = None
@@ -316,13 +352,28 @@ class Event:
         self.Information, self.Data = list(information), list(data)
 
 
-class EventSet(ABC):
+class EventSet(DataNotifier, ABC):
     @property
     @abstractmethod
     def Count(self): ...
 
     @abstractmethod
     def __getitem__(self, index): ...
+
+
+class ListEventSet(EventSet):
+    """An event set over a list of `Event`s, in any order (the host sorts
+    them by time)."""
+
+    def __init__(self, events):
+        self.events = list(events)
+
+    @property
+    def Count(self):
+        return len(self.events)
+
+    def __getitem__(self, index):
+        return self.events[index]
 
 
 class IDataFactory(ABC):
@@ -353,6 +404,7 @@ class IDataFactory(ABC):
         return any(str(k) == str(key) for k in self.Keys)
 
     def GetIcon(self, key):
+        """The key's icon, in the form of `ICommand.Icon`, or None."""
         return None
 
     @abstractmethod

@@ -6,6 +6,8 @@ import pickle
 import re
 import sys
 
+import numpy as np
+
 from kivara import tools as contract
 
 _loaded = 0
@@ -68,6 +70,10 @@ def is_data_factory(cls):
     return issubclass(cls, contract.IDataFactory)
 
 
+def is_events_factory(cls):
+    return is_data_factory(cls) and cls.kind == "events"
+
+
 def make(cls, state):
     """A new instance, or one read from a pickled state."""
     if state is not None:
@@ -88,12 +94,29 @@ def save(obj):
     return pickle.dumps(obj, protocol=pickle.HIGHEST_PROTOCOL)
 
 
+def picture(icon):
+    """An icon as (width, height, RGBA bytes row by row); None for none or
+    for one that is not an H x W x 4 or H x W x 3 array."""
+    if icon is None:
+        return None
+    try:
+        a = np.asarray(icon, dtype=np.float64)
+    except (TypeError, ValueError):
+        return None
+    if a.ndim != 3 or a.shape[2] not in (3, 4) or a.shape[0] == 0 or a.shape[1] == 0:
+        return None
+    a = np.clip(np.rint(a), 0, 255).astype(np.uint8)
+    if a.shape[2] == 3:
+        a = np.concatenate([a, np.full(a.shape[:2] + (1,), 255, dtype=np.uint8)], axis=2)
+    return a.shape[1], a.shape[0], np.ascontiguousarray(a).tobytes()
+
+
 def _command(cmd, on_change, subscribed):
     cmd.subscribe(on_change)
     subscribed.append(cmd)
     description = cmd.Description
     return (str(cmd.Name), None if description is None else str(description), bool(cmd.Enabled),
-            bool(cmd.Checked), cmd.Icon is not None, cmd.Execute)
+            bool(cmd.Checked), picture(cmd.Icon), cmd.Execute)
 
 
 def walk_groups(groups, on_change, subscribed):

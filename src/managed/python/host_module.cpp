@@ -18,6 +18,11 @@
 namespace velmar::managed::python {
 namespace {
 
+ComPtr<IKivUnknown>& PendingInput() {
+  static ComPtr<IKivUnknown> input;
+  return input;
+}
+
 [[noreturn]] void Raise(const std::string& what, KivResult r) {
   char code[16];
   std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(r));
@@ -67,6 +72,7 @@ class SelectionView {
     ComPtr<IKivChannelIterator2> iterator;
     if (KivResult r = channel->GetIterator(iterator.Put()); Failed(r)) {
       if (r == KIV_E_PENDING) {
+        PendingInput() = ComPtr<IKivUnknown>(static_cast<IKivUnknown*>(channel.Get()));
         PyErr_SetString(py::module_::import("kivara.tools").attr("DataPending").ptr(), name.c_str());
         throw py::error_already_set();
       }
@@ -198,6 +204,8 @@ void NativeSink::operator()(const py::args& args) {
   const Target call = call_;  // the call may detach this sink
   call(args);
 }
+
+ComPtr<IKivUnknown> TakePendingInput() { return std::move(PendingInput()); }
 
 SinkHandle MakeSink(const void* target, NativeSink::Target call) {
   auto sink = std::make_shared<NativeSink>(target, std::move(call));

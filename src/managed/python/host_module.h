@@ -27,6 +27,10 @@ void RegisterHostModule();
 py::object MakeSelectionView(IKivUnknown* selection, IKivChannelFactory* inputs);
 py::object MakeRootView(IKivUnknown* root);
 
+// The library item whose read last raised DataPending in a plug-in, taken
+// once (null when none): the plug-in asks again when it changes.
+ComPtr<IKivUnknown> TakePendingInput();
+
 // A callable that forwards its arguments to a native target until the
 // target detaches; a call after that raises. Hidden, as pybind11's own
 // types are.

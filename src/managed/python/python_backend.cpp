@@ -38,13 +38,63 @@ std::u16string Wide(const py::handle& text) { return Utf8ToWide(py::cast<std::st
 // raises instead of reaching freed memory.
 struct OwnedSink {
   SinkHandle handle;
-  ~OwnedSink() {
+  ~OwnedSink() { Reset(); }
+  void Reset() {
     if (!handle.sink) return;
     handle.sink->Detach();
+    handle.sink = nullptr;
     py::gil_scoped_acquire gil;
     handle.callable = py::object();
   }
 };
+
+// (width, height, RGBA bytes) from kivara.tools._host.picture as pixels;
+// null for None.
+SharedPluginPicture PictureOf(const py::handle& made) {
+  if (made.is_none()) return nullptr;
+  auto t = py::reinterpret_borrow<py::tuple>(made);
+  auto picture = std::make_shared<PluginPicture>();
+  picture->width = py::cast<uint32_t>(t[0]);
+  picture->height = py::cast<uint32_t>(t[1]);
+  const auto rgba = py::cast<std::string>(t[2]);
+  if (rgba.size() != size_t{picture->width} * picture->height * 4) throw PluginError("an icon of the wrong size");
+  picture->argb.reserve(rgba.size() / 4);
+  for (size_t k = 0; k < rgba.size(); k += 4) {
+    const auto byte = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(rgba[k + i])); };
+    picture->argb.push_back(byte(3) << 24 | byte(0) << 16 | byte(1) << 8 | byte(2));
+  }
+  return picture;
+}
+
+// A report of a plug-in channel or event set: ("data", start, end) with
+// None for an open end, ("state",), ("availability",) or ("terminating",).
+void Report(PluginDataListener* listener, const py::args& args) {
+  const auto what = py::cast<std::string>(args[0]);
+  if (what == "data") {
+    const auto end = [&](size_t i, KivTime open) {
+      return args.size() > i && !args[i].is_none() ? py::cast<KivTime>(args[i]) : open;
+    };
+    listener->OnDataChanged(end(1, kTimeMin), end(2, kTimeMax));
+  } else if (what == "availability") {
+    listener->OnAvailabilityChanged();
+  } else if (what == "terminating") {
+    listener->OnTerminating();
+  } else {
+    listener->OnStateChanged();
+  }
+}
+
+// The plug-in item's reports reach `listener` through one sink, replaced
+// on each call; null leaves it without one.
+void ListenTo(const py::object& item, OwnedSink& sink, PluginDataListener* listener) {
+  WithPython([&] {
+    if (sink.handle.sink && py::hasattr(item, "unlisten")) item.attr("unlisten")(sink.handle.callable);
+    sink.Reset();
+    if (!listener || !py::hasattr(item, "listen")) return;
+    sink.handle = MakeSink(listener, [listener](const py::args& args) { Report(listener, args); });
+    item.attr("listen")(sink.handle.callable);
+  });
+}
 
 class PythonTool final : public PluginTool {
  public:
@@ -125,7 +175,7 @@ class PythonTool final : public PluginTool {
         if (!t[1].is_none()) command.description = Wide(t[1]);
         command.enabled = py::cast<bool>(t[2]);
         command.checked = py::cast<bool>(t[3]);
-        command.hasIcon = py::cast<bool>(t[4]);
+        command.icon = PictureOf(t[4]);
         auto execute = std::make_shared<PyRef>(py::reinterpret_borrow<py::object>(t[5]));
         command.execute = [execute] { WithPython([&] { execute->get()(); }); };
         g.commands.push_back(std::move(command));
@@ -148,6 +198,8 @@ class PythonTool final : public PluginTool {
 class PythonChannel final : public PluginChannel {
  public:
   explicit PythonChannel(py::object channel) : channel_(std::make_shared<PyRef>(std::move(channel))) {}
+
+  void Listen(PluginDataListener* listener) override { ListenTo(channel_->get(), sink_, listener); }
 
   bool HasData() override { return WithPython([&] { return !Data().is_none(); }); }
   int64_t BlockCount() override { return WithPython([&] { return static_cast<int64_t>(py::len(Data())); }); }
@@ -216,6 +268,33 @@ class PythonChannel final : public PluginChannel {
   }
 
   SharedPy channel_;
+  OwnedSink sink_;
+};
+
+class PythonEventSet final : public PluginEventSet {
+ public:
+  explicit PythonEventSet(py::object set) : set_(std::make_shared<PyRef>(std::move(set))) {}
+
+  void Listen(PluginDataListener* listener) override { ListenTo(set_->get(), sink_, listener); }
+
+  int64_t Count() override { return WithPython([&] { return py::cast<int64_t>(set_->get().attr("Count")); }); }
+  PluginEvent Event(int64_t index) override {
+    return WithPython([&] {
+      py::object e = set_->get()[py::int_(index)];
+      PluginEvent event;
+      event.time = py::cast<KivTime>(py::int_(e.attr("Time")));
+      event.category = py::cast<int32_t>(py::int_(e.attr("Category")));
+      event.source = Wide(e.attr("Source"));
+      event.message = Wide(e.attr("Message"));
+      for (py::handle line : e.attr("Information")) event.information.push_back(Wide(line));
+      for (py::handle value : e.attr("Data")) event.data.push_back(py::cast<double>(py::float_(py::reinterpret_borrow<py::object>(value))));
+      return event;
+    });
+  }
+
+ private:
+  SharedPy set_;
+  OwnedSink sink_;
 };
 
 class PythonDataFactory final : public PluginDataFactory {
@@ -272,7 +351,18 @@ class PythonDataFactory final : public PluginDataFactory {
       return std::make_unique<PythonChannel>(std::move(item));
     });
   }
-  std::unique_ptr<PluginEventSet> EventSet(const std::u16string&) override { return nullptr; }
+  std::unique_ptr<PluginEventSet> EventSet(const std::u16string& name) override {
+    return WithPython([&]() -> std::unique_ptr<PluginEventSet> {
+      py::object item = factory_[py::str(WideToUtf8(name))];
+      if (item.is_none()) return nullptr;
+      return std::make_unique<PythonEventSet>(std::move(item));
+    });
+  }
+  SharedPluginPicture Icon(const std::u16string& name) override {
+    return WithPython([&] {
+      return PictureOf(HostModule().attr("picture")(factory_.attr("GetIcon")(WideToUtf8(name))));
+    });
+  }
   void Dispose() override {
     WithPython([&] {
       factory_.attr("Velmar") = py::none();
@@ -318,6 +408,7 @@ class PythonBackend final : public PluginBackend {
   bool SupportsPersistence(const std::u16string& typeName) override { return Ask("supports_persistence", typeName); }
   bool IsTool(const std::u16string& typeName) override { return Ask("is_tool", typeName); }
   bool IsDataFactory(const std::u16string& typeName) override { return Ask("is_data_factory", typeName); }
+  bool IsEventsFactory(const std::u16string& typeName) override { return Ask("is_events_factory", typeName); }
 
   std::unique_ptr<PluginTool> CreateTool(const std::u16string& typeName, const std::vector<uint8_t>* state,
                                          PluginToolListener* listener, IKivUnknown* root) override {

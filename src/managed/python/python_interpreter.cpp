@@ -69,7 +69,8 @@ void ThrowPluginError(const py::error_already_set& error) {
     pending = error.matches(py::module_::import("kivara.tools").attr("DataPending"));
   } catch (const py::error_already_set&) {
   }
-  if (pending) throw PluginPending(error.what());
+  ComPtr<IKivUnknown> input = TakePendingInput();
+  if (pending) throw PluginPending(error.what(), std::move(input));
   throw PluginError(error.what());
 }
 

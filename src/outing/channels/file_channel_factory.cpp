@@ -6,8 +6,8 @@
 namespace velmar {
 
 ComPtr<CFileChannel> MakeLoadedChannel(const std::u16string& name, std::u16string_view unitText, IKivUnknown* root,
-                                       ComPtr<CRawChannelSource> cache, ComPtr<IKivUnitTable>& unitTable,
-                                       KivTime timeOffset) {
+                                       ComPtr<IKivSelectionRange> binding, ComPtr<CRawChannelSource> cache,
+                                       ComPtr<IKivUnitTable>& unitTable, KivTime timeOffset) {
   if (!unitTable && Failed(CreateUnitsComponent(&unitTable))) unitTable = nullptr;
   ComPtr<IKivChannelPropertyFactory> properties;
   if (auto velmar = QueryAs<IKivVelmar>(root); !velmar || Failed(velmar->GetChannelPropertyFactory(properties.Put()))) {
@@ -16,7 +16,7 @@ ComPtr<CFileChannel> MakeLoadedChannel(const std::u16string& name, std::u16strin
   // Written names carry "_" for blanks: the second lookup tries blanks.
   const HeaderChannel header = ResolveHeaderChannel(name, unitText, properties.Get(), unitTable.Get(), true);
   auto made = MakeKiv<CFileChannel>();
-  made->Bind(name, header.key, nullptr, std::move(cache), header.unit, unitTable.As<IKivUnits>());
+  made->Bind(name, header.key, std::move(binding), std::move(cache), header.unit, unitTable.As<IKivUnits>());
   if (timeOffset != 0) (void)made->SetTimeOffset(timeOffset);
   return made;
 }

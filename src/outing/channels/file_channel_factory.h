@@ -12,6 +12,7 @@
 #include <string>
 
 #include "outing/channels/channel_file.h"
+#include "outing/channels/selection_binding.h"
 #include "outing/factory/outing_data_factory.h"
 #include "velmar/units.h"
 
@@ -19,16 +20,17 @@ namespace velmar {
 
 // A new channel of a loaded column: its key and unit resolved from `name`,
 // the column's `unitText` and the channel property database of `root` (when
-// it is the root), reading through `cache`.
+// it is the root), reading through `cache`, bound to the selection `binding`.
 ComPtr<CFileChannel> MakeLoadedChannel(const std::u16string& name, std::u16string_view unitText, IKivUnknown* root,
-                                       ComPtr<CRawChannelSource> cache, ComPtr<IKivUnitTable>& unitTable,
+                                       ComPtr<IKivSelectionRange> binding, ComPtr<CRawChannelSource> cache, ComPtr<IKivUnitTable>& unitTable,
                                        KivTime timeOffset);
 
 template <class Cache>
 class CFileChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKivChannelFactory> {
  public:
   // KIV_E_PENDING while loading (the load is asked for), E_INVALIDARG for a
-  // name the data set does not have.
+  // name the data set does not have, E_FAIL while no data selection holds
+  // the outing (see selection_binding.h).
   KivResult GetItem(const std::u16string& name, IKivChannel** channel) override {
     if (!channel) return E_POINTER;
     *channel = nullptr;
@@ -36,11 +38,13 @@ class CFileChannelFactory : public COutingDataFactory<ComPtr<CFileChannel>, IKiv
     if (!listed()) FillNames();
     auto it = items().find(name);
     if (it == items().end()) return E_INVALIDARG;
+    const ComPtr<IKivSelectionRange> binding = SelectionBindingOf(this->parent());
+    if (!binding) return E_FAIL;
     try {
       if (!it->second) {
         ComPtr<IKivUnknown> root;
         if (Failed(GetRoot(root.Put()))) root = nullptr;
-        it->second = MakeLoadedChannel(name, UnitText(name), root.Get(), ComPtr<CRawChannelSource>(cache_),
+        it->second = MakeLoadedChannel(name, UnitText(name), root.Get(), binding, ComPtr<CRawChannelSource>(cache_),
                                        unitTable_, timeOffset_ ? *timeOffset_ : 0);
       }
     } catch (const std::bad_alloc&) {

@@ -254,8 +254,13 @@ void AsyncThreadImpl::FinishDelivery(const TicketPtr& t, bool run) {
 
 void AsyncThreadImpl::CleanUp(const TicketPtr& t) {
   Guarded("cleanup", [&] { t->job->WTCleanupAfterCancel(); });
-  t->job.Reset();
-}
+  ComPtr<IAsyncJob> job;
+  {
+    // Cancel compares the running ticket's job under the lock.
+    std::lock_guard lock(mu_);
+    job = std::move(t->job);
+  }
+}  // the job goes outside the lock: its last release may queue or cancel
 
 void AsyncThreadImpl::EraseDeliveringLocked(const TicketPtr& t) {
   auto it = std::find(delivering_.begin(), delivering_.end(), t);

@@ -68,7 +68,7 @@ struct AsyncThreadImpl {
   void Run(const TicketPtr& t, bool drop);
   void Deliver(const TicketPtr& t);
   void FinishDelivery(const TicketPtr& t, bool run);
-  static void CleanUp(const TicketPtr& t);
+  void CleanUp(const TicketPtr& t);  // REQUIRES: mu_ not held.
   // REQUIRES: mu_ held.
   bool IdleLocked() const;
   void EraseDeliveringLocked(const TicketPtr& t);

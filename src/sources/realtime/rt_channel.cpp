@@ -1,5 +1,7 @@
 #include "sources/realtime/rt_channel.h"
 
+#include "outing/channels/selection_binding.h"
+
 namespace velmar {
 
 namespace {
@@ -15,9 +17,9 @@ KivResult Section(const RtHeldBlock& held, ChannelSection* section) {
 
 }  // namespace
 
-void CRTChannel::Bind(std::u16string name, CChannelKey key, CRTOutingCore* core) {
+void CRTChannel::Bind(std::u16string name, CChannelKey key, ComPtr<IKivUnknown> binding, CRTOutingCore* core) {
   core_ = core;
-  BindChannel(std::move(name), std::move(key), nullptr);
+  BindChannel(std::move(name), std::move(key), std::move(binding));
 }
 
 KivResult CRTChannel::PrepareBlocks() {
@@ -49,11 +51,13 @@ KivResult CRTOutingChannelFactory::GetItem(const std::u16string& name, IKivChann
   if (!listed()) FillNames();
   auto it = items().find(name);
   if (it == items().end()) return E_FAIL;  // nothing connected, or a name not known
-  const KivResult r = table_.Get(name, true, true, [&](const std::u16string& n, ComPtr<CRTChannel>* made) {
+  const ComPtr<IKivSelectionRange> binding = SelectionBindingOf(parent());
+  const bool bound = binding != nullptr;
+  const KivResult r = table_.Get(name, true, bound, [&](const std::u16string& n, ComPtr<CRTChannel>* made) {
     CChannelKey key;
     if (!CChannelKey::Parse(n, &key)) key = CChannelKey(n, 0);
     auto created = MakeKiv<CRTChannel>();
-    created->Bind(n, key, &LiveCore());
+    created->Bind(n, key, binding, &LiveCore());
     *made = std::move(created);
     return S_OK;
   }, channel);

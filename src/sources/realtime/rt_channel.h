@@ -20,7 +20,8 @@ namespace velmar {
 
 class CRTChannel final : public IKivChannelImpl<CRTChannel, IKivDataCacheImpl> {
  public:
-  void Bind(std::u16string name, CChannelKey key, CRTOutingCore* core);
+  // `binding`: the selection binding of the factory (see BindChannel).
+  void Bind(std::u16string name, CChannelKey key, ComPtr<IKivUnknown> binding, CRTOutingCore* core);
   // The core told a change over (from, to).
   void OnLiveData(KivTime from, KivTime to);
 

@@ -1,5 +1,6 @@
 #include "sources/tarn/tarn_outing_factories.h"
 
+#include "outing/channels/selection_binding.h"
 #include "sources/tarn/tarn_constant_write.h"
 #include "sources/tarn/tarn_outing_cache.h"
 
@@ -11,11 +12,13 @@ KivResult CTarnOutingChannelFactory::GetItem(const std::u16string& name, IKivCha
   if (!listed()) FillNames();  // starts the list's read
   auto it = items().find(name);
   if (it == items().end()) return E_INVALIDARG;
-  const KivResult r = table_.Get(name, true, true, [&](const std::u16string& n, ComPtr<CChannel>* made) {
+  const ComPtr<IKivSelectionRange> binding = SelectionBindingOf(parent());
+  const bool bound = binding != nullptr;
+  const KivResult r = table_.Get(name, true, bound, [&](const std::u16string& n, ComPtr<CChannel>* made) {
     CChannelKey key;
     if (!CChannelKey::Parse(n, &key)) return E_INVALIDARG;
     auto created = MakeKiv<CChannel>();
-    created->Bind(n, key, nullptr, CacheChannelData());
+    created->Bind(n, key, binding, CacheChannelData());
     const KivResult hr = created->SetTimeOffset(ChannelTimeOffset());
     if (Failed(hr)) return hr;
     *made = std::move(created);

@@ -85,12 +85,14 @@ void UnitFromDatabase(IKivChannelFactory& factory, TarnDataSetChannel* channel) 
   }
 }
 
-void ReadChannel(IKivChannelFactory& factory, const std::u16string& name, const TarnWaitForData& wait,
-                 TarnDataSet* data) {
+// E_FAIL when the factory hands out no channel at all: no data selection
+// holds the outing. A channel that can't be read is left out.
+KivResult ReadChannel(IKivChannelFactory& factory, const std::u16string& name, const TarnWaitForData& wait,
+                      TarnDataSet* data) {
   ComPtr<IKivChannel> channel;
-  if (Failed(factory.GetItem(name, channel.Put())) || !channel) return;
+  if (const KivResult r = factory.GetItem(name, channel.Put()); Failed(r) || !channel) return r == E_FAIL ? r : S_OK;
   ComPtr<IKivChannelIterator2> iterator;
-  if (WhenReady([&] { return channel->GetIterator(iterator.Put()); }, wait) != S_OK || !iterator) return;
+  if (WhenReady([&] { return channel->GetIterator(iterator.Put()); }, wait) != S_OK || !iterator) return S_OK;
   TarnDataSetChannel out;
   CChannelKey key;
   if (CChannelKey::Parse(name, &key)) {
@@ -111,6 +113,7 @@ void ReadChannel(IKivChannelFactory& factory, const std::u16string& name, const 
     }
   }
   data->channels.push_back(std::move(out));
+  return S_OK;
 }
 
 void ReadEventSet(IKivEventsFactory& factory, const std::u16string& name, const TarnWaitForData& wait,
@@ -177,8 +180,11 @@ KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait,
   *data = {};
   ReadDetails(outing, wait, data);
   TarnLapMarkersFromOuting(outing, wait, data);
-  if (auto channels = QueryAs<IKivChannelFactory>(outing))
-    for (const std::u16string& name : NamesOf<IKivChannelFactory>(outing, wait)) ReadChannel(*channels, name, wait, data);
+  if (auto channels = QueryAs<IKivChannelFactory>(outing)) {
+    for (const std::u16string& name : NamesOf<IKivChannelFactory>(outing, wait)) {
+      if (KivResult r = ReadChannel(*channels, name, wait, data); Failed(r)) return r;
+    }
+  }
   if (auto events = QueryAs<IKivEventsFactory>(outing))
     for (const std::u16string& name : NamesOf<IKivEventsFactory>(outing, wait)) ReadEventSet(*events, name, wait, data);
   if (auto constants = QueryAs<IKivConstantFactory>(outing))

@@ -20,8 +20,9 @@ using TarnWaitForData = std::function<bool()>;
 
 // Fills `data` with the outing's details, channels (every block, as read:
 // values in the channel's unit), event sets, numeric constants, lap markers
-// and spans. E_POINTER for a null outing or data; a failure of the outing
-// as it stands.
+// and spans. E_POINTER for a null outing or data; E_FAIL when no data
+// selection holds the outing (its channels are read through one); a failure
+// of the outing as it stands.
 [[nodiscard]] KivResult TarnDataSetFromOuting(IKivOuting* outing, const TarnWaitForData& wait, TarnDataSet* data);
 
 // The lap markers and spans alone, into `data`; nothing when the outing has

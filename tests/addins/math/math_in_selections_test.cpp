@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "math_factory.h"
+#include "support/managed_channel_reads.h"
 #include "support/settings_file_support.h"
 #include "tasks/selection_fixture.h"
 #include "velmar/class_registry.h"
@@ -20,14 +21,8 @@ using ::testing::Not;
 constexpr char16_t kDoubled[] = u"[{\"name\": \"Doubled\", \"expression\": \"Speed * 2\", \"unit\": \"m/s\"}]";
 
 std::vector<double> Values(IKivChannel* channel) {
-  ComPtr<IKivChannelIterator2> iterator;
-  ComPtr<IKivDataBlocks> blocks;
-  ComPtr<IKivDataBlock> block;
-  std::vector<double> values;
-  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  if (!iterator || Failed(iterator->GetDataBlocks(blocks.Put())) || Failed(blocks->GetBlock(1, block.Put()))) return {};
-  EXPECT_EQ(block->GetValues(&values), S_OK);
-  return values;
+  const auto blocks = ReadBlocks(channel);
+  return blocks.empty() ? std::vector<double>{} : blocks[0].values;
 }
 
 class MathInSelections : public SelectionFixture {
@@ -109,6 +104,7 @@ TEST(MathInTheSettingsFile, DefinitionsComeBackWhenTheFileIsRead) {
     ASSERT_TRUE(made);
     ASSERT_EQ(made->SetDefinitions(kDoubled), S_OK);
     ASSERT_EQ(first.persist->Save(first.storage.Get(), KIV_TRUE), S_OK);
+    EXPECT_EQ(made->IsDirty(), S_FALSE) << "saved with the file";
     ASSERT_EQ(first.storage->Commit(STGC_DEFAULT), S_OK);
     bytes = first.Bytes();
   }

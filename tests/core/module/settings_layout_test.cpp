@@ -17,7 +17,10 @@ using testing::SettingsRoot;
 constexpr uint32_t kMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
 // A part of the case, empty when the case leaves it out.
-Json Part(const Json& c, const char* key) { return c.contains(key) ? c[key] : Json::object(); }
+const Json& Part(const Json& c, const char* key) {
+  static const Json kNone = Json::object();
+  return c.contains(key) ? c[key] : kNone;
+}
 
 std::string Hex(const std::string& bytes) {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -79,24 +82,21 @@ std::string Edit(const std::string& bytes, const Json& c) {
   ComPtr<IKivStorage> root;
   EXPECT_EQ(StgOpenMemoryStorage(bytes, kMode, root.Put()), S_OK);
   std::u16string leaf;
-  const Json removed = Part(c, "remove");
-  for (const auto& path : removed) {
+  for (const auto& path : Part(c, "remove")) {
     EXPECT_EQ(Parent(root.Get(), path, &leaf)->DestroyElement(leaf), S_OK) << path;
   }
-  const Json storages = Part(c, "storages");
-  for (const auto& [path, clsid] : storages.items()) {
-    ComPtr<IKivStorage> made;
-    EXPECT_EQ(Parent(root.Get(), path, &leaf)->CreateStorage(leaf, kMode | STGM_CREATE, made.Put()), S_OK);
-    EXPECT_EQ(WriteClassStg(made.Get(), *Guid::Parse(clsid.get<std::string>())), S_OK);
+  // New storages are made, existing ones opened; both are given the class.
+  for (const char* key : {"storages", "classes_set"}) {
+    for (const auto& [path, clsid] : Part(c, key).items()) {
+      ComPtr<IKivStorage> storage;
+      ComPtr<IKivStorage> parent = Parent(root.Get(), path, &leaf);
+      EXPECT_EQ(key == std::string("storages") ? parent->CreateStorage(leaf, kMode | STGM_CREATE, storage.Put())
+                                               : parent->OpenStorage(leaf, kMode, storage.Put()),
+                S_OK);
+      EXPECT_EQ(WriteClassStg(storage.Get(), *Guid::Parse(clsid.get<std::string>())), S_OK);
+    }
   }
-  const Json classes_set = Part(c, "classes_set");
-  for (const auto& [path, clsid] : classes_set.items()) {
-    ComPtr<IKivStorage> opened;
-    EXPECT_EQ(Parent(root.Get(), path, &leaf)->OpenStorage(leaf, kMode, opened.Put()), S_OK);
-    EXPECT_EQ(WriteClassStg(opened.Get(), *Guid::Parse(clsid.get<std::string>())), S_OK);
-  }
-  const Json set = Part(c, "set");
-  for (const auto& [path, hex] : set.items()) {
+  for (const auto& [path, hex] : Part(c, "set").items()) {
     ComPtr<IKivStream> stream;
     EXPECT_EQ(Parent(root.Get(), path, &leaf)->CreateStream(leaf, kMode | STGM_CREATE, stream.Put()), S_OK);
     const std::string content = Unhex(hex);
@@ -110,23 +110,18 @@ std::string Edit(const std::string& bytes, const Json& c) {
 void Check(const std::string& bytes, const Json& c) {
   ComPtr<IKivStorage> file;
   ASSERT_EQ(StgOpenMemoryStorage(bytes, kMode, file.Put()), S_OK);
-  const Json streams = Part(c, "streams");
-  for (const auto& [path, hex] : streams.items()) {
+  for (const auto& [path, hex] : Part(c, "streams").items()) {
     EXPECT_EQ(Hex(ReadStream(file.Get(), path).value_or("missing")), hex) << path;
   }
-  const Json prefixes = Part(c, "prefixes");
-  for (const auto& [path, hex] : prefixes.items()) {
+  for (const auto& [path, hex] : Part(c, "prefixes").items()) {
     EXPECT_EQ(Hex(ReadStream(file.Get(), path).value_or("missing")).substr(0, hex.get<std::string>().size()), hex)
         << path;
   }
-  const Json classes = Part(c, "classes");
-  for (const auto& [path, clsid] : classes.items()) {
+  for (const auto& [path, clsid] : Part(c, "classes").items()) {
     EXPECT_EQ(ClassOf(file.Get(), path).ToString(), clsid) << path;
   }
-  const Json present = Part(c, "present");
-  for (const auto& path : present) EXPECT_TRUE(Present(file.Get(), path)) << path;
-  const Json absent = Part(c, "absent");
-  for (const auto& path : absent) EXPECT_FALSE(Present(file.Get(), path)) << path;
+  for (const auto& path : Part(c, "present")) EXPECT_TRUE(Present(file.Get(), path)) << path;
+  for (const auto& path : Part(c, "absent")) EXPECT_FALSE(Present(file.Get(), path)) << path;
 }
 
 std::string FreshFile() {

@@ -4,21 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <unistd.h>
 #include <vector>
 
+#include "outing/cache/temp_file.h"
 #include "outing/memory_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using State = CStateMachine::State;
-constexpr auto kLong = 30s;
 
 class CreateCallback {
  public:
@@ -36,17 +37,14 @@ class CreateCallback {
 
 using Machine = CCreateOutingStateMachine<CreateCallback, CMemoryCreateJob>;
 
-class CreateOutingStateMachineTest : public ::testing::Test {
+class CreateOutingStateMachineTest : public SettlingTest {
  protected:
   void TearDown() override {
     machine_.Reset();
-    EXPECT_TRUE(Async_RunUntilSettled(d_, kLong));
+    EXPECT_TRUE(Settle());
     EXPECT_EQ(callback_.refs, 0u);
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   TempDir dir_;
   const std::u16string path_ = Utf8ToWide((dir_ / "new.mem").string());
   CreateCallback callback_;
@@ -66,13 +64,17 @@ TEST_F(CreateOutingStateMachineTest, ASuccessfulCreationIsToldOnTheClientThread)
   EXPECT_TRUE(std::filesystem::exists(dir_ / "new.mem"));
 }
 
-TEST_F(CreateOutingStateMachineTest, AFailedCreationGoesIdleAndSaysSo) {
+TEST_F(CreateOutingStateMachineTest, AFailedCreationGoesIdleAndSaysSoARefusedOneAnswersFalse) {
   MemoryDisk::FailCreate(path_);
   ASSERT_TRUE(machine_->Create(path_));
   ASSERT_TRUE(Settle());
   EXPECT_THAT(callback_.created, ElementsAre(false));
   EXPECT_EQ(machine_->state(), State::kIdle);
   EXPECT_EQ(machine_->job(), nullptr);
+  CreateCallback callback;
+  auto refused = MakeClient<Machine>(&callback, [] { return AsyncThread{nullptr}; });
+  EXPECT_FALSE(refused->Create(path_)) << "a thread that refuses work";
+  EXPECT_EQ(refused->state(), State::kIdle);
 }
 
 TEST_F(CreateOutingStateMachineTest, OneCreationPerMachine) {
@@ -84,7 +86,7 @@ TEST_F(CreateOutingStateMachineTest, OneCreationPerMachine) {
   EXPECT_THAT(callback_.created, ElementsAre(true));
 }
 
-TEST_F(CreateOutingStateMachineTest, CancellingReturnsToIdle) {
+TEST_F(CreateOutingStateMachineTest, CancellingReturnsToIdleAndAfterTheLastClientNobodyHears) {
   ASSERT_TRUE(machine_->Create(path_));
   ASSERT_TRUE(Settle());
   machine_->CancelCreate();
@@ -95,20 +97,61 @@ TEST_F(CreateOutingStateMachineTest, CancellingReturnsToIdle) {
   EXPECT_EQ(machine_->job(), nullptr);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(callback_.created, ElementsAre(true)) << "a cancelled creation is not told";
-}
-
-TEST_F(CreateOutingStateMachineTest, AfterTheLastClientNobodyHears) {
   ASSERT_TRUE(machine_->Create(path_));
   machine_.Reset();
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(callback_.created, IsEmpty());
+  EXPECT_THAT(callback_.created, ElementsAre(true)) << "after the last client nobody hears";
 }
 
-TEST_F(CreateOutingStateMachineTest, AThreadThatRefusesWorkAnswersFalse) {
-  CreateCallback callback;
-  auto machine = MakeClient<Machine>(&callback, [] { return AsyncThread{nullptr}; });
-  EXPECT_FALSE(machine->Create(path_));
-  EXPECT_EQ(machine->state(), State::kIdle);
+namespace fs = std::filesystem;
+
+size_t EntriesIn(const fs::path& dir) {
+  size_t n = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir)) ++n;
+  return n;
+}
+
+TEST(TempFileTest, IsMadeWithThePrefixUnderItsOwnNameAndGoesWithItsOwnerOnce) {
+  TempDir dir;
+  fs::path made;
+  {
+    std::optional<CTempFile> file = CTempFile::Create(dir.path(), "kiv");
+    ASSERT_TRUE(file.has_value());
+    made = file->path();
+    EXPECT_EQ(made.parent_path(), dir.path());
+    EXPECT_EQ(made.filename().string().rfind("kiv", 0), 0u);
+    EXPECT_TRUE(fs::exists(made));
+    EXPECT_EQ(::write(file->fd(), "x", 1), 1) << "open for writing";
+  }
+  EXPECT_FALSE(fs::exists(made));
+
+  // Two files in one folder have two names; a moved file is deleted once.
+  auto a = CTempFile::Create(dir.path(), "kiv");
+  auto b = CTempFile::Create(dir.path(), "kiv");
+  ASSERT_TRUE(a && b);
+  EXPECT_NE(a->path(), b->path());
+  a->Close();
+  EXPECT_FALSE(fs::exists(a->path()));
+  CTempFile moved = std::move(*b);
+  b.reset();
+  EXPECT_TRUE(fs::exists(moved.path()));
+  moved.Close();
+  EXPECT_EQ(EntriesIn(dir.path()), 0u);
+}
+
+TEST(TempFileTest, FolderOfADataSetPath) {
+  EXPECT_EQ(FolderOf(u"/data/run 1/outing.txt"), fs::path("/data/run 1"));
+  EXPECT_EQ(FolderOf(u"outing.txt"), fs::path("."));
+  EXPECT_EQ(FolderOf(u"/outing.txt"), fs::path("/"));
+}
+
+TEST(TempFileTest, CanCreateDataSetInLeavesNothingBehindAndAMissingFolderMakesNoFile) {
+  TempDir dir;
+  EXPECT_TRUE(CanCreateDataSetIn(Utf8ToWide((dir / "new.txt").string())));
+  EXPECT_EQ(EntriesIn(dir.path()), 0u);
+  EXPECT_FALSE(fs::exists(dir / "new.txt")) << "only the test file was made";
+  EXPECT_FALSE(CanCreateDataSetIn(Utf8ToWide((dir / "missing" / "new.txt").string())));
+  EXPECT_FALSE(CTempFile::Create(dir / "missing", "kiv").has_value());
 }
 
 }  // namespace

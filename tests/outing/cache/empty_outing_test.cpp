@@ -5,8 +5,11 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "outing/cache/outing_cache_registry.h"
+#include "outing/cache/outing_impl.h"
+#include "support/got.h"
 #include "support/outing_listener.h"
 #include "support/temp_dir.h"
 #include "velmar/lap_markers.h"
@@ -36,19 +39,12 @@ class EmptyOutingTest : public ::testing::Test {
 };
 
 TEST_F(EmptyOutingTest, DescribesItselfAsTheEmptyOutingOfItsPath) {
-  std::u16string text;
-  EXPECT_EQ(outing_->GetCaption(&text), S_OK);
-  EXPECT_EQ(text, u"<---:---:--->");
-  EXPECT_EQ(outing_->GetFileName(&text), S_OK);
-  EXPECT_EQ(text, path_);
-  uint32_t type = 99;
-  EXPECT_EQ(outing_->GetOutingType(&type), S_OK);
-  EXPECT_EQ(type, 0u);
-  EXPECT_EQ(outing_.As<IKivOuting2>()->GetOutingId(&text), S_OK);
-  EXPECT_EQ(text, u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}") << "the GUID passed in";
-  KivBool overrideProperties = KIV_TRUE;
-  EXPECT_EQ(outing_.As<IKivOuting4>()->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_FALSE);
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetCaption), u"<---:---:--->");
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetFileName), path_);
+  EXPECT_EQ(Got(outing_, &IKivOuting::GetOutingType), 0u);
+  EXPECT_EQ(Got(outing_.As<IKivOuting2>(), &IKivOuting2::GetOutingId), u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}")
+      << "the GUID passed in";
+  EXPECT_EQ(Got(outing_.As<IKivOuting4>(), &IKivOuting4::GetOverrideProperties), KIV_FALSE);
   auto* outing = static_cast<CEmptyOuting*>(outing_.Get());
   outing->cache()->InvalidateCaption();
   EXPECT_EQ(outing->cache()->GetCaption(), u"<---:---:--->") << "a rebuild writes the same text";
@@ -73,9 +69,7 @@ template <class Factory, class Item>
 void ExpectEmptyFactory(IKivOuting* outing) {
   ComPtr<Factory> factory = QueryAs<Factory>(outing);
   ASSERT_TRUE(factory);
-  NameList names{u"left over"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, IsEmpty());
+  EXPECT_THAT(Got(factory, &Factory::GetNames), IsEmpty());
   EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
   Item* item = reinterpret_cast<Item*>(0x1);
   EXPECT_EQ(factory->GetItem(u"Speed", &item), E_FAIL);
@@ -96,12 +90,8 @@ TEST_F(EmptyOutingTest, FactoriesListNothingAndGiveNothing) {
 TEST_F(EmptyOutingTest, LapMarkersCountZeroAndHaveNoSpan) {
   auto laps = outing_.As<IKivLapMarkers>();
   ASSERT_TRUE(laps);
-  uint32_t count = 7;
-  EXPECT_EQ(laps->GetLapMarkerCount(&count), S_OK);
-  EXPECT_EQ(count, 0u);
-  double origin = 1.5;
-  EXPECT_EQ(laps->GetDistanceOrigin(&origin), S_OK);
-  EXPECT_EQ(origin, 0.0);
+  EXPECT_EQ(Got(laps, &IKivLapMarkers::GetLapMarkerCount), 0u);
+  EXPECT_EQ(Got(laps, &IKivLapMarkers::GetDistanceOrigin), 0.0);
   KivTime time = 5;
   EXPECT_EQ(laps->GetOutingStart(&time), E_FAIL);
   EXPECT_EQ(time, 0);
@@ -143,26 +133,111 @@ TEST_F(EmptyOutingTest, RepeatedRequestsForOnePathShareOneCache) {
   EXPECT_NE(first, other) << "one outing object per request";
   EXPECT_EQ(first->cache(), other->cache());
   EXPECT_EQ(first->cache()->client_count(), 2u);
-  std::u16string id;
-  EXPECT_EQ(other->GetOutingId(&id), S_OK);
-  EXPECT_EQ(id, kTextType.ToWide()) << "the cache keeps the id it was made with";
-  KivBool overrideProperties = KIV_FALSE;
-  EXPECT_EQ(other->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE) << "the flag is the outing object's";
+  EXPECT_EQ(Got(other, &CEmptyOuting::GetOutingId), kTextType.ToWide()) << "the cache keeps the id it was made with";
+  EXPECT_EQ(Got(other, &CEmptyOuting::GetOverrideProperties), KIV_TRUE) << "the flag is the outing object's";
 
   outing_ = nullptr;
   EXPECT_EQ(Registry().Find(path_).Get(), other->cache()) << "one client is left";
   second = nullptr;
 }
 
-TEST_F(EmptyOutingTest, AnotherPathHasAnotherCacheAndAFileTypeCacheIsNoEmptyOne) {
-  ComPtr<IKivOuting> other;
-  ASSERT_EQ(OpenEmptyOuting(path_ + u"2", kTextType, false, other.Put()), S_OK);
-  EXPECT_NE(static_cast<CEmptyOuting*>(other.Get())->cache(), static_cast<CEmptyOuting*>(outing_.Get())->cache());
-  EXPECT_EQ(Registry().Find(path_ + u"2").Get(), static_cast<CEmptyOuting*>(other.Get())->cache());
+using ::testing::ElementsAre;
+
+class OutingImplTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(OpenEmptyOuting(u"/outing impl/" + std::u16string(1, u'a' + n_++), kTextType, false, outing_.Put()), S_OK);
+    client_ = outing_.As<COutingStateChanges>();
+    ASSERT_TRUE(client_);
+  }
+  IKivUnknown* Identity() { return outing_.As<IKivUnknown>().Get(); }
+
+  static inline int n_ = 0;
+  ComPtr<IKivOuting> outing_;
+  ComPtr<COutingStateChanges> client_;
+};
+
+TEST_F(OutingImplTest, AParentSetOnOneFactoryIsThatFactorysAlone) {
+  auto channels = outing_.As<IKivChannelFactory>();
+  auto events = outing_.As<IKivEventsFactory>();
+  ComPtr<IKivUnknown> parent = outing_.As<IKivUnknown>();
+  ASSERT_EQ(channels->SetParent(parent.Get()), S_OK);
+  ComPtr<IKivUnknown> got;
+  EXPECT_EQ(channels->GetParent(got.Put()), S_OK);
+  EXPECT_EQ(events->GetParent(got.Put()), E_UNEXPECTED);
+  EXPECT_EQ(channels->SetParent(nullptr), S_OK) << "breaks the cycle through the outing";
 }
 
-TEST(OpenEmptyOutingTest, ANullOutIsRefused) {
+TEST_F(OutingImplTest, StateChangesBecomeTheOutingsNotifications) {
+  OutingListener heard(outing_.Get());
+  ASSERT_TRUE(heard.connected());
+  client_->OnInformationLoaded(false);  // no change, so nothing is told
+  client_->OnInformationLoaded(true);
+  client_->OnInformationChanged();
+  client_->OnCreatedNotify(true);
+  client_->OnCreatedNotify(false);
+  client_->OnLapMarkersReset();
+  client_->OnLapMarkersChanged(10, 20);
+  client_->OnLapMarkersShifted(30, 40);
+  client_->OnTransactionBegin();
+  client_->OnTransactionProgress(3, 10);
+  client_->OnTransactionStatus(u"Writing channels");
+  client_->OnTransactionEnd();
+  client_->OnWriterMessage(1, u"No data found for channel Gear");
+  EXPECT_THAT(heard.log, ElementsAre("InformationChanged", "InformationChanged", "Created:-1", "Created:0",
+                                     "LapMarkersReset", "LapMarkersChanged:10,20", "LapMarkersShifted:30,40",
+                                     "TransactionStarted", "TransactionProgress:3/10",
+                                     "TransactionMessage:Writing channels",
+                                     "TransactionFinished", "WriterMessage:1:No data found for channel Gear"));
+  for (size_t i : {0u, 1u, 2u, 5u, 6u}) EXPECT_EQ(heard.sources[i], Identity()) << "the outing is the first argument";
+}
+
+// A receiver of the first lap marker generation only.
+struct FirstGenerationLaps : CLapMarkersNotificationsReceiver {
+  void OnLapMarkersReset() override { log.push_back("reset"); }
+  void OnLapMarkersChanged(IKivOuting*, KivTime, KivTime) override { log.push_back("changed"); }
+  std::vector<std::string> log;
+};
+
+TEST_F(OutingImplTest, OlderGenerationsHearTheirOwnNotificationsFirst) {
+  FirstGenerationLaps old;
+  auto oldSink = MakeKiv<CLapMarkersNotificationsSink<>>();
+  oldSink->SetReceiver(&old);
+  ASSERT_TRUE(oldSink->Connect(outing_.Get()));
+  std::vector<std::string> order;
+  struct Newer : CLapMarkersNotifications2Receiver {
+    std::vector<std::string>* order;
+    std::vector<std::string>* old;
+    void OnLapMarkersReset() override { order->push_back(old->empty() ? "new before old" : "new after old"); }
+  } newer;
+  newer.order = &order;
+  newer.old = &old.log;
+  auto newSink = MakeKiv<CLapMarkersNotifications2Sink<>>();
+  newSink->SetReceiver(&newer);
+  ASSERT_TRUE(newSink->Connect(outing_.Get()));
+
+  client_->OnLapMarkersReset();
+  client_->OnLapMarkersChanged(1, 2);
+  client_->OnLapMarkersShifted(1, 2);
+  EXPECT_THAT(old.log, ElementsAre("reset", "changed")) << "the first generation has no shift";
+  EXPECT_THAT(order, ElementsAre("new after old"));
+
+  oldSink->SetReceiver(nullptr);
+  oldSink->Disconnect(outing_.Get());
+  newSink->SetReceiver(nullptr);
+  newSink->Disconnect(outing_.Get());
+}
+
+TEST_F(OutingImplTest, WithoutABindingGetSelectionBindingGivesSFalseAndOutPointersAreChecked) {
+  IKivUnknown* binding = reinterpret_cast<IKivUnknown*>(0x1);
+  EXPECT_EQ(client_->GetSelectionBinding(&binding), S_FALSE);
+  EXPECT_EQ(binding, nullptr);
+  EXPECT_EQ(client_->GetSelectionBinding(nullptr), E_POINTER);
+  EXPECT_EQ(outing_->GetCaption(nullptr), E_POINTER);
+  EXPECT_EQ(outing_->GetOutingInformation(nullptr), E_POINTER);
+  auto four = outing_.As<IKivOuting4>();
+  EXPECT_EQ(four->GetOutingId(nullptr), E_POINTER);
+  EXPECT_EQ(four->GetStatusChannelDefinitions(nullptr), E_POINTER);
   EXPECT_EQ(OpenEmptyOuting(u"/nowhere", kTextType, false, nullptr), E_POINTER);
   EXPECT_EQ(COutingCacheRegistry<CEmptyOutingCache>::Instance().Find(u"/nowhere"), nullptr);
 }

@@ -7,16 +7,14 @@
 #include <vector>
 
 #include "outing/memory_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using State = CStateMachine::State;
-constexpr auto kLong = 30s;  // only reached when something is broken
 
 // The cache side of the machine: logs its calls.
 class LoadCallback {
@@ -32,7 +30,7 @@ class LoadCallback {
 
 using Machine = COutingLoadStateMachine<LoadCallback, CMemoryLoadJob>;
 
-class LoadStateMachineTest : public ::testing::Test {
+class LoadStateMachineTest : public SettlingTest {
  protected:
   void TearDown() override {
     MemoryDisk::OpenGate(path_);
@@ -40,7 +38,6 @@ class LoadStateMachineTest : public ::testing::Test {
     EXPECT_TRUE(Settle());
     EXPECT_EQ(callback_.refs, 0u) << "the callback is held only across a call";
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
   // The last client goes while the job runs: nobody hears of the load, and
   // the job item goes with the machine.
   void LoseTheLastClientWhileLoading() {
@@ -56,9 +53,12 @@ class LoadStateMachineTest : public ::testing::Test {
     EXPECT_EQ(CMemoryLoadJob::live(), jobsBefore - 1);
   }
   void PutData(KivResult result) { MemoryDisk::Put(path_, MemoryDataSet{result, true, {u"Speed"}}); }
+  void LoadOnce(KivResult result = S_OK) {
+    PutData(result);
+    (void)machine_->EnsureLoaded();
+    ASSERT_TRUE(Settle());
+  }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   const std::u16string path_ = UniqueMemoryPath();
   LoadCallback callback_;
   ClientRef<Machine> machine_ = MakeClient<Machine>(&callback_, path_, &MemorySource::Thread);
@@ -94,35 +94,13 @@ TEST_F(LoadStateMachineTest, EnsureLoadedWhileLoadingQueuesNothingMore) {
 }
 
 TEST_F(LoadStateMachineTest, ResultOneLoadsWithoutChannelsAndAnyOtherSuccessWithThem) {
-  PutData(S_FALSE);
-  (void)machine_->EnsureLoaded();
-  ASSERT_TRUE(Settle());
+  LoadOnce(S_FALSE);
   EXPECT_EQ(machine_->state(), State::kDone);
   EXPECT_THAT(callback_.calls, ElementsAre("loaded:1"));
   machine_->Stop();
   callback_.calls.clear();
-  PutData(2);
-  (void)machine_->EnsureLoaded();
-  ASSERT_TRUE(Settle());
+  LoadOnce(2);
   EXPECT_THAT(callback_.calls, ElementsAre("loaded:2", "channels"));
-}
-
-TEST_F(LoadStateMachineTest, AFailedLoadIsSilentAndTheNextDemandUsesTheSameJob) {
-  PutData(STG_E_READFAULT);
-  CMemoryLoadJob* job = machine_->load_job();
-  (void)machine_->EnsureLoaded();
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(machine_->state(), State::kIdle);
-  EXPECT_THAT(callback_.calls, IsEmpty());
-  EXPECT_EQ(machine_->load_job(), job) << "the machine keeps its job item";
-
-  PutData(S_OK);
-  EXPECT_FALSE(machine_->EnsureLoaded());
-  EXPECT_EQ(machine_->job(), job) << "the same job item is queued again";
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(machine_->state(), State::kDone);
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
-  EXPECT_THAT(callback_.calls, ElementsAre("loaded:0", "channels"));
 }
 
 TEST_F(LoadStateMachineTest, StopWhileLoadingCancelsAndNobodyHears) {
@@ -139,9 +117,7 @@ TEST_F(LoadStateMachineTest, StopWhileLoadingCancelsAndNobodyHears) {
 }
 
 TEST_F(LoadStateMachineTest, StopWhenLoadedGoesIdleAndTheNextDemandLoadsAgain) {
-  PutData(S_OK);
-  (void)machine_->EnsureLoaded();
-  ASSERT_TRUE(Settle());
+  LoadOnce();
   machine_->Stop();
   EXPECT_EQ(machine_->state(), State::kIdle);
   EXPECT_EQ(machine_->loaded(), nullptr);
@@ -152,31 +128,8 @@ TEST_F(LoadStateMachineTest, StopWhenLoadedGoesIdleAndTheNextDemandLoadsAgain) {
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
 }
 
-TEST_F(LoadStateMachineTest, StopWhileHeldWaitsForTheEndOfTheHoldAndThenReadsAgain) {
-  PutData(S_OK);
-  (void)machine_->EnsureLoaded();
-  ASSERT_TRUE(Settle());
-  machine_->SetHold();
-  machine_->Stop();
-  EXPECT_EQ(machine_->state(), State::kDone) << "the state is not touched while held";
-  EXPECT_TRUE(machine_->restart_wanted());
-  EXPECT_TRUE(machine_->EnsureLoaded());
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
-
-  machine_->ReleaseHold();
-  EXPECT_FALSE(machine_->hold());
-  EXPECT_FALSE(machine_->restart_wanted());
-  EXPECT_EQ(machine_->state(), State::kRunning);
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(MemoryDisk::LoadRuns(path_), 2);
-  EXPECT_THAT(callback_.calls, ElementsAre("loaded:0", "channels", "loaded:0", "channels"));
-}
-
 TEST_F(LoadStateMachineTest, ReleasingAHoldWithoutAStopChangesNothing) {
-  PutData(S_OK);
-  (void)machine_->EnsureLoaded();
-  ASSERT_TRUE(Settle());
+  LoadOnce();
   machine_->SetHold();
   machine_->ReleaseHold();
   EXPECT_EQ(machine_->state(), State::kDone);
@@ -184,7 +137,7 @@ TEST_F(LoadStateMachineTest, ReleasingAHoldWithoutAStopChangesNothing) {
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
 }
 
-TEST_F(LoadStateMachineTest, StartWhileHeldAnswersByState) {
+TEST_F(LoadStateMachineTest, StartWhileHeldAnswersByStateAnEmptyPathNeverLoads) {
   PutData(S_OK);
   machine_->SetHold();
   EXPECT_EQ(machine_->Start(), E_FAIL) << "held and idle";
@@ -197,9 +150,6 @@ TEST_F(LoadStateMachineTest, StartWhileHeldAnswersByState) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(machine_->Start(), S_OK) << "held and loaded";
   EXPECT_EQ(MemoryDisk::LoadRuns(path_), 1);
-}
-
-TEST_F(LoadStateMachineTest, AnEmptyPathNeverLoads) {
   LoadCallback callback;
   auto machine = MakeClient<Machine>(&callback, u"", &MemorySource::Thread);
   EXPECT_EQ(machine->Start(), E_FAIL);

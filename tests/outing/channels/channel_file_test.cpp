@@ -4,13 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cfenv>
-#include <cmath>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include "support/data_listener.h"
+#include "outing/channels/channel_raw.h"
+#include "outing/data_block_test_util.h"
+#include "support/got.h"
 #include "outing/memory_channel_source.h"
+#include "support/data_listener.h"
 
 namespace velmar::testing {
 namespace {
@@ -34,29 +36,10 @@ class FileChannelTest : public ::testing::Test {
     made_.push_back(channel);
     return channel;
   }
-  static uint32_t Status(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(c->GetStatus(&s), S_OK);
-    return s;
-  }
-  static uint32_t Detailed(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(QueryAs<IKivData2>(c)->GetDetailedStatus(&s), S_OK);
-    return s;
-  }
+  static uint32_t Detailed(IKivChannel* c) { return Got(QueryAs<IKivData2>(c), &IKivData2::GetDetailedStatus); }
   static std::vector<KivTime> BlockStarts(IKivChannelIterator2* it) {
-    ComPtr<IKivDataBlocks> blocks;
-    EXPECT_EQ(it->GetDataBlocks(blocks.Put()), S_OK);
-    uint32_t count = 0;
-    EXPECT_EQ(blocks->GetCount(&count), S_OK);
     std::vector<KivTime> starts;
-    for (uint32_t i = 1; i <= count; ++i) {
-      ComPtr<IKivDataBlock> block;
-      EXPECT_EQ(blocks->GetBlock(i, block.Put()), S_OK);
-      KivTime start = 0;
-      EXPECT_EQ(block->GetStartTime(&start), S_OK);
-      starts.push_back(start);
-    }
+    for (const auto& block : BlocksOf(it)) starts.push_back(Got(block, &IKivDataBlock::GetStartTime));
     return starts;
   }
 
@@ -70,18 +53,15 @@ TEST_F(FileChannelTest, IteratorReadsScaledValuesOnFirstDemand) {
   source_->Put(kSpeedKey, {0, 1, 2, 3}, {36, 72, 108, 144});
   auto channel = Make(kSpeedKey, {kQuantitySpeed, 1});
   EXPECT_EQ(source_->asked, 0) << "nothing is read before a client asks";
-  EXPECT_EQ(Status(channel.Get()), 1u);
+  EXPECT_EQ(Got(channel, &IKivData::GetStatus), 1u);
 
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   double value = 0;
   EXPECT_EQ(it->GetValueAtTime(2 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
   EXPECT_NEAR(value, 30.0, 1e-9) << "108 km/h read as 30 m/s";
   EXPECT_EQ(Detailed(channel.Get()), kDetailHasSamples);
 
-  ComPtr<IKivChannelIterator2> again;
-  ASSERT_EQ(channel->GetIterator(again.Put()), S_OK);
-  EXPECT_EQ(again.Get(), it.Get()) << "one iterator per channel";
+  EXPECT_EQ(Got(channel, &CFileChannel::GetIterator), it) << "one iterator per channel";
   EXPECT_EQ(channel->GetIterator(nullptr), E_POINTER);
 }
 
@@ -89,16 +69,14 @@ TEST_F(FileChannelTest, FloatingPointExceptionsAreMaskedByGetIterator) {
   source_->Put(kSpeedKey, {0}, {1});
   auto channel = Make(kSpeedKey);
   feenableexcept(FE_DIVBYZERO);
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   EXPECT_EQ(fegetexcept(), 0);
 }
 
 TEST_F(FileChannelTest, GapsAreOneContinuousLine) {
   source_->Put(kSpeedKey, {0, 1, 2, 3, 10, 11, 12}, {0, 1, 2, 3, 10, 11, 12});
   auto channel = Make(kSpeedKey);
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(0, 10 * kSecond));
   ASSERT_EQ(channel->blocks()->size(), 2u);
   EXPECT_FALSE((*channel->blocks())[0]->continuous());
@@ -137,9 +115,7 @@ TEST_F(FileChannelTest, ChannelsOnOneColumnShareItsSectionsAndFreeTheRawDoubles)
   auto raw = source_->Put(kSpeedKey, {0, 1, 2}, {1, 2, 3});
   auto a = Make(kSpeedKey, {kQuantitySpeed, 1});
   auto b = Make(kSpeedKey);
-  ComPtr<IKivChannelIterator2> ia, ib;
-  ASSERT_EQ(a->GetIterator(ia.Put()), S_OK);
-  ASSERT_EQ(b->GetIterator(ib.Put()), S_OK);
+  auto ia = Got(a, &CFileChannel::GetIterator), ib = Got(b, &CFileChannel::GetIterator);
   EXPECT_TRUE(raw->built());
   EXPECT_TRUE(raw->times().empty());
   EXPECT_EQ(raw->count(), 3u);
@@ -153,8 +129,7 @@ TEST_F(FileChannelTest, TimeOffsetMovesBlocksAndReportsAWholeRangeChange) {
   source_->Put(kSpeedKey, {0, 1, 2}, {1, 2, 3});
   auto channel = Make(kSpeedKey);
   EXPECT_EQ(channel->SetTimeOffset(5 * kSecond), S_OK) << "before blocks: kept for them";
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   EXPECT_THAT(BlockStarts(it.Get()), ElementsAre(5 * kSecond));
 
   CDataListener listener(&log_);
@@ -173,8 +148,7 @@ TEST_F(FileChannelTest, TimeOffsetMovesBlocksAndReportsAWholeRangeChange) {
 TEST_F(FileChannelTest, DetachTellsTheSinksAndLetsGoOfEverything) {
   source_->Put(kSpeedKey, {0, 1}, {1, 2});
   auto channel = Make(kSpeedKey);
-  ComPtr<IKivChannelIterator2> it;
-  ASSERT_EQ(channel->GetIterator(it.Put()), S_OK);
+  auto it = Got(channel, &CFileChannel::GetIterator);
   CDataListener first(&log_, true);
   CDataListener second(&log_);
   ASSERT_TRUE(first.Connect(channel.Get(), false));
@@ -199,6 +173,49 @@ TEST_F(FileChannelTest, LockCountRefusesAnUnlockTooMany) {
   EXPECT_EQ(cache->Unlock(), S_OK);
   EXPECT_EQ(cache->Unlock(), S_OK);
   EXPECT_EQ(cache->Unlock(), KIV_E_NOT_LOCKED);
+}
+
+TEST(RawChannelTest, SectionsAreBuiltOnceAndTheDoublesFreed) {
+  std::shared_ptr<CRawChannelBase> raw;
+  ASSERT_EQ(CRawChannelBase::Make(std::vector<double>{0, 1, 2}, std::vector<double>{1, 2, 3}, &raw), S_OK);
+  EXPECT_EQ(raw->count(), 3u);
+  EXPECT_EQ(raw->times()[2], 2.0);
+  EXPECT_EQ(raw->values()[0], 1.0);
+  EXPECT_FALSE(raw->built());
+
+  ASSERT_EQ(raw->BuildSections(ChannelScaling{10, 0}), S_OK);
+  EXPECT_TRUE(raw->built());
+  EXPECT_TRUE(raw->times().empty());
+  EXPECT_TRUE(raw->values().empty());
+  EXPECT_EQ(raw->count(), 3u);
+  ASSERT_EQ(raw->sections().size(), 1u);
+  const auto first = raw->sections()[0].data;
+  EXPECT_EQ(first->values().view()[2], 30.0);
+
+  // Another scaling later changes nothing: the column is split once.
+  ASSERT_EQ(raw->BuildSections(ChannelScaling{}), S_OK);
+  EXPECT_EQ(raw->sections()[0].data, first);
+}
+
+TEST(RawChannelTest, UnreadableColumnStaysUnreadable) {
+  std::shared_ptr<CRawChannelBase> raw;
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  ASSERT_EQ(CRawChannelBase::Make(std::vector<double>{nan}, std::vector<double>{1}, &raw), S_OK);
+  EXPECT_EQ(raw->BuildSections({}), E_INVALIDARG);
+  EXPECT_TRUE(raw->built());
+  EXPECT_EQ(raw->BuildSections({}), E_INVALIDARG);
+  EXPECT_TRUE(raw->sections().empty());
+}
+
+TEST(RawChannelTest, AnEmptyColumnHasNoSectionsAndColumnsOfTwoLengthsAreRefused) {
+  std::shared_ptr<CRawChannelBase> raw;
+  ASSERT_EQ(CRawChannelBase::Make({}, {}, &raw), S_OK);
+  EXPECT_EQ(raw->BuildSections({}), S_OK);
+  EXPECT_TRUE(raw->sections().empty());
+  raw = nullptr;
+  EXPECT_EQ(CRawChannelBase::Make(std::vector<double>{1}, std::vector<double>{}, &raw), E_INVALIDARG);
+  EXPECT_FALSE(raw);
+  EXPECT_EQ(CRawChannelBase::Make({}, {}, nullptr), E_POINTER);
 }
 
 }  // namespace

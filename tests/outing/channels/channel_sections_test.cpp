@@ -1,5 +1,6 @@
 #include "outing/channels/channel_sections.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "outing/channels/channel_blocks.h"
 #include "support/fixtures.h"
 
 namespace velmar::testing {
@@ -51,12 +53,19 @@ TEST(ChannelSectionsTest, EachFixtureCase) {
   }
 }
 
-TEST(ChannelSectionsTest, TheLastTimeIsTheRoundedLastSamplesNotFirstPlusTheStep) {
+TEST(ChannelSectionsTest, TheLastTimeIsTheRoundedLastSamplesAndTimesNearTheEndOfTheRangeFit) {
   // The step in seconds rounds to 1 tick, the times to 0 and 2.
   ChannelSections two;
   ASSERT_EQ(SplitIntoSections(std::vector<double>{0.00000004, 0.00000015}, std::vector<double>{1, 2}, {}, &two), S_OK);
   ASSERT_EQ(two.size(), 1u);
   EXPECT_EQ(two[0].data->lastTime(), 2);
+  // Times near the end of the tick range fit.
+  const double edge = static_cast<double>(kTimeMax / kSecond) - 10;
+  ChannelSections sections;
+  EXPECT_EQ(SplitIntoSections(std::vector<double>{edge - 2, edge - 1, edge}, std::vector<double>(3), {}, &sections),
+            S_OK);
+  EXPECT_FALSE(sections.empty());
+  EXPECT_EQ(SplitIntoSections(std::vector<double>{1, 2}, std::vector<double>{1, 2}, {}, nullptr), E_POINTER);
 }
 
 TEST(ChannelSectionsTest, ValuesAreScaledAndNaNValuesKept) {
@@ -72,14 +81,49 @@ TEST(ChannelSectionsTest, ValuesAreScaledAndNaNValuesKept) {
   EXPECT_FALSE(sections[0].continuous);
 }
 
-TEST(ChannelSectionsTest, TimesNearTheEndOfTheTickRangeFit) {
-  const double edge = static_cast<double>(kTimeMax / kSecond) - 10;
-  ChannelSections sections;
-  EXPECT_EQ(SplitIntoSections(std::vector<double>{edge - 2, edge - 1, edge}, std::vector<double>(3), {}, &sections),
-            S_OK);
-  EXPECT_FALSE(sections.empty());
-  const std::vector<double> two{1.0, 2.0};
-  EXPECT_EQ(SplitIntoSections(two, two, {}, nullptr), E_POINTER);
+ChannelSections ThreeSections() {
+  ChannelSections out;
+  for (double start : {0.0, 10.0, 20.0}) {
+    ChannelSections one;
+    EXPECT_EQ(SplitIntoSections(std::vector<double>{start, start + 1, start + 2}, std::vector<double>(3, start), {},
+                                &one),
+              S_OK);
+    out.push_back(one[0]);
+  }
+  out[2].continuous = true;
+  return out;
+}
+
+std::vector<bool> Continuity(const DataBlockList& blocks) {
+  std::vector<bool> out;
+  for (const auto& b : blocks) out.push_back(b->continuous());
+  return out;
+}
+
+TEST(ChannelBlocksTest, OneBlockPerSectionInOrderAtTheOffset) {
+  std::shared_ptr<DataBlockList> blocks;
+  ASSERT_EQ(BuildBlocks(ThreeSections(), 2 * kSecond, BlockContinuity::kAlways, &blocks), S_OK);
+  ASSERT_EQ(blocks->size(), 3u);
+  for (uint32_t i = 0; i < 3; ++i) {
+    EXPECT_EQ((*blocks)[i]->blockIndex(), i);
+    EXPECT_EQ((*blocks)[i]->StartTime(), (10 * i + 2) * kSecond);
+  }
+  EXPECT_THAT(Continuity(*blocks), ::testing::ElementsAre(false, true, true));
+  ASSERT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kFromSection, &blocks), S_OK);
+  EXPECT_THAT(Continuity(*blocks), ::testing::ElementsAre(false, false, true));
+}
+
+TEST(ChannelBlocksTest, AnOffsetOutOfRangeIsRefusedAndMoveBlocksIsAllOrNone) {
+  std::shared_ptr<DataBlockList> blocks;
+  EXPECT_EQ(BuildBlocks(ThreeSections(), kTimeMax - kSecond, BlockContinuity::kAlways, &blocks), E_INVALIDARG);
+  EXPECT_FALSE(blocks);
+  EXPECT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kAlways, nullptr), E_POINTER);
+  ASSERT_EQ(BuildBlocks(ThreeSections(), 0, BlockContinuity::kAlways, &blocks), S_OK);
+  // Fits the first block, not the last.
+  EXPECT_EQ(MoveBlocks(*blocks, kTimeMax - 5 * kSecond), E_INVALIDARG);
+  for (const auto& b : *blocks) EXPECT_EQ(b->timeOffset(), 0);
+  EXPECT_EQ(MoveBlocks(*blocks, -kSecond), S_OK);
+  EXPECT_EQ((*blocks)[2]->EndTime(), 21 * kSecond);
 }
 
 }  // namespace

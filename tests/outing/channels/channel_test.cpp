@@ -3,23 +3,24 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "support/data_listener.h"
+#include "outing/blocks/channel_iterator.h"
+#include "outing/channels/channel_data_cache.h"
+#include "support/got.h"
 #include "outing/memory_channel_source.h"
-#include "platform/async/dispatcher.h"
+#include "support/data_listener.h"
+#include "support/settling_test.h"
 
 namespace velmar::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Machine = CChannelDataCacheStateMachine;
 
-constexpr auto kLong = 30s;  // only reached when something is broken
 constexpr KivTime kSecond = kTicksPerSecond;
 const CChannelKey kKey(u"Speed", 4);
 const std::string kWholeChange = "changed:-9223372036854775808:9223372036854775807";
@@ -34,15 +35,26 @@ ChannelSections TwoSections() {
   return a;
 }
 
-class NativeChannelTest : public ::testing::Test {
+// A channel data cache whose fetches follow the test's script.
+class ScriptedCacheTest : public SettlingTest {
+ protected:
+  void TearDown() override {
+    script_.OpenGate();
+    EXPECT_TRUE(Settle());
+  }
+
+  MemoryFetchScript script_;
+  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
+  std::vector<std::string> log_;
+};
+
+class NativeChannelTest : public ScriptedCacheTest {
  protected:
   void SetUp() override { script_.Give(TwoSections()); }
   void TearDown() override {
-    script_.OpenGate();
     for (auto& channel : made_) channel->Detach();
-    EXPECT_TRUE(Settle());
+    ScriptedCacheTest::TearDown();
   }
-  bool Settle() { return Async_RunUntilSettled(d_, kLong); }
 
   ComPtr<CChannel> Make(const CChannelKey& key = kKey) {
     auto channel = MakeKiv<CChannel>();
@@ -50,22 +62,22 @@ class NativeChannelTest : public ::testing::Test {
     made_.push_back(channel);
     return channel;
   }
-  static KivResult Iterate(CChannel* channel, ComPtr<IKivChannelIterator2>* it) {
-    return channel->GetIterator(it->Put());
+  static KivResult Iterate(CChannel* channel, ComPtr<IKivChannelIterator2>* it = nullptr) {
+    ComPtr<IKivChannelIterator2> unused;
+    return channel->GetIterator((it ? it : &unused)->Put());
   }
-  static uint32_t Status(IKivChannel* c) {
-    uint32_t s = 99;
-    EXPECT_EQ(c->GetStatus(&s), S_OK);
-    return s;
+  // The first iterator starts the fetch; once it is done the next one reads.
+  ComPtr<IKivChannelIterator2> Fetched(CChannel* channel) {
+    EXPECT_EQ(Iterate(channel), KIV_E_PENDING);
+    EXPECT_TRUE(Settle());
+    ComPtr<IKivChannelIterator2> it;
+    EXPECT_EQ(Iterate(channel, &it), S_OK);
+    return it;
   }
+  static uint32_t Status(IKivChannel* c) { return Got(c, &IKivData::GetStatus); }
   Machine* machine() const { return cache_->machine(kKey); }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
-  MemoryFetchScript script_;
-  ComPtr<CChannelDataCache> cache_{new CChannelDataCache(script_.Factory(), ChannelFetchThread())};
   std::vector<ComPtr<CChannel>> made_;
-  std::vector<std::string> log_;
 };
 
 TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextIteratorReads) {
@@ -92,9 +104,7 @@ TEST_F(NativeChannelTest, FirstIteratorFetchesThenAvailableIsToldAndTheNextItera
   double value = 0;
   EXPECT_EQ(it->GetValueAtTime(7 * kSecond, kValueExact, kRangeWholeChannel, &value), S_OK);
   EXPECT_EQ(value, 7.0);
-  uint32_t detail = 0;
-  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, kDetailHasSamples);
+  EXPECT_EQ(Got(channel, &CChannel::GetDetailedStatus), kDetailHasSamples);
 }
 
 TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTold) {
@@ -102,16 +112,13 @@ TEST_F(NativeChannelTest, FailedFetchMakesTheChannelNotAvailableThenFailureIsTol
   auto channel = Make();
   CDataListener listener(&log_);
   ASSERT_TRUE(listener.Connect(channel.Get(), false));
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(channel.Get()), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre(kWholeChange, "failed"));
   EXPECT_EQ(Status(channel.Get()), 2u);
-  uint32_t detail = 0;
-  EXPECT_EQ(channel->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, 2u);
+  EXPECT_EQ(Got(channel, &CChannel::GetDetailedStatus), 2u);
   EXPECT_EQ(machine()->state(), Machine::State::kIdle);
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(channel.Get()), KIV_E_PENDING);
   ASSERT_TRUE(Settle());
   EXPECT_EQ(script_.runs(), 1) << "a channel that is not available does not fetch again";
 }
@@ -122,9 +129,8 @@ TEST_F(NativeChannelTest, ChannelDetachedDuringAPendingFetchHearsNothingMore) {
   auto other = Make();
   CDataListener listener(&log_);
   ASSERT_TRUE(listener.Connect(channel.Get(), false));
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  EXPECT_EQ(Iterate(other.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(channel.Get()), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(other.Get()), KIV_E_PENDING);
   ASSERT_TRUE(script_.WaitAtGate(kLong));
   EXPECT_EQ(script_.runs(), 1) << "one fetch per key, however many channels wait";
   EXPECT_EQ(machine()->client_count(), 2u);
@@ -136,32 +142,28 @@ TEST_F(NativeChannelTest, ChannelDetachedDuringAPendingFetchHearsNothingMore) {
   ASSERT_TRUE(Settle());
   EXPECT_THAT(log_, ElementsAre("removed"));
   EXPECT_EQ(Status(other.Get()), 1u);
-  EXPECT_EQ(Iterate(other.Get(), &it), S_OK);
+  EXPECT_EQ(Iterate(other.Get()), S_OK);
 }
 
 TEST_F(NativeChannelTest, ChannelAttachedDuringAFetchIsToldWithTheOthers) {
   script_.CloseGate();
   auto first = Make();
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(first.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(first.Get()), KIV_E_PENDING);
   ASSERT_TRUE(script_.WaitAtGate(kLong));
   auto late = Make();
   CDataListener listener(&log_);
   ASSERT_TRUE(listener.Connect(late.Get(), false));
-  EXPECT_EQ(Iterate(late.Get(), &it), KIV_E_PENDING);
+  EXPECT_EQ(Iterate(late.Get()), KIV_E_PENDING);
   script_.OpenGate();
   ASSERT_TRUE(Settle());
   EXPECT_EQ(script_.runs(), 1);
   EXPECT_THAT(log_, ElementsAre(kWholeChange));
-  EXPECT_EQ(Iterate(late.Get(), &it), S_OK);
+  EXPECT_EQ(Iterate(late.Get()), S_OK);
 }
 
 TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndDiscardedDataIsFetchedAgain) {
   auto channel = Make();
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
+  auto it = Fetched(channel.Get());
   channel->SetStatusRange(DataStatus::kUnknown, 0, kSecond);
   EXPECT_FALSE(channel->has_iterator());
   EXPECT_FALSE(channel->blocks());
@@ -173,29 +175,136 @@ TEST_F(NativeChannelTest, ChangeToUnknownDropsBlocksAndIteratorAndDiscardedDataI
   cache_->Discard();
   EXPECT_EQ(machine()->state(), Machine::State::kIdle);
   channel->SetStatusRange(DataStatus::kUnknown, TimeRange::Whole());
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
+  EXPECT_TRUE(Fetched(channel.Get()));
   EXPECT_EQ(script_.runs(), 2);
-  EXPECT_EQ(Iterate(channel.Get(), &it), S_OK);
 }
 
 TEST_F(NativeChannelTest, TimeOffsetReachesBlocksMadeLater) {
   auto channel = Make();
   ASSERT_EQ(channel->SetTimeOffset(3 * kSecond), S_OK);
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), KIV_E_PENDING);
-  ASSERT_TRUE(Settle());
-  ASSERT_EQ(Iterate(channel.Get(), &it), S_OK);
-  KivTime end = 0;
-  EXPECT_EQ(it->GetEndTime(&end), S_OK);
-  EXPECT_EQ(end, 10 * kSecond);
+  EXPECT_EQ(Got(Fetched(channel.Get()), &IKivChannelIterator2::GetEndTime), 10 * kSecond);
 }
 
 TEST_F(NativeChannelTest, InvalidKeyIsRefused) {
   auto channel = Make(CChannelKey());
-  ComPtr<IKivChannelIterator2> it;
-  EXPECT_EQ(Iterate(channel.Get(), &it), E_INVALIDARG);
+  EXPECT_EQ(Iterate(channel.Get()), E_INVALIDARG);
   EXPECT_EQ(script_.runs(), 0);
+}
+
+const CChannelKey kBrake(u"Brake", 2);
+
+// A waiting client that logs "<name>:ok" or "<name>:failed".
+class CClient final : public KivObject<IKivSelectionRange>, public CChannelDataClient {
+ public:
+  CClient(std::string name, std::vector<std::string>* log) : name_(std::move(name)), log_(log) {}
+  KivResult GetSelectionRange(KivTime*, KivTime*) override { return E_NOTIMPL; }
+  void OnData(bool ok, KivTime from, KivTime to) override {
+    EXPECT_EQ(from, kTimeMin);
+    EXPECT_EQ(to, kTimeMax);
+    log_->push_back(name_ + (ok ? ":ok" : ":failed"));
+    if (onData) onData();
+  }
+  void OnDataDropped() override { log_->push_back(name_ + ":dropped"); }
+  IKivUnknown* ClientIdentity() override { return PrimaryUnknown(); }
+  std::function<void()> onData;
+
+ private:
+  std::string name_;
+  std::vector<std::string>* log_;
+};
+
+class ChannelDataCacheTest : public ScriptedCacheTest {
+ protected:
+  KivResult Get(CClient* client, std::shared_ptr<const ChannelSections>* sections = nullptr) {
+    std::shared_ptr<const ChannelSections> out;
+    const KivResult hr = cache_->GetChannelData(client, kBrake, &out);
+    if (sections) *sections = out;
+    return hr;
+  }
+
+  ComPtr<CClient> a_ = MakeKiv<CClient>("a", &log_);
+  ComPtr<CClient> b_ = MakeKiv<CClient>("b", &log_);
+};
+
+TEST_F(ChannelDataCacheTest, NotThereYetThenTheSectionsOnceDone) {
+  ChannelSections given;
+  ASSERT_EQ(SplitIntoSections(std::vector<double>{0, 1}, std::vector<double>{4, 5}, {}, &given), S_OK);
+  script_.Give(given);
+  std::shared_ptr<const ChannelSections> sections;
+  EXPECT_EQ(Get(a_.Get(), &sections), S_FALSE);
+  EXPECT_FALSE(sections);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:ok"));
+  EXPECT_EQ(Get(b_.Get(), &sections), S_OK);
+  ASSERT_TRUE(sections);
+  ASSERT_EQ(sections->size(), 1u);
+  EXPECT_EQ((*sections)[0].data, given[0].data);
+  EXPECT_EQ(script_.runs(), 1);
+}
+
+TEST_F(ChannelDataCacheTest, FailureGoesIdleAndTheNextRequestRestartsADroppedJobIsRequeued) {
+  script_.Answer({E_ACCESSDENIED});
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:failed"));
+  EXPECT_EQ(cache_->machine(kBrake)->state(), Machine::State::kIdle);
+  EXPECT_FALSE(cache_->machine(kBrake)->sections());
+  EXPECT_EQ(Get(b_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:failed", "a:ok", "b:ok")) << "both still wait on the restarted fetch";
+  EXPECT_EQ(script_.runs(), 2);
+  // A dropped job is queued again without a word.
+  script_.Answer({E_JOB_DROPPED, S_OK});
+  cache_->DropAll();
+  log_.clear();
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, ElementsAre("a:ok", "b:ok")) << "both still wait; the dropped job is told to nobody";
+  EXPECT_EQ(script_.runs(), 4);
+}
+
+TEST_F(ChannelDataCacheTest, ClientLeavingDuringTheWalkIsNotCalled) {
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  EXPECT_EQ(Get(b_.Get()), S_FALSE);
+  // Whoever is told first sends the other away.
+  a_->onData = [&] { cache_->RemoveClient(b_.Get()); };
+  b_->onData = [&] { cache_->RemoveClient(a_.Get()); };
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(log_.size(), 1u);
+}
+
+TEST_F(ChannelDataCacheTest, StopCancelsAHeldFetchAndNobodyIsTold) {
+  script_.CloseGate();
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(script_.WaitAtGate(kLong));
+  cache_->Discard();
+  EXPECT_EQ(cache_->machine(kBrake)->state(), Machine::State::kIdle);
+  script_.OpenGate();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(ChannelDataCacheTest, DropAfterAReloadTellsEveryClientAndTheNextReadFetchesAgain) {
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(Get(a_.Get()), S_OK);
+  cache_->DropAll();
+  EXPECT_THAT(log_, ElementsAre("a:ok", "a:dropped"));
+  EXPECT_EQ(Get(a_.Get()), S_FALSE);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(cache_->machine(kBrake)->fetches(), 2);
+}
+
+TEST_F(ChannelDataCacheTest, BadArgumentsAreRefused) {
+  std::shared_ptr<const ChannelSections> sections;
+  EXPECT_EQ(cache_->GetChannelData(nullptr, kBrake, &sections), E_POINTER);
+  EXPECT_EQ(cache_->GetChannelData(a_.Get(), kBrake, nullptr), E_POINTER);
+  EXPECT_EQ(cache_->GetChannelData(a_.Get(), CChannelKey(), &sections), E_INVALIDARG);
+  EXPECT_EQ(cache_->machine(kBrake), nullptr);
+
+  auto noFetch = ComPtr<CChannelDataCache>(new CChannelDataCache(nullptr, ChannelFetchThread()));
+  EXPECT_EQ(noFetch->GetChannelData(a_.Get(), kBrake, &sections), E_FAIL);
+  EXPECT_EQ(noFetch->machine(kBrake)->state(), Machine::State::kIdle);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "outing/data_block_test_util.h"
+#include "support/got.h"
 
 namespace velmar::testing {
 namespace {
@@ -22,21 +23,12 @@ class BlockChannel final : public KivObject<IKivChannel, IKivDataCache> {
   KivResult Unlock() override { return (--locks, S_OK); }
 };
 
-std::vector<double> ReadAll(IKivChannel* channel, uint32_t* blockCount = nullptr) {
-  ComPtr<IKivChannelIterator2> iterator;
-  ComPtr<IKivDataBlocks> blocks;
-  uint32_t count = 0;
-  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  if (!iterator) return {};
-  EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  EXPECT_EQ(blocks->GetCount(&count), S_OK);
-  if (blockCount) *blockCount = count;
+std::vector<double> ReadAll(IKivChannel* channel, size_t* blockCount = nullptr) {
+  const auto blocks = BlocksOf(Got(channel, &IKivChannel::GetIterator).Get());
+  if (blockCount) *blockCount = blocks.size();
   std::vector<double> all;
-  for (uint32_t i = 1; i <= count; ++i) {
-    ComPtr<IKivDataBlock> block;
-    std::vector<double> values;
-    EXPECT_EQ(blocks->GetBlock(i, block.Put()), S_OK);
-    EXPECT_EQ(block->GetValues(&values), S_OK);
+  for (const auto& block : blocks) {
+    const std::vector<double> values = Got(block, &IKivDataBlock::GetValues);
     all.insert(all.end(), values.begin(), values.end());
   }
   return all;
@@ -53,32 +45,23 @@ class OffsetFilterTest : public ::testing::Test {
 };
 
 TEST_F(OffsetFilterTest, EverySampleIsTheInputsPlusTheOffsetAtTheSameTime) {
-  uint32_t blocks = 0;
+  size_t blocks = 0;
   EXPECT_EQ(ReadAll(filter_.Get(), &blocks), (std::vector<double>{1.5, 2.5, 3.5, 4.5, 5.5, 6.5}));
   EXPECT_EQ(blocks, 2u);
-  ComPtr<IKivChannelIterator2> iterator;
-  ASSERT_EQ(filter_->GetIterator(iterator.Put()), S_OK);
   KivTime t = 0;
   double v = 0;
-  ASSERT_EQ(iterator->GetSampleAtTime(104, kFindNearest, kRangeWholeChannel, &t, &v), S_OK);
+  ASSERT_EQ(Got(filter_, &IKivChannel::GetIterator)->GetSampleAtTime(104, kFindNearest, kRangeWholeChannel, &t, &v),
+            S_OK);
   EXPECT_EQ(t, 105);
   EXPECT_EQ(v, 5.5);
-  std::u16string name;
-  ASSERT_EQ(filter_->GetName(&name), S_OK);
-  EXPECT_EQ(name, u"[3]Speed") << "a filter is named as its input";
+  EXPECT_EQ(Got(filter_, &IKivChannel::GetName), u"[3]Speed") << "a filter is named as its input";
   ASSERT_EQ(filter_->SetOffset(0.0), S_OK);
   EXPECT_EQ(ReadAll(filter_.Get()), (std::vector<double>{1, 2, 3, 4, 5, 6}));
 }
 
 // The filter's first block, as a reader sees it.
 ComPtr<IKivDataBlock> FirstBlock(IKivChannel* channel) {
-  ComPtr<IKivChannelIterator2> iterator;
-  ComPtr<IKivDataBlocks> blocks;
-  ComPtr<IKivDataBlock> block;
-  EXPECT_EQ(channel->GetIterator(iterator.Put()), S_OK);
-  EXPECT_EQ(iterator->GetDataBlocks(blocks.Put()), S_OK);
-  EXPECT_EQ(blocks->GetBlock(1, block.Put()), S_OK);
-  return block;
+  return BlocksOf(Got(channel, &IKivChannel::GetIterator).Get()).at(0);
 }
 
 TEST_F(OffsetFilterTest, TheSameOffsetKeepsTheBlocksAnotherRebuildsThem) {
@@ -108,9 +91,7 @@ TEST_F(OffsetFilterTest, TheInputIsLockedWhileHeldAndWithoutOneThereIsNoData) {
 TEST_F(OffsetFilterTest, IdentityIsSetOnceAndParentOnce) {
   ASSERT_EQ(filter_->SetId(7), S_OK);
   EXPECT_EQ(filter_->SetId(8), E_UNEXPECTED);
-  uint32_t id = 0;
-  ASSERT_EQ(filter_->GetId(&id), S_OK);
-  EXPECT_EQ(id, 7u);
+  EXPECT_EQ(Got(filter_, &CBasicOffsetFilter::GetId), 7u);
   EXPECT_EQ(filter_->SetParent(nullptr), E_INVALIDARG);
   ASSERT_EQ(filter_->SetParent(input_->PrimaryUnknown()), S_OK);
   EXPECT_EQ(filter_->SetParent(input_->PrimaryUnknown()), E_UNEXPECTED);
@@ -125,7 +106,7 @@ TEST_F(OffsetFilterTest, AChangeWidensToWholeBlocksAndNewInputDataIsMirroredOnTh
   input_->blocks.push_back(PeriodicBlock(200, 10, {7, 8}));
   from = 200, to = 210;
   ASSERT_EQ(filter_->WidenDirtyRange(&from, &to), S_OK);
-  uint32_t blocks = 0;
+  size_t blocks = 0;
   EXPECT_EQ(ReadAll(filter_.Get(), &blocks), (std::vector<double>{1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5}));
   EXPECT_EQ(blocks, 3u);
 }

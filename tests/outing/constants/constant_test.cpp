@@ -3,18 +3,25 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "core/global_constants_cache.h"
-#include "platform/async/dispatcher.h"
+#include "outing/constants/constant_stream.h"
 #include "platform/async/job_engine.h"
+#include "support/got.h"
 #include "support/data_listener.h"
+#include "support/fixtures.h"
+#include "support/settling_test.h"
+#include "velmar/text.h"
 
 namespace velmar {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
+using testing::Got;
 
 class FixedSpreadsheet final : public CSpreadsheetApplication {
  public:
@@ -28,7 +35,7 @@ class FixedSpreadsheet final : public CSpreadsheetApplication {
   KivResult result_;
 };
 
-class ConstantTest : public ::testing::Test {
+class ConstantTest : public testing::SettlingTest {
  protected:
   void SetUp() override {
     ASSERT_EQ(cache_->Add(u"Mass", kSimpleConstant), S_OK);
@@ -36,7 +43,7 @@ class ConstantTest : public ::testing::Test {
   }
   void TearDown() override {
     listeners_.clear();
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
     SetSpreadsheetApplication(nullptr);
   }
   template <class T>
@@ -53,8 +60,6 @@ class ConstantTest : public ::testing::Test {
     return *logs_.back();
   }
 
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   std::shared_ptr<CGlobalConstantsCache> cache_ = std::make_shared<CGlobalConstantsCache>();
   std::vector<std::unique_ptr<std::vector<std::string>>> logs_;
   std::vector<std::unique_ptr<testing::CDataListener>> listeners_;
@@ -66,22 +71,15 @@ TEST_F(ConstantTest, EachKindGivesItsOwnInterface) {
   EXPECT_FALSE(simple.As<IKivExcelConstant>());
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
   ASSERT_TRUE(sheet);
-  std::u16string text;
-  ASSERT_EQ(simple->GetText(&text), S_OK);
-  EXPECT_TRUE(text.empty());
-  ASSERT_EQ(sheet->GetText(&text), S_OK);
-  EXPECT_EQ(text, u"|");
-  ASSERT_EQ(simple->GetName(&text), S_OK);
-  EXPECT_EQ(text, u"Mass");
-  uint32_t status = 0;
-  ASSERT_EQ(simple->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 1u);
+  EXPECT_EQ(Got(simple, &IKivConstant::GetText), u"");
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetText), u"|");
+  EXPECT_EQ(Got(simple, &IKivConstant::GetName), u"Mass");
+  EXPECT_EQ(Got(simple, &IKivConstant::GetStatus), 1u);
   ComPtr<IKivConstant> none;
   EXPECT_EQ(MakeConstant(cache_, u"Nothing", &none), E_INVALIDARG);
   // A null out makes the status 2.
   EXPECT_EQ(simple->GetValue(nullptr), E_POINTER);
-  ASSERT_EQ(simple->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u);
+  EXPECT_EQ(Got(simple, &IKivConstant::GetStatus), 2u);
 }
 
 TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
@@ -89,68 +87,49 @@ TEST_F(ConstantTest, TwoUnitEditsAndOneReleaseMakeOneCommit) {
   auto other = Get<IKivSimpleConstant>(u"Mass");
   auto& log = Listen(mass.Get());
   auto& otherLog = Listen(other.Get());
-  ComPtr<IKivSimpleConstantWriter> writer;
-  ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
-  ComPtr<IKivSimpleConstantWriter> same;
-  ASSERT_EQ(mass->GetWriter(same.Put()), S_OK);
-  EXPECT_EQ(writer.Get(), same.Get()) << "one writer per object";
-  same = nullptr;
+  auto writer = Got(mass, &IKivSimpleConstant::GetWriter);
+  EXPECT_EQ(Got(mass, &IKivSimpleConstant::GetWriter), writer) << "one writer per object";
   ASSERT_EQ(writer->SetUnit(u"g"), S_OK);
   ASSERT_EQ(writer->SetUnit(u"kg"), S_OK);
   ASSERT_EQ(writer->SetValue(712), S_OK);
   EXPECT_THAT(log, IsEmpty()) << "nobody hears of an edit before the writer goes";
-  std::u16string unit;
-  ASSERT_EQ(other->GetUnit(&unit), S_OK);
-  EXPECT_EQ(unit, u"kg") << "the entry changed at once";
+  EXPECT_EQ(Got(other, &IKivSimpleConstant::GetUnit), u"kg") << "the entry changed at once";
   writer = nullptr;
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
   EXPECT_THAT(otherLog, ElementsAre(StartsWith("changed")));
-  double value = 0;
-  ASSERT_EQ(other->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 712);
-  ASSERT_EQ(mass->GetWriter(writer.Put()), S_OK);
+  EXPECT_EQ(Got(other, &IKivConstant::GetValue), 712);
+  writer = Got(mass, &IKivSimpleConstant::GetWriter);
   writer = nullptr;
   EXPECT_EQ(log.size(), 1u) << "a writer that changed nothing commits nothing";
 }
 
 TEST_F(ConstantTest, ASpreadsheetWriterEditsTheDefinitionAndRefusesEmptyNames) {
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
-  ComPtr<IKivExcelConstantWriter> writer;
-  ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
+  auto writer = Got(sheet, &IKivExcelConstant::GetWriter);
   EXPECT_EQ(writer->SetFile(u""), E_FAIL);
   EXPECT_EQ(writer->SetTarget(u""), E_FAIL);
   EXPECT_EQ(writer->GetFile(nullptr), E_POINTER);
   ASSERT_EQ(writer->SetFile(u"setup.xlsx"), S_OK);
   ASSERT_EQ(writer->SetTarget(u"Car!B7"), S_OK);
-  ComPtr<IKivExcelConstantElements> elements;
-  ASSERT_EQ(writer->GetElements(elements.Put()), S_OK);
-  ComPtr<IKivExcelConstantElements> sameList;
-  ASSERT_EQ(writer->GetElements(sameList.Put()), S_OK);
-  EXPECT_EQ(elements.Get(), sameList.Get());
+  auto elements = Got(writer, &IKivExcelConstantWriter::GetElements);
+  EXPECT_EQ(Got(writer, &IKivExcelConstantWriter::GetElements), elements);
   ComPtr<IKivExcelConstantElement> step;
   ASSERT_EQ(elements->AddElement(step.Put()), S_OK);
-  int32_t kind = -1;
-  ASSERT_EQ(step->GetKind(&kind), S_OK);
-  EXPECT_EQ(kind, kStepSelectSheet);
+  EXPECT_EQ(Got(step, &IKivExcelConstantElement::GetKind), kStepSelectSheet);
   EXPECT_EQ(step->SetValue(u"1"), E_INVALIDARG) << "only a range step has a value";
   ASSERT_EQ(step->SetKind(kStepSetRange), S_OK);
   ASSERT_EQ(step->SetName(u"Gain"), S_OK);
   ASSERT_EQ(step->SetValue(u"1.5"), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(elements->GetCount(&count), S_OK);
-  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(Got(elements, &IKivExcelConstantElements::GetCount), 1u);
   ComPtr<IKivExcelConstantElement> missing;
   EXPECT_EQ(elements->GetItem(0, missing.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(elements->GetItem(2, missing.Put()), DISP_E_BADINDEX);
   EXPECT_EQ(elements->RemoveElement(2), DISP_E_BADINDEX);
   step = nullptr;
-  elements = sameList = nullptr;
+  elements = nullptr;
   writer = nullptr;
   EXPECT_EQ(cache_->Find(u"Ambient")->text, u"|setup.xlsx|$Gain=1.5|Car!B7");
-  ComPtr<IKivSimpleConstantWriter> none;
-  auto simple = Get<IKivSimpleConstant>(u"Mass");
-  ASSERT_EQ(simple->GetWriter(none.Put()), S_OK);
-  EXPECT_EQ(none->SetValue(1), S_OK);
+  EXPECT_EQ(Got(Get<IKivSimpleConstant>(u"Mass"), &IKivSimpleConstant::GetWriter)->SetValue(1), S_OK);
 }
 
 TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2) {
@@ -158,8 +137,7 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   auto sheet = Get<IKivExcelConstant>(u"Ambient");
   auto& log = Listen(sheet.Get());
   {
-    ComPtr<IKivExcelConstantWriter> writer;
-    ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
+    auto writer = Got(sheet, &IKivExcelConstant::GetWriter);
     ASSERT_EQ(writer->SetFile(u"w.xlsx"), S_OK);
     ASSERT_EQ(writer->SetTarget(u"A1"), S_OK);
   }
@@ -167,26 +145,18 @@ TEST_F(ConstantTest, ASpreadsheetValueArrivesWithAChangeAndAFailureGivesStatus2)
   double value = -1;
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
   EXPECT_THAT(log, IsEmpty()) << "a pending constant stays silent";
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed")));
-  ASSERT_EQ(sheet->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 12.5);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 12.5);
 
   SetSpreadsheetApplication(std::make_shared<FixedSpreadsheet>(E_FAIL));
-  {
-    ComPtr<IKivExcelConstantWriter> writer;
-    ASSERT_EQ(sheet->GetWriter(writer.Put()), S_OK);
-    ASSERT_EQ(writer->SetTarget(u"Sheet9!A1"), S_OK);
-  }
+  ASSERT_EQ(Got(sheet, &IKivExcelConstant::GetWriter)->SetTarget(u"Sheet9!A1"), S_OK);  // commits as the writer goes
   log.clear();
   EXPECT_EQ(sheet->GetValue(&value), KIV_E_PENDING);
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(log, ElementsAre(StartsWith("changed"), "failed"));
-  uint32_t status = 0;
-  ASSERT_EQ(sheet->GetStatus(&status), S_OK);
-  EXPECT_EQ(status, 2u);
-  ASSERT_EQ(sheet->GetValue(&value), S_OK);
-  EXPECT_EQ(value, 0);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetStatus), 2u);
+  EXPECT_EQ(Got(sheet, &IKivConstant::GetValue), 0);
 }
 
 TEST_F(ConstantTest, ARemovedConstantTellsItsClientsAndReadsFail) {
@@ -208,6 +178,87 @@ TEST_F(ConstantTest, TheFactoryLookupGivesTheLiveObjectAgain) {
   ASSERT_EQ(FindOrMakeConstant(cache_, u"Mass", &slot, first.Put()), S_OK) << "a gone object is made anew";
   EXPECT_EQ(FindOrMakeConstant(cache_, u"", &slot, second.Put()), E_INVALIDARG);
   EXPECT_EQ(FindOrMakeConstant(cache_, u"Mass", &slot, nullptr), E_POINTER);
+}
+
+class ConstantStreamTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(StgCreateMemoryStorage(storage_.Put()), S_OK);
+    ASSERT_EQ(storage_->CreateStream(u"Constant Data", STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_CREATE,
+                                     stream_.Put()),
+              S_OK);
+  }
+  std::string Bytes() {
+    StatStg stat;
+    EXPECT_EQ(stream_->Stat(&stat), S_OK);
+    std::string bytes(stat.size, '\0');
+    EXPECT_EQ(stream_->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+    uint32_t read = 0;
+    EXPECT_EQ(stream_->Read(bytes.data(), static_cast<uint32_t>(bytes.size()), &read), S_OK);
+    return bytes;
+  }
+  void Put(const std::string& bytes) {
+    ASSERT_EQ(stream_->SetSize(0), S_OK);
+    ASSERT_EQ(stream_->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+    ASSERT_EQ(stream_->Write(bytes.data(), static_cast<uint32_t>(bytes.size()), nullptr), S_OK);
+    ASSERT_EQ(stream_->Seek(0, STREAM_SEEK_SET, nullptr), S_OK);
+  }
+
+  ComPtr<IKivStorage> storage_;
+  ComPtr<IKivStream> stream_;
+};
+
+const ConstantRecord kMass{u"Mass", 640.5, u"kg", u""};
+const ConstantRecord kAmbient{u"Ambient", 0, u"degC", u"|w.xlsx|A1"};
+
+TEST_F(ConstantStreamTest, RecordsRoundTripAndAppendRaisesTheCountAndKeepsWhatWasThere) {
+  std::vector<ConstantRecord> read;
+  ASSERT_EQ(WriteConstantData(stream_.Get(), {kMass, kAmbient}), S_OK);
+  ASSERT_EQ(ReadConstantData(stream_.Get(), &read), S_OK);
+  EXPECT_THAT(read, ElementsAre(kMass, kAmbient));
+  ASSERT_EQ(WriteConstantData(stream_.Get(), {kAmbient}), S_OK);
+  ASSERT_EQ(AppendConstantData(stream_.Get(), {kMass, kAmbient}), S_OK);
+  ASSERT_EQ(ReadConstantData(stream_.Get(), &read), S_OK);
+  EXPECT_THAT(read, ElementsAre(kAmbient, kMass, kAmbient));
+  ASSERT_EQ(WriteConstantData(stream_.Get(), {}), S_OK);
+  EXPECT_EQ(Bytes().size(), 12u) << "a rewrite cuts the stream first";
+}
+
+std::string FromHex(const nlohmann::json& hex) {
+  std::string digits, bytes;
+  for (char c : hex.get<std::string>()) {
+    if (c != ' ') digits += c;
+  }
+  for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
+}
+
+std::vector<ConstantRecord> RecordsOf(const nlohmann::json& list) {
+  std::vector<ConstantRecord> records;
+  for (const auto& r : list) {
+    records.push_back({Utf8ToWide(r[0].get<std::string>()), r[1].get<double>(), Utf8ToWide(r[2].get<std::string>()),
+                       Utf8ToWide(r[3].get<std::string>())});
+  }
+  return records;
+}
+
+// Records and the bytes they make; bytes and what reading them answers.
+TEST_F(ConstantStreamTest, EachFixtureLayout) {
+  const auto table = testing::Fixture("outing/constant_streams.json");
+  for (const auto& c : table["writes"]) {
+    ASSERT_EQ(WriteConstantData(stream_.Get(), RecordsOf(c["records"])), S_OK);
+    EXPECT_EQ(Bytes(), FromHex(c["bytes"])) << c;
+  }
+  for (const auto& c : table["reads"]) {
+    Put(FromHex(c["bytes"]));
+    std::vector<ConstantRecord> read;
+    EXPECT_EQ(ResultName(ReadConstantData(stream_.Get(), &read)), c["result"].get<std::string>()) << c;
+    if (c.contains("records")) {
+      EXPECT_EQ(read, RecordsOf(c["records"])) << c;
+    }
+  }
 }
 
 }  // namespace

@@ -3,9 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "outing/events/events_factory.h"
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "outing/data_block_test_util.h"
+#include "support/got.h"
+#include "outing/events/event_search.h"
+#include "outing/events/events_factory.h"
 #include "support/data_listener.h"
+#include "support/fixtures.h"
 #include "velmar/data_factory.h"
 
 namespace velmar {
@@ -13,6 +21,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using testing::Got;
 
 EventRecordPtr Record(const std::u16string& name, KivTime time, uint32_t category = kEventAddedInAnalysis) {
   auto record = std::make_shared<CCachedEventData>();
@@ -35,9 +44,7 @@ ComPtr<CEventSet> MakeSet(std::vector<KivTime> times, KivTime offset = 0, ComPtr
 }
 
 ComPtr<IKivEventsIterator> IteratorOf(CEventSet* set) {
-  ComPtr<IKivEventsIterator> iterator;
-  EXPECT_EQ(set->GetIterator(iterator.Put()), S_OK);
-  return iterator;
+  return Got(set, &CEventSet::GetIterator);
 }
 
 // The event at a 1-based index of the iterator's list.
@@ -52,27 +59,16 @@ ComPtr<IKivEvent> EventAt(IKivEventsIterator* iterator, int32_t index) {
 }
 
 TEST(EventSet, EventsComeInTimeOrderWithTheirRecordFields) {
-  std::vector<EventRecordPtr> records{Record(u"Pit", 30), Record(u"Pit", 10), Record(u"Pit", 20)};
-  auto set = MakeKiv<CEventSet>(u"Pit", MakeEventReferences(records, 0), nullptr, 0);
-  set->Bind();
+  auto set = MakeSet({30, 10, 20});
   auto iterator = IteratorOf(set.Get());
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(iterator->GetEvents(events.Put()), S_OK);
-  uint32_t count = 0;
-  ASSERT_EQ(events->GetCount(&count), S_OK);
-  ASSERT_EQ(count, 3u);
-  std::vector<KivTime> times(3);
-  for (int32_t i = 1; i <= 3; ++i) ASSERT_EQ(EventAt(iterator.Get(), i)->GetTime(&times[i - 1]), S_OK);
+  ASSERT_EQ(Got(Got(iterator, &IKivEventsIterator::GetEvents), &IKivEvents::GetCount), 3u);
+  std::vector<KivTime> times;
+  for (int32_t i = 1; i <= 3; ++i) times.push_back(Got(EventAt(iterator.Get(), i), &IKivEvent::GetTime));
   EXPECT_THAT(times, ElementsAre(10, 20, 30));
   ComPtr<IKivEvent> first = EventAt(iterator.Get(), 1);
-  std::u16string text;
-  ASSERT_EQ(first->GetName(&text), S_OK);
-  EXPECT_EQ(text, u"Pit");
-  ASSERT_EQ(first->GetSource(&text), S_OK);
-  EXPECT_EQ(text, u"Driver");
-  uint32_t category = 9;
-  ASSERT_EQ(first->GetCategory(&category), S_OK);
-  EXPECT_EQ(category, kEventAddedInAnalysis);
+  EXPECT_EQ(Got(first, &IKivEvent::GetName), u"Pit");
+  EXPECT_EQ(Got(first, &IKivEvent::GetSource), u"Driver");
+  EXPECT_EQ(Got(first, &IKivEvent::GetCategory), kEventAddedInAnalysis);
   EXPECT_EQ(first->GetName(nullptr), E_POINTER);
 }
 
@@ -86,10 +82,15 @@ TEST(EventSet, ListAndEventObjectsFollowTheIndexRules) {
   ASSERT_EQ(events->GetEvent(2, event.Put()), S_OK);
   ASSERT_EQ(events->GetEvent(2, again.Put()), S_OK);
   EXPECT_EQ(event.Get(), again.Get()) << "the same object while a client holds it";
-  ComPtr<IKivEventsIterator> second;
-  ASSERT_EQ(set->GetIterator(second.Put()), S_OK);
-  EXPECT_EQ(second.Get(), IteratorOf(set.Get()).Get()) << "one iterator per set";
+  EXPECT_EQ(IteratorOf(set.Get()), IteratorOf(set.Get())) << "one iterator per set";
   EXPECT_EQ(set->GetIterator(nullptr), E_POINTER);
+  set = MakeSet({});
+  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_FALSE) << "an empty set gives its list with S_FALSE";
+  ASSERT_TRUE(events);
+  int32_t index = 5;
+  EXPECT_EQ(IteratorOf(set.Get())->FindEvent(0, 0, 0, &index), S_FALSE);
+  EXPECT_EQ(index, 0);
+  EXPECT_EQ(Got(set, &CEventSet::GetDetailedStatus), kDetailNoSamples);
 }
 
 TEST(EventSet, PayloadsAreCopiedOutAndATextSourceEventHasNone) {
@@ -105,27 +106,13 @@ TEST(EventSet, PayloadsAreCopiedOutAndATextSourceEventHasNone) {
   (*record->fixedData)[31] = 0xAB;
   auto set = MakeKiv<CEventSet>(u"Alarm", MakeEventReferences({record}, 0), nullptr, 0);
   ComPtr<IKivEvent> event = EventAt(IteratorOf(set.Get()).Get(), 1);
-  ASSERT_EQ(event->GetData(&bytes), S_OK);
-  EXPECT_THAT(bytes, ElementsAre(7, 8, 9));
-  ASSERT_EQ(event->GetFixedData(&bytes), S_OK);
+  EXPECT_THAT(Got(event, &IKivEvent::GetData), ElementsAre(7, 8, 9));
+  bytes = Got(event, &IKivEvent::GetFixedData);
   ASSERT_EQ(bytes.size(), kEventFixedDataSize);
   EXPECT_EQ(bytes[31], 0xAB);
 }
 
-TEST(EventSet, AnEmptySetGivesItsListWithSFalse) {
-  auto set = MakeSet({});
-  ComPtr<IKivEvents> events;
-  ASSERT_EQ(IteratorOf(set.Get())->GetEvents(events.Put()), S_FALSE);
-  ASSERT_TRUE(events);
-  int32_t index = 5;
-  EXPECT_EQ(IteratorOf(set.Get())->FindEvent(0, 0, 0, &index), S_FALSE);
-  EXPECT_EQ(index, 0);
-  uint32_t detail = 0;
-  ASSERT_EQ(set->GetDetailedStatus(&detail), S_OK);
-  EXPECT_EQ(detail, kDetailNoSamples);
-}
-
-TEST(EventSet, FindEventThroughTheIterator) {
+TEST(EventSet, FindEventThroughTheIteratorRangeOneWithinTheSelection) {
   auto set = MakeSet({1, 2, 2, 3});
   auto iterator = IteratorOf(set.Get());
   int32_t index = 0;
@@ -135,12 +122,8 @@ TEST(EventSet, FindEventThroughTheIterator) {
   EXPECT_EQ(iterator->FindEvent(2, 0, 2, &index), E_INVALIDARG);
   EXPECT_EQ(iterator->FindEvent(2, 0, 0, nullptr), E_POINTER);
   EXPECT_EQ(iterator->FindEvent(2, 0, 1, &index), E_FAIL) << "range 1 needs a selection";
-}
-
-TEST(EventSet, RangeOneIsLimitedToTheSelection) {
-  auto set = MakeSet({0, 10, 20, 30}, 0, testing::Selection(5, 25));
-  auto iterator = IteratorOf(set.Get());
-  int32_t index = 0;
+  set = MakeSet({0, 10, 20, 30}, 0, testing::Selection(5, 25));
+  iterator = IteratorOf(set.Get());
   ASSERT_EQ(iterator->FindEvent(0, kFindEventNearest, 1, &index), S_OK);
   EXPECT_EQ(index, 2);
   EXPECT_EQ(iterator->FindEvent(20, kFindEventNext, 1, &index), S_FALSE);
@@ -160,9 +143,7 @@ TEST(EventSet, ATimeOffsetMovesTheEventsNotTheRecordsAndIsReportedOnceIterated) 
   auto iterator = IteratorOf(set.Get());
   ASSERT_EQ(set->SetTimeOffset(50), S_OK);
   EXPECT_THAT(log, ElementsAre(kChangedWhole));
-  KivTime t = 0;
-  ASSERT_EQ(EventAt(iterator.Get(), 1)->GetTime(&t), S_OK);
-  EXPECT_EQ(t, 150);
+  EXPECT_EQ(Got(EventAt(iterator.Get(), 1), &IKivEvent::GetTime), 150);
   EXPECT_EQ(records[0]->time, 100) << "the record stays as loaded";
   int32_t index = 0;
   ASSERT_EQ(iterator->FindEvent(150, kFindEventNearest, 0, &index), S_OK);
@@ -180,9 +161,7 @@ TEST(EventSet, AnEventOutlivesItsDetachedSet) {
   EXPECT_THAT(log, ElementsAre("removed"));
   listener.Disconnect();
   set = nullptr;
-  KivTime t = 0;
-  ASSERT_EQ(event->GetTime(&t), S_OK);
-  EXPECT_EQ(t, 7);
+  EXPECT_EQ(Got(event, &IKivEvent::GetTime), 7);
 }
 
 // The factory facet on its own object, as an outing holds it.
@@ -209,12 +188,51 @@ TEST(EventsFactory, ALoadReplacesEverySetAndReportsRemovedThenAdded) {
   EXPECT_EQ(factory->GetItem(u"Pit", nullptr), E_POINTER);
   ASSERT_EQ(factory->GetItem(u"Flag", gone.Put()), S_OK);
   EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 10);
-  NameList names;
-  ASSERT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Flag"));
+  EXPECT_THAT(Got(factory, &TestEventsFactory::GetNames), ElementsAre(u"Flag"));
   ASSERT_EQ(factory->SetTimeOffset(20), S_OK);
   EXPECT_EQ(factory->Find(u"Flag")->time_offset(), 20);
   EXPECT_THAT(factory->DiscardEventSets(), ElementsAre(u"Flag"));
+}
+
+struct Found {
+  KivResult result;
+  int32_t index;
+};
+
+// Searches `times` over their own span, or over [lo, hi] when given.
+Found Search(const std::vector<KivTime>& times, KivTime t, uint32_t mode, std::optional<KivTime> lo = {},
+             std::optional<KivTime> hi = {}) {
+  int32_t index = -1;
+  const KivResult r = FindEventIndex(
+      times.size(), [&](size_t i) { return times[i]; }, t, mode, lo.value_or(times.front()),
+      hi.value_or(times.back()), &index);
+  return {r, index};
+}
+
+TEST(FindEvent, EachFixtureCase) {
+  const std::map<std::string, uint32_t> modes{{"next after", 0}, {"last before", 1}, {"nearest", 2}};
+  for (const auto table = testing::Fixture("outing/event_search.json"); const auto& c : table["cases"]) {
+    const auto bound = [](const nlohmann::json& v) {
+      return v.is_null() ? std::nullopt : std::optional(v.get<KivTime>());
+    };
+    const Found f = Search(c[0].get<std::vector<KivTime>>(), c[1].get<KivTime>(), modes.at(c[2].get<std::string>()),
+                           bound(c[3]), bound(c[4]));
+    EXPECT_EQ(ResultName(f.result), c[5].get<std::string>()) << c;
+    if (!c[6].is_null()) {
+      EXPECT_EQ(f.index, c[6].get<int32_t>()) << c;
+    }
+  }
+}
+
+TEST(FindEvent, ALongListAndBadArguments) {
+  std::vector<KivTime> times;
+  for (KivTime t = 0; t < 100000; ++t) times.push_back(t * 4);
+  EXPECT_EQ(Search(times, 4 * 777 + 1, 0).index, 779);
+  EXPECT_EQ(Search(times, 4 * 777 + 1, 2).index, 778);
+  int32_t index = 7;
+  EXPECT_EQ(FindEventIndex(1, [](size_t) { return KivTime{0}; }, 0, 3, 0, 0, &index), E_INVALIDARG);
+  EXPECT_EQ(index, 0);
+  EXPECT_EQ(FindEventIndex(1, [](size_t) { return KivTime{0}; }, 0, 0, 0, 0, nullptr), E_POINTER);
 }
 
 }  // namespace

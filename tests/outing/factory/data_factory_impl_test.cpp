@@ -3,10 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "core/notifications_impl.h"
+#include "outing/factory/outing_data_factory.h"
+#include "support/got.h"
 #include "velmar/velmar_notifications.h"
 
 namespace velmar::testing {
@@ -67,31 +71,20 @@ struct ClosingLog : CVelmarNotificationsReceiverImpl {
   int closings = 0;
 };
 
-TEST(DataFactoryImplTest, GetNamesFillsOnceThenGivesTheMapInOrder) {
-  auto factory = MakeKiv<ListFactory>();
-  factory->source = {u"Speed", u"Gear", u"Brake"};
-  NameList names;
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Brake", u"Gear", u"Speed"));
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_EQ(factory->fills, 1) << "the list is up to date";
-  factory->SetListed(false);
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_EQ(factory->fills, 2);
-  EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
-}
-
-TEST(DataFactoryImplTest, AnUnreadyFillAsksAgainNextTime) {
+TEST(DataFactoryImplTest, GetNamesFillsOnceReadyThenGivesTheMapInOrder) {
   auto factory = MakeKiv<ListFactory>();
   factory->ready = false;
-  NameList names{u"stale"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, IsEmpty());
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), IsEmpty());
   factory->ready = true;
-  factory->source = {u"Speed"};
-  EXPECT_EQ(factory->GetNames(&names), S_OK);
-  EXPECT_THAT(names, ElementsAre(u"Speed"));
-  EXPECT_EQ(factory->fills, 2);
+  factory->source = {u"Speed", u"Gear", u"Brake"};
+  EXPECT_THAT(Got(factory, &ListFactory::GetNames), ElementsAre(u"Brake", u"Gear", u"Speed"))
+      << "an unready fill asks again next time";
+  (void)Got(factory, &ListFactory::GetNames);
+  EXPECT_EQ(factory->fills, 2) << "the list is up to date";
+  factory->SetListed(false);
+  (void)Got(factory, &ListFactory::GetNames);
+  EXPECT_EQ(factory->fills, 3);
+  EXPECT_EQ(factory->GetNames(nullptr), E_POINTER);
 }
 
 TEST(DataFactoryImplTest, ParentIsSetOnceAndClearedOnce) {
@@ -104,8 +97,7 @@ TEST(DataFactoryImplTest, ParentIsSetOnceAndClearedOnce) {
   EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory->parentSets, 1);
   EXPECT_EQ(factory->SetParent(parent->PrimaryUnknown()), E_INVALIDARG) << "one is held";
-  EXPECT_EQ(factory->GetParent(got.Put()), S_OK);
-  EXPECT_EQ(got.Get(), parent->PrimaryUnknown());
+  EXPECT_EQ(Got(factory, &ListFactory::GetParent).Get(), parent->PrimaryUnknown());
   EXPECT_EQ(factory->SetParent(nullptr), S_OK);
   EXPECT_EQ(factory->parentSets, 2);
   EXPECT_EQ(factory->parent(), nullptr);
@@ -120,8 +112,7 @@ TEST(DataFactoryImplTest, RootIsSetOnlyOnce) {
   EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), S_OK);
   EXPECT_EQ(factory->SetRoot(root->PrimaryUnknown()), E_UNEXPECTED);
   EXPECT_EQ(factory->rootSets, 1);
-  EXPECT_EQ(factory->GetRoot(got.Put()), S_OK);
-  EXPECT_EQ(got.Get(), root->PrimaryUnknown());
+  EXPECT_EQ(Got(factory, &ListFactory::GetRoot).Get(), root->PrimaryUnknown());
   EXPECT_EQ(root->Listeners(), 0u) << "no receiver, no sink";
 }
 
@@ -155,6 +146,86 @@ TEST(DataFactoryImplTest, GetIconAsksTheUnderlyingFactoriesInOrder) {
   ComPtr<IKivUnknown> icon;
   EXPECT_EQ(factory->GetIcon(0, 32, icon.Put()), S_OK);
   EXPECT_EQ(icon.Get(), has->icon->PrimaryUnknown());
+}
+
+// Items are plain counters of the outstanding uses of a name.
+struct Use {
+  int count = 1;
+};
+
+class UseFactory : public KivObject<COutingDataFactory<Use*, IKivChannelFactory>> {
+ public:
+  KivResult GetItem(const std::u16string& name, IKivChannel** channel) override {
+    if (!channel) return E_POINTER;
+    *channel = nullptr;
+    auto it = items().find(name);
+    if (it == items().end()) return E_INVALIDARG;
+    if (!it->second) it->second = &uses[name];
+    return E_NOTIMPL;  // no channel objects here; the use is what counts
+  }
+  // As a channel reaching back into its factory's map would.
+  void RemoveItemDirectly(const std::u16string& name) { items().erase(name); }
+  std::map<std::u16string, Use> uses;
+  std::vector<std::u16string> dropped;
+  std::function<void(const std::u16string&)> onDrop;
+
+ protected:
+  void DropItem(const std::u16string& name, Use*& item) override {
+    dropped.push_back(name + (item ? u"*" : u""));
+    if (onDrop) onDrop(name);
+  }
+};
+
+NameList Names(UseFactory& factory) { return Got(&factory, &UseFactory::GetNames); }
+
+TEST(OutingDataFactoryTest, AddNamesEntersOnlyNewNamesAndMarksTheListUpToDate) {
+  auto factory = MakeKiv<UseFactory>();
+  EXPECT_THAT(factory->AddNames({u"Speed", u"Gear"}), ElementsAre(u"Speed", u"Gear"));
+  EXPECT_THAT(factory->AddNames({u"Gear", u"Brake"}), ElementsAre(u"Brake"));
+  EXPECT_THAT(Names(*factory), ElementsAre(u"Brake", u"Gear", u"Speed"));
+}
+
+TEST(OutingDataFactoryTest, RemoveItemsGivesTheNamesThatReallyWent) {
+  auto factory = MakeKiv<UseFactory>();
+  (void)factory->AddNames({u"Speed", u"Gear", u"Brake"});
+  IKivChannel* channel = nullptr;
+  (void)factory->GetItem(u"Gear", &channel);
+  EXPECT_THAT(factory->RemoveItems({u"Gear", u"Missing", u"Speed"}), ElementsAre(u"Gear", u"Speed"));
+  EXPECT_THAT(factory->dropped, ElementsAre(u"Gear*", u"Speed")) << "an item made for a name is dropped with it";
+  EXPECT_THAT(Names(*factory), ElementsAre(u"Brake"));
+}
+
+TEST(OutingDataFactoryTest, RemoveAllItemsEmptiesTheMapInNameOrderAndUnlistsIt) {
+  auto factory = MakeKiv<UseFactory>();
+  (void)factory->AddNames({u"Speed", u"Gear"});
+  EXPECT_THAT(factory->RemoveAllItems(), ElementsAre(u"Gear", u"Speed"));
+  EXPECT_THAT(factory->dropped, ElementsAre(u"Gear", u"Speed"));
+  EXPECT_THAT(Names(*factory), IsEmpty());
+  EXPECT_THAT(factory->RemoveAllItems(), IsEmpty());
+}
+
+TEST(OutingDataFactoryTest, ARemovalAskedForDuringAWalkIsRefusedAndTheWalkGoesOnAnErasedNameIsLeftOut) {
+  auto factory = MakeKiv<UseFactory>();
+  (void)factory->AddNames({u"A", u"B", u"C"});
+  std::vector<NameList> reentered;
+  factory->onDrop = [&](const std::u16string& name) {
+    EXPECT_TRUE(factory->removing());
+    reentered.push_back(factory->RemoveItems({name, u"C"}));
+    EXPECT_THAT(factory->RemoveAllItems(), IsEmpty());
+  };
+  EXPECT_THAT(factory->RemoveAllItems(), ElementsAre(u"A", u"B", u"C"));
+  EXPECT_THAT(reentered, ElementsAre(IsEmpty(), IsEmpty(), IsEmpty()));
+  EXPECT_THAT(factory->dropped, ElementsAre(u"A", u"B", u"C")) << "each name dropped once";
+  EXPECT_FALSE(factory->removing());
+  factory->onDrop = nullptr;
+  (void)factory->AddNames({u"D"});
+  EXPECT_THAT(factory->RemoveItems({u"D"}), ElementsAre(u"D")) << "the guard is down after the walk";
+
+  (void)factory->AddNames({u"A", u"B"});
+  factory->onDrop = [&](const std::u16string& name) {
+    if (name == u"A") factory->RemoveItemDirectly(u"B");
+  };
+  EXPECT_THAT(factory->RemoveAllItems(), ElementsAre(u"A")) << "a drop that erases another name leaves it out";
 }
 
 }  // namespace

@@ -8,9 +8,10 @@
 #include <vector>
 
 #include "outing/fake_outing_factory.h"
+#include "support/got.h"
 #include "outing/laps/fast_lap_registry.h"
 #include "outing/factory/outing_factory.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "platform/registry/registry_file.h"
 #include "support/temp_dir.h"
 
@@ -36,12 +37,10 @@ std::shared_ptr<AddInScript> Script(const Guid& madeId, KivResult result = S_OK)
 }
 
 std::u16string IdOf(const ComPtr<IKivOuting>& outing) {
-  std::u16string id;
-  EXPECT_EQ(QueryAs<IKivOuting2>(outing.Get())->GetOutingId(&id), S_OK);
-  return id;
+  return Got(QueryAs<IKivOuting2>(outing.Get()), &IKivOuting2::GetOutingId);
 }
 
-class OutingFactoryAddInsTest : public ::testing::Test {
+class OutingFactoryAddInsTest : public SettlingTest {
  protected:
   KivResult CreateEx(const std::vector<std::u16string>& paths, OutingList* outings, bool overrideProperties = false,
                      const Guid& type = kLapTimerType) {
@@ -51,11 +50,17 @@ class OutingFactoryAddInsTest : public ::testing::Test {
 
   TempDir dir_;
   ScopedHiveOverride hive_{RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json")};
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ClassRegistry classes_;
   COutingFactoryAddIns addIns_{classes_};
   ComPtr<COutingFactory> factory_ = MakeKiv<COutingFactory>(addIns_);
+
+  // Enters an add-in of generation Newest, in the category, with a fresh script.
+  template <class Newest = IKivNewOutingFactory5>
+  std::shared_ptr<AddInScript> AddIn(const Guid& clsid, const Guid& madeId, KivResult result = S_OK) {
+    auto script = Script(madeId, result);
+    RegisterFakeAddIn<Newest>(classes_, clsid, script);
+    return script;
+  }
 };
 
 // --- The list -----------------------------------------------------------------
@@ -71,19 +76,12 @@ TEST_F(OutingFactoryAddInsTest, TheListIsTheCategoryInItsOrderMadeOnce) {
 }
 
 TEST_F(OutingFactoryAddInsTest, SetAddInOrderGivesTheOrderBeforeTheListIsMade) {
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, Script(kMadeByA));
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, Script(kMadeByB));
+  AddIn(kAddInA, kMadeByA);
+  AddIn(kAddInB, kMadeByB);
   const Variant order = MakeTextArray({kAddInB.ToWide(), kAddInA.ToWide()});
   ASSERT_EQ(factory_->SetAddInOrder(&order), S_OK);
   EXPECT_THAT(addIns_.List(), ElementsAre(kAddInB, kAddInA));
   EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL) << "the list is made";
-}
-
-TEST_F(OutingFactoryAddInsTest, SetAddInOrderAfterAWalkOfTheAddInsFails) {
-  OutingTypeList types;
-  ASSERT_EQ(factory_->GetTypes(&types), S_OK);
-  const Variant order = MakeTextArray({kAddInA.ToWide()});
-  EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL);
 }
 
 TEST_F(OutingFactoryAddInsTest, ABadOrderIsRefusedAndKeepsNothing) {
@@ -102,28 +100,23 @@ TEST_F(OutingFactoryAddInsTest, ABadOrderIsRefusedAndKeepsNothing) {
 
 // --- Types ------------------------------------------------------------------------
 
-TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnce) {
-  auto a = Script(kMadeByA);
+TEST_F(OutingFactoryAddInsTest, GetTypesListsTheFileTypesThenTheAddInsOnceAndFixesTheOrder) {
+  AddIn(kAddInB, kMadeByB)->typesResult = E_FAIL;
+  auto a = AddIn(kAddInA, kMadeByA);
   a->types = {{u"lap", u"Lap Timer Dataset", kLapTimerType.ToWide()}};
-  auto failing = Script(kMadeByB);
-  failing->typesResult = E_FAIL;
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, failing);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, a);
-  auto self = Script(kMadeByA);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, CLSID_KivOutingFactory, self);
+  auto self = AddIn(CLSID_KivOutingFactory, kMadeByA);
 
-  OutingTypeList types;
-  ASSERT_EQ(factory_->GetTypes(&types), S_OK);
+  const OutingTypeList types = Got(factory_, &COutingFactory::GetTypes);
   EXPECT_THAT(types, ElementsAre(OutingTypeRecord{u"txt", u"ASCII Dataset", u"{3F4B8C0F-F636-4C4B-A8B3-98BF06470C97}"},
                                  OutingTypeRecord{u"mat", u"MATLAB Dataset", u"{F44BF473-A14F-44C7-B9A0-EDD2DBDABCA7}"},
                                  OutingTypeRecord{u"trn", u"Kivara Dataset", u"{9EC637DD-9F67-4E6A-A264-6BEE79750B56}"},
                                  OutingTypeRecord{u"lap", u"Lap Timer Dataset", kLapTimerType.ToWide()}));
-  OutingTypeList again;
-  ASSERT_EQ(factory_->GetTypes(&again), S_OK);
-  EXPECT_EQ(again, types);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetTypes), types);
   EXPECT_THAT(a->log, ElementsAre("GetTypes")) << "the array is built once";
   EXPECT_THAT(self->log, IsEmpty()) << "the factory's own class is passed over";
   EXPECT_EQ(factory_->GetTypes(nullptr), E_POINTER);
+  const Variant order = MakeTextArray({kAddInA.ToWide()});
+  EXPECT_EQ(factory_->SetAddInOrder(&order), E_FAIL) << "the walk made the list";
 }
 
 TEST_F(OutingFactoryAddInsTest, AnAddInThatCannotBeMadeIsPassedOver) {
@@ -131,8 +124,7 @@ TEST_F(OutingFactoryAddInsTest, AnAddInThatCannotBeMadeIsPassedOver) {
   broken.clsid = kAddInA;
   broken.categories = {CATID_KivOutingFactories};  // known, but without a way to make it
   ASSERT_EQ(classes_.Register(std::move(broken)), S_OK);
-  auto b = Script(kMadeByB);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, b);
+  AddIn(kAddInB, kMadeByB);
   OutingList outings;
   EXPECT_EQ(CreateEx({u"/laps/one.lap"}, &outings), S_OK);
   EXPECT_EQ(IdOf(outings[0]), kMadeByB.ToWide());
@@ -143,12 +135,9 @@ TEST_F(OutingFactoryAddInsTest, AnAddInThatCannotBeMadeIsPassedOver) {
 TEST_F(OutingFactoryAddInsTest, TheFirstAddInThatSucceedsMakesTheOutingsWithTheStoredSettings) {
   ASSERT_EQ(WriteFastLapFilterEnabled(true), S_OK);
   ASSERT_EQ(WriteFastLapMinimumTime(42), S_OK);
-  auto refusing = Script(kMadeByA, E_INVALIDARG);
-  auto taking = Script(kMadeByB);
-  auto self = Script(kMadeByA);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, CLSID_KivOutingFactory, self);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, refusing);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, taking);
+  auto self = AddIn(CLSID_KivOutingFactory, kMadeByA);
+  auto refusing = AddIn(kAddInA, kMadeByA, E_INVALIDARG);
+  auto taking = AddIn(kAddInB, kMadeByB);
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings, /*overrideProperties=*/true), S_OK);
   ASSERT_EQ(outings.size(), 2u);
@@ -162,10 +151,8 @@ TEST_F(OutingFactoryAddInsTest, TheFirstAddInThatSucceedsMakesTheOutingsWithTheS
 }
 
 TEST_F(OutingFactoryAddInsTest, OlderAddInsAreCalledThroughTheirOwnGeneration) {
-  auto second = Script(kMadeByA, E_FAIL);
-  auto first = Script(kMadeByB);
-  RegisterFakeAddIn<IKivNewOutingFactory2>(classes_, kAddInA, second);
-  RegisterFakeAddIn<IKivNewOutingFactory>(classes_, kAddInB, first);
+  auto second = AddIn<IKivNewOutingFactory2>(kAddInA, kMadeByA, E_FAIL);
+  auto first = AddIn<IKivNewOutingFactory>(kAddInB, kMadeByB);
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap"}, &outings), S_OK);
   const std::string create = "Create:-1:" + kLapTimerType.ToString();
@@ -174,28 +161,23 @@ TEST_F(OutingFactoryAddInsTest, OlderAddInsAreCalledThroughTheirOwnGeneration) {
 }
 
 TEST_F(OutingFactoryAddInsTest, AnAddInsSFalseFillsItsNullElementsWithEmptyOutings) {
-  auto partial = Script(kMadeByA, S_FALSE);
-  partial->fill = 1;
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, partial);
+  AddIn(kAddInA, kMadeByA, S_FALSE)->fill = 1;
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings, /*overrideProperties=*/true), S_FALSE);
   ASSERT_EQ(outings.size(), 2u);
   EXPECT_EQ(IdOf(outings[0]), kMadeByA.ToWide()) << "what the add-in made stays";
   EXPECT_EQ(IdOf(outings[1]), kLapTimerType.ToWide());
-  KivBool overrideProperties = KIV_FALSE;
-  ASSERT_EQ(QueryAs<IKivOuting4>(outings[1].Get())->GetOverrideProperties(&overrideProperties), S_OK);
-  EXPECT_EQ(overrideProperties, KIV_TRUE) << "the stand-in takes the caller's flag";
+  EXPECT_EQ(Got(QueryAs<IKivOuting4>(outings[1].Get()), &IKivOuting4::GetOverrideProperties), KIV_TRUE)
+      << "the stand-in takes the caller's flag";
 }
 
 TEST_F(OutingFactoryAddInsTest, ATypeNobodyTakesGivesEmptyOutingsOfThatType) {
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, Script(kMadeByA, E_NOTIMPL));
+  AddIn(kAddInA, kMadeByA, E_NOTIMPL);
   OutingList outings;
   ASSERT_EQ(CreateEx({u"/laps/one.lap", u"/laps/two.lap"}, &outings), S_FALSE);
   ASSERT_EQ(outings.size(), 2u);
   for (const ComPtr<IKivOuting>& outing : outings) {
-    uint32_t type = 9;
-    ASSERT_EQ(outing->GetOutingType(&type), S_OK);
-    EXPECT_EQ(type, 0u);
+    EXPECT_EQ(Got(outing, &IKivOuting::GetOutingType), 0u);
     EXPECT_EQ(IdOf(outing), kLapTimerType.ToWide());
   }
 }
@@ -210,13 +192,11 @@ TEST_F(OutingFactoryAddInsTest, ANullLastPathThatNobodyTakesIsOutOfMemory) {
 }
 
 TEST_F(OutingFactoryAddInsTest, AnUnknownTypeIsRealTimeWhenTheFirstAddInSupportingItSaysSo) {
-  auto other = Script(kMadeByA);
+  auto other = AddIn(kAddInA, kMadeByA);
   other->type = kMadeByA;  // supports another type only
   other->realTime = true;
-  auto supporting = Script(kMadeByB);
+  auto supporting = AddIn(kAddInB, kMadeByB);
   supporting->realTime = true;
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInA, other);
-  RegisterFakeAddIn<IKivNewOutingFactory5>(classes_, kAddInB, supporting);
   KivBool realTime = KIV_FALSE;
   ASSERT_EQ(factory_->IsRealTimeType(kLapTimerType.ToWide(), &realTime), S_OK);
   EXPECT_EQ(realTime, KIV_TRUE);
@@ -230,17 +210,15 @@ TEST_F(OutingFactoryAddInsTest, AnUnknownTypeIsRealTimeWhenTheFirstAddInSupporti
 }
 
 TEST_F(OutingFactoryAddInsTest, AnUnknownTypeNoAddInSupportsIsNotRealTime) {
-  RegisterFakeAddIn<IKivNewOutingFactory2>(classes_, kAddInA, Script(kMadeByA));
+  AddIn<IKivNewOutingFactory2>(kAddInA, kMadeByA);
   KivBool realTime = KIV_TRUE;
   ASSERT_EQ(factory_->IsRealTimeType(kLapTimerType.ToWide(), &realTime), S_OK);
   EXPECT_EQ(realTime, KIV_FALSE);
 }
 
 TEST_F(OutingFactoryAddInsTest, FastLapSettingsReachEveryAddInThatTakesThem) {
-  auto modern = Script(kMadeByA);
-  auto old = Script(kMadeByB);
-  RegisterFakeAddIn<IKivNewOutingFactory3>(classes_, kAddInA, modern);
-  RegisterFakeAddIn<IKivNewOutingFactory>(classes_, kAddInB, old);
+  auto modern = AddIn<IKivNewOutingFactory3>(kAddInA, kMadeByA);
+  auto old = AddIn<IKivNewOutingFactory>(kAddInB, kMadeByB);
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
   ASSERT_EQ(factory_->SetFastLapMinimumTime(12), S_OK);
   EXPECT_THAT(modern->log, ElementsAre("SetFilter:-1", "SetMinimum:12"));

@@ -11,14 +11,17 @@
 #include <thread>
 #include <vector>
 
-#include "outing/memory_source.h"
 #include "outing/cache/outing_cache_registry.h"
-#include "support/outing_listener.h"
 #include "outing/cache/outing_source.h"
-#include "platform/async/dispatcher.h"
-#include "platform/registry/registry_file.h"
+#include "outing/factory/outing_type_table.h"
+#include "outing/factory/text_array.h"
+#include "support/got.h"
 #include "outing/laps/fast_lap_registry.h"
+#include "outing/memory_source.h"
+#include "platform/registry/registry_file.h"
 #include "support/faulty_file_ops.h"
+#include "support/outing_listener.h"
+#include "support/settling_test.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
 
@@ -32,37 +35,20 @@ using ::testing::IsEmpty;
 
 using MemorySourceOf = COutingSource<CMemoryOuting>;
 
-uint32_t TypeOf(IKivOuting* outing) {
-  uint32_t type = 99;
-  EXPECT_EQ(outing->GetOutingType(&type), S_OK);
-  return type;
-}
-
-std::u16string IdOf(IKivOuting* outing) {
-  std::u16string id;
-  EXPECT_EQ(QueryAs<IKivOuting2>(outing)->GetOutingId(&id), S_OK);
-  return id;
-}
-
-std::u16string PathOf(IKivOuting* outing) {
-  std::u16string path;
-  EXPECT_EQ(outing->GetFileName(&path), S_OK);
-  return path;
-}
-
+uint32_t TypeOf(IKivOuting* outing) { return Got(outing, &IKivOuting::GetOutingType); }
+std::u16string IdOf(IKivOuting* outing) { return Got(QueryAs<IKivOuting2>(outing), &IKivOuting2::GetOutingId); }
+std::u16string PathOf(IKivOuting* outing) { return Got(outing, &IKivOuting::GetFileName); }
 bool OverrideOf(IKivOuting* outing) {
-  KivBool flag = 7;
-  EXPECT_EQ(QueryAs<IKivOuting4>(outing)->GetOverrideProperties(&flag), S_OK);
-  return FromKivBool(flag);
+  return FromKivBool(Got(QueryAs<IKivOuting4>(outing), &IKivOuting4::GetOverrideProperties));
 }
 
 CMemoryOuting* AsMemory(IKivOuting* outing) { return static_cast<CMemoryOuting*>(outing); }
 
-class OutingFactoryTest : public ::testing::Test {
+class OutingFactoryTest : public SettlingTest {
  protected:
   void TearDown() override {
     factory_ = nullptr;
-    EXPECT_TRUE(Async_RunUntilSettled(d_, 30s));
+    EXPECT_TRUE(Settle());
   }
 
   // A data set that exists on disk (and in memory, for its load).
@@ -83,8 +69,6 @@ class OutingFactoryTest : public ::testing::Test {
   TempDir dir_;
   FaultyFileOps registryOps_;
   ScopedHiveOverride hive_{RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json", registryOps_)};
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ClassRegistry classes_;
   COutingFactoryAddIns addIns_{classes_};
   ScopedOutingSource text_{OutingType::kText, std::make_shared<MemorySourceOf>()};
@@ -133,7 +117,7 @@ TEST_F(OutingFactoryTest, AMissingPathGivesAnEmptyOutingAndSFalseOnlyWhenItIsLas
   EXPECT_FALSE(std::filesystem::exists(dir_ / "gone.txt"));
 }
 
-TEST_F(OutingFactoryTest, AMissingPathWithCreateGivesARealOutingThatHearsItsCreationOnTheClientThread) {
+TEST_F(OutingFactoryTest, AMissingPathWithCreateGivesARealOutingThatHearsItsCreationElseTheEmptyOne) {
   const std::u16string path = Missing("new.txt");
   OutingList outings;
   ASSERT_EQ(CreateEx(true, kTextOutingTypeId, {path}, &outings), S_OK);
@@ -141,17 +125,13 @@ TEST_F(OutingFactoryTest, AMissingPathWithCreateGivesARealOutingThatHearsItsCrea
   OutingListener heard(outings[0].Get());
   ASSERT_TRUE(Async_WaitIdle(MemorySource::Thread(), 30s));
   EXPECT_THAT(heard.log, IsEmpty()) << "nothing is heard before the client's loop runs";
-  ASSERT_TRUE(Async_RunUntilSettled(d_, 30s));
+  ASSERT_TRUE(Settle());
   EXPECT_THAT(heard.log, ElementsAre("Created:-1"));
   EXPECT_THAT(heard.threads, Each(std::this_thread::get_id()));
   EXPECT_TRUE(std::filesystem::exists(dir_ / "new.txt"));
-}
-
-TEST_F(OutingFactoryTest, CreateInAFolderThatCannotBeWrittenFallsBackToTheEmptyOuting) {
-  const std::u16string path = Utf8ToWide((dir_ / "no folder" / "new.txt").string());
-  OutingList outings;
-  ASSERT_EQ(CreateEx(true, kTextOutingTypeId, {path}, &outings), S_FALSE);
-  EXPECT_EQ(TypeOf(outings[0].Get()), 0u);
+  const std::u16string unwritable = Utf8ToWide((dir_ / "no folder" / "new.txt").string());
+  ASSERT_EQ(CreateEx(true, kTextOutingTypeId, {unwritable}, &outings), S_FALSE);
+  EXPECT_EQ(TypeOf(outings[0].Get()), 0u) << "a folder that cannot be written falls back to the empty outing";
 }
 
 TEST_F(OutingFactoryTest, ARealTimeAddressIsNeverTestedForExistence) {
@@ -198,32 +178,23 @@ TEST_F(OutingFactoryTest, ANullPathIsANullElementAndOnlyTheLastElementDecidesThe
   EXPECT_EQ(factory_->CreateEx(KIV_FALSE, KIV_FALSE, kTextOutingTypeId.ToWide(), &nullFirst, &outings), S_OK);
   EXPECT_FALSE(outings[0]);
   EXPECT_TRUE(outings[1]);
-}
-
-TEST_F(OutingFactoryTest, NoPathsGiveSFalseAndNoOutings) {
-  OutingList outings(3);
-  EXPECT_EQ(CreateEx(false, kTextOutingTypeId, {}, &outings), S_FALSE);
+  outings.resize(3);
+  EXPECT_EQ(CreateEx(false, kTextOutingTypeId, {}, &outings), S_FALSE) << "no paths";
   EXPECT_THAT(outings, IsEmpty());
 }
 
 // --- Fast-lap settings -------------------------------------------------------------
 
 TEST_F(OutingFactoryTest, FastLapSettingsHaveTheirDefaultsUntilStoredInTheUsersRegistry) {
-  KivBool enabled = KIV_TRUE;
-  KivTime minimum = 0;
-  ASSERT_EQ(factory_->GetFastLapFilterEnabled(&enabled), S_OK);
-  ASSERT_EQ(factory_->GetFastLapMinimumTime(&minimum), S_OK);
-  EXPECT_EQ(enabled, KIV_FALSE);
-  EXPECT_EQ(minimum, 50'000'000);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetFastLapFilterEnabled), KIV_FALSE);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetFastLapMinimumTime), 50'000'000);
   EXPECT_EQ(factory_->GetFastLapFilterEnabled(nullptr), E_POINTER);
 
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
   ASSERT_EQ(factory_->SetFastLapMinimumTime(95 * kTicksPerSecond), S_OK);
   ComPtr<COutingFactory> another = MakeKiv<COutingFactory>(addIns_);
-  ASSERT_EQ(another->GetFastLapFilterEnabled(&enabled), S_OK);
-  ASSERT_EQ(another->GetFastLapMinimumTime(&minimum), S_OK);
-  EXPECT_EQ(enabled, KIV_TRUE);
-  EXPECT_EQ(minimum, 95 * kTicksPerSecond);
+  EXPECT_EQ(Got(another, &COutingFactory::GetFastLapFilterEnabled), KIV_TRUE);
+  EXPECT_EQ(Got(another, &COutingFactory::GetFastLapMinimumTime), 95 * kTicksPerSecond);
 
   RegistryKey key;
   ASSERT_EQ(RegistryKey::Open(std::make_shared<RegistryFile>(dir_ / "user.json"),
@@ -250,8 +221,7 @@ TEST_F(OutingFactoryTest, ASetReachesEveryOpenCacheAndEveryCacheMadeLater) {
   EXPECT_NE(made, old);
   EXPECT_TRUE(made->fast_lap_filter());
   EXPECT_EQ(made->fast_lap_minimum_time(), 7 * kTicksPerSecond);
-  std::u16string caption;
-  ASSERT_EQ(after[0]->GetCaption(&caption), S_OK);
+  (void)Got(after[0], &IKivOuting::GetCaption);
   ASSERT_FALSE(made->caption_dirty());
   ASSERT_EQ(factory_->SetFastLapMinimumTime(7 * kTicksPerSecond), S_OK);
   ASSERT_EQ(factory_->SetFastLapFilterEnabled(KIV_TRUE), S_OK);
@@ -276,9 +246,7 @@ TEST_F(OutingFactoryTest, ARegistryThatCannotBeWrittenKeepsTheDefaultAndSetStill
   registryOps_.FailAt(FaultyFileOps::Step::kWrite);
   EXPECT_EQ(factory_->SetFastLapMinimumTime(9 * kTicksPerSecond), S_OK);
   EXPECT_EQ(registryOps_.failures(), 1);
-  KivTime minimum = 0;
-  ASSERT_EQ(factory_->GetFastLapMinimumTime(&minimum), S_OK);
-  EXPECT_EQ(minimum, 50'000'000);
+  EXPECT_EQ(Got(factory_, &COutingFactory::GetFastLapMinimumTime), 50'000'000);
 }
 
 // --- Bad arguments ---------------------------------------------------------------
@@ -332,12 +300,32 @@ TEST_F(OutingFactoryTest, EveryRowButTheEmptyOneIsSupportedAndOnlyTheRealTimeRow
     EXPECT_EQ(supported, KIV_TRUE) << type.ToString();
     EXPECT_EQ(realTime, ToKivBool(type == kRealTimeOutingTypeId)) << type.ToString();
   }
+  for (const Guid& unknown : {GUID_NULL, Guid::Literal("{8B1F3E5A-0C2D-4E6F-9A7B-1C3D5E7F9A0B}")}) {
+    KivBool answer = KIV_TRUE;
+    ASSERT_EQ(factory_->SupportsType(unknown.ToWide(), &answer), S_OK);
+    EXPECT_EQ(answer, KIV_FALSE);
+  }
   KivBool answer = KIV_TRUE;
-  ASSERT_EQ(factory_->SupportsType(GUID_NULL.ToWide(), &answer), S_OK);
-  EXPECT_EQ(answer, KIV_FALSE);
   EXPECT_EQ(factory_->SupportsType(kTextOutingTypeId.ToWide(), nullptr), E_POINTER);
   EXPECT_EQ(factory_->SupportsType(u"text", &answer), E_INVALIDARG);
   EXPECT_EQ(factory_->IsRealTimeType(u"rt", &answer), E_INVALIDARG);
+}
+
+TEST(TextArrayTest, ReadsTextsAndNullsInOrder) {
+  TextArray texts;
+  ASSERT_TRUE(ReadTextArray(Variant::Array({Variant::Text(u"a"), Variant(), Variant::Text(u"")}), &texts));
+  EXPECT_EQ(texts, (TextArray{u"a", std::nullopt, u""})) << "an empty text is no null text";
+}
+
+TEST(TextArrayTest, RefusesWhatIsNoOneDimensionalTextArrayAndKeepsTheOldContents) {
+  TextArray texts{u"kept"};
+  EXPECT_FALSE(ReadTextArray(Variant::Text(u"a"), &texts));
+  EXPECT_FALSE(ReadTextArray(Variant(), &texts));
+  EXPECT_FALSE(ReadTextArray(Variant::Array({Variant::Array({})}), &texts));
+  EXPECT_FALSE(ReadTextArray(Variant::Array({Variant::Text(u"a"), Variant::F64(1.5)}), &texts));
+  EXPECT_EQ(texts, TextArray{u"kept"});
+  EXPECT_TRUE(ReadTextArray(Variant::Array({}), &texts));
+  EXPECT_TRUE(texts.empty());
 }
 
 }  // namespace

@@ -1,14 +1,21 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
+#include <vector>
+
 #include <nlohmann/json.hpp>
 
-#include "support/fixtures.h"
-
-#include "outing/laps/fast_lap.h"
 #include "outing/information/outing_caption_helper.h"
 #include "outing/information/outing_information_prop_def.h"
+#include "outing/laps/fast_lap.h"
+#include "outing/laps/fast_lap_registry.h"
+#include "platform/registry/registry_file.h"
+#include "support/faulty_file_ops.h"
+#include "support/fixtures.h"
 #include "support/map_properties.h"
+#include "support/temp_dir.h"
+#include "velmar/registry.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
@@ -100,6 +107,46 @@ TEST(OutingInformation, EditChecksOfEachFixtureCase) {
       EXPECT_EQ(stored, TypedValue(c["stored"]));
     }
   }
+}
+
+class FastLapRegistryTest : public ::testing::Test {
+ protected:
+  RegistryKey Key() {
+    RegistryKey key;
+    EXPECT_EQ(RegistryKey::Create(RegHive::kCurrentUser, kOutingFactoryKey, &key), S_OK);
+    return key;
+  }
+
+  TempDir dir_;
+  FaultyFileOps ops_;
+  ScopedHiveOverride hive_{RegHive::kCurrentUser, std::make_shared<RegistryFile>(dir_ / "user.json", ops_)};
+};
+
+TEST_F(FastLapRegistryTest, NothingStoredOrValuesOfAnotherShapeReadAsTheDefaults) {
+  EXPECT_FALSE(ReadFastLapFilterEnabled());
+  EXPECT_EQ(ReadFastLapMinimumTime(), 5 * kTicksPerSecond);
+  EXPECT_EQ(ReadFastLapSettings(), FastLapSettings{});
+  // So do values of another shape.
+  ASSERT_EQ(Key().SetU32(kFastLapFilterEnabledValue, 1), S_OK);
+  ASSERT_EQ(Key().SetBinary(kFastLapMinimumTimeValue, {1, 2, 3, 4}), S_OK);
+  EXPECT_FALSE(ReadFastLapFilterEnabled());
+  EXPECT_EQ(ReadFastLapMinimumTime(), kDefaultFastLapMinimumTime);
+}
+
+TEST_F(FastLapRegistryTest, WrittenValuesReadBackAFailedWriteKeepsThem) {
+  ASSERT_EQ(WriteFastLapFilterEnabled(true), S_OK);
+  ASSERT_EQ(WriteFastLapMinimumTime(-3), S_OK);
+  EXPECT_EQ(ReadFastLapSettings(), (FastLapSettings{true, -3})) << "the time keeps its sign";
+  ASSERT_EQ(WriteFastLapFilterEnabled(false), S_OK);
+  EXPECT_FALSE(ReadFastLapFilterEnabled());
+  std::vector<uint8_t> flag;
+  ASSERT_EQ(Key().QueryBinary(kFastLapFilterEnabledValue, &flag), S_OK);
+  EXPECT_EQ(flag, (std::vector<uint8_t>{0, 0}));
+  // A failed write gives its code and keeps the stored value.
+  ASSERT_EQ(WriteFastLapMinimumTime(70 * kTicksPerSecond), S_OK);
+  ops_.FailAt(FaultyFileOps::Step::kWrite, STG_E_MEDIUMFULL);
+  EXPECT_EQ(WriteFastLapMinimumTime(80 * kTicksPerSecond), STG_E_MEDIUMFULL);
+  EXPECT_EQ(ReadFastLapMinimumTime(), 70 * kTicksPerSecond);
 }
 
 }  // namespace

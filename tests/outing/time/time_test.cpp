@@ -3,20 +3,19 @@
 #include <gtest/gtest.h>
 
 #include "support/fixtures.h"
+#include "velmar/format_time.h"
+#include "velmar/text.h"
 
 namespace velmar {
 namespace {
 
-TEST(Time, SecondsAndTickCountsRoundHalfAwayFromZero) {
+TEST(Time, SecondsAndTickCountsRoundHalfAwayFromZeroAndBack) {
   const auto table = testing::Fixture("outing/ticks.json");
   for (const auto& c : table["seconds"]) {
     const auto ticks = c[1].is_null() ? std::nullopt : std::optional(c[1].get<KivTime>());
     EXPECT_EQ(TicksFromSeconds(testing::FixtureNumber(c[0])), ticks) << c;
   }
   for (const auto& c : table["round"]) EXPECT_EQ(RoundTicks(c[0].get<double>()), c[1].get<KivTime>()) << c;
-}
-
-TEST(Time, TicksBackToSeconds) {
   EXPECT_DOUBLE_EQ(SecondsFromTicks(15'000'000), 1.5);
   EXPECT_DOUBLE_EQ(SecondsFromTicks(-1), -1e-7);
 }
@@ -44,6 +43,17 @@ TEST(Time, RangesStartEmptyAndMerge) {
   EXPECT_TRUE(TimeRange::Whole().Contains(kTimeMax));
   EXPECT_TRUE(IsUnboundedTime(kTimeMin));
   EXPECT_FALSE(IsUnboundedTime(0));
+}
+
+TEST(FormatTime, EachFixtureCase) {
+  for (const auto table = testing::Fixture("outing/format_time.json"); const auto& c : table["cases"]) {
+    const KivTime time = testing::FixtureTime(c[0]);
+    const int format = c[1], decimals = c[2];
+    const bool strip = c[3], unit = c[4];
+    const auto text = c[5].is_null() ? FormatTime(time, format, decimals, strip, unit)
+                                     : FormatTime(time, format, decimals, strip, unit, Utf8ToWide(c[5].get<std::string>()));
+    EXPECT_EQ(text ? WideToUtf8(*text) : "<nothing>", c[6].is_null() ? "<nothing>" : c[6].get<std::string>()) << c;
+  }
 }
 
 }  // namespace

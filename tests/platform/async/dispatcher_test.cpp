@@ -1,13 +1,19 @@
 #include "platform/async/dispatcher.h"
 
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "platform/async/clock.h"
+#include "velmar/client_thread.h"
 
 namespace velmar {
 namespace {
@@ -32,20 +38,7 @@ TEST_F(DispatcherTest, PostedTasksRunInOrderOnlyWhenTheLoopRunsAndTheFdShowsThem
   EXPECT_EQ(d_.RunOnce(), 0u);
 }
 
-TEST_F(DispatcherTest, TaskPostedWhileRunningWaitsForTheNextRound) {
-  int depth = 0;
-  std::function<void()> again = [&] {
-    ++depth;
-    d_.Post(again);
-  };
-  d_.Post(again);
-  EXPECT_EQ(d_.RunOnce(), 1u);
-  EXPECT_EQ(depth, 1);
-  EXPECT_EQ(d_.RunOnce(), 1u);
-  EXPECT_EQ(depth, 2) << "a task that posts itself must not starve the loop";
-}
-
-TEST_F(DispatcherTest, RunUntilIdleRunsChainsOfPosts) {
+TEST_F(DispatcherTest, RunUntilIdleRunsChainsOfPostsButATaskPostedWhileRunningWaitsForTheNextRound) {
   std::vector<std::string> log;
   d_.Post([&] {
     log.push_back("a");
@@ -56,6 +49,16 @@ TEST_F(DispatcherTest, RunUntilIdleRunsChainsOfPosts) {
   });
   EXPECT_EQ(d_.RunUntilIdle(), 3u);
   EXPECT_EQ(log, (std::vector<std::string>{"a", "b", "c"}));
+  int depth = 0;
+  std::function<void()> again = [&] {
+    ++depth;
+    d_.Post(again);
+  };
+  d_.Post(again);
+  EXPECT_EQ(d_.RunOnce(), 1u);
+  EXPECT_EQ(depth, 1);
+  EXPECT_EQ(d_.RunOnce(), 1u);
+  EXPECT_EQ(depth, 2) << "a task that posts itself must not starve the loop";
 }
 
 TEST_F(DispatcherTest, AThrowingTaskIsLoggedAndTheLoopGoesOn) {
@@ -94,7 +97,7 @@ TEST_F(DispatcherTest, PostFromManyThreadsKeepsEachThreadsOrder) {
   }
 }
 
-TEST_F(DispatcherTest, RunUntilWakesForAPostFromAnotherThread) {
+TEST_F(DispatcherTest, RunUntilWakesForAPostFromAnotherThreadAndGivesFalseOnTimeout) {
   std::atomic<bool> flag{false};
   bool ran = false;
   std::thread other([&] {
@@ -104,9 +107,6 @@ TEST_F(DispatcherTest, RunUntilWakesForAPostFromAnotherThread) {
   flag = true;
   EXPECT_TRUE(d_.RunUntil([&] { return ran; }, 30s));
   other.join();
-}
-
-TEST_F(DispatcherTest, RunUntilGivesFalseOnTimeout) {
   int calls = 0;
   EXPECT_FALSE(d_.RunUntil([&] { ++calls; return false; }, 20ms));
   EXPECT_GE(calls, 1);
@@ -136,7 +136,7 @@ TEST_F(DispatcherTest, TimerFiresAfterEachPeriodOfTheClock) {
   EXPECT_EQ(fired, 4);
 }
 
-TEST_F(DispatcherTest, KillTimerInsideItsOwnCallback) {
+TEST_F(DispatcherTest, KillTimerInsideItsOwnCallbackOrAnother) {
   int fired = 0;
   Dispatcher::TimerId id = 0;
   id = d_.SetTimer(10ms, [&] {
@@ -150,9 +150,7 @@ TEST_F(DispatcherTest, KillTimerInsideItsOwnCallback) {
   EXPECT_EQ(fired, 1);
   EXPECT_FALSE(d_.KillTimer(id)) << "already gone";
   EXPECT_FALSE(d_.NextTimerDue().has_value());
-}
-
-TEST_F(DispatcherTest, ATimerKilledByAnEarlierOneDueAtTheSameRoundDoesNotFire) {
+  // A timer killed by an earlier one due in the same round does not fire.
   int first = 0, second = 0;
   Dispatcher::TimerId b = 0;
   d_.SetTimer(10ms, [&] {
@@ -236,6 +234,86 @@ TEST(DispatcherTarget, OutlivesItsDispatcherSafely) {
   EXPECT_FALSE(target.Post([captured] {}));
   EXPECT_EQ(captured.use_count(), 1) << "a refused task is destroyed at once";
   EXPECT_FALSE(Dispatcher::Target().Post([] {}));
+}
+
+// The clocks a dispatcher waits on.
+class EventFd {
+ public:
+  EventFd() : fd_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+  ~EventFd() { ::close(fd_); }
+  int fd() const { return fd_; }
+  void Signal() {
+    uint64_t one = 1;
+    ASSERT_EQ(::write(fd_, &one, sizeof one), static_cast<ssize_t>(sizeof one));
+  }
+
+ private:
+  int fd_;
+};
+
+TEST(ManualClock, MovesWhenToldAndWaitJumpsToTheDeadlineOnlyWhenNothingIsReadable) {
+  ManualClock clock;
+  EventFd fd;
+  Clock::time_point t0 = clock.Now();
+  clock.WaitUntil(t0 + 5s, fd.fd());
+  EXPECT_EQ(clock.Now(), t0 + 5s);
+  // A deadline in the past never moves the clock back.
+  clock.WaitUntil(t0, fd.fd());
+  EXPECT_EQ(clock.Now(), t0 + 5s);
+  fd.Signal();
+  clock.WaitUntil(t0 + 1h, fd.fd());
+  EXPECT_EQ(clock.Now(), t0 + 5s) << "posted work must run before simulated time passes";
+  clock.Set(t0 + 1h);
+  EXPECT_EQ(clock.Now() - t0, 1h);
+}
+
+TEST(WaitReadable, ReportsReadinessAndTimesOut) {
+  EventFd fd;
+  EXPECT_FALSE(WaitReadable(fd.fd(), 0ms));
+  EXPECT_FALSE(WaitReadable(fd.fd(), 5ms));
+  fd.Signal();
+  EXPECT_TRUE(WaitReadable(fd.fd(), -1ms));
+  EXPECT_TRUE(WaitReadable(fd.fd(), 1h)) << "must not block while readable";
+}
+
+
+// The public face of a client thread over its dispatcher.
+TEST(ClientThreadTest, WorkPostedFromAnyThreadRunsOnlyOnTheClientThread) {
+  const KivClientThread client = KivClientThread::Current();
+  std::thread::id ranOn;
+  std::thread poster([client, &ranOn] { EXPECT_TRUE(client.Post([&] { ranOn = std::this_thread::get_id(); })); });
+  poster.join();
+  EXPECT_EQ(ranOn, std::thread::id());
+  EXPECT_TRUE(client.RunUntil([&] { return ranOn != std::thread::id(); }, 5s));
+  EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+TEST(ClientThreadTest, AHandleOfAnEndedThreadRefusesWork) {
+  KivClientThread gone = [] {
+    std::optional<KivClientThread> handle;
+    std::thread([&] { handle = KivClientThread::Current(); }).join();
+    return *handle;
+  }();
+  bool ran = false;
+  EXPECT_FALSE(gone.Post([&] { ran = true; }));
+  EXPECT_FALSE(ran);
+}
+
+TEST(ClientThreadTest, TimersTellAPollLoopWhenToWake) {
+  ManualClock clock;
+  Dispatcher dispatcher(&clock);
+  Dispatcher::ScopedCurrent current(dispatcher);
+  const KivClientThread client = KivClientThread::Current();
+  EXPECT_EQ(client.TimeToNextTimer(), std::nullopt);
+  int fired = 0;
+  const KivClientThread::TimerId id = client.SetTimer(100ms, [&] { ++fired; });
+  EXPECT_EQ(client.TimeToNextTimer(), 100ms);
+  clock.Advance(150ms);
+  EXPECT_EQ(client.TimeToNextTimer(), 0ms);
+  client.RunOnce();
+  EXPECT_EQ(fired, 1);
+  EXPECT_TRUE(client.KillTimer(id));
+  EXPECT_EQ(client.TimeToNextTimer(), std::nullopt);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ class ClassRegistryTest : public ::testing::Test {
   ClassRegistry registry_;
 };
 
-TEST_F(ClassRegistryTest, CreatesByClassAndByProgramId) {
+TEST_F(ClassRegistryTest, CreatesByClassAndByProgramIdAndFailsWithThePlatformsCodes) {
   ComPtr<IKivSample> s;
   ASSERT_EQ(registry_.CreateInstance(kSampleOne, &s), S_OK);
   EXPECT_EQ(ValueOf(s), 1);
@@ -51,10 +51,7 @@ TEST_F(ClassRegistryTest, CreatesByClassAndByProgramId) {
   EXPECT_EQ(text, u"KivTest.SampleOne.1");
   EXPECT_EQ(registry_.GetUserTypeName(kSampleOne, &text), S_OK);
   EXPECT_EQ(text, u"Kivara Sample One");
-}
-
-TEST_F(ClassRegistryTest, FailuresUseThePlatformsCodes) {
-  ComPtr<IKivSample> s;
+  // Failures use the platform's codes.
   EXPECT_EQ(registry_.CreateInstance(kUnknownClass, &s), REGDB_E_CLASSNOTREG);
   void* raw = reinterpret_cast<void*>(1);
   EXPECT_EQ(registry_.CreateInstance(kSampleOne, Guid::Literal("{5A5A5A5A-0000-0000-0000-000000000000}"),
@@ -73,7 +70,6 @@ TEST_F(ClassRegistryTest, FailuresUseThePlatformsCodes) {
                                    [](IKivUnknown**) { return E_OUTOFMEMORY; }, {}};
   ASSERT_EQ(registry_.Register(failing), S_OK);
   EXPECT_EQ(registry_.CreateInstance(kAddInClass, &s), E_OUTOFMEMORY);
-  std::u16string text;
   EXPECT_EQ(registry_.GetUserTypeName(kUnknownClass, &text), S_OK);
   EXPECT_EQ(registry_.ClsidToProgId(Guid::New(), &text), REGDB_E_CLASSNOTREG);
 }
@@ -120,14 +116,6 @@ TEST_F(ClassRegistryTest, ReRegisteringReplacesAndUnregisteringForgets) {
   EXPECT_EQ(registry_.IsClassOfCategory(kSampleOne, kOtherCategory), S_FALSE);
 }
 
-TEST(ClassRegistryAddInTest, AFailingListKeepsNoneOfItsClasses) {
-  ClassRegistry registry;
-  EXPECT_EQ(registry.RegisterAddIn(&testing::ListThenFail), E_FAIL);
-  ComPtr<IKivSample> s;
-  EXPECT_EQ(registry.CreateInstance(kAddInClass, &s), REGDB_E_CLASSNOTREG);
-  EXPECT_EQ(registry.RegisterAddIn(nullptr), E_POINTER);
-}
-
 KivResult ListTwice(IKivClassSink* sink) {
   const KivClassEntry entry{kAddInClass, nullptr, u"Twice", nullptr, nullptr, 0};
   (void)sink->AddClass(entry);
@@ -140,25 +128,26 @@ KivResult ListThenThrow(IKivClassSink* sink) {
   throw std::runtime_error("add-in fault");
 }
 
-TEST(ClassRegistryAddInTest, AListNamingAClassTwiceOrThrowingKeepsNothing) {
+// A list that fails, names a class twice or throws keeps none of its classes.
+TEST(ClassRegistryAddInTest, AFailingListKeepsNothing) {
   ClassRegistry registry;
   std::u16string name;
+  EXPECT_EQ(registry.RegisterAddIn(&testing::ListThenFail), E_FAIL);
   EXPECT_EQ(registry.RegisterAddIn(&ListTwice), E_INVALIDARG);
   EXPECT_EQ(registry.RegisterAddIn(&ListThenThrow), E_FAIL);
   EXPECT_EQ(registry.GetUserTypeName(kAddInClass, &name), REGDB_E_CLASSNOTREG);
+  ComPtr<IKivSample> s;
+  EXPECT_EQ(registry.CreateInstance(kAddInClass, &s), REGDB_E_CLASSNOTREG);
+  EXPECT_EQ(registry.RegisterAddIn(nullptr), E_POINTER);
 }
 
-TEST(ClassRegistryAddInTest, ModulesThatCannotServeAreRefused) {
+TEST(ClassRegistryAddInTest, LoadsAModuleAndCreatesItsClassAndRefusesOnesThatCannotServe) {
   ClassRegistry registry;
   EXPECT_EQ(registry.LoadAddIn("/nonexistent/velmar-addin.so"), E_MOD_NOT_FOUND);
   EXPECT_EQ(registry.LoadAddIn("libm.so.6"), E_PROC_NOT_FOUND);  // loads, but lists nothing
-}
-
-TEST(ClassRegistryAddInTest, LoadsAModuleAndCreatesItsClass) {
 #ifndef VELMAR_TEST_ADDIN
   GTEST_SKIP() << "the test add-in module is not built";
 #else
-  ClassRegistry registry;
   ASSERT_EQ(registry.LoadAddIn(VELMAR_TEST_ADDIN), S_OK);
   EXPECT_EQ(registry.LoadAddIn(VELMAR_TEST_ADDIN), S_FALSE);
   Guid clsid;

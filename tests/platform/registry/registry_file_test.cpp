@@ -1,4 +1,5 @@
 #include "platform/registry/registry_file.h"
+#include "platform/registry/registry_tree.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -139,18 +140,38 @@ TEST_P(ForeignFiles, CountAsCorrupt) {
 INSTANTIATE_TEST_SUITE_P(Cases, ForeignFiles, testing::FixtureCases("platform/registry/foreign_files"),
                          testing::FixtureName);
 
-TEST_F(RegistryFileTest, FileIsReadableJson) {
+TEST(RegistryTreeTest, JsonRoundTripKeepsEveryTypeAndNamesThatDifferInCase) {
+  RegNode root;
+  RegNode& key = root.FindOrAddKey(u"Software").FindOrAddKey(u"Kivara");
+  key.SetValue(u"Text", RegData(std::u16string(u"caf\u00e9")));
+  key.SetValue(u"U32", RegData(uint32_t{0xFFFFFFFF}));
+  key.SetValue(u"U64", RegData(uint64_t{0xFFFFFFFFFFFFFFFF}));
+  key.SetValue(u"Bytes", RegData(std::vector<uint8_t>{}));
+  // Two spellings of one name can only come from a hand-edited file, but
+  // neither may be lost on the way through.
+  root.keys.push_back(RegNode{u"SOFTWARE", {}, {}});
+
+  auto back = RegistryFromJson(RegistryToJson(root));
+  ASSERT_TRUE(back);
+  ASSERT_EQ(back->keys.size(), 2u);
+  const RegNode* k = Walk(*back, {u"software", u"KIVARA"});
+  ASSERT_NE(k, nullptr);
+  ASSERT_EQ(k->values.size(), 4u);
+  EXPECT_EQ(k->FindValue(u"text")->data, RegData(std::u16string(u"caf\u00e9")));
+  EXPECT_EQ(k->FindValue(u"u32")->data, RegData(uint32_t{0xFFFFFFFF}));
+  EXPECT_EQ(k->FindValue(u"u64")->data, RegData(uint64_t{0xFFFFFFFFFFFFFFFF}));
+  EXPECT_EQ(k->FindValue(u"bytes")->data, RegData(std::vector<uint8_t>{}));
+}
+
+TEST_F(RegistryFileTest, FileIsReadableJsonAndAnUnwritableOneGivesAnError) {
   RegistryKey key = Key(std::make_shared<RegistryFile>(path_));
   ASSERT_EQ(key.SetBinary(u"Blob", {0x00, 0xAB}), S_OK);
   std::string text = ReadText(path_);
   EXPECT_NE(text.find("\"Velmar\""), std::string::npos);
   EXPECT_NE(text.find("\"00ab\""), std::string::npos);
-}
-
-TEST_F(RegistryFileTest, UnwritableLocationGivesAnErrorNotACrash) {
+  // A location that cannot be written gives an error, not a crash.
   WriteText(dir_ / "blocker", "a file where a folder should be");
   auto file = std::make_shared<RegistryFile>(dir_ / "blocker/kivara/registry.json");
-  RegistryKey key;
   EXPECT_TRUE(Failed(RegistryKey::Create(file, u"Software", &key)));
   EXPECT_EQ(RegistryKey::Open(file, u"Software", &key), REG_E_NOTFOUND);
 }

@@ -95,7 +95,7 @@ TEST_F(RegistryKeyTest, TypedReadsTellMissingFromWrongType) {
   EXPECT_EQ(v, 2u);
 }
 
-TEST_F(RegistryKeyTest, OpenOfAMissingKeyFailsAndCreateMakesParents) {
+TEST_F(RegistryKeyTest, OpenOfAMissingKeyFailsCreateMakesParentsAndBadPathsAreRefused) {
   RegistryKey key;
   EXPECT_EQ(RegistryKey::Open(file_, kVelmarKey, &key), REG_E_NOTFOUND);
   EXPECT_FALSE(key.IsOpen());
@@ -107,10 +107,7 @@ TEST_F(RegistryKeyTest, OpenOfAMissingKeyFailsAndCreateMakesParents) {
   RegistryKey sub;
   EXPECT_EQ(parent.OpenSubKey(u"Kivara\\Velmar", &sub), S_OK);
   EXPECT_EQ(sub.path(), u"Software\\Halvane\\Kivara\\Velmar");
-}
-
-TEST_F(RegistryKeyTest, BadPathsAreRefused) {
-  RegistryKey key;
+  // Bad paths are refused.
   EXPECT_EQ(RegistryKey::Create(file_, u"Software\\\\Halvane", &key), E_INVALIDARG);
   EXPECT_EQ(RegistryKey::Create(file_, u"Software\\", &key), E_INVALIDARG);
   EXPECT_EQ(RegistryKey::Create(file_, u"\\Software", &key), E_INVALIDARG);

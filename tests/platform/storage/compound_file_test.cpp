@@ -10,6 +10,7 @@
 namespace velmar {
 namespace {
 
+using testing::ClassOf;
 using testing::FaultyFileOps;
 using testing::FileBytes;
 using testing::GetStream;
@@ -73,9 +74,7 @@ TEST_F(CompoundFileTest, TreeRoundTripsThroughAFreshOpen) {
   EXPECT_EQ(GetStream(root.Get(), u"Groups"), "");
   EXPECT_EQ(GetStream(root.Get(), u"Common Channels"), std::string(70000, 'c'));
   ComPtr<IKivStorage> factories = SubStorage(root.Get(), u"Data Factories");
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(factories.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kFactoriesClass);
+  EXPECT_EQ(ClassOf(factories.Get()), kFactoriesClass);
   EXPECT_TRUE(testing::ElementNames(SubStorage(factories.Get(), u"DataFactory_1").Get()).empty());
   ComPtr<IKivStorage> deep = SubStorage(factories.Get(), u"DataFactory_2");
   EXPECT_EQ(GetStream(deep.Get(), u"\u00e9TAT \u03a9 \U0001F3C1"), "unicode");
@@ -153,28 +152,22 @@ TEST_F(CompoundFileTest, CreateAndOpenResults) {
   EXPECT_EQ(StgOpenStorage(path_, kRWT, nullptr), E_POINTER);
   EXPECT_EQ(StgOpenStorage("", kRWT, root.Put()), STG_E_INVALIDNAME);
   EXPECT_EQ(StgOpenStorage(dir_.path(), kRWT, root.Put()), STG_E_ACCESSDENIED);
-}
-
-TEST_F(CompoundFileTest, CreateOverAnOldFileKeepsItUntilCommit) {
+  // Created over an old file, the new one replaces it only at its commit.
   MakeFile();
   const std::string before = FileBytes(path_);
-  ComPtr<IKivStorage> root = Create(kRWT | STGM_CREATE);
+  root = Create(kRWT | STGM_CREATE);
   EXPECT_TRUE(testing::ElementNames(root.Get()).empty());
   EXPECT_EQ(FileBytes(path_), before);
   ASSERT_EQ(root->Commit(STGC_DEFAULT), S_OK);
   EXPECT_TRUE(testing::ElementNames(Open().Get()).empty());
 }
 
-TEST_F(CompoundFileTest, DirectRootWritesWhenReleased) {
+TEST_F(CompoundFileTest, ADirectRootWritesWhenReleasedAReadOnlyOneNever) {
   {
     ComPtr<IKivStorage> root = Create(kRW | STGM_CREATE);
     ASSERT_EQ(PutStream(root.Get(), u"Version", U32(6)), S_OK);
   }
   EXPECT_EQ(GetStream(Open().Get(), u"Version"), U32(6));
-}
-
-TEST_F(CompoundFileTest, ReadOnlyRootNeverWrites) {
-  MakeFile();
   const std::string before = FileBytes(path_);
   ComPtr<IKivStorage> root = Open(STGM_READ | STGM_TRANSACTED);
   EXPECT_EQ(PutStream(root.Get(), u"Version", U32(1)), STG_E_ACCESSDENIED);

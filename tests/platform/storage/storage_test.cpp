@@ -8,7 +8,9 @@
 namespace velmar {
 namespace {
 
+using testing::ClassOf;
 using testing::ElementNames;
+using testing::Elements;
 using testing::GetStream;
 using testing::kRW;
 using testing::kRWT;
@@ -28,20 +30,14 @@ TEST_F(StorageTest, TransactedSubStorageHidesChangesUntilCommit) {
   ASSERT_EQ(PutStream(tasks.Get(), u"Task 1", "one"), S_OK);
   ASSERT_EQ(WriteClassStg(tasks.Get(), kTasksClass), S_OK);
 
-  std::vector<StatStg> elements;
-  ASSERT_EQ(root_->EnumElements(&elements), S_OK);
-  ASSERT_EQ(elements.size(), 1u);
-  EXPECT_EQ(elements[0].clsid, GUID_NULL);  // not committed yet
-
+  ASSERT_EQ(Elements(root_.Get()).size(), 1u);
+  EXPECT_EQ(Elements(root_.Get())[0].clsid, GUID_NULL);  // not committed yet
   ASSERT_EQ(tasks->Commit(STGC_DEFAULT), S_OK);
-  ASSERT_EQ(root_->EnumElements(&elements), S_OK);
-  EXPECT_EQ(elements[0].clsid, kTasksClass);
+  EXPECT_EQ(Elements(root_.Get())[0].clsid, kTasksClass);
   tasks = nullptr;
   tasks = SubStorage(root_.Get(), u"Tasks");
   EXPECT_EQ(GetStream(tasks.Get(), u"Task 1"), "one");
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(tasks.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kTasksClass);
+  EXPECT_EQ(ClassOf(tasks.Get()), kTasksClass);
 }
 
 TEST_F(StorageTest, RevertDropsChangesSinceTheLastCommit) {
@@ -103,10 +99,8 @@ TEST_F(StorageTest, CreateRefusesAnExistingNameUnlessAskedToReplace) {
   EXPECT_EQ(root_->CreateStorage(u"Groups", kRWT, st.Put()), STG_E_FILEALREADYEXISTS);
   // STGM_CREATE replaces, even an element of the other kind.
   ASSERT_EQ(root_->CreateStorage(u"Groups", kRWT | STGM_CREATE, st.Put()), S_OK);
-  std::vector<StatStg> elements;
-  ASSERT_EQ(root_->EnumElements(&elements), S_OK);
-  ASSERT_EQ(elements.size(), 1u);
-  EXPECT_EQ(elements[0].type, STGTY_STORAGE);
+  ASSERT_EQ(Elements(root_.Get()).size(), 1u);
+  EXPECT_EQ(Elements(root_.Get())[0].type, STGTY_STORAGE);
   EXPECT_EQ(root_->OpenStream(u"Groups", kRW, s.Put()), STG_E_FILENOTFOUND);
 }
 
@@ -120,7 +114,7 @@ TEST_F(StorageTest, ElementsOpenExclusively) {
   EXPECT_EQ(root_->OpenStream(u"RealTime Settings", kRW, b.Put()), S_OK);
 }
 
-TEST_F(StorageTest, RenameAndDestroy) {
+TEST_F(StorageTest, RenameAndDestroyEvenWhileOpen) {
   ASSERT_EQ(PutStream(root_.Get(), u"Channel Properties Temp", "new"), S_OK);
   ASSERT_EQ(PutStream(root_.Get(), u"Channel Properties", "old"), S_OK);
   EXPECT_EQ(root_->RenameElement(u"Channel Properties Temp", u"Channel Properties"),
@@ -134,9 +128,7 @@ TEST_F(StorageTest, RenameAndDestroy) {
   ASSERT_EQ(root_->RenameElement(u"Channel Properties", u"CHANNEL PROPERTIES"), S_OK);
   EXPECT_EQ(ElementNames(root_.Get()), std::vector<std::u16string>{u"CHANNEL PROPERTIES"});
   EXPECT_EQ(root_->RenameElement(u"CHANNEL PROPERTIES", u"bad/name"), STG_E_INVALIDNAME);
-}
-
-TEST_F(StorageTest, RenameKeepsAnOpenElementUsableAndDestroyRevertsIt) {
+  // An open element stays usable under its new name; destroying it reverts it.
   ComPtr<IKivStream> s;
   ASSERT_EQ(root_->CreateStream(u"Groups Temp", kRW, s.Put()), S_OK);
   ASSERT_EQ(root_->RenameElement(u"Groups Temp", u"Groups"), S_OK);
@@ -166,7 +158,7 @@ TEST_F(StorageTest, EnumerationFollowsTheCompoundFileOrder) {
             (std::vector<std::u16string>{u"AA", u"ab", u"Tasks", u"Version", u"Settings"}));
 }
 
-TEST_F(StorageTest, StreamReadWriteSeekAndSize) {
+TEST_F(StorageTest, StreamReadWriteSeekSizeAndCopy) {
   ComPtr<IKivStream> s;
   ASSERT_EQ(root_->CreateStream(u"Settings", kRW, s.Put()), S_OK);
   uint64_t pos = 0;
@@ -196,18 +188,16 @@ TEST_F(StorageTest, StreamReadWriteSeekAndSize) {
   EXPECT_EQ(s->Read(nullptr, 1, &read), E_POINTER);
   EXPECT_EQ(s->Commit(STGC_DEFAULT), S_OK);
   EXPECT_EQ(s->Revert(), S_OK);
-}
 
-TEST_F(StorageTest, StreamCopyTo) {
   ASSERT_EQ(PutStream(root_.Get(), u"Source", "0123456789"), S_OK);
   ComPtr<IKivStream> src, dst;
   ASSERT_EQ(root_->OpenStream(u"Source", kRW, src.Put()), S_OK);
   ASSERT_EQ(root_->CreateStream(u"Copy", kRW, dst.Put()), S_OK);
   ASSERT_EQ(src->Seek(2, STREAM_SEEK_SET, nullptr), S_OK);
-  uint64_t read = 0, written = 0;
-  ASSERT_EQ(src->CopyTo(dst.Get(), 100, &read, &written), S_OK);
-  EXPECT_EQ(read, 8u);
-  EXPECT_EQ(written, 8u);
+  uint64_t copiedIn = 0, copiedOut = 0;
+  ASSERT_EQ(src->CopyTo(dst.Get(), 100, &copiedIn, &copiedOut), S_OK);
+  EXPECT_EQ(copiedIn, 8u);
+  EXPECT_EQ(copiedOut, 8u);
   dst = nullptr;
   EXPECT_EQ(GetStream(root_.Get(), u"Copy"), "23456789");
 }
@@ -260,9 +250,7 @@ TEST_F(StorageTest, CopyToCopiesAWholeTreeWithClasses) {
   ASSERT_EQ(StgCreateMemoryStorage(other.Put()), S_OK);
   ComPtr<IKivStorage> target = SubStorage(other.Get(), u"DataFactory_1");
   ASSERT_EQ(old->CopyTo(target.Get()), S_OK);  // uncommitted view of `old` included
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(target.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kTasksClass);
+  EXPECT_EQ(ClassOf(target.Get()), kTasksClass);
   EXPECT_EQ(GetStream(target.Get(), u"State"), "s");
   EXPECT_EQ(GetStream(SubStorage(target.Get(), u"Deep").Get(), u"Leaf"), "leaf");
   // Copying into a storage below itself ends.
@@ -280,9 +268,7 @@ TEST_F(StorageTest, MemoryStorageRoundTripsThroughBytes) {
 
   ComPtr<IKivStorage> copy;
   ASSERT_EQ(StgOpenMemoryStorage(bytes, kRWT, copy.Put()), S_OK);
-  Guid clsid;
-  ASSERT_EQ(ReadClassStg(copy.Get(), &clsid), S_OK);
-  EXPECT_EQ(clsid, kTasksClass);
+  EXPECT_EQ(ClassOf(copy.Get()), kTasksClass);
   EXPECT_EQ(GetStream(SubStorage(copy.Get(), u"Tasks").Get(), u"Big"), std::string(10000, 'b'));
   EXPECT_EQ(StgOpenMemoryStorage("not a compound file", kRWT, copy.Put()), STG_E_DOCFILECORRUPT);
 }

@@ -49,6 +49,20 @@ inline ComPtr<IKivStorage> SubStorage(IKivStorage* parent, std::u16string_view n
   return sub;
 }
 
+// The class identity a storage holds.
+inline Guid ClassOf(IKivStorage* storage) {
+  Guid clsid;
+  EXPECT_EQ(ReadClassStg(storage, &clsid), S_OK);
+  return clsid;
+}
+
+// The elements a storage holds, in its order.
+inline std::vector<StatStg> Elements(IKivStorage* storage) {
+  std::vector<StatStg> elements;
+  EXPECT_EQ(storage->EnumElements(&elements), S_OK);
+  return elements;
+}
+
 inline std::vector<std::u16string> ElementNames(IKivStorage* storage) {
   std::vector<StatStg> elements;
   EXPECT_EQ(storage->EnumElements(&elements), S_OK);

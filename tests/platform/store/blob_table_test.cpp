@@ -53,13 +53,13 @@ TEST_F(BlobTableTest, BlobsRoundTripWithTypeNameAndContent) {
   Content(99, E_INVALIDARG);
 }
 
-TEST_F(BlobTableTest, ModifyReplacesContentAndKeepsWhatIsNotGiven) {
-  TarnBlobRecord blob = Blob(u"B");
+TEST_F(BlobTableTest, ModifyReplacesContentKeepsWhatIsNotGivenAndRemoveTakesTheBlob) {
+  TarnBlobRecord blobs[2] = {Blob(u"B"), Blob(u"Gone")};
   std::vector<uint64_t> ids;
   {
     auto handle = Handle();
     auto writer = Writer<IKivTarnBlobWriter>(handle);
-    ASSERT_EQ(writer->AddBlobs(1, &blob, &ids), S_OK);
+    ASSERT_EQ(writer->AddBlobs(2, blobs, &ids), S_OK);
     const uint8_t bytes[] = {7, 8, 9};
     TarnBlobRecord change{};
     change.id = ids[0];
@@ -70,31 +70,20 @@ TEST_F(BlobTableTest, ModifyReplacesContentAndKeepsWhatIsNotGiven) {
     EXPECT_EQ(writer->ModifyBlobs(1, &change), E_INVALIDARG);
     change.data = nullptr;
     EXPECT_EQ(writer->ModifyBlobs(1, &change), E_POINTER);
+    TarnBlobRecord noType{};
+    noType.name = u"X";
+    std::vector<uint64_t> none;
+    EXPECT_EQ(writer->AddBlobs(1, &noType, &none), E_INVALIDARG);
+    ASSERT_EQ(writer->RemoveBlobs(1, &ids[1]), S_OK);
+    EXPECT_EQ(writer->RemoveBlobs(1, &ids[1]), E_INVALIDARG);
   }
   Reopen();
+  EXPECT_EQ(Column(Blobs(), &TarnBlobDescription::name), Texts{u"B"});
   auto content = Content(ids[0]);
   ASSERT_EQ(content.size(), 1u);
   EXPECT_EQ(Str(content[0].name), u"B");
   EXPECT_EQ(*content[0].type, type_);
   EXPECT_EQ(content[0].size, 3u);
-}
-
-TEST_F(BlobTableTest, RemoveAndRefusals) {
-  TarnBlobRecord blob = Blob(u"B");
-  std::vector<uint64_t> ids;
-  {
-    auto handle = Handle();
-    auto writer = Writer<IKivTarnBlobWriter>(handle);
-    ASSERT_EQ(writer->AddBlobs(1, &blob, &ids), S_OK);
-    TarnBlobRecord noType{};
-    noType.name = u"X";
-    std::vector<uint64_t> none;
-    EXPECT_EQ(writer->AddBlobs(1, &noType, &none), E_INVALIDARG);
-    ASSERT_EQ(writer->RemoveBlobs(1, ids.data()), S_OK);
-    EXPECT_EQ(writer->RemoveBlobs(1, ids.data()), E_INVALIDARG);
-  }
-  Reopen();
-  EXPECT_TRUE(Blobs().empty());
 }
 
 }  // namespace

@@ -28,17 +28,13 @@ TEST_F(ConstantTableTest, ConstantsRoundTripInTheOrderAdded) {
     auto handle = Handle();
     ASSERT_EQ(Writer<IKivTarnConstantWriter>(handle)->AddConstants(2, records, &ids), S_OK);
   }
-  ASSERT_EQ(ids.size(), 2u);
   Reopen();
   auto list = Constants();
-  ASSERT_EQ(list.size(), 2u);
-  EXPECT_EQ(list[0].id, ids[0]);
-  EXPECT_EQ(Str(list[0].name), u"Mass");
-  EXPECT_EQ(list[0].value, 642.5);
-  EXPECT_EQ(list[0].text, nullptr);
-  EXPECT_EQ(Str(list[0].unit), u"kg");
-  EXPECT_EQ(Str(list[1].text), u"|");
-  EXPECT_EQ(list[1].unit, nullptr);
+  EXPECT_EQ(Column(list, &TarnConstantRecord::id), ids);
+  EXPECT_EQ(Column(list, &TarnConstantRecord::name), (Texts{u"Mass", u"Setup"}));
+  EXPECT_EQ(Column(list, &TarnConstantRecord::value), (std::vector<double>{642.5, 0}));
+  EXPECT_EQ(Column(list, &TarnConstantRecord::text), (Texts{u"(null)", u"|"}));
+  EXPECT_EQ(Column(list, &TarnConstantRecord::unit), (Texts{u"kg", u"(null)"}));
 }
 
 TEST_F(ConstantTableTest, ModifyAndRemoveByIdAndRefuseNamelessOnes) {
@@ -65,10 +61,8 @@ TEST_F(ConstantTableTest, ModifyAndRemoveByIdAndRefuseNamelessOnes) {
   Reopen();
   auto list = Constants();
   ASSERT_EQ(list.size(), 1u);
-  EXPECT_EQ(Str(list[0].name), u"A2");
-  EXPECT_EQ(list[0].value, 10);
-  EXPECT_EQ(Str(list[0].text), u"=B*5");
-  EXPECT_EQ(Str(list[0].unit), u"N");
+  EXPECT_EQ(std::make_tuple(Str(list[0].name), list[0].value, Str(list[0].text), Str(list[0].unit)),
+            std::make_tuple(std::u16string(u"A2"), 10.0, std::u16string(u"=B*5"), std::u16string(u"N")));
 }
 
 }  // namespace

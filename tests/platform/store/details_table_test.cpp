@@ -23,6 +23,14 @@ class DetailsTableTest : public NewStoreTest {
     handle_ = nullptr;
     Reopen();
   }
+  // A range as a read gives it: its code, first and last time.
+  using Range = std::tuple<KivResult, KivTime, KivTime>;
+  template <class I>
+  Range RangeOf(KivResult (I::*read)(uint32_t, KivTime*, KivTime*)) {
+    KivTime first = -1, last = -1;
+    const KivResult r = (store_.Get()->*read)(kDefaultWaitLimit, &first, &last);
+    return {r, first, last};
+  }
   ComPtr<IKivTarnWriteHandle> handle_;
   ComPtr<IKivTarnDetailsWriter> writer_;
 };
@@ -62,30 +70,19 @@ TEST_F(DetailsTableTest, EveryFieldRoundTrips) {
   EXPECT_EQ(writer_, nullptr);
 }
 
-TEST_F(DetailsTableTest, MovementRangeIsSetAndCleared) {
+TEST_F(DetailsTableTest, RangesAreSetClearedAndWidenedBySamples) {
   ASSERT_EQ(writer_->SetMovementRange(100, 900), S_OK);
   EXPECT_EQ(writer_->SetMovementRange(900, 100), E_INVALIDARG);
-  CommitAndReopen();
-  KivTime first = 0, last = 0;
-  EXPECT_EQ(store_->GetMovementRange(kDefaultWaitLimit, &first, &last), S_OK);
-  EXPECT_EQ(first, 100);
-  EXPECT_EQ(last, 900);
-  handle_ = Handle();
-  ASSERT_EQ(Writer<IKivTarnDetailsWriter>(handle_)->ClearMovementRange(), S_OK);
-  CommitAndReopen();
-  EXPECT_EQ(store_->GetMovementRange(kDefaultWaitLimit, &first, &last), S_FALSE);
-  EXPECT_EQ(first, 0);
-  EXPECT_EQ(last, 0);
-}
-
-TEST_F(DetailsTableTest, OutingRangeIsSetAndThenWidenedBySamples) {
   ASSERT_EQ(writer_->SetOutingRange(-50, 50), S_OK);
   EXPECT_EQ(writer_->SetOutingRange(50, -50), E_INVALIDARG);
   CommitAndReopen();
-  KivTime start = 0, end = 0;
-  EXPECT_EQ(store_->GetOutingRange(kDefaultWaitLimit, &start, &end), S_OK);
-  EXPECT_EQ(start, -50);
-  EXPECT_EQ(end, 50);
+  EXPECT_EQ(RangeOf(&IKivTarnStore::GetMovementRange), Range(S_OK, 100, 900));
+  EXPECT_EQ(RangeOf(&IKivTarnStore::GetOutingRange), Range(S_OK, -50, 50));
+  handle_ = Handle();
+  ASSERT_EQ(Writer<IKivTarnDetailsWriter>(handle_)->ClearMovementRange(), S_OK);
+  CommitAndReopen();
+  EXPECT_EQ(RangeOf(&IKivTarnStore::GetMovementRange), Range(S_FALSE, 0, 0));
+  // Samples past the end of the outing range widen it.
   uint64_t channel = AddChannel(u"Speed");
   auto handle = Handle();
   double v[3] = {};
@@ -94,9 +91,7 @@ TEST_F(DetailsTableTest, OutingRangeIsSetAndThenWidenedBySamples) {
   std::vector<uint64_t> blocks;
   ASSERT_EQ(Writer<IKivTarnChannelWriter>(handle)->AddChannelData(1, &channel, &block, &blocks), S_OK);
   ASSERT_EQ(handle->Commit(), S_OK);
-  EXPECT_EQ(store_->GetOutingRange(kDefaultWaitLimit, &start, &end), S_OK);
-  EXPECT_EQ(start, -50);
-  EXPECT_EQ(end, 80);
+  EXPECT_EQ(RangeOf(&IKivTarnStore::GetOutingRange), Range(S_OK, -50, 80));
 }
 
 TEST_F(DetailsTableTest, FirstLapNumberGoesToTheDetailsRecord) {

@@ -50,12 +50,11 @@ class LapMarkerTableTest : public NewStoreTest {
 
 TEST_F(LapMarkerTableTest, MarkersComeInTimeOrderNumberedFromTheFirstLap) {
   auto markers = LapMarkers();
-  ASSERT_EQ(markers.size(), 4u);
   EXPECT_EQ(Times(), (std::vector<KivTime>{100, 200, 250, 300}));
-  EXPECT_EQ(markers[0].id, recorded_[1]);
-  EXPECT_EQ(markers[2].id, user_[0]);
-  for (uint32_t i = 0; i < 4; ++i) EXPECT_EQ(markers[i].lapNumber, 1 + i);
-  EXPECT_EQ(markers[1].crossing, 0);
+  EXPECT_EQ(Column(markers, &TarnLapMarker::id),
+            (std::vector<uint64_t>{recorded_[1], recorded_[2], user_[0], recorded_[0]}));
+  EXPECT_EQ(Column(markers, &TarnLapMarker::lapNumber), (std::vector<uint32_t>{1, 2, 3, 4}));
+  EXPECT_EQ(Column(markers, &TarnLapMarker::crossing), (std::vector<uint8_t>{1, 0, 1, 1}));
   EXPECT_EQ(markers[0].distanceOrigin, 12.5);
   Edit([](IKivTarnLapMarkerWriter& w) { EXPECT_EQ(w.SetFirstLapNumber(10), S_OK); });
   EXPECT_EQ(LapMarkers()[3].lapNumber, 13u);
@@ -69,10 +68,7 @@ TEST_F(LapMarkerTableTest, ShiftSetsOffsetsAndReordersByTime) {
     EXPECT_EQ(w.ShiftLapMarkers(2, ids, offsets, shifts), S_OK);
   });
   EXPECT_EQ(Times(), (std::vector<KivTime>{50, 200, 300, 600}));
-  auto markers = LapMarkers();
-  EXPECT_EQ(markers[0].id, user_[0]);
-  EXPECT_EQ(markers[0].baseTime, 250);
-  EXPECT_EQ(markers[0].timeOffset, -200);
+  EXPECT_EQ(Column(LapMarkers(), &TarnLapMarker::timeOffset), (std::vector<KivTime>{-200, 0, 0, 500}));
   // Offsets are set, not added.
   Edit([&](IKivTarnLapMarkerWriter& w) {
     KivTime offset = 10;
@@ -80,16 +76,6 @@ TEST_F(LapMarkerTableTest, ShiftSetsOffsetsAndReordersByTime) {
     EXPECT_EQ(w.ShiftLapMarkers(1, &user_[0], &offset, &shift), S_OK);
   });
   EXPECT_EQ(Times(), (std::vector<KivTime>{200, 260, 300, 600}));
-}
-
-TEST_F(LapMarkerTableTest, RemoveHidesRecordedAndDropsUserMarkers) {
-  Edit([&](IKivTarnLapMarkerWriter& w) {
-    uint64_t ids[2] = {recorded_[0], user_[0]};
-    EXPECT_EQ(w.RemoveLapMarkers(2, ids), S_OK);
-    // Removing twice: unknown.
-    EXPECT_EQ(w.RemoveLapMarkers(1, &user_[0]), E_INVALIDARG);
-  });
-  EXPECT_EQ(Times(), (std::vector<KivTime>{100, 200}));
 }
 
 TEST_F(LapMarkerTableTest, ResetBringsBackTheRecordedMarkersUnshifted) {
@@ -105,12 +91,14 @@ TEST_F(LapMarkerTableTest, ResetBringsBackTheRecordedMarkersUnshifted) {
   EXPECT_EQ(Times(), (std::vector<KivTime>{50, 250, 300, 1100}));
   Edit([](IKivTarnLapMarkerWriter& w) { EXPECT_EQ(w.ResetLapMarkers(), S_OK); });
   EXPECT_EQ(Times(), (std::vector<KivTime>{100, 200, 300}));
-  auto markers = LapMarkers();
-  EXPECT_EQ(markers[0].id, recorded_[1]);
-  EXPECT_EQ(markers[0].timeOffset, 0);
+  EXPECT_EQ(Column(LapMarkers(), &TarnLapMarker::id),
+            (std::vector<uint64_t>{recorded_[1], recorded_[2], recorded_[0]}));
+  EXPECT_EQ(Column(LapMarkers(), &TarnLapMarker::timeOffset), (std::vector<KivTime>{0, 0, 0}));
 }
 
-TEST_F(LapMarkerTableTest, AnUnknownIdRefusesTheWholeStep) {
+// An unknown id refuses the whole step; removing hides recorded markers and
+// drops user ones.
+TEST_F(LapMarkerTableTest, RemoveHidesRecordedAndDropsUserMarkersButAnUnknownIdRefusesTheStep) {
   Edit([&](IKivTarnLapMarkerWriter& w) {
     uint64_t ids[2] = {recorded_[0], 4242};
     EXPECT_EQ(w.RemoveLapMarkers(2, ids), E_INVALIDARG);
@@ -123,6 +111,13 @@ TEST_F(LapMarkerTableTest, AnUnknownIdRefusesTheWholeStep) {
     EXPECT_EQ(w.ShiftLapMarkers(1, ids, nullptr, shifts), E_POINTER);
   });
   EXPECT_EQ(Times(), (std::vector<KivTime>{100, 200, 250, 300}));
+  Edit([&](IKivTarnLapMarkerWriter& w) {
+    uint64_t ids[2] = {recorded_[0], user_[0]};
+    EXPECT_EQ(w.RemoveLapMarkers(2, ids), S_OK);
+    // Removing twice: unknown.
+    EXPECT_EQ(w.RemoveLapMarkers(1, &user_[0]), E_INVALIDARG);
+  });
+  EXPECT_EQ(Times(), (std::vector<KivTime>{100, 200}));
 }
 
 }  // namespace

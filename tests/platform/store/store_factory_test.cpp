@@ -94,7 +94,7 @@ TEST_F(StoreFactoryTest, NewFileHoldsOneDefaultDetailsRecordAndNothingElseAtVers
   EXPECT_EQ(factory_->GetFileVersion(path_, nullptr), E_POINTER);
 }
 
-TEST_F(StoreFactoryTest, CreateLeavesOnlyTheFileAndRefusesAnExistingOne) {
+TEST_F(StoreFactoryTest, CreateAndOpenRefuseWhatIsNotThereOrIsThereAlready) {
   Create("a.trn");
   store_ = nullptr;
   std::vector<std::string> files;
@@ -105,9 +105,7 @@ TEST_F(StoreFactoryTest, CreateLeavesOnlyTheFileAndRefusesAnExistingOne) {
   EXPECT_EQ(factory_->CreateFile(PathOf("missing/b.trn"), IKivTarnStore::iid, again.PutVoid()), STG_E_FILENOTFOUND);
   EXPECT_EQ(factory_->CreateFile(u"", IKivTarnStore::iid, again.PutVoid()), E_INVALIDARG);
   EXPECT_EQ(factory_->CreateFile(PathOf("c.trn"), IKivTarnStore::iid, nullptr), E_POINTER);
-}
-
-TEST_F(StoreFactoryTest, MissingFileFolderAndEmptyPathAreRefused) {
+  // Opening refuses a missing file, a folder and an empty path.
   Open(PathOf("nothing.trn"), STG_E_FILENOTFOUND);
   Open(W(dir_.path().string()), STG_E_ACCESSDENIED);
   Open(u"", E_INVALIDARG);

@@ -6,6 +6,7 @@
 
 #include <span>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "support/temp_dir.h"
@@ -42,6 +43,23 @@ RecordList<Record> Hold(ComPtr<IKivTarnRecords<Record>> object) {
 
 // A text of a record as a string; "(null)" for a null pointer.
 std::u16string Str(const char16_t* text);
+
+using Texts = std::vector<std::u16string>;
+
+// One field of every record (texts as strings), to compare a whole list at once.
+template <class Record, class T>
+auto Column(const RecordList<Record>& list, T Record::*field) {
+  using Out = std::conditional_t<std::is_same_v<T, const char16_t*>, std::u16string, T>;
+  std::vector<Out> out;
+  for (const Record& r : list) {
+    if constexpr (std::is_same_v<T, const char16_t*>) {
+      out.push_back(Str(r.*field));
+    } else {
+      out.push_back(r.*field);
+    }
+  }
+  return out;
+}
 
 class StoreTest : public ::testing::Test {
  protected:

@@ -90,7 +90,7 @@ TEST_P(UnitConversions, GiveTheTablesResults) {
 INSTANTIATE_TEST_SUITE_P(Cases, UnitConversions, testing::FixtureCases("platform/units/conversions"),
                          testing::FixtureName);
 
-TEST_F(UnitsComponentTest, SpeedIsQuantityThreeWithKmhByDefault) {
+TEST_F(UnitsComponentTest, SpeedIsQuantityThreeInKmhAndEveryQuantityIsListedAndRoundTrips) {
   UnitId unit = 99;
   ASSERT_EQ(units_->GetDefaultUnit(kQuantitySpeed, &unit), S_OK);
   EXPECT_EQ(unit, kKmh);
@@ -100,8 +100,7 @@ TEST_F(UnitsComponentTest, SpeedIsQuantityThreeWithKmhByDefault) {
   std::vector<UnitId> ids;
   ASSERT_EQ(table_->GetUnitIds(kQuantitySpeed, &ids), S_OK);
   EXPECT_THAT(ids, ElementsAre(0u, 1u, 2u, 3u)) << "the root's speed unit setting ranges 0 to 3";
-}
-TEST_F(UnitsComponentTest, EveryQuantityIsListedAscendingWithANameAndEveryUnitRoundTripsThroughItsBase) {
+  // Every quantity is listed in ascending order with a name, and every unit round-trips through its base.
   std::vector<QuantityId> quantities;
   ASSERT_EQ(table_->GetQuantityIds(&quantities), S_OK);
   ASSERT_GE(quantities.size(), 22u);
@@ -152,14 +151,7 @@ TEST_F(UnitsComponentTest, UnknownIdsAndNullPointersGiveClearCodes) {
   EXPECT_EQ(table_->GetUnitIds(999, &ids), KIV_E_UNKNOWN_QUANTITY);
 }
 
-TEST(UnitsComponent, OneObjectAnswersForBothIdentities) {
-  ComPtr<IKivUnknown> unknown;
-  ASSERT_EQ(CreateUnitsComponent(IKivUnknown::iid, unknown.PutVoid()), S_OK);
-  auto units = unknown.As<IKivUnits>();
-  auto table = unknown.As<IKivUnitTable>();
-  ASSERT_TRUE(units && table);
-  EXPECT_EQ(units.As<IKivUnknown>(), unknown);
-  EXPECT_EQ(table.As<IKivUnknown>(), unknown);
+TEST(UnitsComponent, CreationRefusesOtherInterfacesAndNullOuts) {
   void* other = reinterpret_cast<void*>(1);
   EXPECT_EQ(CreateUnitsComponent(Guid::Literal("{00000000-1111-2222-3333-444444444444}"), &other),
             E_NOINTERFACE);

@@ -16,6 +16,7 @@
 #include "sources/autoupdate/autoupdate_scan.h"
 #include "sources/autoupdate/next_colour.h"
 #include "support/fixtures.h"
+#include "support/selection_binding.h"
 #include "support/temp_dir.h"
 #include "tasks/task.h"
 #include "velmar/classes.h"
@@ -64,7 +65,10 @@ class WatchTest : public ::testing::Test {
     OutingList outings;
     ASSERT_EQ(factory->Create(KIV_FALSE, kTextOutingTypeId.ToWide(), &paths, &outings), S_OK);
     const auto wait = [] { return KivClientThread::Current().RunUntilSettled(kLimit); };
-    ASSERT_EQ(KivConvertToTarn(outings.front().Get(), Utf8ToWide(Template().string()), wait), S_OK);
+    {
+      BoundSelection bound(outings.front().Get());
+      ASSERT_EQ(KivConvertToTarn(outings.front().Get(), Utf8ToWide(Template().string()), wait), S_OK);
+    }
     outings.clear();
     ASSERT_TRUE(wait());
   }

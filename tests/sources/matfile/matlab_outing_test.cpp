@@ -9,19 +9,11 @@
 
 #include "export/fake_channel.h"
 #include "export/read_back.h"
-#include "outing/cache/outing_cache_registry.h"
-#include "outing/factory/outing_factory.h"
-#include "platform/async/dispatcher.h"
-#include "platform/async/job_engine.h"
 #include "sources/matfile/matlab_channel_write.h"
 #include "sources/matfile/matlab_information_write.h"
 #include "sources/matfile/matlab_outing.h"
 #include "sources/text/faulty_text_file_ops.h"
-#include "support/outing_listener.h"
-#include "support/temp_dir.h"
-#include "velmar/outing_factory.h"
-#include "velmar/text.h"
-#include "velmar/transaction.h"
+#include "support/matfile_spreadsheet_outing.h"
 
 namespace velmar::testing {
 namespace {
@@ -36,31 +28,12 @@ bool Python(const std::string& script) {
 }
 bool HaveScipy() { return Python("import scipy.io"); }
 
-class MatlabOutingTest : public ::testing::Test {
+class MatlabOutingTest : public FileOutingTest<CMatlabOuting, CMatlabOutingCache> {
  protected:
   void SetUp() override { ASSERT_TRUE(Succeeded(RegisterMatlabOutingSource())); }
-  void TearDown() override {
-    listeners_.clear();
-    outing_ = nullptr;
-    EXPECT_TRUE(Settle());
-    EXPECT_EQ(COutingCacheRegistry<CMatlabOutingCache>::Instance().size(), 0u);
-  }
-  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(30)); }
   std::filesystem::path File(const std::string& name) { return dir_ / name; }
-
-  // Opens through the factory; `create` makes the file.
   KivResult Open(const std::filesystem::path& path, bool create = false) {
-    auto factory = MakeKiv<COutingFactory>();
-    const Variant paths = MakeTextArray({Utf8ToWide(path.string())});
-    OutingList outings;
-    const KivResult r = factory->CreateEx(ToKivBool(create), KIV_FALSE, kMatFileOutingTypeId.ToWide(), &paths, &outings);
-    // S_FALSE: the empty outing, of another class.
-    if (r == S_OK) outing_ = ComPtr<CMatlabOuting>(static_cast<CMatlabOuting*>(outings.front().Get()));
-    return r;
-  }
-  OutingListener& Listen() {
-    listeners_.push_back(std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get())));
-    return *listeners_.back();
+    return OpenAs(kMatFileOutingTypeId, path, create);
   }
   Variant Information(const std::u16string& name) {
     ComPtr<IKivPropertySet> info;
@@ -70,19 +43,8 @@ class MatlabOutingTest : public ::testing::Test {
     if (outing_->GetOutingInformation(info.Put()) == S_OK) (void)info->GetProperty(name, &value);
     return value;
   }
-  // Commits one step; the transaction's messages.
   std::vector<std::string> Commit(ComPtr<CWriteBackStateMachineBase> step) {
-    OutingListener& heard = Listen();
-    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(outing_.Get()));
-    EXPECT_EQ(txn->Begin(), S_OK);
-    EXPECT_EQ(outing_->cache()->transaction()->AddWriteBackStep(std::move(step)), S_OK);
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    std::vector<std::string> messages;
-    for (const std::string& line : heard.log) {
-      if (line.rfind("TransactionMessage", 0) == 0) messages.push_back(line);
-    }
-    return messages;
+    return FileOutingTest::Commit({std::move(step)}, "TransactionMessage");
   }
   std::vector<std::string> WriteChannels(std::initializer_list<const char16_t*> names) {
     auto step = MakeKiv<CMatlabWriteBackChannelStateMachine>(outing_->cache()->write_back());
@@ -92,12 +54,6 @@ class MatlabOutingTest : public ::testing::Test {
     }
     return Commit(step);
   }
-
-  TempDir dir_;
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
-  ComPtr<CMatlabOuting> outing_;
-  std::vector<std::unique_ptr<OutingListener>> listeners_;
 };
 
 TEST_F(MatlabOutingTest, ANewFileIsTheHeaderAloneAndAnOutingWithoutChannels) {

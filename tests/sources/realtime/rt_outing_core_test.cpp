@@ -4,6 +4,10 @@
 
 #include "config/real_time_settings.h"
 #include "platform/realtime/rt_tcp_server.h"
+#include "sources/realtime/rt_address.h"
+#include "sources/realtime/rt_channel_blocks.h"
+#include "sources/realtime/rt_connection_state.h"
+#include "sources/realtime/rt_live_event_set.h"
 #include "support/fixtures.h"
 #include "velmar/text.h"
 
@@ -215,6 +219,124 @@ TEST_F(RtOutingCoreTest, FollowsAServerOnLoopbackAndShowsItsLoss) {
   KivClientThread::Current().RunUntil([&] { return !core_->connected(); }, std::chrono::seconds(10));
   EXPECT_EQ(core_->GetCaption(), u"Failed to create outing");
   ASSERT_EQ(core_->ReadChannel(u"[0]Speed", &blocks), S_OK) << "the data held stays readable";
+}
+
+// tests/data/realtime/event_ranges.json: per case, ops on one set:
+// ["data", from, to, told or null], ["read", event times the server holds,
+// "ok" or "pending"], ["discard", time, any went, events left].
+TEST(RtLiveEventSetTest, TellsEachNewRangeOnceAndReadsWhatIsPending) {
+  const auto table = Fixture("realtime/event_ranges.json");
+  for (const auto& c : table["cases"]) {
+    RtLiveEventSet set;
+    for (const auto& op : c["ops"]) {
+      const std::string kind = op[0];
+      if (kind == "data") {
+        const auto told = set.OnData(op[1], op[2]);
+        EXPECT_EQ(told.has_value(), !op[3].is_null()) << c["name"] << " " << op.dump();
+        if (told && !op[3].is_null()) {
+          EXPECT_EQ((nlohmann::json{told->first, told->second}), op[3]) << c["name"];
+        }
+      } else if (kind == "read") {
+        const auto held = op[1].get<std::vector<KivTime>>();
+        const KivResult r = set.Read([&](KivTime from, KivTime to, std::vector<rt::WireEvent>* out) {
+          for (size_t i = 0; i < held.size(); ++i) {
+            rt::WireEvent event;
+            event.id = i + 1;
+            event.time = held[i];
+            if (held[i] >= from && held[i] <= to) out->push_back(event);
+          }
+          return S_OK;
+        });
+        EXPECT_EQ(r, op[2] == "ok" ? S_OK : KIV_E_PENDING) << c["name"] << " " << op.dump();
+      } else {
+        EXPECT_EQ(set.Discard(op[1]), op[2].get<bool>()) << c["name"];
+        EXPECT_EQ(set.events().size(), op[3].get<size_t>()) << c["name"];
+      }
+    }
+  }
+}
+
+RtHeldBlock Periodic(KivTime first, KivTime period, uint32_t count, bool continuous) {
+  RtHeldBlock block;
+  block.firstTime = first;
+  block.period = period;
+  block.continuous = continuous;
+  block.values.assign(count, 1.0);
+  return block;
+}
+
+class RtBlockListTest : public ::testing::TestWithParam<std::filesystem::path> {};
+
+// Each op is one read or message: ["run", first, period, count, n] inserts n
+// continuous blocks one after the other, ["insert", [[first, period, count,
+// continuous]...]] one read, ["merge", ran] and ["discard", time, gone].
+TEST_P(RtBlockListTest, HoldsWhatTheReadsAndDiscardsLeave) {
+  const auto c = ReadFixture(GetParam());
+  RtBlockList list;
+  for (const auto& op : c["ops"]) {
+    const std::string name = op[0];
+    if (name == "run") {
+      for (int i = 0; i < op[4].get<int>(); ++i) {
+        const KivTime first = op[1].get<KivTime>() + i * op[2].get<KivTime>() * op[3].get<KivTime>();
+        list.Insert({Periodic(first, op[2], op[3], true)});
+      }
+    } else if (name == "insert") {
+      std::vector<RtHeldBlock> read;
+      for (const auto& b : op[1]) read.push_back(Periodic(b[0], b[1], b[2], b[3].get<int>() != 0));
+      list.Insert(std::move(read));
+    } else if (name == "merge") {
+      EXPECT_EQ(list.MergeIfDue(), op[1].get<bool>());
+    } else if (name == "discard") {
+      EXPECT_EQ(list.Discard(op[1]), op[2].get<size_t>());
+    }
+  }
+  nlohmann::json held = nlohmann::json::array();
+  for (const auto& block : list.blocks()) held.push_back({block.firstTime, block.Count()});
+  EXPECT_EQ(held, c["expect"]["blocks"]);
+  EXPECT_EQ(list.merge_limit(), c["expect"]["mergeLimit"]);
+  EXPECT_EQ(list.merged_up_to(), c["expect"]["mergedUpTo"]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, RtBlockListTest, FixtureCases("realtime/blocks"), FixtureName);
+
+std::u16string Wide(const nlohmann::json& text) { return Utf8ToWide(text.get<std::string>()); }
+
+// tests/data/realtime/addresses.json: addresses with what they parse to,
+// hosts with their class, host lists with their class and hosts.
+TEST(RtAddressTest, ParsesAndClassesAsTheTableSays) {
+  const auto table = Fixture("realtime/addresses.json");
+  for (const auto& c : table["addresses"]) {
+    RtAddress address;
+    ASSERT_EQ(ParseRtAddress(Wide(c[0]), &address), c[1].get<bool>()) << c[0];
+    if (!c[1].get<bool>()) continue;
+    EXPECT_EQ(address.host, Wide(c[2])) << c[0];
+    EXPECT_EQ(address.port, c[3].get<uint16_t>()) << c[0];
+    EXPECT_EQ(address.name, Wide(c[4])) << c[0];
+    EXPECT_EQ(address.star, c[5].get<bool>()) << c[0];
+  }
+  for (const auto& c : table["hosts"]) {
+    EXPECT_EQ(static_cast<int>(ClassifyRtHost(Wide(c[0]))), c[1].get<int>()) << c[0];
+  }
+  for (const auto& c : table["lists"]) {
+    RtHostList list;
+    EXPECT_EQ(static_cast<int>(ClassifyRtHostList(Wide(c[0]), &list)), c[1].get<int>()) << c[0];
+    EXPECT_EQ(list.mainHost, Wide(c[2])) << c[0];
+    std::set<std::u16string> others;
+    for (const auto& h : c[3]) others.insert(Wide(h));
+    EXPECT_EQ(list.others, others) << c[0];
+  }
+}
+
+// tests/data/realtime/addresses.json also holds caption numbers with their
+// text and status codes with the state each shows.
+TEST(RtConnectionStateTest, CaptionFieldsAndStatusStates) {
+  const auto table = Fixture("realtime/addresses.json");
+  for (const auto& c : table["numbers"]) EXPECT_EQ(WideToUtf8(RtCaptionNumber(c[0])), c[1].get<std::string>());
+  EXPECT_EQ(RtStateCaption(RtConnectionState::kConnecting), u"Connecting...");
+  for (const auto& c : table["statuses"]) {
+    const auto status = static_cast<KivResult>(std::stoul(c[0].get<std::string>(), nullptr, 16));
+    EXPECT_EQ(static_cast<int>(RtStateOfStatus(status)), c[1].get<int>()) << c[2];
+  }
 }
 
 }  // namespace

@@ -8,18 +8,12 @@
 #include <sys/file.h>
 
 #include "export/fake_channel.h"
-#include "outing/cache/outing_cache_registry.h"
-#include "outing/factory/outing_factory.h"
-#include "platform/async/dispatcher.h"
 #include "sources/spreadsheet/excel_outing.h"
 #include "sources/spreadsheet/excel_write_back.h"
 #include "sources/spreadsheet/workbook_dump.h"
 #include "support/faulty_file_ops.h"
-#include "support/outing_listener.h"
-#include "support/temp_dir.h"
-#include "velmar/outing_factory.h"
-#include "velmar/text.h"
-#include "velmar/transaction.h"
+#include "support/fixtures.h"
+#include "support/matfile_spreadsheet_outing.h"
 
 namespace velmar::testing {
 namespace {
@@ -28,44 +22,12 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 constexpr KivTime kMs = 10'000;
 
-class ExcelOutingTest : public ::testing::TestWithParam<const char*> {
+class ExcelOutingTest : public FileOutingTest<CExcelOuting, CExcelOutingCache, ::testing::TestWithParam<const char*>> {
  protected:
   void SetUp() override { ASSERT_TRUE(Succeeded(RegisterExcelOutingSource())); }
-  void TearDown() override {
-    listeners_.clear();
-    outing_ = nullptr;
-    EXPECT_TRUE(Settle());
-    EXPECT_EQ(COutingCacheRegistry<CExcelOutingCache>::Instance().size(), 0u);
-  }
-  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(60)); }
   std::filesystem::path File(const std::string& stem) { return dir_ / (stem + "." + GetParam()); }
-
   KivResult Open(const std::filesystem::path& path, bool create) {
-    auto factory = MakeKiv<COutingFactory>();
-    const Variant paths = MakeTextArray({Utf8ToWide(path.string())});
-    OutingList outings;
-    const KivResult r =
-        factory->CreateEx(ToKivBool(create), KIV_FALSE, kSpreadsheetOutingTypeId.ToWide(), &paths, &outings);
-    if (r == S_OK) outing_ = ComPtr<CExcelOuting>(static_cast<CExcelOuting*>(outings.front().Get()));
-    return r;
-  }
-  OutingListener& Listen() {
-    listeners_.push_back(std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get())));
-    return *listeners_.back();
-  }
-  // Commits the steps; what the outing heard of messages.
-  std::vector<std::string> Commit(std::vector<ComPtr<CWriteBackStateMachineBase>> steps) {
-    OutingListener& heard = Listen();
-    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(outing_.Get()));
-    EXPECT_EQ(txn->Begin(), S_OK);
-    for (auto& step : steps) EXPECT_EQ(outing_->cache()->transaction()->AddWriteBackStep(std::move(step)), S_OK);
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    std::vector<std::string> messages;
-    for (const std::string& line : heard.log) {
-      if (line.find("Message") != std::string::npos) messages.push_back(line);
-    }
-    return messages;
+    return OpenAs(kSpreadsheetOutingTypeId, path, create);
   }
   // Channels of `count` samples each 10 ms from 0, resampled at `period` (0: native).
   ComPtr<CWriteBackStateMachineBase> Channels(std::vector<std::pair<const char16_t*, int>> channels, KivTime period) {
@@ -81,12 +43,6 @@ class ExcelOutingTest : public ::testing::TestWithParam<const char*> {
   ComPtr<CWriteBackStateMachineBase> Info(const PropertyList& properties) {
     return MakeKiv<CExcelOutingInfoStep>(outing_->cache()->write_back(), properties);
   }
-
-  TempDir dir_;
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
-  ComPtr<CExcelOuting> outing_;
-  std::vector<std::unique_ptr<OutingListener>> listeners_;
 };
 
 TEST_P(ExcelOutingTest, ANewWorkbookHasTheThreeEmptySheetsAndTheOutingNoData) {
@@ -116,18 +72,8 @@ TEST_P(ExcelOutingTest, ACommitWritesTheSheetsAnIndependentReaderFinds) {
   const PropertyList info{{u"Driver name", Variant::Text(u"Ann")}, {u"Comment", Variant::Text(u"wet\r\ndry")},
                           {u"Session number", Variant::I32(4)}};
   EXPECT_TRUE(Commit({Info(info), Channels({{u"[3]Speed", 4}, {u"Short", 2}}, 5 * kMs), events}).empty());
-  const json expected = {
-      {"Outing Information",
-       {{"A1", "Name"}, {"B1", "Value"}, {"A2", "Driver name"}, {"B2", "Ann"}, {"A3", "Comment"},
-        {"B3", "wet\ndry"}, {"A4", "Session number"}, {"B4", 4}}},
-      {"Channel Data",
-       {{"A1", "Time"}, {"B1", "Speed"}, {"C1", "Short"}, {"A2", 0}, {"B2", 1}, {"C2", 1}, {"A3", 0.005},
-        {"B3", 1.01}, {"C3", 1.01}, {"A4", 0.01}, {"B4", 1.02}, {"C4", 1.02}, {"A5", 0.015}, {"B5", 1.03},
-        {"A6", 0.02}, {"B6", 1.04}, {"A7", 0.025}, {"B7", 1.05}, {"A8", 0.03}, {"B8", 1.06}}},
-      {"Event Data",
-       {{"A1", "Time"}, {"B1", "Name"}, {"C1", "Category"}, {"D1", "Source"}, {"E1", "Message"}, {"A2", 2.5},
-        {"B2", "Mark"}, {"D2", "Analysis"}, {"A3", 1.5}, {"B3", "Pit In"}, {"C3", "Box Created"}, {"D3", "Driver"},
-        {"E3", "box\nnow"}}}};
+  json expected = Fixture("spreadsheet/outing/commit_sheets.json");
+  expected.erase("about");
   const json ours = OurDump(File("out"));
   for (const auto& [sheet, cells] : expected.items()) {
     for (const auto& [cell, value] : cells.items()) {

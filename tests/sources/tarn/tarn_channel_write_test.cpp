@@ -6,7 +6,6 @@
 #include "export/read_back.h"
 #include "sources/tarn/tarn_records.h"
 #include "tarn_outing_helper.h"
-#include "writeback/transaction_state_machine.h"
 
 namespace velmar::testing {
 namespace {
@@ -25,40 +24,29 @@ class TarnChannelWriteTest : public TarnOutingTest {
     OpenListened(path_);
   }
   // Queues a step over `items` in the outing's transaction and commits it.
-  std::vector<std::string> CommitItems(std::vector<std::unique_ptr<CExportChannel>> items,
-                                       const std::function<void()>& whileCommitting = {}) {
-    auto txn = Facet<IKivTransaction>();
-    EXPECT_EQ(txn->Begin(), S_OK);
+  Lines CommitItems(std::vector<std::unique_ptr<CExportChannel>> items,
+                    const std::function<void()>& whileCommitting = {}) {
     auto step = MakeKiv<CWBTarnWriteChannelStateMachine>(outing_->cache()->channel_write_back());
     for (auto& item : items) step->AddItem(std::move(item));
-    EXPECT_EQ(outing_->cache()->transaction()->AddWriteBackStep(step), S_OK);
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
+    CommitStep(step);
     if (whileCommitting) {
       whileCommitting();
       EXPECT_TRUE(Settle());
     }
-    std::vector<std::string> log;
-    for (const std::string& line : std::exchange(listener_->log, {})) {
-      if (line.rfind("TransactionMessage", 0) == 0 || line == "TransactionFinished") log.push_back(line);
-    }
-    return log;
+    return LinesStarting(listener_->log, {"TransactionMessage", "TransactionFinished"});
   }
   // The samples of the channel shown as `display` in a fresh open of the file.
   Samples ReadBack(const std::u16string& display) {
     ComPtr<CTarnOuting> fresh = Open(path_);
-    return ReadBackChannel(QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(fresh.Get())).Get(), display,
-                           [this] { return Settle(); });
+    return ReadBackChannel(Face<IKivChannelFactory>(fresh.Get()).Get(), display, [this] { return Settle(); });
   }
-
-  std::u16string path_;
 };
 
 TEST_F(TarnChannelWriteTest, ResampledChannelRoundTripsOnTheGridThroughAFreshOpen) {
   auto source = InMemoryChannel();
   std::vector<std::unique_ptr<CExportChannel>> items;
   items.push_back(std::make_unique<CExportChannel>(u"[3]Lap Speed", 0, kS, source.Get(), 3.6, 0.0, 0, 200000));
-  EXPECT_EQ(CommitItems(std::move(items)), std::vector<std::string>{"TransactionFinished"});
+  EXPECT_EQ(CommitItems(std::move(items)), Lines{"TransactionFinished"});
   const auto samples = ReadBack(u"Lap Speed");
   ASSERT_EQ(samples.size(), 5u);  // 0, 20, ... 80 ms; 100 ms lies past the last sample (90 ms)
   for (size_t i = 0; i < samples.size(); ++i) {
@@ -76,15 +64,14 @@ TEST_F(TarnChannelWriteTest, CommitWaitsForLateDataAndTheJobRefusesAStoredName) 
     EXPECT_TRUE(ReadBack(u"Late").empty());  // nothing written while the data is out
     late->Arrive();
   });
-  EXPECT_EQ(log, std::vector<std::string>{"TransactionFinished"});
+  EXPECT_EQ(log, Lines{"TransactionFinished"});
   EXPECT_EQ(ReadBack(u"Late").size(), 10u);
 
   // The name is stored now: a second write of it fails at the job, and the file keeps one.
   items.clear();
   items.push_back(std::make_unique<CExportChannel>(u"[0]Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
   EXPECT_EQ(CommitItems(std::move(items)),
-            (std::vector<std::string>{"TransactionMessage:Failed to write channels - duplicate channels found",
-                                      "TransactionFinished"}));
+            (Lines{"TransactionMessage:Failed to write channels - duplicate channels found", "TransactionFinished"}));
   EXPECT_EQ(ReadBack(u"Late").size(), 10u);
   items.clear();
   items.push_back(std::make_unique<CExportChannel>(u"Late", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
@@ -100,9 +87,8 @@ TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
   items.push_back(std::make_unique<CExportChannel>(u"[0]Gone", 0, kS, gone.Get(), 1.0, 0.0, 0, 0));
   items.push_back(std::make_unique<CExportChannel>(u"[0]Kept", 0, kS, InMemoryChannel().Get(), 1.0, 0.0, 0, 0));
   EXPECT_EQ(CommitItems(std::move(items), [&] { gone->Remove(); }),
-            (std::vector<std::string>{
-                "TransactionMessage:Error Exporting Channels...\n\tNo data found for channel Gone\n",
-                "TransactionFinished"}));
+            (Lines{"TransactionMessage:Error Exporting Channels...\n\tNo data found for channel Gone\n",
+                   "TransactionFinished"}));
   EXPECT_EQ(ReadBack(u"Kept").size(), 10u);
 
   auto never = InMemoryChannel();
@@ -110,9 +96,9 @@ TEST_F(TarnChannelWriteTest, ItemsWithoutDataAreReportedAndNoneMeansNoWrite) {
   items.clear();
   items.push_back(std::make_unique<CExportChannel>(u"[0]Never", 0, kS, never.Get(), 1.0, 0.0, 0, 0));
   EXPECT_EQ(CommitItems(std::move(items), [&] { never->Remove(); }),
-            (std::vector<std::string>{"TransactionMessage:Error Exporting Channels...\n\n\tNo data found for any of "
-                                      "the selected channels\n",
-                                      "TransactionFinished"}));
+            (Lines{"TransactionMessage:Error Exporting Channels...\n\n\tNo data found for any of "
+                   "the selected channels\n",
+                   "TransactionFinished"}));
 }
 
 TEST_F(TarnChannelWriteTest, DisplayLimitsAreStoredInTheChannelsUnit) {
@@ -123,13 +109,9 @@ TEST_F(TarnChannelWriteTest, DisplayLimitsAreStoredInTheChannelsUnit) {
                       {u"Display maximum", Variant::F64(100.0)}, {u"Display minimum", Variant::F64(-10.0)}};
   std::vector<std::unique_ptr<CExportChannel>> items;
   items.push_back(std::move(item));
-  ASSERT_EQ(CommitItems(std::move(items)), std::vector<std::string>{"TransactionFinished"});
-  ComPtr<IKivTarnStoreFactory> factory;
-  ComPtr<IKivTarnStore> store;
+  ASSERT_EQ(CommitItems(std::move(items)), Lines{"TransactionFinished"});
   ComPtr<IKivTarnChannelRecords> records;
-  ASSERT_EQ(CreateTarnStoreFactory(&factory), S_OK);
-  ASSERT_EQ(factory->OpenFile(path_, IKivTarnStore::iid, store.PutVoid()), S_OK);
-  ASSERT_EQ(QueryAs<IKivTarnChannels>(store.Get())->GetChannelList(kTarnWaitForever, records.Put()), S_OK);
+  ASSERT_EQ(OpenStore(path_).As<IKivTarnChannels>()->GetChannelList(kTarnWaitForever, records.Put()), S_OK);
   for (const TarnChannelDescription& r : Items(records)) {
     if (!r.tagName || std::u16string(r.tagName) != u"Limited") continue;
     EXPECT_NEAR(r.displayMaximum, 360.0, 1e-9) << "100 m/s in km/h";

@@ -3,10 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
+#include <span>
 #include <thread>
 
 #include "jobs/job_thread.h"
+#include "platform/store/record_items.h"
+#include "sources/tarn/tarn_convert.h"
 #include "tarn_test_helper.h"
+#include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
@@ -39,15 +44,7 @@ class LoneMainFactory final : public KivObject<IKivTarnStoreFactory> {
   std::atomic<std::thread::id>* releasedOn_;
 };
 
-class FileStateMachineTest : public TarnTest {
- protected:
-  // The file's close must run before the engine stops, or it never ends.
-  void TearDown() override {
-    file_.Reset();
-    TarnTest::TearDown();
-  }
-  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
-};
+using FileStateMachineTest = TarnFileTest;
 
 TEST_F(FileStateMachineTest, OpenThenCloseGoesThroughEveryState) {
   std::u16string path = Write(SampleDataSet());
@@ -160,9 +157,7 @@ TEST_F(FileStateMachineTest, AConnectionHoldsEveryInterfaceAndGivesThemUpInTheCl
   TarnConnection c;
   EXPECT_TRUE(c.empty());
   EXPECT_EQ(c.QueryAll(), E_FAIL) << "nothing to query without the main object";
-  ComPtr<IKivTarnStoreFactory> factory;
-  ASSERT_EQ(CreateTarnStoreFactory(&factory), S_OK);
-  ASSERT_EQ(factory->OpenFile(Write(SampleDataSet()), IKivTarnStore::iid, c.main.PutVoid()), S_OK);
+  c.main = OpenStore(Write(SampleDataSet()));
   ASSERT_EQ(c.QueryAll(), S_OK);
   EXPECT_TRUE(c.media && c.constants && c.lapMarkers && c.events && c.channels && c.blobs && c.writeAccess &&
               c.details);
@@ -173,6 +168,124 @@ TEST_F(FileStateMachineTest, AConnectionHoldsEveryInterfaceAndGivesThemUpInTheCl
   EXPECT_EQ(all.front().Get(), main);
   EXPECT_EQ(all.back().Get(), media);
   EXPECT_TRUE(c.empty());
+}
+
+namespace p = tarn_property;
+
+class TarnConvertTest : public TarnTest {
+ protected:
+  ComPtr<IKivTarnConstantRecords> Constants(const std::u16string& path) {
+    ComPtr<IKivTarnConstantRecords> constants;
+    EXPECT_EQ(OpenStore(path).As<IKivTarnConstants>()->GetConstants(kDefaultWaitLimit, constants.Put()), S_OK);
+    return constants;
+  }
+  size_t FilesInFolder() const {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(dir_.path()), {}));
+  }
+};
+
+TEST_F(TarnConvertTest, EveryKindOfDataRoundTripsThroughTheStore) {
+  std::u16string path = Write(SampleDataSet());
+  EXPECT_EQ(FilesInFolder(), 1u) << "no temporary file is left";
+  auto store = OpenStore(path);
+  ASSERT_TRUE(store);
+
+  ComPtr<IKivTarnOutingRecords> detailsObject;
+  ASSERT_EQ(store.As<IKivTarnOutingDetails>()->GetDetails(kDefaultWaitLimit, detailsObject.Put()), S_OK);
+  auto details = Items(detailsObject);
+  ASSERT_EQ(details.size(), 1u);
+  TarnPropertyMap read = OutingProperties(details[0], NowAsOleDate());
+  EXPECT_EQ(*read.at(std::u16string(p::kTrackName)).AsText(), u"Lakeside");
+  EXPECT_EQ(read.at(std::u16string(p::kSessionNumber)).AsU32(), 3u);
+  EXPECT_EQ(read.at(std::u16string(p::kUtcDifference)).AsI32(), -120);
+  EXPECT_EQ(read.at(std::u16string(p::kLastLapNumber)).AsU32(), 4u);
+  EXPECT_FALSE(read.contains(std::u16string(p::kFastLapNumber))) << "none was given";
+  KivTime a = 0, b = 0;
+  EXPECT_EQ(store->GetOutingRange(kDefaultWaitLimit, &a, &b), S_OK);
+  EXPECT_EQ(b, 100 * kS);
+  EXPECT_EQ(store->GetMovementRange(kDefaultWaitLimit, &a, &b), S_OK);
+  EXPECT_EQ(a, 5 * kS);
+
+  auto channels = store.As<IKivTarnChannels>();
+  ComPtr<IKivTarnChannelRecords> listObject;
+  ASSERT_EQ(channels->GetChannelList(kDefaultWaitLimit, listObject.Put()), S_OK);
+  auto list = Items(listObject);
+  ASSERT_EQ(list.size(), 2u);
+  const TarnChannelDescription& speed = list[0];
+  EXPECT_EQ(std::u16string(speed.tagName), u"Speed");
+  EXPECT_EQ(std::u16string(speed.displayName), u"[3]Speed");
+  EXPECT_EQ(speed.quantityId, kQuantitySpeed);
+  EXPECT_EQ(speed.unitId, 1u);
+  EXPECT_EQ(speed.displayMaximum, 300.0);
+  EXPECT_EQ(speed.sampleType, 7u);
+  ComPtr<IKivTarnChannelDataRecords> dataObject;
+  ASSERT_EQ(channels->GetChannelData(kDefaultWaitLimit, speed.id, kTimeMin, kTimeMax, dataObject.Put()), S_OK);
+  auto data = Items(dataObject);
+  ASSERT_EQ(data.size(), 2u);
+  EXPECT_EQ(data[1].firstTime, 50 * kS);
+  EXPECT_EQ(data[1].continuous, 1);
+  EXPECT_EQ(static_cast<const double*>(data[1].samples)[1], 50.0);
+
+  auto events = store.As<IKivTarnEvents>();
+  ComPtr<IKivTarnEventNameRecords> namesObject;
+  ASSERT_EQ(events->GetEventNames(kDefaultWaitLimit, namesObject.Put()), S_OK);
+  EXPECT_EQ(Items(namesObject).size(), 2u);
+
+  auto constantsObject = Constants(path);
+  auto constants = Items(constantsObject);
+  ASSERT_EQ(constants.size(), 2u);
+  EXPECT_EQ(constants[0].value, 2.75);
+  EXPECT_EQ(constants[0].text, nullptr);
+  EXPECT_EQ(std::u16string(constants[1].text), u"wet");
+
+  ComPtr<IKivTarnLapMarkerRecords> markersObject;
+  ASSERT_EQ(store.As<IKivTarnLapMarkers>()->GetLapMarkers(kDefaultWaitLimit, markersObject.Put()), S_OK);
+  auto markers = Items(markersObject);
+  ASSERT_EQ(markers.size(), 3u);
+  EXPECT_EQ(markers[0].distanceOrigin, 12.5);
+  EXPECT_EQ(markers[2].crossing, 0);
+}
+
+TEST_F(TarnConvertTest, AnEmptyOutingMakesAFileWithNothingButDetails) {
+  auto store = OpenStore(Write(TarnDataSet{}));
+  ASSERT_TRUE(store);
+  ComPtr<IKivTarnChannelRecords> listObject;
+  ASSERT_EQ(store.As<IKivTarnChannels>()->GetChannelList(kDefaultWaitLimit, listObject.Put()), S_OK);
+  EXPECT_TRUE(Items(listObject).empty());
+  ComPtr<IKivTarnOutingRecords> detailsObject;
+  ASSERT_EQ(store.As<IKivTarnOutingDetails>()->GetDetails(kDefaultWaitLimit, detailsObject.Put()), S_OK);
+  auto details = Items(detailsObject);
+  ASSERT_EQ(details.size(), 1u);
+  TarnPropertyMap read = OutingProperties(details[0], NowAsOleDate());
+  EXPECT_FALSE(read.contains(std::u16string(p::kLastLapNumber)));
+  EXPECT_FALSE(read.contains(std::u16string(p::kFastLapTime)));
+  EXPECT_FALSE(read.contains(std::u16string(p::kTrackName)));
+}
+
+TEST_F(TarnConvertTest, AnExistingFileIsReplacedWhole) {
+  std::u16string path = Write(SampleDataSet());
+  ASSERT_EQ(WriteTarnDataSet(path, TarnDataSet{}), S_OK);
+  EXPECT_TRUE(Items(Constants(path)).empty());
+}
+
+TEST_F(TarnConvertTest, AFailedWriteLeavesTheOldFileAndNoTemporary) {
+  std::u16string path = Write(SampleDataSet());
+  TarnDataSet bad = SampleDataSet();
+  bad.channels[1].blocks[0].times.pop_back();  // times no longer match the values
+  EXPECT_EQ(WriteTarnDataSet(path, bad), E_INVALIDARG);
+  EXPECT_EQ(FilesInFolder(), 1u);
+  EXPECT_EQ(Items(Constants(path)).size(), 2u);
+}
+
+TEST_F(TarnConvertTest, BadPathsAndBlocksGiveCodes) {
+  EXPECT_EQ(WriteTarnDataSet(u"", TarnDataSet{}), STG_E_INVALIDNAME);
+  EXPECT_TRUE(Failed(WriteTarnDataSet(PathOf("missing/outing.trn"), TarnDataSet{})));
+  TarnDataSet empty = SampleDataSet();
+  empty.channels[0].blocks[0].values.clear();
+  EXPECT_EQ(WriteTarnDataSet(PathOf("a.trn"), empty), E_INVALIDARG);
+  EXPECT_EQ(FilesInFolder(), 0u);
+  auto noFactory = [](ComPtr<IKivTarnStoreFactory>*) { return REGDB_E_CLASSNOTREG; };
+  EXPECT_EQ(WriteTarnDataSet(PathOf("b.trn"), TarnDataSet{}, noFactory), REGDB_E_CLASSNOTREG);
 }
 
 }  // namespace

@@ -2,58 +2,32 @@
 
 #include <string>
 
-#include "outing/cache/outing_on_cache.h"
 #include "platform/store/fault_vfs.h"
-#include "platform/store/store_factory.h"
-#include "sources/tarn/tarn_outing.h"
 #include "support/fixtures.h"
-#include "support/outing_listener.h"
-#include "tarn_test_helper.h"
+#include "tarn_outing_helper.h"
 #include "velmar/blob_writer.h"
 #include "velmar/constants.h"
-#include "velmar/transaction.h"
 
 namespace velmar::testing {
 namespace {
 
-const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
-using Lines = std::vector<std::string>;
-
-class TarnEditTest : public TarnTest {
+class TarnEditTest : public TarnOutingTest {
  protected:
   void SetUp() override {
     path_ = Write(SampleDataSet());
     Reopen();
   }
-  void TearDown() override {
-    Close();
-    TarnTest::TearDown();
-  }
-  void Close() {
-    listener_.reset();
-    outing_ = nullptr;
-    EXPECT_TRUE(Settle());
-  }
   // A fresh outing on a fresh cache, its information, laps and constants read.
   void Reopen() {
-    Close();
-    ASSERT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType, makeFactory_); }, &outing_),
-              S_OK);
-    listener_ = std::make_unique<OutingListener>(outing());
+    TarnOutingTest::Reopen();
     (void)Information();
     (void)ConstantNames();
     ASSERT_TRUE(Settle());
     listener_->log.clear();
   }
-  IKivOuting* outing() const { return static_cast<IKivOuting*>(outing_.Get()); }
-  template <class I>
-  ComPtr<I> Face() const {
-    return QueryAs<I>(outing());
-  }
   ComPtr<IKivPropertySet> Information() {
     ComPtr<IKivPropertySet> info;
-    (void)outing()->GetOutingInformation(info.Put());
+    (void)outing_->GetOutingInformation(info.Put());
     return info;
   }
   Variant Property(const std::u16string& name) {
@@ -63,18 +37,16 @@ class TarnEditTest : public TarnTest {
   }
   NameList ConstantNames() {
     NameList names;
-    (void)Face<IKivConstantFactory2>()->GetNames(&names);
+    (void)Facet<IKivConstantFactory2>()->GetNames(&names);
     return names;
   }
   NameList BlobNames() {
     NameList names;
-    (void)Face<IKivBlobFactory>()->GetNames(&names);
-    EXPECT_TRUE(Settle());
-    (void)Face<IKivBlobFactory>()->GetNames(&names);
+    (void)Listed<IKivBlobFactory>(&names);
     return names;
   }
   std::vector<uint32_t> LapNumbers() {
-    auto markers = Face<IKivLapMarkers>();
+    auto markers = Facet<IKivLapMarkers>();
     uint32_t count = 0;
     EXPECT_EQ(markers->GetLapMarkerCount(&count), S_OK);
     std::vector<uint32_t> numbers(count);
@@ -83,24 +55,11 @@ class TarnEditTest : public TarnTest {
   }
   // Runs `edit` in one transaction; the messages it sent.
   template <class Edit>
-  Lines Commit(Edit edit) {
-    auto txn = Face<IKivTransaction>();
-    listener_->log.clear();
-    EXPECT_EQ(txn->Begin(), S_OK);
-    edit();
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    Lines messages;
-    for (const std::string& line : listener_->log) {
-      if (line.rfind("TransactionMessage:", 0) == 0) messages.push_back(line.substr(19));
-    }
+  Lines Messages(Edit edit) {
+    Lines messages = Commit(edit, {"TransactionMessage:"});
+    for (std::string& line : messages) line.erase(0, std::string_view("TransactionMessage:").size());
     return messages;
   }
-
-  TarnStoreFactoryMaker makeFactory_ = DefaultTarnStoreFactoryMaker();
-  std::u16string path_;
-  ComPtr<CTarnOuting> outing_;
-  std::unique_ptr<OutingListener> listener_;
 };
 
 std::u16string NameOf(const nlohmann::json& c) {
@@ -117,16 +76,16 @@ Variant ValueOf(const nlohmann::json& v) {
 TEST_F(TarnEditTest, EachCallGivesItsCodeAndARefusalQueuesNothing) {
   for (const auto table = Fixture("sources/tarn_edit_calls.json"); const auto& c : table["cases"]) {
     if (c.value("listed", false)) (void)BlobNames();
-    auto txn = Face<IKivTransaction>();
+    auto txn = Facet<IKivTransaction>();
     ASSERT_EQ(txn->Begin(), S_OK);
     const std::string call = c["call"];
     const std::u16string name = NameOf(c);
     KivResult r = E_UNEXPECTED;
-    if (call == "AddConstant") r = Face<IKivConstantFactory2>()->AddConstant(name, c["kind"].get<uint32_t>());
-    if (call == "RemoveConstant") r = Face<IKivConstantFactory2>()->RemoveConstant(name);
-    if (call == "AddBlob") r = Face<IKivBlobWriter>()->AddBlob(name, Utf8ToWide(c["type"].get<std::string>()));
-    if (call == "ModifyBlob") r = Face<IKivBlobWriter>()->ModifyBlob(name, {1, 2});
-    if (call == "RemoveBlob") r = Face<IKivBlobWriter>()->RemoveBlob(name);
+    if (call == "AddConstant") r = Facet<IKivConstantFactory2>()->AddConstant(name, c["kind"].get<uint32_t>());
+    if (call == "RemoveConstant") r = Facet<IKivConstantFactory2>()->RemoveConstant(name);
+    if (call == "AddBlob") r = Facet<IKivBlobWriter>()->AddBlob(name, Utf8ToWide(c["type"].get<std::string>()));
+    if (call == "ModifyBlob") r = Facet<IKivBlobWriter>()->ModifyBlob(name, {1, 2});
+    if (call == "RemoveBlob") r = Facet<IKivBlobWriter>()->RemoveBlob(name);
     if (call == "SetProperty") r = Information()->SetProperty(name, ValueOf(c["value"]));
     EXPECT_EQ(r, static_cast<KivResult>(std::stoul(c["result"].get<std::string>(), nullptr, 16))) << c;
     EXPECT_EQ(outing_->cache()->transaction()->pending_count(), Succeeded(r) ? 1u : 0u) << c;
@@ -137,8 +96,8 @@ TEST_F(TarnEditTest, EachCallGivesItsCodeAndARefusalQueuesNothing) {
 }
 
 TEST_F(TarnEditTest, ConstantsRoundTripAndTheSecondOfTwoAddsIsADuplicate) {
-  auto factory = Face<IKivConstantFactory2>();
-  EXPECT_EQ(Commit([&] {
+  auto factory = Facet<IKivConstantFactory2>();
+  EXPECT_EQ(Messages([&] {
               EXPECT_EQ(factory->AddConstant(u"Toe", kSimpleConstant), S_OK);
               EXPECT_EQ(factory->AddConstant(u"Toe", kSimpleConstant), S_OK) << "not in the list until the reload";
               EXPECT_EQ(factory->RemoveConstant(u"Wheelbase"), S_OK);
@@ -149,7 +108,7 @@ TEST_F(TarnEditTest, ConstantsRoundTripAndTheSecondOfTwoAddsIsADuplicate) {
   // Two writers on one constant in one transaction: one step, with the first one's values.
   ComPtr<IKivConstant> toe;
   ASSERT_EQ(factory->GetItem(u"Toe", toe.Put()), S_OK);
-  EXPECT_EQ(Commit([&] {
+  EXPECT_EQ(Messages([&] {
               for (double value : {1.5, 2.5}) {
                 ComPtr<IKivSimpleConstantWriter> writer;
                 ASSERT_EQ(QueryAs<IKivSimpleConstant>(toe.Get())->GetWriter(writer.Put()), S_OK);
@@ -164,7 +123,7 @@ TEST_F(TarnEditTest, ConstantsRoundTripAndTheSecondOfTwoAddsIsADuplicate) {
   Reopen();
   EXPECT_EQ(ConstantNames(), (NameList{u"Setup", u"Toe"}));
   ComPtr<IKivConstant> fresh;
-  ASSERT_EQ(Face<IKivConstantFactory2>()->GetItem(u"Toe", fresh.Put()), S_OK);
+  ASSERT_EQ(Facet<IKivConstantFactory2>()->GetItem(u"Toe", fresh.Put()), S_OK);
   double value = 0;
   std::u16string unit;
   EXPECT_EQ(fresh->GetValue(&value), S_OK);
@@ -174,9 +133,9 @@ TEST_F(TarnEditTest, ConstantsRoundTripAndTheSecondOfTwoAddsIsADuplicate) {
 }
 
 TEST_F(TarnEditTest, BlobsRoundTripAndADuplicateBeforeTheListFailsAtTheJob) {
-  auto writer = Face<IKivBlobWriter>();
+  auto writer = Facet<IKivBlobWriter>();
   const std::u16string type = u"{6B1A3C55-30D6-4B8E-9E43-5E2D7D0C2B11}";
-  EXPECT_EQ(Commit([&] {
+  EXPECT_EQ(Messages([&] {
               EXPECT_EQ(writer->AddBlob(u"Map", type), S_OK);
               EXPECT_EQ(writer->AddBlob(u"Sheet", type), S_OK);
               EXPECT_EQ(writer->ModifyBlob(u"Sheet", {9, 8, 7}), S_OK);
@@ -188,7 +147,7 @@ TEST_F(TarnEditTest, BlobsRoundTripAndADuplicateBeforeTheListFailsAtTheJob) {
   Reopen();
   EXPECT_EQ(BlobNames(), (NameList{u"Map", u"Sheet"}));
   ComPtr<IKivBlob> sheet;
-  ASSERT_EQ(Face<IKivBlobFactory>()->GetItem(u"Sheet", sheet.Put()), S_OK);
+  ASSERT_EQ(Facet<IKivBlobFactory>()->GetItem(u"Sheet", sheet.Put()), S_OK);
   std::vector<uint8_t> bytes;
   (void)sheet->GetData(&bytes);
   ASSERT_TRUE(Settle());
@@ -199,7 +158,7 @@ TEST_F(TarnEditTest, BlobsRoundTripAndADuplicateBeforeTheListFailsAtTheJob) {
 TEST_F(TarnEditTest, InformationRoundTripsAndAFirstLapRenumbersTheLaps) {
   EXPECT_EQ(LapNumbers(), (std::vector<uint32_t>{1, 2, 3}));
   EXPECT_EQ(Information()->SetProperties({}), E_FAIL);
-  EXPECT_EQ(Commit([&] {
+  EXPECT_EQ(Messages([&] {
               EXPECT_EQ(Information()->SetProperties({{u"Driver name", Variant::Text(u"B. Driver")},
                                                       {u"GUID", Variant::Text(u"{x}")},
                                                       {u"Engine test", Variant::Bool(true)},
@@ -218,9 +177,7 @@ TEST_F(TarnEditTest, InformationRoundTripsAndAFirstLapRenumbersTheLaps) {
 }
 
 TEST_F(TarnEditTest, ADiskFailingInTheCommitLeavesTheDetailsAsBeforeAndSaysSo) {
-  makeFactory_ = [](ComPtr<IKivTarnStoreFactory>* out) {
-    return store::CreateTarnStoreFactory({.vfs = store::FaultVfs::Get().kName}, out);
-  };
+  makeFactory_ = FaultyStoreMaker();
   bool sawSuccess = false;
   for (int64_t okCalls = 0; okCalls < 64 && !sawSuccess; ++okCalls) {
     SCOPED_TRACE("writes let through: " + std::to_string(okCalls));
@@ -228,7 +185,7 @@ TEST_F(TarnEditTest, ADiskFailingInTheCommitLeavesTheDetailsAsBeforeAndSaysSo) {
     path_ = Write(SampleDataSet(), "round" + std::to_string(okCalls) + ".trn");
     Reopen();
     store::FaultVfs::Get().FailAfter(okCalls);
-    const Lines messages = Commit([&] {
+    const Lines messages = Messages([&] {
       EXPECT_EQ(Information()->SetProperties({{u"Driver name", Variant::Text(u"B. Driver")},
                                               {u"First lap number", Variant::I32(5)}}),
                 S_OK);

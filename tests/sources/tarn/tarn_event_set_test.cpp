@@ -2,49 +2,33 @@
 
 #include <gtest/gtest.h>
 
-#include "support/data_listener.h"
+#include <map>
+
 #include "outing/cache/outing_source.h"
-#include "sources/tarn/tarn_outing.h"
-#include "tarn_test_helper.h"
+#include "sources/tarn/tarn_event_remove.h"
+#include "sources/tarn/tarn_event_write.h"
+#include "sources/tarn/tarn_records.h"
+#include "support/data_listener.h"
+#include "tarn_outing_helper.h"
 #include "velmar/constants.h"
 
 namespace velmar::testing {
 namespace {
 
-const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
-
 // An outing on the sample file whose lists are in.
-class TarnItemsTest : public TarnTest {
+class TarnItemsTest : public TarnOutingTest {
  protected:
   void SetUp() override {
     path_ = Write(SampleDataSet());
-    outing_ = Open();
+    outing_ = Open(path_);
     ASSERT_TRUE(outing_);
-    events_ = Facet<IKivEventsFactory>(outing_);
-    constants_ = Facet<IKivConstantFactory>(outing_);
-    NameList names;
-    ASSERT_EQ(events_->GetNames(&names), S_OK);
-    ASSERT_EQ(constants_->GetNames(&names), S_OK);
-    ASSERT_TRUE(Settle());
+    events_ = Listed<IKivEventsFactory>();
+    constants_ = Listed<IKivConstantFactory>();
   }
   void TearDown() override {
     events_ = nullptr;
     constants_ = nullptr;
-    outing_ = nullptr;
-    TarnTest::TearDown();
-  }
-  ComPtr<CTarnOuting> Open() {
-    ComPtr<CTarnOuting> outing;
-    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType); }, &outing),
-              S_OK);
-    return outing;
-  }
-  template <class I>
-  static ComPtr<I> Facet(const ComPtr<CTarnOuting>& outing) {
-    ComPtr<I> facet;
-    EXPECT_EQ(outing.As(&facet), S_OK);
-    return facet;
+    TarnOutingTest::TearDown();
   }
   // The set's events once its records are in.
   ComPtr<IKivEvents> ReadEvents(IKivEventSet* set) {
@@ -71,8 +55,6 @@ class TarnItemsTest : public TarnTest {
     return t;
   }
 
-  std::u16string path_;
-  ComPtr<CTarnOuting> outing_;
   ComPtr<IKivEventsFactory> events_;
   ComPtr<IKivConstantFactory> constants_;
 };
@@ -140,8 +122,8 @@ TEST_F(TarnItemsTest, AnOffsetReachesEveryEventAndTheNextIteratorIsReadAfresh) {
 }
 
 TEST_F(TarnItemsTest, TwoOutingObjectsShareOneReadOfASet) {
-  ComPtr<CTarnOuting> second = Open();
-  ComPtr<IKivEventsFactory> secondEvents = Facet<IKivEventsFactory>(second);
+  ComPtr<CTarnOuting> second = Open(path_);
+  auto secondEvents = Face<IKivEventsFactory>(second.Get());
   ComPtr<IKivEventSet> mine, theirs;
   ASSERT_EQ(events_->GetItem(u"Pit", mine.Put()), S_OK);
   ASSERT_EQ(secondEvents->GetItem(u"Pit", theirs.Put()), S_OK);
@@ -194,6 +176,78 @@ TEST_F(TarnItemsTest, ConstantsCarryTheirValueUnitAndText) {
   ASSERT_EQ(constants_->GetItem(u"Setup", setup.Put()), S_OK);
   ASSERT_EQ(setup->GetText(&text), S_OK);
   EXPECT_EQ(text, u"wet") << "a text constant keeps its text";
+}
+
+class TarnEventWriteTest : public TarnOutingTest {
+ protected:
+  void SetUp() override {
+    path_ = Write(SampleDataSet());
+    OpenListened(path_);
+  }
+  // Commits one removal of (set name, time) pairs; the transaction's messages.
+  Lines Remove(const std::vector<std::pair<std::u16string, KivTime>>& named) {
+    std::vector<CExportEvent> events;
+    for (const auto& [name, time] : named) {
+      CExportEvent event;
+      event.name = name;
+      event.time = time;
+      events.push_back(std::move(event));
+    }
+    return CommitStep(
+        MakeKiv<CWBTarnRemoveEventsStateMachine>(outing_->cache()->event_write_back(), std::move(events)));
+  }
+  // How many events each set has in the file, as another reader sees it.
+  std::map<std::u16string, size_t> StoredEvents() {
+    auto events = QueryAs<IKivTarnEvents>(OpenStore(path_).Get());
+    ComPtr<IKivTarnEventNameRecords> names;
+    EXPECT_EQ(events->GetEventNames(kTarnWaitForever, names.Put()), S_OK);
+    std::map<std::u16string, size_t> counts;
+    for (const TarnEventName& n : Items(names)) {
+      ComPtr<IKivTarnEventRecords> records;
+      EXPECT_EQ(events->GetEventData(kTarnWaitForever, 1, &n.id, INT64_MIN, INT64_MAX, records.Put()), S_OK);
+      counts[n.name] = Items(records).size();
+    }
+    return counts;
+  }
+};
+
+TEST_F(TarnEventWriteTest, EventsOfAnotherOutingAreWrittenOnceRefusedAsDuplicatesAndRemovable) {
+  // The source: the sample's "Pit" set (40 s and 45 s), read from another file.
+  const std::u16string sourcePath = Write(SampleDataSet(), "source.trn");
+  ComPtr<CTarnOuting> source = Open(sourcePath);
+  auto sets = Face<IKivEventsFactory>(source.Get());
+  NameList names;
+  (void)sets->GetNames(&names);
+  ASSERT_TRUE(Settle());
+  ComPtr<IKivEventSet> pit;
+  ASSERT_EQ(sets->GetItem(u"Pit", pit.Put()), S_OK);
+  CAnyStringsHelper strings;
+  const auto writePit = [&] {
+    auto step = MakeKiv<CWBTarnWriteEventsStateMachine>(outing_->cache()->event_write_back(), 0, 100 * kS);
+    step->AddItem(std::make_unique<CExportEventSet>(strings, u"Pit", pit.Get(), 0, 100 * kS, 0));
+    return CommitStep(step);
+  };
+  // Into a file of the same outing without events: both come in, added in
+  // analysis, so that they can be removed again.
+  TarnDataSet bare = SampleDataSet();
+  bare.events.clear();
+  path_ = Write(bare, "bare.trn");
+  Reopen();
+  EXPECT_TRUE(writePit().empty());
+  EXPECT_EQ(StoredEvents(), (std::map<std::u16string, size_t>{{u"Pit", 2}}));
+  EXPECT_EQ(writePit(), Lines{"TransactionMessage:Failed to write events - duplicate events found"});
+  EXPECT_TRUE(Remove({{u"Pit", 40 * kS}, {u"Pit", 45 * kS}}).empty());
+  EXPECT_TRUE(StoredEvents().empty());
+}
+
+TEST_F(TarnEventWriteTest, OnlyEventsAddedInAnalysisGoAndRecordedOnesAreNotFound) {
+  EXPECT_TRUE(Remove({{u"Flag", 20 * kS}, {u"Pit", 40 * kS}}).empty());
+  EXPECT_EQ(StoredEvents(), (std::map<std::u16string, size_t>{{u"Pit", 2}}));  // the set went with its last event
+
+  EXPECT_EQ(Remove({{u"Pit", 45 * kS}, {u"Nowhere", 1}}),
+            Lines{"TransactionMessage:Failed to remove events - events not found"});
+  EXPECT_EQ(Remove({}), Lines{"TransactionMessage:Failed to remove events - no events selected"});
+  EXPECT_EQ(StoredEvents(), (std::map<std::u16string, size_t>{{u"Pit", 2}}));
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include "export/fake_channel.h"
 #include "export/read_back.h"
 #include "platform/store/fault_vfs.h"
-#include "platform/store/store_factory.h"
 #include "tarn_outing_helper.h"
 
 namespace velmar::testing {
@@ -17,19 +16,9 @@ namespace {
 
 class TarnExportFaultsTest : public TarnOutingTest {
  protected:
-  ComPtr<CTarnOuting> OpenFaulty(const std::u16string& path) {
-    ComPtr<CTarnOuting> outing;
-    TarnStoreFactoryMaker maker = [](ComPtr<IKivTarnStoreFactory>* out) {
-      return store::CreateTarnStoreFactory({.vfs = store::FaultVfs::Get().kName}, out);
-    };
-    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path, false, [&] { return MakeKiv<CTarnOutingCache>(path, kTarnType, maker); }, &outing),
-              S_OK);
-    return outing;
-  }
   // Queues a channel and an event step and commits them.
   void CommitExport(CTarnOuting* outing) {
-    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(outing));
+    auto txn = Face<IKivTransaction>(outing);
     ASSERT_EQ(txn->Begin(), S_OK);
     auto channels = MakeKiv<CWBTarnWriteChannelStateMachine>(outing->cache()->channel_write_back());
     channels->AddItem(std::make_unique<CExportChannel>(u"[0]Added", 0, kS, source_.Get(), 1.0, 0.0, 0, 0));
@@ -49,19 +38,18 @@ TEST_F(TarnExportFaultsTest, AFailureTheCommitHeardLeavesNothingOfTheWriteAndIsR
   for (int64_t okCalls = 0; okCalls < 96 && !sawSuccess; okCalls += 3) {
     SCOPED_TRACE("writes let through: " + std::to_string(okCalls));
     const std::u16string path = Write(SampleDataSet(), "round" + std::to_string(okCalls) + ".trn");
-    ComPtr<CTarnOuting> outing = OpenFaulty(path);
+    ComPtr<CTarnOuting> outing = OpenTarnOuting(path, FaultyStoreMaker());
     OutingListener heard(static_cast<IKivOuting*>(outing.Get()));
     store::FaultVfs::Get().FailAfter(okCalls);
     CommitExport(outing.Get());
     store::FaultVfs::Get().Disarm();
     std::string told;  // the messages, one after another
-    for (const std::string& line : heard.log) told += line.rfind("TransactionMessage:", 0) == 0 ? line : "";
+    for (const std::string& line : LinesStarting(heard.log, {"TransactionMessage:"})) told += line;
     outing = nullptr;
     ASSERT_TRUE(Settle());
     // Channels that a failed step, access or commit took are not in the file.
     const bool lost = told.find("channels") != std::string::npos || told.find("outing") != std::string::npos;
-    ComPtr<CTarnOuting> fresh = Open(path);
-    auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(fresh.Get()));
+    auto channels = Face<IKivChannelFactory>(Open(path).Get());
     EXPECT_EQ(ReadBackChannel(channels.Get(), u"Added", [this] { return Settle(); }).size(), lost ? 0u : 10u) << told;
     // A failure after the commit ended (a checkpoint) tells nothing and loses nothing.
     sawSuccess = told.empty();

@@ -8,22 +8,16 @@
 #include "core/velmar.h"
 #include "platform/registry/registry_file.h"
 #include "platform/store/fault_vfs.h"
-#include "platform/store/store_factory.h"
 #include "tasks/tasks.h"
 #include "outing/channels/distance_channel.h"
-#include "support/outing_listener.h"
-#include "outing/cache/outing_on_cache.h"
+#include "support/selection_binding.h"
 #include "sources/tarn/tarn_lap_marker_steps.h"
-#include "sources/tarn/tarn_outing.h"
-#include "tarn_test_helper.h"
+#include "tarn_outing_helper.h"
 #include "velmar/common_channels.h"
-#include "velmar/transaction.h"
 
 namespace velmar::testing {
 namespace {
 
-const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
-using Lines = std::vector<std::string>;
 using Times = std::vector<KivTime>;
 
 // 0 to 100 s at 50 m/s: "[1]Distance" is 50 m per second. Markers at 30 s and
@@ -31,20 +25,14 @@ using Times = std::vector<KivTime>;
 TarnDataSet LapDataSet() {
   TarnDataSet d;
   d.outingRange = {{0, 100 * kS}};
-  TarnDataSetChannel distance;
-  distance.name = u"Distance";
-  distance.quantity = QuantityId{1};
-  TarnDataSetBlock block;
-  block.firstTime = 0;
-  block.period = kS / 10;
+  TarnDataSetBlock block{.period = kS / 10, .times = {}, .values = {}};
   for (int i = 0; i <= 1000; ++i) block.values.push_back(5.0 * i);
-  distance.blocks = {block};
-  d.channels = {distance};
+  d.channels = {{.name = u"Distance", .quantity = QuantityId{1}, .userType = {}, .blocks = {block}}};
   d.lapMarkers = {{30 * kS, 0.0, true}, {60 * kS, 0.0, true}, {80 * kS, 0.0, false}};
   return d;
 }
 
-class TarnLapMarkerWriterTest : public TarnTest {
+class TarnLapMarkerWriterTest : public TarnOutingTest {
  protected:
   // A root of the real classes, with settings of its own, for the common channels.
   static void SetUpTestSuite() {
@@ -62,23 +50,21 @@ class TarnLapMarkerWriterTest : public TarnTest {
     Close();
     if (root_) (void)root_->Close();
     root_ = nullptr;
-    TarnTest::TearDown();
+    TarnOutingTest::TearDown();
   }
-  void Close() {
-    listener_.reset();
+  void Close() override {
+    bound_.reset();
     writer_ = nullptr;
     txn_ = nullptr;
-    outing_ = nullptr;
-    EXPECT_TRUE(Settle());
+    TarnOutingTest::Close();
   }
-  // A fresh outing on a fresh cache, its markers read.
+  // A fresh outing on a fresh cache, its markers and distance samples read.
   void Reopen() {
-    Close();
-    outing_ = Open();
-    listener_ = std::make_unique<OutingListener>(static_cast<IKivOuting*>(outing_.Get()));
-    ASSERT_EQ(outing_.As(&writer_), S_OK);
-    ASSERT_EQ(outing_.As(&txn_), S_OK);
-    auto channels = QueryAs<IKivChannelFactory>(static_cast<IKivOuting*>(outing_.Get()));
+    TarnOutingTest::Reopen();
+    writer_ = Facet<IKivLapMarkerWriter>();
+    txn_ = Facet<IKivTransaction>();
+    bound_.emplace(outing_.Get());  // the distance channel is read through a selection
+    auto channels = Facet<IKivChannelFactory>();
     ASSERT_EQ(channels->SetRoot(static_cast<IKivVelmar*>(root_.Get())), S_OK);
     NameList names;
     (void)channels->GetNames(&names);  // the distance channel is found in the list
@@ -91,43 +77,20 @@ class TarnLapMarkerWriterTest : public TarnTest {
     ASSERT_TRUE(Settle());
     listener_->log.clear();
   }
-  ComPtr<CTarnOuting> Open() {
-    ComPtr<CTarnOuting> outing;
-    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path_, false, [&] { return MakeKiv<CTarnOutingCache>(path_, kTarnType, makeFactory_); }, &outing),
-              S_OK);
-    return outing;
-  }
   Times MarkerTimes() {
-    auto markers = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing_.Get()));
+    auto markers = Facet<IKivLapMarkers>();
     uint32_t count = 0;
     EXPECT_EQ(markers->GetLapMarkerCount(&count), S_OK);
     Times times(count);
     for (uint32_t i = 0; i < count; ++i) EXPECT_EQ(markers->GetLapMarkerTime(i + 1, &times[i]), S_OK);
     return times;
   }
-  // Runs `edit` in one transaction and gives the transaction's log.
-  template <class Edit>
-  Lines Commit(Edit edit) {
-    EXPECT_EQ(txn_->Begin(), S_OK);
-    EXPECT_EQ(edit(), S_OK);
-    EXPECT_EQ(txn_->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    Lines log;
-    for (const std::string& line : std::exchange(listener_->log, {})) {
-      if (line.rfind("Transaction", 0) == 0) log.push_back(line);
-    }
-    return log;
-  }
 
-  TarnStoreFactoryMaker makeFactory_ = DefaultTarnStoreFactoryMaker();
   std::optional<ScopedHiveOverride> override_;
   ComPtr<CVelmar> root_;
-  std::u16string path_;
-  ComPtr<CTarnOuting> outing_;
+  std::optional<BoundSelection> bound_;
   ComPtr<IKivLapMarkerWriter> writer_;
   ComPtr<IKivTransaction> txn_;
-  std::unique_ptr<OutingListener> listener_;
 };
 
 TEST_F(TarnLapMarkerWriterTest, CallsRefuseWhatTheyCanTellAtOnce) {
@@ -141,8 +104,8 @@ TEST_F(TarnLapMarkerWriterTest, CallsRefuseWhatTheyCanTellAtOnce) {
   EXPECT_EQ(writer_->RemoveLapMarker(4), DISP_E_BADINDEX);
   EXPECT_EQ(writer_->AddLapMarkerAtDistance(1e9), E_INVALIDARG) << "never reached";
   // A second outing object on the file shares the transaction but may not end it.
-  ComPtr<CTarnOuting> other = Open();
-  auto otherTxn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(other.Get()));
+  ComPtr<CTarnOuting> other = Open(path_);
+  auto otherTxn = Face<IKivTransaction>(other.Get());
   EXPECT_EQ(otherTxn->Begin(), KIV_E_TXN_ALREADY_OPEN);
   EXPECT_EQ(otherTxn->Commit(), E_FAIL);
   ASSERT_EQ(txn_->Rollback(), S_OK);
@@ -156,7 +119,7 @@ TEST_F(TarnLapMarkerWriterTest, EachEditRoundTripsThroughAFreshOpen) {
   Reopen();
   EXPECT_EQ(MarkerTimes(), (Times{30 * kS, 45 * kS, 60 * kS, 80 * kS}));
   KivBool halt = KIV_TRUE;
-  ASSERT_EQ(QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(outing_.Get()))->IsCarHalt(2, &halt), S_OK);
+  ASSERT_EQ(Facet<IKivLapMarkers>()->IsCarHalt(2, &halt), S_OK);
   EXPECT_EQ(halt, KIV_FALSE) << "a new marker crosses the line";
 
   Commit([&] { return writer_->AddLapMarkerAtDistance(1000.0); });  // 20 s
@@ -175,7 +138,7 @@ TEST_F(TarnLapMarkerWriterTest, EachEditRoundTripsThroughAFreshOpen) {
 }
 
 TEST_F(TarnLapMarkerWriterTest, EditsRunInCallOrderAndOnlyTheOwnerHearsTheTransaction) {
-  ComPtr<CTarnOuting> other = Open();
+  ComPtr<CTarnOuting> other = Open(path_);
   OutingListener otherListener(static_cast<IKivOuting*>(other.Get()));
   EXPECT_EQ(Commit([&] {
               EXPECT_EQ(writer_->RemoveLapMarker(1), S_OK);  // 30 s
@@ -197,26 +160,23 @@ TEST_F(TarnLapMarkerWriterTest, StoreChangedSinceTheCallFailsTheStepWithItsMessa
 
   // Another writer of the file (a cache of its own) removes the 30 s marker first.
   auto rival = MakeKiv<CTarnOuting>(MakeKiv<CTarnOutingCache>(path_, kTarnType), false);
-  auto rivalMarkers = QueryAs<IKivLapMarkers>(static_cast<IKivOuting*>(rival.Get()));
+  auto rivalMarkers = Face<IKivLapMarkers>(rival.Get());
   uint32_t count = 0;
   (void)rivalMarkers->GetLapMarkerCount(&count);
   ASSERT_TRUE(Settle());
-  auto rivalTxn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(rival.Get()));
+  auto rivalTxn = Face<IKivTransaction>(rival.Get());
   ASSERT_EQ(rivalTxn->Begin(), S_OK);
-  ASSERT_EQ(QueryAs<IKivLapMarkerWriter>(static_cast<IKivOuting*>(rival.Get()))->RemoveLapMarker(1), S_OK);
+  ASSERT_EQ(Face<IKivLapMarkerWriter>(rival.Get())->RemoveLapMarker(1), S_OK);
   ASSERT_EQ(rivalTxn->Commit(), S_OK);
   ASSERT_TRUE(Settle());
 
   listener_->log.clear();
   ASSERT_EQ(txn_->Commit(), S_OK);
   ASSERT_TRUE(Settle());
-  Lines log;
-  for (const std::string& line : listener_->log) {
-    if (line.rfind("Transaction", 0) == 0) log.push_back(line);
-  }
-  EXPECT_EQ(log, (Lines{"TransactionStarted", "TransactionProgress:1/2", "TransactionMessage:Failed to remove lap marker",
-                        "TransactionProgress:2/2", "TransactionMessage:Failed to shift lap markers - mismatch detected",
-                        "TransactionFinished"}));
+  EXPECT_EQ(LinesStarting(listener_->log, {"Transaction"}),
+            (Lines{"TransactionStarted", "TransactionProgress:1/2", "TransactionMessage:Failed to remove lap marker",
+                   "TransactionProgress:2/2", "TransactionMessage:Failed to shift lap markers - mismatch detected",
+                   "TransactionFinished"}));
   rivalTxn = nullptr;
   rivalMarkers = nullptr;
   rival = nullptr;
@@ -225,9 +185,7 @@ TEST_F(TarnLapMarkerWriterTest, StoreChangedSinceTheCallFailsTheStepWithItsMessa
 }
 
 TEST_F(TarnLapMarkerWriterTest, ADiskFailingAnywhereInTheCommitLeavesTheFileAsBeforeAndSaysSo) {
-  makeFactory_ = [](ComPtr<IKivTarnStoreFactory>* out) {
-    return store::CreateTarnStoreFactory({.vfs = store::FaultVfs::Get().kName}, out);
-  };
+  makeFactory_ = FaultyStoreMaker();
   const Times before{30 * kS, 60 * kS, 80 * kS};
   const Times after{10 * kS, 60 * kS, 80 * kS, 90 * kS};
   bool sawSuccess = false;
@@ -257,7 +215,7 @@ TEST_F(TarnLapMarkerWriterTest, ADiskFailingAnywhereInTheCommitLeavesTheFileAsBe
 }
 
 TEST_F(TarnLapMarkerWriterTest, CommonChannelRolesResolveOnTheOuting) {
-  auto channels = QueryAs<IKivDataFactory>(static_cast<IKivOuting*>(outing_.Get()));
+  auto channels = Facet<IKivDataFactory>();
   ComPtr<IKivCommonChannels> roles;
   ASSERT_EQ(root_->GetCommonChannels(roles.Put()), S_OK);
   ComPtr<IKivChannel> found;

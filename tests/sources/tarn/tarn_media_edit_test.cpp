@@ -5,17 +5,13 @@
 #include <filesystem>
 
 #include "sources/tarn/tarn_media_steps.h"
-#include "support/outing_listener.h"
 #include "tarn_outing_helper.h"
 #include "velmar/lap_markers.h"
 #include "velmar/sample_clip.h"
 #include "velmar/text.h"
-#include "velmar/transaction.h"
 
 namespace velmar::testing {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 class LastFrame final : public KivObject<IKivVideoFrameSink> {
  public:
@@ -32,40 +28,28 @@ class TarnMediaEditTest : public TarnOutingTest {
     Reopen();
   }
   // The facets hold the outing: they go first, so its close jobs run here.
-  void TearDown() override {
+  void Close() override {
     editor_ = nullptr;
     txn_ = nullptr;
+    TarnOutingTest::Close();
+  }
+  void TearDown() override {
+    Close();
     TarnOutingTest::TearDown();
   }
   void Reopen() {
-    listener_.reset();
-    editor_ = nullptr;
-    txn_ = nullptr;
-    outing_ = nullptr;
-    ASSERT_TRUE(Settle());
-    OpenListened(path_);
+    TarnOutingTest::Reopen();
     editor_ = Facet<IKivMediaChannelFactory2>();
     txn_ = Facet<IKivTransaction>();
   }
   // Runs `edit` in one transaction; its messages and progress.
   template <class Edit>
   Lines Commit(Edit edit) {
-    EXPECT_EQ(txn_->Begin(), S_OK);
-    EXPECT_EQ(edit(), S_OK);
-    EXPECT_EQ(txn_->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    Lines log;
-    for (const std::string& line : std::exchange(listener_->log, {})) {
-      if (line.rfind("TransactionMessage", 0) == 0 || line.rfind("TransactionProgress", 0) == 0) log.push_back(line);
-    }
-    return log;
+    return TarnOutingTest::Commit(edit, {"TransactionMessage", "TransactionProgress"});
   }
   NameList Names() {
-    auto factory = Facet<IKivMediaChannelFactory>();
     NameList names;
-    (void)factory->GetNames(&names);
-    EXPECT_TRUE(Settle());
-    EXPECT_EQ(factory->GetNames(&names), S_OK);
+    (void)Listed<IKivMediaChannelFactory>(&names);
     return names;
   }
   ComPtr<IKivMediaChannel> Loaded(const std::u16string& name) {
@@ -86,7 +70,7 @@ class TarnMediaEditTest : public TarnOutingTest {
   }
   std::u16string Folder() const { return Utf8ToWide((dir_ / "media").string()); }
 
-  std::u16string path_, clip_;
+  std::u16string clip_;
   ComPtr<IKivMediaChannelFactory2> editor_;
   ComPtr<IKivTransaction> txn_;
 };
@@ -125,9 +109,7 @@ TEST_F(TarnMediaEditTest, FileNumbersRunOutAfter4095) {
   EXPECT_EQ(MediaFileName(1), "0001000.kvmedia");
   EXPECT_EQ(MediaFileName(0x1A), "001A000.kvmedia");
   EXPECT_EQ(MediaFileName(kMaxMediaFileNumber), "0FFF000.kvmedia");
-  listener_.reset();
-  outing_ = nullptr;
-  ASSERT_TRUE(Settle());
+  Close();
   WriteThroughStore<IKivTarnMediaWriter>(path_, [](IKivTarnMediaWriter& w) {
     std::vector<std::u16string> names;
     std::vector<TarnMediaChannelRecord> records(kMaxMediaFileNumber);

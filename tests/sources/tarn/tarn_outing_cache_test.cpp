@@ -7,20 +7,18 @@
 #include <vector>
 
 #include "sources/tarn/tarn_convert.h"
-#include "tarn_test_helper.h"
+#include "tarn_outing_helper.h"
 #include "velmar/text.h"
 
 namespace velmar::testing {
 namespace {
 
 namespace p = tarn_property;
-const Guid kTarnType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
 
 // An outing object as the cache sees it: it writes down every call.
 class RecordingOuting final : public KivObject<ITarnOutingStateChanges> {
  public:
   std::vector<std::string> log;
-  size_t channelCount = 0;
 
   void OnDataDiscarded() override { log.push_back("discarded"); }
   void OnInformationLoaded(bool changed) override { log.push_back(changed ? "loaded:1" : "loaded:0"); }
@@ -41,38 +39,13 @@ class RecordingOuting final : public KivObject<ITarnOutingStateChanges> {
     *binding = nullptr;
     return S_FALSE;
   }
-  void OnChannelListRead(const TarnChannelMap& channels) override {
-    channelCount = channels.size();
-    log.push_back("channel-list:" + std::to_string(channels.size()));
-  }
-  void OnEventNamesRead(const std::vector<TarnNamedItem>& names) override {
-    log.push_back("event-names:" + std::to_string(names.size()));
-  }
-  void OnConstantsRead(const std::vector<TarnConstant>& constants) override {
-    log.push_back("constants:" + std::to_string(constants.size()));
-  }
-  void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) override {
-    log.push_back("blobs:" + std::to_string(blobs.size()));
-  }
-  void OnMediaChannelListRead(const TarnMediaChannelMap& channels) override {
-    log.push_back("media:" + std::to_string(channels.size()));
-  }
+  void OnChannelListRead(const TarnChannelMap& channels) override { Count("channel-list:", channels.size()); }
+  void OnEventNamesRead(const std::vector<TarnNamedItem>& names) override { Count("event-names:", names.size()); }
+  void OnConstantsRead(const std::vector<TarnConstant>& constants) override { Count("constants:", constants.size()); }
+  void OnBlobListRead(const std::vector<TarnNamedItem>& blobs) override { Count("blobs:", blobs.size()); }
+  void OnMediaChannelListRead(const TarnMediaChannelMap& channels) override { Count("media:", channels.size()); }
   void OnStatusChannelDefinitionsReady() override { log.push_back("status-definitions"); }
-};
-
-// A channel waiting for its samples.
-struct ChannelClient : CChannelDataClient {
-  explicit ChannelClient(IKivUnknown* id) : identity(id) {}
-  void OnData(bool ok, KivTime from, KivTime to) override {
-    told.push_back(ok);
-    EXPECT_EQ(from, kTimeMin);
-    EXPECT_EQ(to, kTimeMax);
-  }
-  void OnDataDropped() override { ++dropped; }
-  IKivUnknown* ClientIdentity() override { return identity; }
-  std::vector<bool> told;
-  int dropped = 0;
-  IKivUnknown* identity;
+  void Count(const char* list, size_t size) { log.push_back(list + std::to_string(size)); }
 };
 
 // What waits for one item's data.
@@ -129,17 +102,6 @@ TEST_F(TarnOutingCacheTest, TheDetailsThenTheLapMarkersLoadAndTheOutingIsAnnounc
   ASSERT_NE(laps, nullptr);
   EXPECT_EQ(laps->markers.size(), 3u);
   EXPECT_EQ(cache_->GetCaption(), std::u16string(kEmptyOutingCaption));
-}
-
-TEST_F(TarnOutingCacheTest, AnEmptyDataSetLoadsWithNoMarkersAndNoCrash) {
-  Make(Write(TarnDataSet{}));
-  ASSERT_TRUE(Settle());
-  ComPtr<IKivPropertySet> info = Information();
-  ASSERT_TRUE(info);
-  PropertyList all;
-  ASSERT_EQ(info->GetProperties(&all), S_OK);
-  EXPECT_FALSE(all.empty()) << "the store writes a default details record";
-  EXPECT_TRUE(cache_->LapData()->markers.empty());
 }
 
 TEST_F(TarnOutingCacheTest, AnUnknownFormatVersionShowsInTheCaption) {
@@ -258,7 +220,6 @@ TEST_F(TarnOutingCacheTest, CloseDataReadsTheFileAgainAndDropsItemData) {
   EXPECT_FALSE(cache_->loaded());
   EXPECT_EQ(outing_->log, std::vector<std::string>{"laps-reset"});
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(outing_->channelCount, 3u) << "the list was read again from the new file";
   ComPtr<IKivPropertySet> info;
   EXPECT_EQ(cache_->GetInformation(info.Put()), S_FALSE) << "the lap markers went";
   ASSERT_TRUE(Settle());

@@ -16,20 +16,9 @@ namespace {
 
 constexpr uint32_t kPending = 3;
 
-// Hears one item's notifications, blob or data item, in order.
-struct ItemHeard : CBlobNotifications2Receiver, CDataNotifications2Receiver {
-  void OnBlobChanged(IKivBlob*) override { log.push_back("changed"); }
-  void OnBlobRemoved(IKivBlob*) override { log.push_back("removed"); }
-  void OnBlobFailed(IKivBlob*) override { log.push_back("failed"); }
-  void OnDataChanged(IKivData*, KivTime, KivTime) override { log.push_back("changed"); }
-  void OnDataRemoved(IKivData*) override { log.push_back("removed"); }
-  void OnDataFailed(IKivData*) override { log.push_back("failed"); }
-  std::vector<std::string> log;
-};
-
+// Hears one item's notifications through a `Sink`, blob or data item, in order.
 template <class Sink>
-class Heard : public ItemHeard {
- public:
+struct Heard : CBlobNotifications2Receiver, CDataNotifications2Receiver {
   explicit Heard(IKivUnknown* item) : item_(item) {
     sink_->SetReceiver(this);
     EXPECT_TRUE(sink_->Connect(item));
@@ -38,8 +27,13 @@ class Heard : public ItemHeard {
     sink_->SetReceiver(nullptr);
     sink_->Disconnect(item_.Get());
   }
-
- private:
+  void OnBlobChanged(IKivBlob*) override { log.push_back("changed"); }
+  void OnBlobRemoved(IKivBlob*) override { log.push_back("removed"); }
+  void OnBlobFailed(IKivBlob*) override { log.push_back("failed"); }
+  void OnDataChanged(IKivData*, KivTime, KivTime) override { log.push_back("changed"); }
+  void OnDataRemoved(IKivData*) override { log.push_back("removed"); }
+  void OnDataFailed(IKivData*) override { log.push_back("failed"); }
+  std::vector<std::string> log;
   ComPtr<IKivUnknown> item_;
   ComPtr<Sink> sink_ = MakeKiv<Sink>();
 };
@@ -58,13 +52,9 @@ class TarnOutingFactoriesTest : public TarnOutingTest {
   std::u16string WriteWithMedia() {
     std::u16string path = Write(SampleDataSet());
     WriteThroughStore<IKivTarnMediaWriter>(path, [](IKivTarnMediaWriter& w) {
-      TarnMediaChannelRecord channels[3] = {};
-      channels[0].name = u"Onboard";
-      channels[0].type = 1;
-      channels[1].name = u"Pit lane";
-      channels[1].type = kMediaChannelAddedByUser;
-      channels[1].fileNumber = 1;
-      channels[2].name = u"";
+      TarnMediaChannelRecord channels[3] = {{0, u"Onboard", 0, 1, 0, 0, 0, 0, 0},
+                                            {0, u"Pit lane", 0, kMediaChannelAddedByUser, 0, 0, 0, 1, 0},
+                                            {0, u"", 0, 0, 0, 0, 0, 0, 0}};
       std::vector<uint64_t> ids, clipIds;
       ASSERT_EQ(w.AddMediaChannels(3, channels, &ids), S_OK);
       static const TarnMediaFrame frames[2] = {{0, 0, {}}, {10 * kS, 250, {}}};
@@ -117,10 +107,7 @@ TEST_F(TarnOutingFactoriesTest, BlobsAreListedOnDemandAndTheirContentReadWhenAsk
 TEST_F(TarnOutingFactoriesTest, ABlobGoneFromTheFileFailsItsReadAndLeavesWithTheNextList) {
   std::u16string path = Write(SampleDataSet());
   OpenListened(path);
-  auto blobs = Facet<IKivBlobFactory>();
-  NameList names;
-  ASSERT_EQ(blobs->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
+  auto blobs = Listed<IKivBlobFactory>();
   ComPtr<IKivBlob> blob;
   ASSERT_EQ(blobs->GetItem(u"Map", blob.Put()), S_OK);
   uint64_t id = outing_->cache()->BlobList()->at(0).id;
@@ -187,12 +174,8 @@ TEST_F(TarnOutingFactoriesTest, MediaChannelsAreListedAndTheirClipsReadWhenAsked
 
 TEST_F(TarnOutingFactoriesTest, AMediaChannelWithAnUnusableClipIsNotAvailable) {
   OpenListened(WriteWithMedia());
-  auto media = Facet<IKivMediaChannelFactory>();
-  NameList names;
-  ASSERT_EQ(media->GetNames(&names), S_OK);
-  ASSERT_TRUE(Settle());
   ComPtr<IKivMediaChannel> item;
-  ASSERT_EQ(media->GetItem(u"Pit lane", item.Put()), S_OK);
+  ASSERT_EQ(Listed<IKivMediaChannelFactory>()->GetItem(u"Pit lane", item.Put()), S_OK);
   auto* pit = static_cast<CTarnMediaChannelBase*>(item.Get());
   EXPECT_TRUE(pit->added_by_user());
   EXPECT_EQ(pit->entry().fileNumber, 1u);

@@ -4,23 +4,18 @@
 
 #include "outing/cache/empty_outing.h"
 #include "sources/tarn/tarn_convert.h"
-#include "sources/tarn/tarn_outing.h"
-#include "tarn_test_helper.h"
+#include "support/selection_binding.h"
+#include "tarn_outing_helper.h"
 
 namespace velmar::testing {
 namespace {
 
 namespace p = tarn_property;
-const Guid kType = Guid::Literal("{1F0C8D74-5A4B-4E8A-9B21-3C6A7D1E2F90}");
 
 class TarnOutingReaderTest : public TarnTest {
  protected:
   ComPtr<IKivOuting> OpenTarn(const std::u16string& path) {
-    ComPtr<CTarnOuting> outing;
-    EXPECT_EQ(OpenOutingOnCache<CTarnOuting>(
-                  path, false, [&] { return MakeKiv<CTarnOutingCache>(path, kType); }, &outing),
-              S_OK);
-    return ComPtr<IKivOuting>(static_cast<IKivOuting*>(outing.Get()));
+    return ComPtr<IKivOuting>(static_cast<IKivOuting*>(OpenTarnOuting(path).Get()));
   }
   TarnWaitForData Wait() {
     return [this] { return Settle(); };
@@ -29,7 +24,7 @@ class TarnOutingReaderTest : public TarnTest {
 
 TEST_F(TarnOutingReaderTest, AnEmptyOutingGivesAnEmptyDataSetThatWritesAFile) {
   ComPtr<IKivOuting> empty;
-  ASSERT_EQ(OpenEmptyOuting(PathOf("none.trn"), kType, false, empty.Put()), S_OK);
+  ASSERT_EQ(OpenEmptyOuting(PathOf("none.trn"), kTarnType, false, empty.Put()), S_OK);
   TarnDataSet data = SampleDataSet();
   ASSERT_EQ(TarnDataSetFromOuting(empty.Get(), Wait(), &data), S_OK);
   EXPECT_TRUE(data.channels.empty());
@@ -47,6 +42,8 @@ TEST_F(TarnOutingReaderTest, AnEmptyOutingGivesAnEmptyDataSetThatWritesAFile) {
 TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   ComPtr<IKivOuting> source = OpenTarn(Write(SampleDataSet()));
   TarnDataSet data;
+  EXPECT_EQ(TarnDataSetFromOuting(source.Get(), Wait(), &data), E_FAIL) << "no selection holds the outing";
+  BoundSelection bound(source.Get());
   ASSERT_EQ(TarnDataSetFromOuting(source.Get(), Wait(), &data), S_OK);
   ASSERT_EQ(data.channels.size(), 2u);
   EXPECT_EQ(*data.details.at(std::u16string(p::kTrackName)).AsText(), u"Lakeside");
@@ -61,6 +58,7 @@ TEST_F(TarnOutingReaderTest, AStoreOutingConvertsIntoAnEqualFile) {
   ASSERT_EQ(WriteTarnDataSet(PathOf("copy.trn"), data), S_OK);
   TarnDataSet again;
   ComPtr<IKivOuting> copy = OpenTarn(PathOf("copy.trn"));
+  BoundSelection boundCopy(copy.Get());
   ASSERT_EQ(TarnDataSetFromOuting(copy.Get(), Wait(), &again), S_OK);
   ASSERT_EQ(again.channels.size(), 2u);
   const TarnDataSetChannel& gear = again.channels[0];
@@ -87,7 +85,7 @@ TEST_F(TarnOutingReaderTest, NullArgumentsArePointerErrors) {
   TarnDataSet data;
   EXPECT_EQ(TarnDataSetFromOuting(nullptr, Wait(), &data), E_POINTER);
   ComPtr<IKivOuting> empty;
-  ASSERT_EQ(OpenEmptyOuting(PathOf("none.trn"), kType, false, empty.Put()), S_OK);
+  ASSERT_EQ(OpenEmptyOuting(PathOf("none.trn"), kTarnType, false, empty.Put()), S_OK);
   EXPECT_EQ(TarnDataSetFromOuting(empty.Get(), Wait(), nullptr), E_POINTER);
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <atomic>
 
 #include "jobs/job_thread.h"
 #include "sources/tarn/tarn_read_state_machine.h"
@@ -10,8 +10,6 @@
 
 namespace velmar::testing {
 namespace {
-
-namespace p = tarn_property;
 
 template <class Job>
 struct Recorder : ITarnReadClient<Job> {
@@ -33,24 +31,24 @@ struct Read {
   Job* job() const { return machine->results(); }
 };
 
-class TarnReadJobsTest : public TarnTest {
+class TarnReadJobsTest : public TarnFileTest {
  protected:
-  // The file's close must run before the engine stops, or it never ends.
-  void TearDown() override {
-    file_.Reset();
-    TarnTest::TearDown();
-  }
   void OpenFile(const std::u16string& path) {
     ASSERT_EQ(file_->Open(path), S_OK);
     ASSERT_TRUE(Settle());
   }
 
-  template <class Job, class... Args>
-  std::unique_ptr<Read<Job>> Run(Args... args) {
+  template <class Job>
+  std::unique_ptr<Read<Job>> Start() {
     auto read = std::make_unique<Read<Job>>();
-    read->machine =
-        MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>(args...));
+    read->machine = MakeClient<CTarnReadStateMachine<Job>>(&read->recorder, file_.Get(), MakeTarnJob<Job>());
     EXPECT_EQ(read->machine->Start(), S_OK);
+    return read;
+  }
+  // One read, run to its end.
+  template <class Job>
+  std::unique_ptr<Read<Job>> Run() {
+    auto read = Start<Job>();
     EXPECT_TRUE(Settle());
     EXPECT_EQ(read->recorder.done + read->recorder.failed, 1);
     return read;
@@ -64,13 +62,7 @@ class TarnReadJobsTest : public TarnTest {
 
   // A channel's sections as the outing's channel data cache reads them.
   ChannelSections Fetch(const TarnChannelEntry& channel) {
-    struct Client : CChannelDataClient {
-      void OnData(bool ok, KivTime, KivTime) override { told.push_back(ok); }
-      void OnDataDropped() override {}
-      IKivUnknown* ClientIdentity() override { return identity.Get(); }
-      std::vector<bool> told;
-      ComPtr<IKivUnknown> identity;
-    } client;
+    ChannelClient client;
     ComPtr<COpenFileJobItem> connection = file_->Connection();
     ComPtr<CChannelDataCache> cache(new CChannelDataCache(
         [&](const CChannelKey&) { return std::make_unique<CTarnChannelDataFetch>(connection, channel); },
@@ -84,55 +76,7 @@ class TarnReadJobsTest : public TarnTest {
     cache->RemoveClient(&client);
     return sections ? *sections : ChannelSections{};
   }
-
-  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
 };
-
-TEST_F(TarnReadJobsTest, TheDetailsRecordBecomesTheProperties) {
-  OpenFile(Write(SampleDataSet()));
-  auto read = Run<CLoadOutingJobItem>();
-  ASSERT_TRUE(read->job());
-  const TarnPropertyMap& map = read->job()->properties();
-  EXPECT_EQ(*map.at(std::u16string(p::kDriverName)).AsText(), u"A. Driver");
-  EXPECT_EQ(map.at(std::u16string(p::kUtcDifference)).AsI32(), -120);
-}
-
-TEST_F(TarnReadJobsTest, AnUnknownFormatVersionIsTheLoadsResult) {
-  std::u16string path = Write(SampleDataSet());
-  SetFormatVersion(path, 99);
-  OpenFile(path);
-  ASSERT_EQ(file_->state(), CFileStateMachine::State::kOpen) << "such a file opens";
-  auto read = Run<CLoadOutingJobItem>();
-  EXPECT_EQ(read->recorder.failed, 1);
-  EXPECT_EQ(read->recorder.status, E_BADFILEVERSION);
-  EXPECT_FALSE(read->job());
-  EXPECT_EQ(read->machine->state(), CStateMachine::State::kIdle);
-}
-
-TEST_F(TarnReadJobsTest, ChannelListAndSamplesOfEachChannel) {
-  OpenFile(Write(SampleDataSet()));
-  auto list = Run<CLoadChannelNamesJobItem>();
-  ASSERT_TRUE(list->job());
-  const TarnChannelMap& channels = list->job()->channels();
-  ASSERT_EQ(channels.size(), 2u);
-  ASSERT_TRUE(channels.contains(u"[3]Speed"));
-  ASSERT_TRUE(channels.contains(u"[0]Gear"));
-
-  ChannelSections speed = Fetch(channels.at(u"[3]Speed"));
-  ASSERT_EQ(speed.size(), 2u);
-  EXPECT_TRUE(speed[0].data->periodic());
-  EXPECT_EQ(speed[0].data->lastTime(), 2 * kS);
-  EXPECT_EQ(speed[1].data->firstTime(), 50 * kS);
-  EXPECT_TRUE(speed[1].continuous);
-  EXPECT_EQ(speed[1].data->values().view()[1], 50.0);
-
-  ChannelSections gear = Fetch(channels.at(u"[0]Gear"));
-  ASSERT_EQ(gear.size(), 1u);
-  const DataSection& g = *gear[0].data;
-  EXPECT_FALSE(g.periodic());
-  EXPECT_EQ(g.Times().view()[1], 7 * kS);
-  EXPECT_EQ(g.lastTime(), 60 * kS);
-}
 
 TEST_F(TarnReadJobsTest, AChannelWithoutSamplesReadsAsNoSections) {
   TarnDataSet data = SampleDataSet();
@@ -147,36 +91,6 @@ TEST_F(TarnReadJobsTest, AFetchWithoutAnOpenFileFails) {
   EXPECT_EQ(fetch.Fetch(&sections), E_FAIL);
 }
 
-TEST_F(TarnReadJobsTest, EventNamesAndTheEventsOfOneSet) {
-  OpenFile(Write(SampleDataSet()));
-  auto names = Run<CGetEventNamesJobItem>();
-  ASSERT_TRUE(names->job());
-  const auto& sets = names->job()->names();
-  ASSERT_EQ(sets.size(), 2u);
-  auto pit = std::find_if(sets.begin(), sets.end(), [](const TarnNamedItem& n) { return n.name == u"Pit"; });
-  ASSERT_NE(pit, sets.end());
-  auto events = Run<CGetCachedEventsJobItem>(pit->id);
-  ASSERT_TRUE(events->job());
-  const auto& list = events->job()->events();
-  ASSERT_EQ(list.size(), 2u);
-  EXPECT_EQ(list[0]->message, u"in");
-  EXPECT_EQ(list[1]->time, 45 * kS);
-  EXPECT_EQ(list[1]->data, (std::vector<uint8_t>{1, 2, 3}));
-}
-
-TEST_F(TarnReadJobsTest, LapMarkersWithTheOutingsSpans) {
-  OpenFile(Write(SampleDataSet()));
-  auto laps = Run<CGetLapMarkerDataJobItem>();
-  ASSERT_TRUE(laps->job());
-  const TarnLapData& data = laps->job()->data();
-  EXPECT_EQ(data.span.outingEnd, 100 * kS);
-  ASSERT_TRUE(data.span.movement);
-  EXPECT_EQ(data.span.movement->second, 95 * kS);
-  EXPECT_EQ(data.distanceOrigin, 12.5);
-  EXPECT_EQ(data.MarkerTimes(), (std::vector<KivTime>{20 * kS, 50 * kS, 90 * kS}));
-  EXPECT_EQ(data.markers[2].crossing, 0);
-}
-
 TEST_F(TarnReadJobsTest, AMarkerOutsideTheOutingFailsTheLapRead) {
   TarnDataSet data = SampleDataSet();
   data.lapMarkers.push_back({150 * kS, 0.0, true});
@@ -184,32 +98,6 @@ TEST_F(TarnReadJobsTest, AMarkerOutsideTheOutingFailsTheLapRead) {
   auto laps = Run<CGetLapMarkerDataJobItem>();
   EXPECT_EQ(laps->recorder.failed, 1);
   EXPECT_FALSE(laps->job());
-}
-
-TEST_F(TarnReadJobsTest, ConstantsAndBlobs) {
-  OpenFile(Write(SampleDataSet()));
-  auto constants = Run<CTarnGetConstantsJobItem>();
-  ASSERT_TRUE(constants->job());
-  const auto& list = constants->job()->constants();
-  ASSERT_EQ(list.size(), 2u);
-  EXPECT_EQ(list[0].name, u"Wheelbase");
-  EXPECT_FALSE(list[0].isText);
-  EXPECT_EQ(list[0].value, 2.75);
-  EXPECT_EQ(list[0].unit, u"m");
-  EXPECT_TRUE(list[1].isText);
-  EXPECT_EQ(list[1].text, u"wet");
-
-  auto blobs = Run<CLoadBlobJobItem>();
-  ASSERT_TRUE(blobs->job());
-  ASSERT_EQ(blobs->job()->blobs().size(), 1u);
-  const TarnNamedItem& map = blobs->job()->blobs()[0];
-  EXPECT_EQ(map.name, u"Map");
-  EXPECT_EQ(map.type, SampleDataSet().blobs[0].type);
-  auto content = Run<CGetBlobDataJobItem>(map.id);
-  ASSERT_TRUE(content->job());
-  EXPECT_EQ(content->job()->bytes(), (std::vector<uint8_t>{4, 5, 6, 7}));
-  auto missing = Run<CGetBlobDataJobItem>(map.id + 100);
-  EXPECT_EQ(missing->recorder.failed, 1);
 }
 
 TEST_F(TarnReadJobsTest, EveryReadFailsWithoutAnOpenFile) {
@@ -228,14 +116,117 @@ TEST_F(TarnReadJobsTest, AReadQueuedWhileOpeningRunsAfterTheOpen) {
   {
     StoreThreadGate gate;
     ASSERT_EQ(file_->Open(path), S_OK);
-    read = std::make_unique<Read<CTarnGetConstantsJobItem>>();
-    read->machine = MakeClient<CTarnReadStateMachine<CTarnGetConstantsJobItem>>(
-        &read->recorder, file_.Get(), MakeTarnJob<CTarnGetConstantsJobItem>());
-    ASSERT_EQ(read->machine->Start(), S_OK);
+    read = Start<CTarnGetConstantsJobItem>();
   }
   ASSERT_TRUE(Settle());
   ASSERT_TRUE(read->job());
   EXPECT_EQ(read->job()->constants().size(), 2u);
+}
+
+using State = CStateMachine::State;
+
+// A read that counts its runs and gives what it is told.
+class CountingJob final : public CJobItemEx {
+ public:
+  CountingJob(CStateMachineEx* owner, std::atomic<int>* runs, std::atomic<KivResult>* result)
+      : CJobItemEx(owner), runs_(runs), result_(result) {}
+  int serial = 0;
+
+ protected:
+  KivResult Run() override {
+    ++*runs_;
+    return result_->load();
+  }
+
+ private:
+  std::atomic<int>* runs_;
+  std::atomic<KivResult>* result_;
+};
+
+using Machine = CTarnReadStateMachine<CountingJob>;
+
+class TarnReadStateMachineTest : public TarnTest, public ITarnReadClient<CountingJob> {
+ protected:
+  void OnReadDone(Machine& machine, KivResult status) override {
+    const bool succeeded = Succeeded(status);
+    heard.push_back(succeeded);
+    if (!succeeded) {
+      EXPECT_EQ(status, result.load());
+    }
+    EXPECT_EQ(machine.state(), succeeded ? State::kDone : State::kIdle) << "the state is the new one";
+  }
+
+  Machine::MakeJob Maker() {
+    return [this](CStateMachineEx* owner, ComPtr<COpenFileJobItem> connection) {
+      EXPECT_FALSE(connection) << "no file was opened";
+      ++made;
+      auto job = MakeKiv<CountingJob>(owner, &runs, &result);
+      job->serial = made;
+      return job;
+    };
+  }
+
+  std::atomic<int> runs{0};
+  std::atomic<KivResult> result{S_OK};
+  int made = 0;
+  std::vector<bool> heard;
+  ClientRef<CFileStateMachine> file_ = MakeClient<CFileStateMachine>();
+  ClientRef<Machine> machine_ = MakeClient<Machine>(this, file_.Get(), Maker());
+};
+
+TEST_F(TarnReadStateMachineTest, StartReadsOnceAndKeepsTheJobWithTheDataUntilADrop) {
+  EXPECT_FALSE(machine_->requested());
+  ASSERT_EQ(machine_->Start(), S_OK);
+  ASSERT_EQ(machine_->Start(), S_OK);
+  EXPECT_TRUE(machine_->requested());
+  EXPECT_EQ(machine_->state(), State::kRunning);
+  EXPECT_EQ(machine_->results(), nullptr) << "nothing to read while running";
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(heard, std::vector<bool>{true});
+  ASSERT_NE(machine_->results(), nullptr);
+  ASSERT_EQ(machine_->Start(), S_OK);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(runs, 1) << "done data is not read again";
+  machine_->Drop();
+  EXPECT_EQ(machine_->state(), State::kIdle);
+  EXPECT_EQ(machine_->results(), nullptr) << "a drop lets go of the data";
+}
+
+TEST_F(TarnReadStateMachineTest, AFailedReadGoesBackToIdleAndTheNextStartTriesAgain) {
+  result = E_FAIL;
+  ASSERT_EQ(machine_->Start(), S_OK);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(heard, std::vector<bool>{false});
+  EXPECT_EQ(machine_->results(), nullptr);
+  result = S_OK;
+  ASSERT_EQ(machine_->Start(), S_OK);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(heard, (std::vector<bool>{false, true}));
+  EXPECT_EQ(made, 2);
+}
+
+TEST_F(TarnReadStateMachineTest, ReloadRereadsOnlyWhatWasAskedFor) {
+  machine_->Reload();
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(made, 0) << "never asked for: nothing to reload";
+  ASSERT_EQ(machine_->Start(), S_OK);
+  ASSERT_TRUE(Settle());
+  machine_->Reload();
+  EXPECT_EQ(machine_->state(), State::kRunning);
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(made, 2);
+  EXPECT_EQ(machine_->results()->serial, 2) << "the new job holds the data";
+}
+
+TEST_F(TarnReadStateMachineTest, AReadEndingAfterTheLastClientWentReachesNobody) {
+  {
+    StoreThreadGate gate;
+    ASSERT_EQ(machine_->Start(), S_OK);
+    machine_.Reset();
+  }
+  ASSERT_TRUE(Settle());
+  EXPECT_TRUE(heard.empty());
 }
 
 }  // namespace

@@ -24,21 +24,6 @@ class AsciiEditTest : public AsciiOutingFixture {
     ASSERT_TRUE(Settle());
   }
   IKivOuting* outing() const { return static_cast<IKivOuting*>(a_.Get()); }
-  // Runs `edit` in one transaction; the messages it sent.
-  template <class Edit>
-  Lines Commit(Edit edit) {
-    OutingListener& heard = Listen(a_.Get());
-    auto txn = QueryAs<IKivTransaction>(outing());
-    EXPECT_EQ(txn->Begin(), S_OK);
-    edit();
-    EXPECT_EQ(txn->Commit(), S_OK);
-    EXPECT_TRUE(Settle());
-    Lines messages;
-    for (const std::string& line : heard.log) {
-      if (line.rfind("TransactionMessage:", 0) == 0) messages.push_back(line.substr(19));
-    }
-    return messages;
-  }
   bool HasConstant(const std::u16string& name) {
     const NameList names = Names(a_->constants());
     return std::find(names.begin(), names.end(), name) != names.end();
@@ -74,10 +59,8 @@ TEST_F(AsciiEditTest, ConstantsRoundTripThroughFreshOpens) {
   ASSERT_EQ(a_->constants().GetItem(u"Toe", toe.Put()), S_OK);
   double value = 0;
   std::u16string unit;
-  EXPECT_EQ(toe->GetValue(&value), S_OK);
-  EXPECT_EQ(QueryAs<IKivSimpleConstant>(toe.Get())->GetUnit(&unit), S_OK);
-  EXPECT_EQ(value, 1.25);
-  EXPECT_EQ(unit, u"deg");
+  ASSERT_TRUE(toe->GetValue(&value) == S_OK && QueryAs<IKivSimpleConstant>(toe.Get())->GetUnit(&unit) == S_OK);
+  EXPECT_EQ(std::pair(value, unit), std::pair(1.25, std::u16string(u"deg")));
   toe = nullptr;
 
   EXPECT_EQ(Commit([&] { EXPECT_EQ(QueryAs<IKivConstantFactory2>(outing())->RemoveConstant(u"Toe"), S_OK); }),

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,18 +14,20 @@
 #include "faulty_text_file_ops.h"
 #include "outing/cache/outing_cache_registry.h"
 #include "support/outing_listener.h"
-#include "platform/async/dispatcher.h"
+#include "support/settling_test.h"
 #include "platform/async/job_engine.h"
 #include "sources/text/ascii_outing.h"
 #include "sources/text/sample_generator.h"
 #include "support/temp_dir.h"
 #include "velmar/text.h"
+#include "velmar/transaction.h"
+#include "writeback/write_back_step.h"
 
 namespace velmar::testing {
 
 using State = CStateMachine::State;
 
-class AsciiOutingFixture : public ::testing::Test {
+class AsciiOutingFixture : public SettlingTest {
  protected:
   void TearDown() override {
     listeners_.clear();
@@ -33,7 +36,6 @@ class AsciiOutingFixture : public ::testing::Test {
     EXPECT_EQ(COutingCacheRegistry<CAsciiOutingCache>::Instance().size(), 0u) << "every cache left its registry";
   }
 
-  bool Settle() { return Async_RunUntilSettled(d_, std::chrono::seconds(30)); }
   std::u16string PathOf(const std::string& name) { return Utf8ToWide((dir_ / name).string()); }
   void WriteSample(const std::u16string& path, int laps = 2) {
     SampleOptions options;
@@ -66,9 +68,27 @@ class AsciiOutingFixture : public ::testing::Test {
     ASSERT_EQ(a_->cache()->load_machine().state(), State::kDone);
   }
 
+  // Runs `edit` in one transaction of a_ and settles; the texts of the
+  // "TransactionMessage:" notifications, or with `all` every "Transaction" line.
+  std::vector<std::string> Commit(const std::function<void()>& edit, bool all = false) {
+    OutingListener& heard = Listen(a_.Get());
+    auto txn = QueryAs<IKivTransaction>(static_cast<IKivOuting*>(a_.Get()));
+    EXPECT_EQ(txn->Begin(), S_OK);
+    edit();
+    EXPECT_EQ(txn->Commit(), S_OK);
+    EXPECT_TRUE(Settle());
+    const std::string prefix = all ? "Transaction" : "TransactionMessage:";
+    std::vector<std::string> log;
+    for (const std::string& line : heard.log) {
+      if (line.rfind(prefix, 0) == 0) log.push_back(all ? line : line.substr(prefix.size()));
+    }
+    return log;
+  }
+  KivResult AddStep(ComPtr<CWriteBackStateMachineBase> step) {
+    return a_->cache()->transaction()->AddWriteBackStep(std::move(step));
+  }
+
   TempDir dir_;
-  Dispatcher d_;
-  Dispatcher::ScopedCurrent current_{d_};
   ComPtr<CAsciiOuting> a_, b_;
   std::vector<std::unique_ptr<OutingListener>> listeners_;
 };

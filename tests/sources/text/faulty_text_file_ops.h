@@ -1,6 +1,8 @@
 // The real file system with one call made to fail on demand.
 #pragma once
 
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "sources/text/text_file_ops.h"
@@ -38,21 +40,11 @@ class FaultyTextFileOps : public PosixTextFileOps {
 };
 
 inline std::string ReadWhole(const std::filesystem::path& p) {
-  std::string out;
-  if (FILE* f = std::fopen(p.c_str(), "rb")) {
-    char buf[65536];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) out.append(buf, n);
-    std::fclose(f);
-  }
-  return out;
+  std::ifstream in(p, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-inline void WriteWhole(const std::filesystem::path& p, std::string_view bytes) {
-  FILE* f = std::fopen(p.c_str(), "wb");
-  std::fwrite(bytes.data(), 1, bytes.size(), f);
-  std::fclose(f);
-}
+inline void WriteWhole(const std::filesystem::path& p, std::string_view bytes) { std::ofstream(p, std::ios::binary) << bytes; }
 
 // Files in a folder other than those named.
 inline size_t CountFiles(const std::filesystem::path& dir) {

@@ -25,12 +25,8 @@ class TextOutingSourceTest : public AsciiOutingFixture {
     return type;
   }
   static NameList ChannelNames(IKivOuting* outing) {
-    ComPtr<IKivChannelFactory> channels = QueryAs<IKivChannelFactory>(outing);
-    EXPECT_NE(channels, nullptr);
     NameList names;
-    if (channels) {
-      EXPECT_EQ(channels->GetNames(&names), S_OK);
-    }
+    EXPECT_EQ(QueryAs<IKivChannelFactory>(outing)->GetNames(&names), S_OK);
     return names;
   }
 
@@ -48,16 +44,9 @@ TEST_F(TextOutingSourceTest, AGeneratedSampleOpensThroughTheFactoryAndLoads) {
   WriteSample(path);
   ASSERT_EQ(OpenTextOuting(path, false, &outing_), S_OK);
   EXPECT_EQ(TypeOf(outing_.Get()), 3u);
-  OutingListener heard(outing_.Get());
   EXPECT_THAT(ChannelNames(outing_.Get()), IsEmpty());
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(Settle());  // what it then tells, in order, is the text outing's own test
   EXPECT_EQ(ChannelNames(outing_.Get()).size(), SampleFastColumns().size() + SampleSlowColumns().size());
-  ASSERT_FALSE(heard.log.empty());
-  EXPECT_EQ(heard.log.back(), "LapMarkersReset");
-  ComPtr<IKivPropertySet> info;
-  ASSERT_EQ(outing_->GetOutingInformation(info.Put()), S_OK);
-  Variant driver;
-  EXPECT_EQ(info->GetProperty(u"Driver name", &driver), S_OK);
 }
 
 TEST_F(TextOutingSourceTest, AMissingFileGivesAnEmptyOutingUnlessCreated) {

@@ -8,8 +8,12 @@
 #include <string_view>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "sources/text/text_reader.h"
 #include "sources/text/text_status.h"
+#include "velmar/text.h"
+#include "velmar/variant.h"
 
 namespace velmar::testing {
 
@@ -23,6 +27,39 @@ inline std::string Lines(std::initializer_list<std::string_view> lines, std::str
   return out;
 }
 
+// A fixture's lines, each ended by CR LF.
+inline std::string FixtureLines(const nlohmann::json& lines) {
+  std::string out;
+  for (const auto& l : lines) out += l.get<std::string>() + "\r\n";
+  return out;
+}
+
+inline std::u16string FixtureWide(const nlohmann::json& text) { return Utf8ToWide(text.get<std::string>()); }
+
+// A property value of a fixture: a boolean, a 32-bit number or a text.
+inline Variant FixtureVariant(const nlohmann::json& v) {
+  if (v.is_boolean()) return Variant::Bool(v.get<bool>());
+  return v.is_number() ? Variant::I32(v.get<int32_t>()) : Variant::Text(FixtureWide(v));
+}
+
+// `want` within `got`: of objects the keys `want` has, arrays item by item.
+inline void ExpectWithin(const nlohmann::json& got, const nlohmann::json& want, const std::string& at) {
+  if (want.is_object() && got.is_object()) {
+    for (const auto& [key, value] : want.items()) ExpectWithin(got.value(key, nlohmann::json()), value, at + "." + key);
+  } else if (want.is_array() && got.is_array() && want.size() == got.size()) {
+    for (size_t i = 0; i < want.size(); ++i) ExpectWithin(got[i], want[i], at + "[" + std::to_string(i) + "]");
+  } else {
+    EXPECT_EQ(got, want) << at;
+  }
+}
+
+// Each result in `got` that the case `c` gives, checked within it.
+inline void ExpectGiven(const nlohmann::json& got, const nlohmann::json& c) {
+  for (const auto& [key, value] : got.items()) {
+    if (c.contains(key)) ExpectWithin(value, c[key], key);
+  }
+}
+
 // Gathers reported problems.
 struct Problems {
   std::vector<TextProblem> items;
@@ -32,6 +69,11 @@ struct Problems {
   bool Has(TextCode code, uint64_t line) const {
     for (const auto& p : items)
       if (p.code == code && p.line == line) return true;
+    return false;
+  }
+  bool Has(const nlohmann::json& name, const nlohmann::json& line) const {
+    for (const auto& p : items)
+      if (TextCodeName(p.code) == name.get<std::string>() && p.line == line.get<uint64_t>()) return true;
     return false;
   }
   size_t Count(TextCode code) const {

@@ -1,8 +1,8 @@
 """Plug-ins the CPython backend tests load."""
 import numpy as np
 
-from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, IDataFactory, ITool,
-                          SubCommands, serializable, tool)
+from kivara.tools import (ArrayChannel, Command, CommandGroup, ContainsTools, Event, IDataFactory, ITool,
+                          ListEventSet, SubCommands, serializable, tool)
 
 marker = ContainsTools()
 
@@ -16,7 +16,8 @@ class Counter(ITool):
     @property
     def Commands(self):
         more = SubCommands("More", [CommandGroup([Command("Raise", self.fail)])])
-        return [CommandGroup([Command(f"Count {self.count}", self.bump, "Adds one"),
+        red = np.full((8, 8, 3), (255, 0, 0))
+        return [CommandGroup([Command(f"Count {self.count}", self.bump, "Adds one", icon=red),
                               Command("Off", self.bump, enabled=False)], [more])]
 
     def bump(self):
@@ -42,7 +43,11 @@ class Ramp(IDataFactory):
     def __getitem__(self, key):
         if key == "Broken":
             raise ValueError("no data")
-        return ArrayChannel(np.arange(1000, dtype=np.float64) * 0.5, start=0, interval=100)
+        CHANNELS.append(ArrayChannel(np.arange(1000, dtype=np.float64) * 0.5, start=0, interval=100))
+        return CHANNELS[-1]
+
+
+CHANNELS = []
 
 
 KEPT = []
@@ -56,6 +61,7 @@ class Keeper(ITool):
     @property
     def Commands(self):
         return [CommandGroup([Command("Keep", self.keep), Command("Call kept", self.call_kept),
+                              Command("Touch", lambda: [c.changed(5, None) for c in CHANNELS]),
                               Command(f"Last: {Keeper.last}", lambda: None)])]
 
     def keep(self):
@@ -67,3 +73,15 @@ class Keeper(ITool):
         except RuntimeError as error:
             Keeper.last = str(error)
         self.property_changed("last")
+
+
+@tool(name="Marks")
+class Marks(IDataFactory):
+    kind = "events"
+
+    @property
+    def Keys(self):
+        return ["Marks"]
+
+    def __getitem__(self, key):
+        return ListEventSet([Event(200, 3, "Marks", "late", ["Lap 1"], [1.5]), Event(100, 0, "Marks", "early")])
